@@ -1,0 +1,28 @@
+// A login item that a test looks at and may make refuse.
+#pragma once
+
+#include "PelloraMessagesCore/Ports/LoginItem.h"
+
+namespace pellora {
+
+class InMemoryLoginItem : public LoginItem {
+ public:
+  bool isEnabled() const override { return _enabled; }
+  void enable() override {
+    ++_enableCalls;
+    if (!_refusing) _enabled = true;
+  }
+  void disable() override {
+    if (!_refusing) _enabled = false;
+  }
+
+  void setRefusing(bool refusing) { _refusing = refusing; }
+  int enableCalls() const { return _enableCalls; }
+
+ private:
+  bool _enabled = false;
+  bool _refusing = false;
+  int _enableCalls = 0;
+};
+
+}  // namespace pellora

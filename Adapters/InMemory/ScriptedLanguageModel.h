@@ -1,0 +1,37 @@
+// A language model that answers as a test tells it, and remembers what it was asked.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "PelloraMessagesCore/Ports/LanguageModel.h"
+
+namespace pellora {
+
+class ScriptedLanguageModel : public LanguageModel {
+ public:
+  struct Asked {
+    std::string instructions;
+    std::string prompt;
+    std::string schemaName;  // empty for a plain question
+  };
+  // Gives the raw answer; may throw LanguageModelError.
+  using Script = std::function<std::string(const Asked&)>;
+
+  explicit ScriptedLanguageModel(Script script) : _script(std::move(script)) {}
+
+  Task<bool> isAvailable() override { co_return _available; }
+  Task<std::string> respond(std::string instructions, std::string prompt) override;
+  Task<std::string> respond(std::string instructions, std::string prompt, const GenerationSchema& schema) override;
+
+  void setAvailable(bool available) { _available = available; }
+  const std::vector<Asked>& asked() const { return _asked; }
+
+ private:
+  bool _available = true;
+  Script _script;
+  std::vector<Asked> _asked;
+};
+
+}  // namespace pellora

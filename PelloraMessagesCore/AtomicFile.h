@@ -1,0 +1,29 @@
+// Whole files, old or new, never in between: a temporary file in the same folder (mode 0600), every write and
+// sync checked, renamed over the target, the folder synced. When anything fails the target keeps its old content
+// and the temporary file is removed. A process that is killed leaves at most a temporary file, which
+// removeLeftovers takes away: each is locked by its writer while it is alive, so nobody's running write is
+// disturbed. Tested by Tests/Core/AtomicFileTests.cpp.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace pellora {
+
+namespace AtomicFile {
+
+// Creates missing parent folders (mode 0700), then replaces or creates the file. Throws FileError.
+void write(const std::filesystem::path& file, std::string_view bytes);
+
+// The whole file; absent when it cannot be read, is no regular file or is larger than `maximumSize` bytes.
+std::optional<std::string> read(const std::filesystem::path& file, std::size_t maximumSize = std::size_t{1} << 30);
+
+// Removes temporary files in this one folder whose writers are gone. Errors are ignored.
+void removeLeftovers(const std::filesystem::path& folder);
+
+}  // namespace AtomicFile
+
+}  // namespace pellora

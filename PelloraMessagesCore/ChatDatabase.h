@@ -1,0 +1,97 @@
+// The only reader of the Messages store: one read-only connection, four fixed queries. Owned by one read cycle and
+// used by one thread at a time. Other processes write meanwhile; a locked store is retried for two seconds.
+// Tested by Tests/Core/ChatDatabaseTests.cpp.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "PelloraMessagesCore/HistoryMessage.h"
+#include "PelloraMessagesCore/Instant.h"
+
+struct sqlite3;
+
+namespace pellora {
+
+// Chat row id to the chat's handles (phone numbers, e-mail addresses), without repeats, in canonical text order.
+// Exactly one handle marks a one-to-one chat.
+using ChatParticipants = std::unordered_map<std::int64_t, std::vector<std::string>>;
+
+class ChatDatabase {
+ public:
+  class Failure : public std::exception {
+   public:
+    enum class Kind { cannotOpen, query };
+
+    static Failure cannotOpen(std::int32_t code);
+    static Failure query(std::string message);
+
+    // "cannotOpen(code: 14)" or "query(\"no such table: message\")".
+    const char* what() const noexcept override { return _description.c_str(); }
+
+    Kind kind() const { return _kind; }
+    std::int32_t code() const { return _code; }              // SQLite's, of cannotOpen
+    const std::string& message() const { return _message; }  // SQLite's, of query
+
+    bool operator==(const Failure& other) const {
+      return _kind == other._kind && _code == other._code && _message == other._message;
+    }
+
+   private:
+    Kind _kind = Kind::query;
+    std::int32_t _code = 0;
+    std::string _message;
+    std::string _description;
+  };
+
+  // "Library/Messages/chat.db" under the user's home.
+  static std::filesystem::path defaultURL();
+
+  // Whether the file can be opened for reading at all.
+  static bool canRead(const std::filesystem::path& url);
+
+  // Throws Failure.cannotOpen.
+  explicit ChatDatabase(const std::filesystem::path& url);
+  ~ChatDatabase();
+  ChatDatabase(const ChatDatabase&) = delete;
+  ChatDatabase& operator=(const ChatDatabase&) = delete;
+
+  // All throw Failure.query. Rows without a text are left out.
+
+  // 0 for an empty table.
+  std::int64_t maxRowID() const;
+
+  // Rows with a greater row id, lowest first.
+  std::vector<HistoryMessage> messages(std::int64_t afterRowID, int limit) const;
+
+  // Rows dated at or after `since`, oldest first.
+  std::vector<HistoryMessage> messages(Instant since, int limit) const;
+
+  // Rows of these chats dated at or after `since`, oldest first, at most 50,000. No chats, no query.
+  std::vector<HistoryMessage> messages(const std::set<std::int64_t>& inChats, Instant since) const;
+
+  ChatParticipants chatParticipants() const;
+
+  // The value that `m.date` is compared with: nanoseconds since 2001-01-01 00:00:00 UTC. A value outside 64 bits
+  // is a programming error and ends the process.
+  static std::int64_t appleTime(Instant date);
+
+  // Stored values below 10,000,000,001 are whole seconds since 2001, others nanoseconds. Seconds outside the years
+  // 1 to 9999 are taken as the nearest instant inside them.
+  static Instant date(std::int64_t appleTime);
+
+  // The condition of the third query, for tests of its exact text.
+  static std::string chatsCondition(const std::set<std::int64_t>& chats);
+
+ private:
+  sqlite3* _db = nullptr;
+};
+
+}  // namespace pellora

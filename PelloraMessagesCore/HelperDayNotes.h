@@ -1,0 +1,40 @@
+// The helper's own memory: every kept day record, sealed in "Helper/notes.json" with the context "helper-notes".
+// Tested by Tests/Core/HelperDayNotesTests.cpp.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "PelloraMessagesCore/ExchangeKey.h"
+#include "PelloraMessagesCore/MessagesDayRecord.h"
+
+namespace pellora {
+
+struct HelperDayNotes {
+  std::vector<MessagesDayRecord> days;
+
+  enum class Reread { incremental, full };
+
+  // Absent when the file is missing, does not open or does not decode.
+  static std::optional<HelperDayNotes> loadIfReadable(const ExchangeKey& key,
+                                                      const std::optional<std::filesystem::path>& folder);
+
+  // As above, with empty notes for absent ones.
+  static HelperDayNotes load(const ExchangeKey& key, const std::optional<std::filesystem::path>& folder);
+
+  // Throws FileError.
+  void save(const ExchangeKey& key, const std::optional<std::filesystem::path>& folder) const;
+
+  // Takes over the new records, drops days before `cutoffDay` (a day string), days of people who are not current
+  // and, after a full reread, days of current people that were not handed in. Returns the people whose days
+  // changed.
+  std::set<Uuid> merge(const std::vector<MessagesDayRecord>& records, Reread reread, const std::string& cutoffDay,
+                       const std::set<Uuid>& currentPeople);
+
+  bool operator==(const HelperDayNotes&) const = default;
+};
+
+}  // namespace pellora

@@ -1,0 +1,39 @@
+// Names in the exchange between the two apps: the group, its folder, the files in it and their contexts.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "PelloraMessagesCore/Ports/GroupContainer.h"
+#include "PelloraMessagesCore/Uuid.h"
+
+namespace pellora {
+
+namespace HelperExchange {
+
+// A platform that puts a team prefix before group names sets PELLORA_TEAM_PREFIX when building.
+#ifndef PELLORA_TEAM_PREFIX
+#define PELLORA_TEAM_PREFIX ""
+#endif
+inline constexpr char kGroupIdentifier[] = PELLORA_TEAM_PREFIX "app.pellora.messages";
+
+inline constexpr char kPeopleFile[] = "people.json";
+inline constexpr char kHeartbeatFile[] = "heartbeat.json";
+inline constexpr char kNotesFile[] = "Helper/notes.json";
+inline constexpr char kAnalysedFile[] = "Helper/analysed.json";
+inline constexpr char kLatelyFolder[] = "Lately";
+inline constexpr char kDaysFolder[] = "Days";
+
+inline constexpr char kPeopleContext[] = "people";
+inline constexpr char kNotesContext[] = "helper-notes";
+
+// "lately:" and the name that the record's file has, without its extension.
+std::string latelyContext(const std::string& name);
+
+// Absent when the platform gives no folder for the group.
+std::optional<std::filesystem::path> folderURL(const GroupContainer& container);
+
+}  // namespace HelperExchange
+
+}  // namespace pellora

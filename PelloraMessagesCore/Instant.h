@@ -1,0 +1,26 @@
+// Absolute times. Nanoseconds are counted in 128 bits because the Messages store holds dates (seconds up to ten
+// thousand million after 2001, and anything a damaged row may say) that 64 bits of nanoseconds since 1970 do not.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+namespace pellora {
+
+__extension__ typedef __int128 Int128;
+
+using Nanoseconds = std::chrono::duration<Int128, std::nano>;
+
+// UTC, without leap seconds, as the system clock counts.
+using Instant = std::chrono::time_point<std::chrono::system_clock, Nanoseconds>;
+
+// Seconds since 1970, rounded down.
+constexpr std::int64_t wholeSeconds(Instant instant) {
+  return static_cast<std::int64_t>(std::chrono::floor<std::chrono::seconds>(instant.time_since_epoch()).count());
+}
+
+constexpr Instant instantAtSeconds(std::int64_t secondsSince1970) {
+  return Instant(Nanoseconds(static_cast<Int128>(secondsSince1970) * 1'000'000'000));
+}
+
+}  // namespace pellora

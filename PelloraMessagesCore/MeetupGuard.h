@@ -1,0 +1,40 @@
+// Keeps of the meetups that a language model proposes only those that the conversation itself bears out. Pure.
+// Tested by Tests/Core/MeetupGuardTests.cpp.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "PelloraMessagesCore/LocalCalendar.h"
+#include "PelloraMessagesCore/MessageLine.h"
+#include "PelloraMessagesCore/MessagesMeetup.h"
+
+namespace pellora {
+
+namespace MeetupGuard {
+
+struct Candidate {
+  std::int64_t message = 0;  // line number of the prompt, from 1
+  std::string what;
+  std::string when;
+};
+
+// The phrase in the text that says the two were together, if any.
+std::optional<std::string> cueIn(std::string_view text);
+
+// Whether the text is about a call.
+bool mentionsCall(std::string_view text);
+
+// The model's words, trimmed, when they stand in the message; else empty.
+std::string copiedWords(std::string_view modelText, std::string_view message);
+
+// `lines` are those of the prompt, in its order.
+std::vector<MessagesMeetup> accept(const std::vector<Candidate>& candidates, const std::vector<MessageLine>& lines,
+                                   Instant referenceDate, const LocalCalendar& calendar);
+
+}  // namespace MeetupGuard
+
+}  // namespace pellora

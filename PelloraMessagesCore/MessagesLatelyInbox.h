@@ -1,0 +1,37 @@
+// "Lately/UUID.json" in the shared folder: one sealed lately record a person. The helper only writes; reading all
+// and sweeping are for the companion side. Tested by Tests/Core/MessagesLatelyInboxTests.cpp.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+#include "PelloraMessagesCore/ExchangeKey.h"
+#include "PelloraMessagesCore/MessagesLatelyRecord.h"
+#include "PelloraMessagesCore/Uuid.h"
+
+namespace pellora {
+
+namespace MessagesLatelyInbox {
+
+using Folder = std::optional<std::filesystem::path>;
+
+// Replaces the person's record. Throws FileError.
+void write(const ExchangeKey& key, const Folder& folder, const MessagesLatelyRecord& record);
+
+// Absent when the file is missing, does not open or does not decode.
+std::optional<MessagesLatelyRecord> read(const ExchangeKey& key, const Folder& folder, const Uuid& person);
+
+// Every record that opens under its file's name and belongs to it, in listing order.
+std::vector<MessagesLatelyRecord> readAll(const ExchangeKey& key, const Folder& folder);
+
+// Removes the person's record, if there is one; false when it is there and cannot be removed.
+bool remove(const Folder& folder, const Uuid& person);
+
+// Removes every ".json" file that readAll would skip, and the folder "Days". Errors are ignored.
+// Returns how many record files were removed.
+std::size_t sweep(const ExchangeKey& key, const Folder& folder);
+
+}  // namespace MessagesLatelyInbox
+
+}  // namespace pellora

@@ -1,0 +1,49 @@
+// Keeps of the news that a language model proposes only what the person's own message bears out. Pure.
+// Tested by Tests/Core/NewsGuardTests.cpp.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "PelloraMessagesCore/MessageLine.h"
+#include "PelloraMessagesCore/MessagesNews.h"
+
+namespace pellora {
+
+namespace NewsGuard {
+
+struct Candidate {
+  std::int64_t message = 0;  // line number of the prompt, from 1
+  std::string sentence;
+  MessagesNews::Kind kind = MessagesNews::Kind::work;
+  std::string when;
+};
+
+// `lines` are those of the prompt, in its order.
+std::vector<MessagesNews> accept(const std::vector<Candidate>& candidates, const std::vector<MessageLine>& lines,
+                                 std::string_view firstName, Instant referenceDate);
+
+// The model's sentence with the name as the caller spells it, or nothing when it is not about the person.
+std::optional<std::string> fixSentence(std::string_view sentence, std::string_view firstName);
+
+// "Sam had a baby, Ida" for a newborn's sentence that has the baby as its subject, or nothing.
+std::optional<std::string> birthRepair(const Candidate& candidate, const MessageLine& line, std::string_view firstName);
+
+// Whether sentence and source share a content word.
+bool overlaps(std::string_view sentence, std::string_view source, std::string_view firstName);
+
+// Whether the sentence tells of something the person only went to or heard of.
+bool isSecondHand(std::string_view sentence, std::string_view firstName);
+
+// Whether the source speaks of a life event.
+bool hasEvent(std::string_view source);
+
+// Oldest first, without items that say the same as a kept one of their kind.
+std::vector<MessagesNews> withoutRepeats(const std::vector<MessagesNews>& news);
+
+}  // namespace NewsGuard
+
+}  // namespace pellora

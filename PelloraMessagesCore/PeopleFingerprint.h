@@ -1,0 +1,15 @@
+// A short text that changes whenever the people file's people, numbers or addresses do: 64-bit FNV-1a over them in
+// file order. Not for security. Tested by Tests/Core/PeopleFingerprintTests.cpp.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "PelloraMessagesCore/HelperPerson.h"
+
+namespace pellora {
+
+// Lower-case hexadecimal without leading zeros.
+std::string peopleFingerprint(const std::vector<HelperPerson>& people);
+
+}  // namespace pellora

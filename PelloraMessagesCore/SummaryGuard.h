@@ -1,0 +1,33 @@
+// Checks on what a language model wrote before any of it is kept, and two tests on texts that the other guards
+// share. Pure. Tested by Tests/Core/SummaryGuardTests.cpp.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace pellora {
+
+namespace SummaryGuard {
+
+// The day sentence to keep, or nothing. `firstName` is the name that the sentence must open with.
+std::optional<std::string> checkSentence(std::string_view answer, std::string_view firstName);
+
+// The lately summary to keep (two sentences at most), or nothing.
+std::optional<std::string> checkLately(std::string_view answer, std::string_view firstName);
+
+// Whether anything in the text could be a web or mail address; deliberately broad.
+bool looksLikeLink(std::string_view text);
+
+// Whether the text speaks of "the user".
+bool mentionsUser(std::string_view text);
+
+// Whether the text tries to give a language model orders.
+bool looksLikeInstruction(std::string_view text);
+
+// Up to the first ".", "!" or "?" that ends the text or stands before a space; all of it without one.
+std::string firstSentence(std::string_view text);
+
+}  // namespace SummaryGuard
+
+}  // namespace pellora

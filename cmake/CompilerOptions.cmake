@@ -1,0 +1,23 @@
+# Warnings, hardening and sanitizers, in one interface target that everything links.
+add_library(pellora_options INTERFACE)
+target_compile_options(pellora_options INTERFACE -Wall -Wextra -Wpedantic -fstack-protector-strong)
+target_compile_definitions(pellora_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII
+  $<$<BOOL:${PELLORA_TEAM_PREFIX}>:PELLORA_TEAM_PREFIX="${PELLORA_TEAM_PREFIX}">)
+target_include_directories(pellora_options INTERFACE ${CMAKE_SOURCE_DIR})
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+if(PELLORA_SANITIZE)
+  target_compile_options(pellora_options INTERFACE
+    -fsanitize=address,undefined -fno-sanitize=function -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(pellora_options INTERFACE -fsanitize=address,undefined)
+elseif(PELLORA_SANITIZE_THREADS)
+  target_compile_options(pellora_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+  target_link_options(pellora_options INTERFACE -fsanitize=thread)
+else()
+  include(CheckPIESupported)
+  check_pie_supported()
+  target_compile_options(pellora_options INTERFACE
+    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3>
+    $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>:-fcf-protection=full>)
+  target_link_options(pellora_options INTERFACE -Wl,-z,relro,-z,now -Wl,--as-needed)
+endif()
