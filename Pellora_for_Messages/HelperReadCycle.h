@@ -1,0 +1,101 @@
+// One read from start to end: checks, what to fetch, day records, analysis, notes, lately records, progress keys.
+// Made anew for every read and kept alive by the coroutine that runs it. The delegate may go away while the read
+// waits for the language model or the event loop; the read then ends without touching anything more.
+// Tested by Tests/App/HelperEngineReadTests.cpp.
+#pragma once
+
+#include <QPointer>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "PelloraMessagesCore/AnalysedDays.h"
+#include "PelloraMessagesCore/ChatDatabase.h"
+#include "PelloraMessagesCore/ExchangeKey.h"
+#include "PelloraMessagesCore/HandleMatcher.h"
+#include "PelloraMessagesCore/HelperDayNotes.h"
+#include "PelloraMessagesCore/HelperHeartbeat.h"
+#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/LatelySummaries.h"
+#include "PelloraMessagesCore/MessagesDayDraft.h"
+#include "Pellora_for_Messages/HelperPlatform.h"
+
+namespace pellora {
+
+class HelperReadCycle {
+ public:
+  // What the engine hears of while a read goes on.
+  class Delegate {
+   public:
+    virtual ~Delegate() = default;
+    virtual void databaseIsReadable() = 0;
+    virtual void peopleFound(std::int64_t count) = 0;  // the checks are passed, the work begins
+    virtual void analysisProgress(std::int64_t done, std::int64_t total) = 0;
+    virtual void recordWritten() = 0;
+  };
+
+  struct Outcome {
+    enum class Kind { needsFullDiskAccess, waitingForPellora, failed, finished, abandoned };
+
+    Kind kind = Kind::abandoned;
+    std::string failure;
+    Instant startedAt;
+  };
+
+  static constexpr std::chrono::seconds kReadWindow{2'592'000};  // 30 days of 86,400 s
+  static constexpr std::int64_t kWindowDays = 30;
+  static constexpr int kFullLimit = 50'000;        // rows
+  static constexpr int kIncrementalLimit = 5'000;  // rows
+
+  // `owner` is the delegate's own object: the read is abandoned when it goes.
+  HelperReadCycle(const HelperPlatform& platform, std::shared_ptr<LatelySummaries> summaries, QObject* owner,
+                  Delegate& delegate);
+
+  // Never throws.
+  Task<Outcome> run();
+
+ private:
+  // What is read of the store, and what for.
+  struct Fetched {
+    std::vector<HistoryMessage> messages;
+    std::int64_t lastRow = 0;
+    HelperDayNotes::Reread reread = HelperDayNotes::Reread::full;
+  };
+  // Where the pieces of the read meet.
+  struct Work {
+    ExchangeKey key;
+    HelperPeopleFile people;
+    HandleMatcher matcher;
+    LocalCalendar calendar;
+    std::string fingerprint;
+    std::optional<HelperDayNotes> stored;  // absent under another notes version and when it cannot be read
+    bool modelIsThere = false;
+    std::string cutoffDay;
+  };
+
+  bool isAbandoned() const { return _owner.isNull(); }
+  std::optional<HelperPeopleFile> loadPeople(const ExchangeKey& key) const;
+  Task<void> read(Work& work);
+  bool isIncremental(const Work& work, std::int64_t lastRow) const;
+  Fetched fetch(const ChatDatabase& database, const ChatParticipants& participants, const Work& work) const;
+  Fetched fetchAll(const ChatDatabase& database) const;
+  Fetched fetchNew(const ChatDatabase& database, const ChatParticipants& participants, const Work& work,
+                   std::int64_t lastRow) const;
+  Task<std::vector<MessagesDayRecord>> recordsOf(std::vector<MessagesDayDraft>& drafts, Work& work);
+  Task<bool> analyse(MessagesDayDraft& draft, const Work& work);
+  void keepAnalysed(const Work& work, AnalysedDays& analysed, const MessagesDayRecord& record) const;
+  Task<void> writeLatelyRecords(const HelperDayNotes& notes, Work& work);
+  void storeProgress(const Work& work, std::int64_t lastRow) const;
+
+  const HelperPlatform& _platform;
+  std::shared_ptr<LatelySummaries> _summaries;
+  QPointer<QObject> _owner;
+  Delegate& _delegate;
+  std::optional<std::filesystem::path> _folder;
+  Instant _now;
+};
+
+}  // namespace pellora
