@@ -1,8 +1,9 @@
 // Whole files, old or new, never in between: a temporary file in the same folder (mode 0600), every write and
 // sync checked, renamed over the target, the folder synced. When anything fails the target keeps its old content
-// and the temporary file is removed. A process that is killed leaves at most a temporary file, which
+// and the temporary file is removed; only when syncing the folder fails the new content stands already, and
+// whether it survives a power cut is unknown. A process that is killed leaves at most a temporary file, which
 // removeLeftovers takes away: each is locked by its writer while it is alive, so nobody's running write is
-// disturbed. Tested by Tests/Core/AtomicFileTests.cpp.
+// disturbed. A link in the target's place is replaced, not followed. Tested by Tests/Core/AtomicFileTests.cpp.
 #pragma once
 
 #include <cstddef>
@@ -18,7 +19,8 @@ namespace AtomicFile {
 // Creates missing parent folders (mode 0700), then replaces or creates the file. Throws FileError.
 void write(const std::filesystem::path& file, std::string_view bytes);
 
-// The whole file; absent when it cannot be read, is no regular file or is larger than `maximumSize` bytes.
+// The whole file; absent when it cannot be read, is no regular file or is larger than `maximumSize` bytes. Never
+// waits for the other end of a pipe.
 std::optional<std::string> read(const std::filesystem::path& file, std::size_t maximumSize = std::size_t{1} << 30);
 
 // Removes temporary files in this one folder whose writers are gone. Errors are ignored.

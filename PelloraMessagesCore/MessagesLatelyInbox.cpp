@@ -1,0 +1,98 @@
+#include "PelloraMessagesCore/MessagesLatelyInbox.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <string>
+#include <system_error>
+
+#include "PelloraMessagesCore/ExchangeCoding.h"
+#include "PelloraMessagesCore/HelperExchange.h"
+#include "PelloraMessagesCore/SealedFile.h"
+
+namespace pellora::MessagesLatelyInbox {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kExtension[] = ".json";
+
+std::string fileName(const std::string& name) {
+  return std::string(HelperExchange::kLatelyFolder) + "/" + name + kExtension;
+}
+
+// The names without their extension of all files that may be records, sorted by their bytes so that the order does
+// not depend on the file system. An extension is compared as it stands; a name that is nothing but an extension
+// has none.
+std::vector<std::string> listNames(const fs::path& folder) {
+  std::vector<std::string> names;
+  std::error_code error;
+  fs::directory_iterator entry(folder / HelperExchange::kLatelyFolder, error);
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error))
+    if (entry->path().extension() == kExtension) names.push_back(entry->path().stem().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+// The record in this file, under whatever name it lies.
+std::optional<MessagesLatelyRecord> readNamed(const ExchangeKey& key, const Folder& folder, const std::string& name) {
+  const std::optional<std::string> json =
+      SealedFile::read(key, folder, fileName(name), HelperExchange::latelyContext(name));
+  if (!json) return std::nullopt;
+  return ExchangeCoding::decode<MessagesLatelyRecord>(*json);
+}
+
+// As readNamed, and the record belongs to the person whose name the file bears.
+std::optional<MessagesLatelyRecord> readOwn(const ExchangeKey& key, const Folder& folder, const std::string& name) {
+  std::optional<MessagesLatelyRecord> record = readNamed(key, folder, name);
+  if (record && record->personID.toString() != name) record.reset();
+  return record;
+}
+
+void removeDaysFolder(const fs::path& folder) {
+  std::error_code ignored;
+  const fs::path days = folder / HelperExchange::kDaysFolder;
+  // A link to a folder goes, what it leads to stays.
+  if (fs::is_directory(days, ignored)) fs::remove_all(days, ignored);
+}
+
+}  // namespace
+
+void write(const ExchangeKey& key, const Folder& folder, const MessagesLatelyRecord& record) {
+  const std::string name = record.personID.toString();
+  SealedFile::write(key, folder, fileName(name), HelperExchange::latelyContext(name), ExchangeCoding::encode(record));
+}
+
+std::optional<MessagesLatelyRecord> read(const ExchangeKey& key, const Folder& folder, const Uuid& person) {
+  return readNamed(key, folder, person.toString());
+}
+
+std::vector<MessagesLatelyRecord> readAll(const ExchangeKey& key, const Folder& folder) {
+  std::vector<MessagesLatelyRecord> records;
+  if (!folder) return records;
+  for (const std::string& name : listNames(*folder))
+    if (std::optional<MessagesLatelyRecord> record = readOwn(key, folder, name)) records.push_back(*std::move(record));
+  return records;
+}
+
+bool remove(const Folder& folder, const Uuid& person) {
+  if (!folder) return true;
+  const fs::path file = *folder / fileName(person.toString());
+  return ::unlink(file.c_str()) == 0 || errno == ENOENT || errno == ENOTDIR;
+}
+
+std::size_t sweep(const ExchangeKey& key, const Folder& folder) {
+  if (!folder) return 0;
+  std::size_t removedCount = 0;
+  std::error_code ignored;
+  // Nothing is ever removed outside the shared folder, so not through a link either.
+  if (!fs::is_symlink(*folder / HelperExchange::kLatelyFolder, ignored))
+    for (const std::string& name : listNames(*folder))
+      if (!readOwn(key, folder, name) && ::unlink((*folder / fileName(name)).c_str()) == 0) ++removedCount;
+  removeDaysFolder(*folder);
+  return removedCount;
+}
+
+}  // namespace pellora::MessagesLatelyInbox
