@@ -1,0 +1,40 @@
+// The helper as an autostart entry of the desktop: `autostart/app.pellora.Messages.desktop` in the user's
+// configuration folder, which overrides one of the same name in the system's folders. An entry is disabled by
+// `Hidden=true` or `X-GNOME-Autostart-enabled=false`. Keys that others added stay.
+// Tested by Tests/Adapters/LoginItemTests.cpp.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "PelloraMessagesCore/Ports/LoginItem.h"
+
+namespace pellora {
+
+class XdgAutostartLoginItem : public LoginItem {
+ public:
+  // `program` is started at login with the argument --background. The folders come from the environment.
+  explicit XdgAutostartLoginItem(std::filesystem::path program);
+  // Absent: nothing can be enabled. The system's folders come in the order in which they count.
+  XdgAutostartLoginItem(std::filesystem::path program, std::optional<std::filesystem::path> userConfiguration,
+                        std::vector<std::filesystem::path> systemConfigurations);
+
+  bool isEnabled() const override;
+  void enable() override;
+  void disable() override;
+
+  // Lets an enabled entry of the user's start this program when it starts another path. Fails without a word.
+  void refresh();
+
+ private:
+  std::optional<std::string> systemEntry() const;
+  void write(const std::string& bytes) const;
+
+  std::string _command;
+  std::optional<std::filesystem::path> _userFile;
+  std::vector<std::filesystem::path> _systemFiles;
+};
+
+}  // namespace pellora
