@@ -27,4 +27,13 @@ std::optional<std::filesystem::path> path() {
   return folder;
 }
 
+std::optional<std::filesystem::path> own() {
+  const auto base = path();
+  if (!base) return std::nullopt;
+  std::filesystem::path folder = *base / "app.pellora.messages";
+  mkdir(folder.c_str(), 0700);
+  if (!isOwnFolder(folder)) return std::nullopt;
+  return folder;
+}
+
 }  // namespace pellora::RuntimeFolder

@@ -11,6 +11,9 @@ namespace RuntimeFolder {
 
 std::optional<std::filesystem::path> path();
 
+// The folder "app.pellora.messages" in it, made with mode 0700; absent also when it is not a private one.
+std::optional<std::filesystem::path> own();
+
 }  // namespace RuntimeFolder
 
 }  // namespace pellora

@@ -1,0 +1,26 @@
+// Lets one helper at a time work on a shared folder: a locked file in the runtime folder, named for the shared
+// folder. The lock ends with the process, however it ends; the empty file stays.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+namespace pellora {
+
+class InstanceLock {
+ public:
+  // Absent when another process holds the lock. Where no lock file can be made the lock is taken for granted: files
+  // are replaced whole, so two helpers cost work, not data.
+  static std::optional<InstanceLock> take(const std::optional<std::filesystem::path>& sharedFolder);
+
+  InstanceLock(InstanceLock&& other) noexcept;
+  InstanceLock& operator=(InstanceLock&&) = delete;
+  ~InstanceLock();
+
+ private:
+  explicit InstanceLock(int descriptor) : _descriptor(descriptor) {}
+
+  int _descriptor;  // -1: none
+};
+
+}  // namespace pellora

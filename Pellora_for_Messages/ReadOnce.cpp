@@ -1,0 +1,56 @@
+#include "Pellora_for_Messages/ReadOnce.h"
+
+#include <QCoroTask>
+#include <iostream>
+
+#include "Adapters/Linux/InstanceLock.h"
+#include "PelloraMessagesCore/HelperExchange.h"
+#include "Pellora_for_Messages/HelperEngine.h"
+#include "Pellora_for_Messages/PlatformAdapters.h"
+#include "Pellora_for_Messages/StatusLine.h"
+
+namespace pellora::ReadOnce {
+
+namespace {
+
+int report(const HelperEngine& engine, const HelperPlatform& platform) {
+  using Kind = HelperEngine::State::Kind;
+  std::cout << statusLine(engine.state(), engine.lastReadAt(), platform.scheduler.now(), platform.calendar()) << '\n'
+            << std::flush;
+  switch (engine.state().kind) {
+    case Kind::idle:
+      return kRead;
+    case Kind::needsFullDiskAccess:
+      std::cerr << "The Messages database can't be read: " << platform.chatDatabase.string() << '\n';
+      return kNeedsFullDiskAccess;
+    case Kind::waitingForPellora:
+      std::cerr << "Pellora hasn't shared a key and people yet; `pellora-companion status` says what is missing.\n";
+      return kWaitingForPellora;
+    case Kind::failed:
+      std::cerr << engine.state().failure << '\n';
+      return kFailed;
+    case Kind::starting:
+    case Kind::reading:
+      break;
+  }
+  std::cerr << "The read did not finish.\n";
+  return kFailed;
+}
+
+}  // namespace
+
+int run() {
+  PlatformAdapters adapters;
+  const HelperPlatform platform = adapters.platform();
+  const auto lock = InstanceLock::take(HelperExchange::folderURL(platform.container));
+  if (!lock || adapters.isHelperOnBus()) {
+    std::cerr << "Pellora for Messages is already running.\n";
+    return kAlreadyRunning;
+  }
+  adapters.removeLeftovers();
+  HelperEngine engine(platform);
+  QCoro::waitFor(engine.readNow());
+  return report(engine, platform);
+}
+
+}  // namespace pellora::ReadOnce

@@ -1,0 +1,44 @@
+// The process: reads the command line and hands over to the app or to a single read.
+#include <QCoreApplication>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "Pellora_for_Messages/HelperApp.h"
+#include "Pellora_for_Messages/HelperOptions.h"
+#include "Pellora_for_Messages/PlatformAdapters.h"
+#include "Pellora_for_Messages/ReadOnce.h"
+
+namespace {
+
+constexpr int kWrongUsage = 2;
+
+int readOnce(int argc, char** argv) {
+  const QCoreApplication application(argc, argv);
+  return pellora::ReadOnce::run();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using pellora::HelperOptions;
+  std::string problem;
+  const auto options = HelperOptions::parse(std::vector<std::string>(argv + 1, argv + argc), problem);
+  if (!options) {
+    std::cerr << problem << " Try --help.\n";
+    return kWrongUsage;
+  }
+  switch (options->mode) {
+    case HelperOptions::Mode::help:
+      std::cout << HelperOptions::helpText();
+      return 0;
+    case HelperOptions::Mode::version:
+      std::cout << "pellora-for-messages " << pellora::PlatformAdapters::version() << '\n';
+      return 0;
+    case HelperOptions::Mode::readOnce:
+      return readOnce(argc, argv);
+    case HelperOptions::Mode::app:
+      break;
+  }
+  return pellora::runHelperApp(argc, argv, *options);
+}

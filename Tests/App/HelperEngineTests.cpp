@@ -1,0 +1,201 @@
+// When the engine reads: start, timer, watcher, debounce, read-now signal, coalescing, suspension, login item.
+#include <gtest/gtest.h>
+
+#include "Pellora_for_Messages/HelperEngine.h"
+#include "Tests/Support/EngineWorld.h"
+#include "Tests/Support/GatedLanguageModel.h"
+
+namespace pellora {
+namespace {
+
+using namespace std::chrono_literals;
+using support::EngineWorld;
+using support::GatedLanguageModel;
+using Kind = HelperEngineState::Kind;
+
+std::ptrdiff_t readsOf(const EngineWorld& world) {
+  const auto& history = world.defaults.history();
+  return std::count(history.begin(), history.end(), "messages.lastReadAt");
+}
+
+std::filesystem::path logOf(const EngineWorld& world) {
+  return world.database.string() + "-wal";
+}
+
+TEST(HelperEngine, BeginsInStartingWithWhatTheDefaultsAndTheLoginItemSay) {
+  EngineWorld world;
+  world.loginItem.enable();
+  world.defaults.store({{"messages.lastReadAt", EngineWorld::kStart - 60s}});
+  const auto engine = world.makeEngine();
+  EXPECT_EQ(engine->state().kind, Kind::starting);
+  EXPECT_EQ(engine->lastReadAt(), EngineWorld::kStart - 60s);
+  EXPECT_EQ(engine->peopleCount(), 0);
+  EXPECT_EQ(engine->peopleWritten(), 0);
+  EXPECT_TRUE(engine->opensAtLogin());
+}
+
+TEST(HelperEngine, TakesALastReadThatIsNoDateForNone) {
+  EngineWorld world;
+  world.defaults.store({{"messages.lastReadAt", std::string("yesterday")}});
+  EXPECT_FALSE(world.makeEngine()->lastReadAt());
+}
+
+TEST(HelperEngine, ReadsAtStartAndASecondStartDoesNothing) {
+  EngineWorld world;
+  const auto engine = world.makeEngine();
+  engine->start();
+  EXPECT_EQ(readsOf(world), 1);
+  engine->start();
+  EXPECT_EQ(readsOf(world), 1);
+  EXPECT_EQ(world.notifications.observerCount(), 1U);
+  EXPECT_EQ(world.fileEvents.watchCount(), 1U);
+  EXPECT_EQ(engine->state().kind, Kind::idle);
+}
+
+TEST(HelperEngine, RegistersTheLoginItemOnTheFirstStartOnly) {
+  EngineWorld world;
+  world.makeEngine()->start();
+  EXPECT_EQ(world.loginItem.enableCalls(), 1);
+  EXPECT_TRUE(world.defaults.boolean("messages.loginItemDecided"));
+  world.loginItem.disable();
+  const auto second = world.makeEngine();
+  second->start();
+  EXPECT_EQ(world.loginItem.enableCalls(), 1);
+  EXPECT_FALSE(second->opensAtLogin());
+}
+
+TEST(HelperEngine, ShowsWhatTheLoginItemServiceReportsWhenItRefuses) {
+  EngineWorld world;
+  world.loginItem.setRefusing(true);
+  const auto engine = world.makeEngine();
+  engine->setOpensAtLogin(true);
+  EXPECT_FALSE(engine->opensAtLogin());
+  EXPECT_TRUE(world.defaults.boolean("messages.loginItemDecided"));
+  world.loginItem.setRefusing(false);
+  int changes = 0;
+  QObject::connect(engine.get(), &HelperEngine::changed, engine.get(), [&changes] { ++changes; });
+  engine->setOpensAtLogin(true);
+  EXPECT_TRUE(engine->opensAtLogin());
+  engine->setOpensAtLogin(true);
+  EXPECT_EQ(changes, 1);
+}
+
+TEST(HelperEngine, ReadsEvery900Seconds) {
+  EngineWorld world;
+  const auto engine = world.makeEngine();
+  engine->start();
+  world.scheduler.advance(899s);
+  EXPECT_EQ(readsOf(world), 1);
+  world.scheduler.advance(1s);
+  EXPECT_EQ(readsOf(world), 2);
+  world.scheduler.advance(3h);
+  EXPECT_EQ(readsOf(world), 14);
+}
+
+TEST(HelperEngine, ReadsThirtySecondsAfterTheLastWriteToTheLog) {
+  EngineWorld world;
+  const auto engine = world.makeEngine();
+  engine->start();
+  for (int burst = 0; burst < 5; ++burst) {
+    for (int event = 0; event < 1000; ++event) world.fileEvents.raise(logOf(world));
+    world.scheduler.advance(10s);
+    EXPECT_EQ(readsOf(world), 1);
+  }
+  world.scheduler.advance(19s);
+  EXPECT_EQ(readsOf(world), 1);
+  world.scheduler.advance(1s);
+  EXPECT_EQ(readsOf(world), 2);
+}
+
+TEST(HelperEngine, ArmsTheWatcherWithTheFirstReadThatFindsTheDatabaseReadable) {
+  EngineWorld world;
+  const auto hidden = world.folder / "hidden";
+  world.store.reset();
+  std::filesystem::rename(world.database.parent_path(), hidden);
+  const auto engine = world.makeEngine();
+  engine->start();
+  EXPECT_EQ(engine->state().kind, Kind::needsFullDiskAccess);
+  EXPECT_EQ(world.fileEvents.watchCount(), 0U);
+  std::filesystem::rename(hidden, world.database.parent_path());
+  const support::SmallStore::Row row{1, 0, false, "hello", {}, 0, 0};
+  support::StoreConnection writer(world.database);
+  writer.execute("PRAGMA journal_mode=WAL; INSERT INTO message(guid, text, date) VALUES('x', 'hi', 0)");
+  engine->requestRead();
+  EXPECT_EQ(world.fileEvents.watchCount(), 1U);
+  engine->requestRead();
+  EXPECT_EQ(world.fileEvents.watchCount(), 1U);
+}
+
+TEST(HelperEngine, ReadsAtOnceOnTheReadNowSignal) {
+  EngineWorld world;
+  const auto engine = world.makeEngine();
+  engine->start();
+  world.notifications.post("app.pellora.messages.readNow");
+  EXPECT_EQ(readsOf(world), 2);
+  world.notifications.post("app.pellora.messages.other");
+  EXPECT_EQ(readsOf(world), 2);
+}
+
+TEST(HelperEngine, TenRequestsDuringOneReadGiveOneMore) {
+  GatedLanguageModel model;
+  EngineWorld world(&model);
+  world.fromAnna(1h, "Did you see the news about the harbour?");
+  const auto engine = world.makeEngine();
+  engine->start();
+  ASSERT_EQ(model.waiting(), 1U);
+  EXPECT_EQ(engine->state().kind, Kind::reading);
+  for (int request = 0; request < 10; ++request) QCoro::waitFor(engine->readNow());
+  model.answerAll();
+  EXPECT_EQ(engine->state().kind, Kind::idle);
+  EXPECT_EQ(readsOf(world), 2);
+}
+
+TEST(HelperEngine, AReadThatIsUnderWayEndsQuietlyWhenTheEngineGoes) {
+  GatedLanguageModel model;
+  EngineWorld world(&model);
+  world.fromAnna(1h, "Did you see the news about the harbour?");
+  auto engine = world.makeEngine();
+  engine->start();
+  ASSERT_EQ(model.waiting(), 1U);
+  engine.reset();
+  model.answerAll();
+  EXPECT_EQ(readsOf(world), 0);
+  EXPECT_TRUE(world.notes().days.empty());
+  EXPECT_FALSE(world.heartbeat());
+  world.scheduler.advance(1h);
+  world.notifications.post("app.pellora.messages.readNow");
+  EXPECT_EQ(readsOf(world), 0);
+}
+
+TEST(HelperEngine, DoesNotReadWhileSuspendedAndReadsOnceAfterwards) {
+  EngineWorld world;
+  const auto engine = world.makeEngine();
+  engine->start();
+  engine->suspend();
+  world.scheduler.advance(2h);
+  world.notifications.post("app.pellora.messages.readNow");
+  EXPECT_EQ(readsOf(world), 1);
+  engine->resume();
+  EXPECT_EQ(readsOf(world), 2);
+  engine->resume();
+  EXPECT_EQ(readsOf(world), 2);
+}
+
+TEST(HelperEngine, TellsHowManyDaysAreAnalysed) {
+  GatedLanguageModel model;
+  EngineWorld world(&model);
+  world.fromAnna(1h, "Did you see the news about the harbour?");
+  world.fromAnna(25h, "The harbour was full of ships yesterday.");
+  const auto engine = world.makeEngine();
+  engine->start();
+  EXPECT_EQ(engine->daysToAnalyse(), 2);
+  EXPECT_EQ(engine->daysAnalysed(), 0);
+  model.answerOne();  // the newest day's sentence
+  model.answerOne();  // and its news
+  EXPECT_EQ(engine->daysAnalysed(), 1);
+  model.answerAll();
+  EXPECT_EQ(engine->daysToAnalyse(), 0);
+}
+
+}  // namespace
+}  // namespace pellora
