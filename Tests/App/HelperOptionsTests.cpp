@@ -1,0 +1,27 @@
+#include "Pellora_for_Messages/HelperOptions.h"
+
+#include <gtest/gtest.h>
+
+namespace pellora {
+namespace {
+
+TEST(HelperOptions, ReadsEveryOption) {
+  std::string problem;
+  EXPECT_EQ(HelperOptions::parse({}, problem)->mode, HelperOptions::Mode::app);
+  EXPECT_TRUE(HelperOptions::parse({"--background"}, problem)->background);
+  EXPECT_EQ(HelperOptions::parse({"--read-once"}, problem)->mode, HelperOptions::Mode::readOnce);
+  EXPECT_EQ(HelperOptions::parse({"--version"}, problem)->mode, HelperOptions::Mode::version);
+  EXPECT_EQ(HelperOptions::parse({"--help", "--nonsense"}, problem)->mode, HelperOptions::Mode::help);
+}
+
+TEST(HelperOptions, SaysInOneSentenceWhatIsWrong) {
+  std::string problem;
+  EXPECT_FALSE(HelperOptions::parse({"--read-twice"}, problem));
+  EXPECT_EQ(problem, "Unknown option: --read-twice");
+  EXPECT_FALSE(HelperOptions::parse({"now"}, problem));
+  EXPECT_EQ(problem, "Unexpected argument: now");
+  EXPECT_FALSE(HelperOptions::parse({"--read-once", "--background"}, problem));
+}
+
+}  // namespace
+}  // namespace pellora
