@@ -1,0 +1,22 @@
+// What the process keeps when it gives up the rest.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+namespace pellora {
+
+struct ConfinementPlan {
+  // Below these everything may be written; they are made (mode 0700) when missing, so that they can be named.
+  std::vector<std::filesystem::path> writableFolders;
+  // Where SQLite may make and write the files that a reader needs beside the store.
+  std::filesystem::path storeFolder;
+  // The port of a model server on the loopback interface; absent: no internet sockets at all.
+  std::optional<std::uint16_t> modelPort;
+  // The display or the bus is reached over TCP, so sockets cannot be given up.
+  bool needsInternetSockets = false;
+};
+
+}  // namespace pellora

@@ -1,0 +1,79 @@
+#include "Adapters/Linux/ProcessConfinement.h"
+
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include "Adapters/Linux/Landlock.h"
+#include "Adapters/Linux/SystemCallFilter.h"
+
+namespace pellora::ProcessConfinement {
+
+namespace {
+
+using Protection = ConfinementReport::Protection;
+
+constexpr int kFirstWithNetwork = 4;  // version of Landlock
+
+Protection giveUpCoreDumps() {
+  const rlimit none{0, 0};
+  const bool isOff = setrlimit(RLIMIT_CORE, &none) == 0;
+  return {"core dumps", isOff, isOff ? "none are written" : "could not be turned off"};
+}
+
+Protection giveUpTracing() {
+  const bool isOff = prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0;
+  return {"tracing", isOff, isOff ? "other programs can't look into the process" : "could not be turned off"};
+}
+
+void appendCalls(const ConfinementPlan& plan, std::vector<Protection>& protections) {
+  using Sockets = SystemCallFilter::Sockets;
+  const Sockets sockets = plan.needsInternetSockets ? Sockets::all
+                          : plan.modelPort          ? Sockets::localAndTcp
+                                                    : Sockets::localOnly;
+  const bool isOn = SystemCallFilter::enforce(sockets);
+  protections.push_back({"programs", isOn, isOn ? "it can't start any" : "the kernel has no system call filter"});
+  if (plan.needsInternetSockets)
+    protections.push_back({"sockets", false, "the display or the bus is reached over the network"});
+  else if (!isOn)
+    protections.push_back({"sockets", false, "the kernel has no system call filter"});
+  else
+    protections.push_back({"sockets", true, plan.modelPort ? "TCP only" : "no internet sockets"});
+}
+
+Protection confineWriting(const ConfinementPlan& plan, bool restrictsTcp, bool& isEnforced) {
+  std::error_code error;
+  if (Landlock::version() == 0) return {"writing", false, "the kernel has no Landlock"};
+  if (!std::filesystem::is_directory(plan.storeFolder, error))
+    return {"writing", false, "from the next start on: there is no Messages folder yet"};
+  Landlock rules(restrictsTcp);
+  for (const std::filesystem::path& folder : plan.writableFolders) {
+    std::filesystem::create_directories(folder, error);
+    rules.allow(folder, Landlock::Writing::everything);
+  }
+  rules.allow(plan.storeFolder, Landlock::Writing::makeAndWriteFiles);
+  for (const char* device : {"/dev/null", "/dev/dri", "/dev/shm"}) rules.allow(device, Landlock::Writing::everything);
+  if (plan.modelPort) rules.allowConnecting(*plan.modelPort);
+  isEnforced = rules.enforce();
+  return {"writing", isEnforced, isEnforced ? "only its own folders" : "the kernel refused"};
+}
+
+}  // namespace
+
+ConfinementReport apply(const ConfinementPlan& plan) {
+  ConfinementReport report;
+  report.processID = getpid();
+  report.protections.push_back(giveUpCoreDumps());
+  report.protections.push_back(giveUpTracing());
+  const bool restrictsTcp = plan.modelPort && !plan.needsInternetSockets;
+  bool isEnforced = false;
+  report.protections.push_back(confineWriting(plan, restrictsTcp, isEnforced));
+  if (restrictsTcp) {
+    const bool isOn = isEnforced && Landlock::version() >= kFirstWithNetwork;
+    report.protections.push_back({"model port", isOn, isOn ? "TCP to the model's port only" : "not on this kernel"});
+  }
+  appendCalls(plan, report.protections);
+  return report;
+}
+
+}  // namespace pellora::ProcessConfinement
