@@ -1,0 +1,181 @@
+#include "Tests/ModelServer/ModelBehaviour.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "Tests/ModelServer/MadeUpAnswers.h"
+
+namespace pellora::modelserver {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+std::string dumped(const ordered_json& value) {
+  return value.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+}
+
+std::string messageOf(const ordered_json& body, const std::string& role) {
+  for (const auto& message : body.value("messages", ordered_json::array())) {
+    if (message.is_object() && message.value("role", "") == role) return message.value("content", "");
+  }
+  return {};
+}
+
+// Absent (null) for a plain question. A schema at any other place is ignored, as real servers do.
+ordered_json schemaOf(const ordered_json& body) {
+  if (body.contains("format") && body["format"].is_object()) return body["format"];
+  const ordered_json format = body.value("response_format", ordered_json::object());
+  if (format.value("type", "") != "json_schema") return nullptr;
+  return format.value("json_schema", ordered_json::object()).value("schema", ordered_json());
+}
+
+struct Output {
+  std::string content;
+  std::string thinking;
+};
+
+Output withThinking(const std::string& answer, const std::string& form) {
+  if (form == "tags") return {"<think>\nFirst I think about it.\n</think>\n\n" + answer, {}};
+  if (form == "unopened") return {"I think about it.\n</think>\n" + answer, {}};
+  if (form == "field") return {answer, "I think about it."};
+  if (form == "only") return {{}, answer};
+  return {answer, {}};
+}
+
+}  // namespace
+
+bool ModelBehaviour::isLoading() {
+  const auto passed = std::chrono::steady_clock::now() - _startedAt;
+  if (passed < std::chrono::milliseconds(_options.loadingMilliseconds)) return true;
+  return ++_asked <= _options.loadingRequests;
+}
+
+HttpResponse ModelBehaviour::error(int status, const std::string& message, const std::string& type) const {
+  HttpResponse response;
+  response.status = status;
+  if (_options.errorForm == "none") {
+    response.body = "<html>no JSON here</html>";
+  } else if (_options.errorForm == "string") {
+    response.body = dumped({{"error", message}});
+  } else {
+    response.body = dumped({{"error", {{"code", status}, {"message", message}, {"type", type}}}});
+  }
+  return response;
+}
+
+HttpResponse ModelBehaviour::answer(const HttpRequest& request) {
+  if (isLoading()) return error(503, "Loading model", "unavailable_error");
+  if (!_options.redirectTo.empty()) {
+    HttpResponse response;
+    response.status = 307;
+    response.location = _options.redirectTo + request.path;
+    return response;
+  }
+  const bool isQuestion = request.method == "POST" &&
+                          (request.path == "/v1/chat/completions" || (_options.ollama && request.path == "/api/chat"));
+  if (isQuestion) {
+    HttpResponse response = answerQuestion(request);
+    response.delayMilliseconds = _options.delayMilliseconds;
+    response.cutAfter = _options.cutAfter;
+    return response;
+  }
+  HttpResponse response = page(request.path);
+  if (_options.ollama && request.path == "/api/show") response.status = 200, response.body = ollamaModel(request.body);
+  response.delayMilliseconds = _options.listDelayMilliseconds;
+  return response;
+}
+
+HttpResponse ModelBehaviour::answerQuestion(const HttpRequest& request) const {
+  const ordered_json body = ordered_json::parse(request.body, nullptr, false);
+  if (!body.is_object()) return error(500, "not JSON", "server_error");
+  if (_options.status != 200) return error(_options.status, "told to fail", "server_error");
+  const std::string model = body.value("model", "");
+  if (std::find(_options.models.begin(), _options.models.end(), model) == _options.models.end())
+    return error(404, "model not found", "not_found_error");
+  if (_options.rejectExtras && (body.contains("reasoning_effort") || body.contains("chat_template_kwargs")))
+    return error(_options.rejectStatus, "Unrecognized request argument", "invalid_request_error");
+  const std::string instructions = messageOf(body, "system");
+  const std::string prompt = messageOf(body, "user");
+  const auto promptBytes = static_cast<int>(instructions.size() + prompt.size());
+  if (_options.maximumPromptBytes > 0 && promptBytes > _options.maximumPromptBytes)
+    return error(400, "the request exceeds the available context size", "exceed_context_size_error");
+
+  HttpResponse response;
+  response.body = _options.rawBody;
+  if (!response.body.empty()) return response;
+  const ordered_json schema = schemaOf(body);
+  std::string answer = schema.is_null() ? _options.answer : _options.guidedAnswer;
+  if (_options.echo) answer = dumped({{"instructions", instructions}, {"prompt", prompt}});
+  if (answer.empty())
+    answer = schema.is_null() ? MadeUpAnswers::plain(instructions, prompt)
+                              : MadeUpAnswers::guided(dumped(schema), instructions, prompt);
+  const Output output = withThinking(answer, _options.thinking);
+  ordered_json message{{"role", "assistant"}, {"content", output.content}};
+  if (request.path == "/api/chat") {
+    if (!output.thinking.empty()) message["thinking"] = output.thinking;
+    response.body =
+        dumped({{"model", model}, {"message", message}, {"done", true}, {"done_reason", _options.finishReason}});
+    return response;
+  }
+  if (!output.thinking.empty()) message["reasoning_content"] = output.thinking;
+  ordered_json choice{{"index", 0}, {"message", message}, {"finish_reason", _options.finishReason}};
+  ordered_json whole{{"object", "chat.completion"}, {"model", model}, {"choices", ordered_json::array({choice})}};
+  if (_options.promptTokens > 0) whole["usage"] = {{"prompt_tokens", _options.promptTokens}};
+  if (_options.bodyBytes > 0) whole["padding"] = std::string(static_cast<std::size_t>(_options.bodyBytes), 'x');
+  response.body = dumped(whole);
+  return response;
+}
+
+HttpResponse ModelBehaviour::page(const std::string& path) const {
+  HttpResponse response;
+  if (path == "/v1/models") {
+    response.body = modelList();
+  } else if (path == "/props" && _options.contextTokens > 0 && _options.contextStyle == "props") {
+    response.body = dumped({{"default_generation_settings", {{"n_ctx", _options.contextTokens}}}});
+  } else if (path == "/api/v0/models" && _options.contextTokens > 0 && _options.contextStyle == "detailed") {
+    ordered_json model{{"id", _options.models.front()}, {"max_context_length", _options.contextTokens}};
+    response.body = dumped({{"data", ordered_json::array({model})}});
+  } else if (_options.ollama && path == "/api/version") {
+    response.body = R"({"version":"0.13.0"})";
+  } else if (_options.ollama && path == "/api/tags") {
+    response.body = ollamaTags();
+  } else {
+    return error(404, "not found", "not_found_error");
+  }
+  return response;
+}
+
+bool ModelBehaviour::isRemote(const std::string& model) const {
+  return std::find(_options.remoteModels.begin(), _options.remoteModels.end(), model) != _options.remoteModels.end();
+}
+
+std::string ModelBehaviour::modelList() const {
+  ordered_json data = ordered_json::array();
+  for (const std::string& name : _options.models) {
+    ordered_json model{{"id", name}, {"object", "model"}};
+    if (_options.contextTokens > 0 && _options.contextStyle == "list") model["max_model_len"] = _options.contextTokens;
+    data.push_back(std::move(model));
+  }
+  return dumped({{"object", "list"}, {"data", data}});
+}
+
+std::string ModelBehaviour::ollamaTags() const {
+  ordered_json models = ordered_json::array();
+  for (const std::string& name : _options.models) {
+    ordered_json model{{"name", name}, {"model", name}};
+    if (isRemote(name)) model["remote_host"] = "https://elsewhere.invalid:443", model["remote_model"] = name;
+    models.push_back(std::move(model));
+  }
+  return dumped({{"models", models}});
+}
+
+std::string ModelBehaviour::ollamaModel(const std::string& body) const {
+  const ordered_json asked = ordered_json::parse(body, nullptr, false);
+  ordered_json model{{"details", {{"family", "test"}}}, {"capabilities", {"completion"}}};
+  if (_options.contextTokens > 0) model["model_info"] = {{"test.context_length", _options.contextTokens}};
+  if (asked.is_object() && isRemote(asked.value("model", ""))) model["remote_host"] = "https://elsewhere.invalid:443";
+  return dumped(model);
+}
+
+}  // namespace pellora::modelserver

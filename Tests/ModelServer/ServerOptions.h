@@ -1,0 +1,46 @@
+// How the model server behaves; see --help for what each means.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace pellora::modelserver {
+
+struct ServerOptions {
+  std::string listen = "127.0.0.1:0";
+  std::vector<std::string> models;        // listed in this order
+  std::vector<std::string> remoteModels;  // of these, the ones that another machine runs
+
+  std::string answer;        // empty: made up
+  std::string guidedAnswer;  // empty: made up
+  bool echo = false;
+
+  int loadingRequests = 0;
+  int loadingMilliseconds = 0;
+  int delayMilliseconds = 0;
+  int listDelayMilliseconds = 0;
+
+  int status = 200;  // of answers to questions
+  std::string errorForm = "object";
+  bool rejectExtras = false;
+  int rejectStatus = 400;
+  int maximumPromptBytes = 0;  // 0: none
+
+  std::string finishReason = "stop";
+  std::string thinking = "none";
+  std::string rawBody;      // sent as it is instead of an answer
+  long long cutAfter = -1;  // bytes of the body; negative: whole
+  long long bodyBytes = 0;  // pads the body
+  std::string redirectTo;
+  int promptTokens = 0;  // 0: no usage is told
+
+  bool ollama = false;
+  int contextTokens = 0;
+  std::string contextStyle = "props";
+
+  std::string logFile;
+  bool logBodies = false;
+  bool exitWithParent = false;
+};
+
+}  // namespace pellora::modelserver
