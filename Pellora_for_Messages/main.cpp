@@ -14,6 +14,7 @@ namespace {
 constexpr int kWrongUsage = 2;
 
 int readOnce(int argc, char** argv) {
+  pellora::PlatformAdapters::confineProcess();
   const QCoreApplication application(argc, argv);
   return pellora::ReadOnce::run();
 }
@@ -40,5 +41,6 @@ int main(int argc, char** argv) {
     case HelperOptions::Mode::app:
       break;
   }
+  pellora::PlatformAdapters::confineProcess();
   return pellora::runHelperApp(argc, argv, *options);
 }

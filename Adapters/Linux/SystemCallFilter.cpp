@@ -1,10 +1,12 @@
 #include "Adapters/Linux/SystemCallFilter.h"
 
+#include <netinet/in.h>
 #include <seccomp.h>
 #include <sys/socket.h>
 
 #include <array>
 #include <cerrno>
+#include <vector>
 
 namespace pellora::SystemCallFilter {
 
@@ -39,19 +41,41 @@ constexpr std::array kForbidden = {
     SCMP_SYS(pidfd_getfd),
 };
 
+using Condition = scmp_arg_cmp;
+
+Condition domainIs(scmp_compare comparison, scmp_datum_t domain) {
+  return {0, comparison, domain, 0};
+}
+
+Condition typeIs(scmp_datum_t type) {
+  return {1, SCMP_CMP_MASKED_EQ, kTypeMask, type};
+}
+
+bool refuseSocket(scmp_filter_ctx filter, const std::vector<Condition>& conditions) {
+  return seccomp_rule_add_array(filter, SCMP_ACT_ERRNO(EACCES), SCMP_SYS(socket),
+                                static_cast<unsigned>(conditions.size()), conditions.data()) == 0;
+}
+
 bool refuseSockets(scmp_filter_ctx filter, Sockets sockets) {
-  if (sockets == Sockets::all) return true;
-  const auto refuse = [filter](auto... conditions) {
-    return seccomp_rule_add(filter, SCMP_ACT_ERRNO(EACCES), SCMP_SYS(socket), sizeof...(conditions), conditions...) ==
-           0;
-  };
-  if (sockets == Sockets::localOnly) return refuse(SCMP_A0(SCMP_CMP_NE, AF_UNIX));
+  switch (sockets) {
+    case Sockets::all:
+      return true;
+    case Sockets::localOnly:
+      return refuseSocket(filter, {domainIs(SCMP_CMP_NE, AF_UNIX)});
+    case Sockets::localAndTcp:
+      break;
+  }
   // Streams to an internet address stay possible, nothing else does.
-  return refuse(SCMP_A0(SCMP_CMP_GT, AF_INET6)) &&
-         refuse(SCMP_A0(SCMP_CMP_EQ, AF_INET), SCMP_A1(SCMP_CMP_MASKED_EQ, kTypeMask, SOCK_DGRAM)) &&
-         refuse(SCMP_A0(SCMP_CMP_EQ, AF_INET), SCMP_A1(SCMP_CMP_MASKED_EQ, kTypeMask, SOCK_RAW)) &&
-         refuse(SCMP_A0(SCMP_CMP_EQ, AF_INET6), SCMP_A1(SCMP_CMP_MASKED_EQ, kTypeMask, SOCK_DGRAM)) &&
-         refuse(SCMP_A0(SCMP_CMP_EQ, AF_INET6), SCMP_A1(SCMP_CMP_MASKED_EQ, kTypeMask, SOCK_RAW));
+  bool isRefused = refuseSocket(filter, {domainIs(SCMP_CMP_GT, AF_INET6)});
+  for (scmp_datum_t domain = AF_INET + 1; domain < AF_INET6; ++domain)
+    isRefused = isRefused && refuseSocket(filter, {domainIs(SCMP_CMP_EQ, domain)});
+  for (const scmp_datum_t domain : {AF_INET, AF_INET6})
+    for (const scmp_datum_t type : {SOCK_DGRAM, SOCK_RAW})
+      isRefused = isRefused && refuseSocket(filter, {domainIs(SCMP_CMP_EQ, domain), typeIs(type)});
+  // Other transports that call themselves streams are not ruled by port.
+  for (const scmp_datum_t domain : {AF_INET, AF_INET6})
+    isRefused = isRefused && refuseSocket(filter, {domainIs(SCMP_CMP_EQ, domain), {2, SCMP_CMP_GT, IPPROTO_TCP, 0}});
+  return isRefused;
 }
 
 bool refuseCalls(scmp_filter_ctx filter) {

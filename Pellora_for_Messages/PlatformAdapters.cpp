@@ -1,0 +1,138 @@
+#include "Pellora_for_Messages/PlatformAdapters.h"
+
+#include <sys/stat.h>
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <charconv>
+#include <cstdlib>
+#include <string_view>
+
+#include "Adapters/Linux/ChatCompletionsLanguageModel.h"
+#include "Adapters/Linux/DBusNotificationCenter.h"
+#include "Adapters/Linux/EventLoopScheduler.h"
+#include "Adapters/Linux/IniUserDefaults.h"
+#include "Adapters/Linux/InotifyFileEvents.h"
+#include "Adapters/Linux/LogindSleepNotice.h"
+#include "Adapters/Linux/MakeSecretStore.h"
+#include "Adapters/Linux/ProcessConfinement.h"
+#include "Adapters/Linux/RuntimeFolder.h"
+#include "Adapters/Linux/SessionBusAddress.h"
+#include "Adapters/Linux/XdgAutostartLoginItem.h"
+#include "Adapters/Linux/XdgFolders.h"
+#include "Adapters/Linux/XdgGroupContainer.h"
+#include "PelloraMessagesCore/AtomicFile.h"
+#include "PelloraMessagesCore/ChatDatabase.h"
+#include "PelloraMessagesCore/HelperExchange.h"
+
+namespace pellora {
+
+namespace {
+
+constexpr char kBusName[] = "app.pellora.Messages";
+
+std::string_view fromEnvironment(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr ? std::string_view(value) : std::string_view();
+}
+
+// The port of "http://127.0.0.1:8080"; 80 without one.
+std::optional<std::uint16_t> portOf(const ModelEndpoint& endpoint) {
+  if (!endpoint.isUsable() || !endpoint.socketPath.empty() || endpoint.url.empty()) return std::nullopt;
+  std::uint16_t port = 80;
+  const std::size_t colon = endpoint.url.rfind(':');
+  const char* end = endpoint.url.data() + endpoint.url.size();
+  std::from_chars(endpoint.url.data() + colon + 1, end, port);
+  return port;
+}
+
+// A display or a bus on another machine is reached over the network.
+bool needsInternetSockets() {
+  const std::string_view display = fromEnvironment("DISPLAY");
+  const bool isDisplayLocal = display.empty() || display.starts_with(":") || display.starts_with("unix") ||
+                              display.starts_with("/") || !fromEnvironment("WAYLAND_DISPLAY").empty();
+  return !isDisplayLocal || fromEnvironment("DBUS_SESSION_BUS_ADDRESS").starts_with("tcp:");
+}
+
+// The folders below which this program writes.
+std::vector<std::filesystem::path> ownFolders() {
+  std::vector<std::filesystem::path> folders;
+  if (const auto shared = HelperExchange::folderURL(XdgGroupContainer())) folders.push_back(*shared);
+  if (const auto defaults = IniUserDefaults::standardFile()) folders.push_back(defaults->parent_path());
+  if (const auto config = XdgFolders::config()) folders.push_back(*config / "autostart");
+  if (const auto runtime = RuntimeFolder::own()) folders.push_back(*runtime);
+  return folders;
+}
+
+std::filesystem::path defaultsFile() {
+  return IniUserDefaults::standardFile().value_or("/nonexistent/defaults.ini");
+}
+
+}  // namespace
+
+struct PlatformAdapters::Adapters {
+  EventLoopScheduler scheduler;
+  IniUserDefaults defaults{defaultsFile()};
+  std::unique_ptr<SecretStore> secrets = makeSecretStore();
+  XdgGroupContainer container;
+  DBusNotificationCenter notifications;
+  InotifyFileEvents fileEvents;
+  XdgAutostartLoginItem loginItem{QCoreApplication::applicationFilePath().toStdString()};
+  LogindSleepNotice sleepNotice;
+  std::unique_ptr<ChatCompletionsLanguageModel> languageModel = ChatCompletionsLanguageModel::fromEnvironment();
+};
+
+PlatformAdapters::PlatformAdapters() : _adapters(std::make_unique<Adapters>()) {}
+
+PlatformAdapters::~PlatformAdapters() = default;
+
+HelperPlatform PlatformAdapters::platform() {
+  return {_adapters->scheduler,       _adapters->defaults,    *_adapters->secrets,        _adapters->container,
+          _adapters->notifications,   _adapters->fileEvents,  _adapters->loginItem,       *_adapters->languageModel,
+          ChatDatabase::defaultURL(), LocalCalendar::current, PlatformAdapters::version()};
+}
+
+SleepNotice& PlatformAdapters::sleepNotice() {
+  return _adapters->sleepNotice;
+}
+
+std::string PlatformAdapters::version() {
+#ifdef PELLORA_VERSION
+  return PELLORA_VERSION;
+#else
+  return "1.0";
+#endif
+}
+
+void PlatformAdapters::confineProcess() {
+  umask(S_IRWXG | S_IRWXO);
+#ifndef PELLORA_UNCONFINED
+  ConfinementPlan plan;
+  plan.writableFolders = ownFolders();
+  plan.storeFolder = ChatDatabase::defaultURL().parent_path();
+  plan.modelPort = portOf(ModelEndpoint::fromEnvironment());
+  plan.needsInternetSockets = needsInternetSockets();
+  ProcessConfinement::apply(plan).write(RuntimeFolder::own());
+#endif
+}
+
+void PlatformAdapters::removeLeftovers() const {
+  for (const std::filesystem::path& folder : ownFolders()) AtomicFile::removeLeftovers(folder);
+  if (const auto shared = HelperExchange::folderURL(_adapters->container)) {
+    AtomicFile::removeLeftovers(*shared / "Helper");
+    AtomicFile::removeLeftovers(*shared / HelperExchange::kLatelyFolder);
+  }
+}
+
+bool PlatformAdapters::isHelperOnBus() {
+  if (!SessionBusAddress::find()) return false;
+  const QDBusConnection bus = QDBusConnection::sessionBus();
+  return bus.isConnected() && bus.interface()->isServiceRegistered(QLatin1String(kBusName)).value();
+}
+
+void PlatformAdapters::close() {
+  _adapters->languageModel->close();
+}
+
+}  // namespace pellora

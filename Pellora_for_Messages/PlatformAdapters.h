@@ -1,0 +1,44 @@
+// The one place that names adapters: makes this platform's capabilities and hands them to the engine as ports.
+// Owned by the process's entry; everything that uses them must be gone before it. Needs a QCoreApplication.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "PelloraMessagesCore/Ports/SleepNotice.h"
+#include "Pellora_for_Messages/HelperPlatform.h"
+
+namespace pellora {
+
+class PlatformAdapters {
+ public:
+  PlatformAdapters();
+  ~PlatformAdapters();
+  PlatformAdapters(const PlatformAdapters&) = delete;
+  PlatformAdapters& operator=(const PlatformAdapters&) = delete;
+
+  HelperPlatform platform();
+  SleepNotice& sleepNotice();
+
+  // The program's short version string.
+  static std::string version();
+
+  // Gives up, for good, what the process does not need. Call it first of all in main, before any thread exists:
+  // parts of it hold only for threads made later.
+  static void confineProcess();
+
+  // Takes away temporary files that a killed process left in the folders that this program writes.
+  void removeLeftovers() const;
+
+  // Whether a helper answers on the session bus.
+  static bool isHelperOnBus();
+
+  // Ends what the language model is still working on, so that the process can end at once.
+  void close();
+
+ private:
+  struct Adapters;
+  std::unique_ptr<Adapters> _adapters;
+};
+
+}  // namespace pellora
