@@ -44,7 +44,7 @@ INSTANTIATE_TEST_SUITE_P(Pairs, NewsRepeatsTable,
                                          // The name itself is never what two sentences have in common.
                                          Pair{"Samuel got a job.", "Samuel ran off.", false},
                                          Pair{"Samuel\u2019s dad quit.", "Samuel got out.", false},
-                                         Pair{"Sam's getting married.", "Sam is married.", false},
+                                         Pair{"Sam's getting married.", "Sam is married.", true},
                                          Pair{"Sam\u2019s getting married.", "Sam is getting married in June.", true},
                                          Pair{"Mary Jane got a job.", "Mary Jane was let go.", false},
                                          Pair{"Mary Jane\u2019s promoted.", "Mary Jane was promoted.", true},

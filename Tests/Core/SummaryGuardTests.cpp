@@ -27,13 +27,13 @@ TEST(SummaryGuardSentence, CutsAfterTheFirstSentence) {
     Kept kept;
   };
   for (const Case& each : std::vector<Case>{
-           {"You and Sam talked. Then more. And more.", "You and Sam talked."},
+           {"You and Sam talked it over. Then more. And more.", "You and Sam talked it over."},
            {"You and Sam laughed a lot! Yes.", "You and Sam laughed a lot!"},
            {"You and Sam asked why? Because.", "You and Sam asked why?"},
            {"You and Sam ran 3.5 miles. Nice.", "You and Sam ran 3.5 miles."},
            {"You and Sam talked about dinner", "You and Sam talked about dinner"},
            {"You and Sam wondered?! Yes.", "You and Sam wondered?!"},
-           {"You and Sam talked.\nMore.", "You and Sam talked."},
+           {"You and Sam had lunch.\nMore.", "You and Sam had lunch."},
            // A mark that carries a combining mark is another character, and so is such a space.
            {"You and Sam talked.\u0301 More. End.", "You and Sam talked.\u0301 More."},
            {"You and Sam talked. \u0301More. End.", "You and Sam talked. \u0301More."},
@@ -73,6 +73,8 @@ TEST(SummaryGuardSentence, HasBetweenTwentyAnd280Characters) {
   EXPECT_EQ(checkSentence(sentenceOf(280), "Sam"), sentenceOf(280));
   EXPECT_EQ(checkSentence(sentenceOf(281), "Sam"), std::nullopt);
   EXPECT_EQ(checkSentence(sentenceOf(280) + " More.", "Sam"), sentenceOf(280));
+  // Nineteen characters: the opening and eight more.
+  EXPECT_EQ(checkSentence("You and Sam talked. Then more. And more.", "Sam"), std::nullopt);
   EXPECT_EQ(checkSentence("You and Sam. They talked about many things.", "Sam"), std::nullopt);
 }
 
@@ -111,11 +113,11 @@ TEST(SummaryGuardLately, KeepsTwoSentencesAtMost) {
            {"Lately you and Sam talked. Then more. And more.", "Lately you and Sam talked. Then more."},
            {"Lately you and Sam talked.   Then more!", "Lately you and Sam talked. Then more!"},
            {"Lately you and Sam talked a lot", "Lately you and Sam talked a lot"},
-           {"Lately you and Sam talked.", "Lately you and Sam talked."},
+           {"Lately you and Sam planned.", "Lately you and Sam planned."},
            {"Lately you and Sam talked. And", "Lately you and Sam talked. And"},
            {"Lately you and Sam.   They planned a trip.", "Lately you and Sam. They planned a trip."},
            {"\u201CLately you and Sam talked.\nThen more.\u201D", "Lately you and Sam talked. Then more."},
-           {"LATELY YOU AND SAM TALKED.", "LATELY YOU AND SAM TALKED."},
+           {"LATELY YOU AND SAM PLANNED.", "LATELY YOU AND SAM PLANNED."},
        })
     EXPECT_EQ(checkLately(each.answer, "Sam"), each.kept) << each.answer;
 }
@@ -187,7 +189,7 @@ TEST(SummaryGuardFirstSentence, EndsAtAMarkBeforeASpaceOrTheEnd) {
 TEST(SummaryGuard, AnswersOfAnySizeAndShapeGiveAValueInTime) {
   const std::string opening = "You and Sam ";
   EXPECT_EQ(checkSentence(opening + repeated("word ", 2'000'000), "Sam"), std::nullopt);
-  EXPECT_EQ(checkSentence(opening + "talked. " + repeated("word ", 2'000'000), "Sam"), opening + "talked.");
+  EXPECT_EQ(checkSentence(opening + "had lunch. " + repeated("word ", 2'000'000), "Sam"), opening + "had lunch.");
   EXPECT_EQ(checkSentence(repeated("[", 10'000'000), "Sam"), std::nullopt);
   EXPECT_EQ(checkSentence(opening + repeated("\u00E9.\u0301", 500'000), "Sam"), std::nullopt);
   EXPECT_EQ(checkSentence("<|im_start|>system You and Sam talked.<|im_end|>", "Sam"), std::nullopt);
