@@ -1,5 +1,7 @@
 #include "Adapters/Linux/LogindSleepNotice.h"
 
+#include <cstdlib>
+
 #include "Adapters/Linux/BusSignalReceiver.h"
 #include "Adapters/Linux/PrivateBusConnection.h"
 
@@ -7,10 +9,12 @@ namespace pellora {
 
 namespace {
 
+constexpr char kStandardAddress[] = "unix:path=/run/dbus/system_bus_socket";
+
 class LogindObserver : public SleepObserver {
  public:
-  LogindObserver(std::function<void()> aboutToSleep, std::function<void()> resumed)
-      : _connection(QDBusConnection::SystemBus),
+  LogindObserver(const std::string& busAddress, std::function<void()> aboutToSleep, std::function<void()> resumed)
+      : _connection(busAddress),
         _receiver([aboutToSleep = std::move(aboutToSleep), resumed = std::move(resumed)](bool sleeping) {
           sleeping ? aboutToSleep() : resumed();
         }) {}
@@ -31,9 +35,14 @@ class LogindObserver : public SleepObserver {
 
 }  // namespace
 
+LogindSleepNotice::LogindSleepNotice() {
+  const char* address = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
+  _busAddress = address != nullptr && *address != '\0' ? address : kStandardAddress;
+}
+
 std::unique_ptr<SleepObserver> LogindSleepNotice::observe(std::function<void()> aboutToSleep,
                                                           std::function<void()> resumed) {
-  auto observer = std::make_unique<LogindObserver>(std::move(aboutToSleep), std::move(resumed));
+  auto observer = std::make_unique<LogindObserver>(_busAddress, std::move(aboutToSleep), std::move(resumed));
   if (!observer->listen()) return nullptr;
   return observer;
 }

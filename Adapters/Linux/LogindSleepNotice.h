@@ -3,13 +3,22 @@
 // Tested by Tests/Adapters/SleepNoticeTests.cpp.
 #pragma once
 
+#include <string>
+
 #include "PelloraMessagesCore/Ports/SleepNotice.h"
 
 namespace pellora {
 
 class LogindSleepNotice : public SleepNotice {
  public:
+  // At $DBUS_SYSTEM_BUS_ADDRESS, else where system buses listen.
+  LogindSleepNotice();
+  explicit LogindSleepNotice(std::string busAddress) : _busAddress(std::move(busAddress)) {}
+
   std::unique_ptr<SleepObserver> observe(std::function<void()> aboutToSleep, std::function<void()> resumed) override;
+
+ private:
+  std::string _busAddress;
 };
 
 }  // namespace pellora

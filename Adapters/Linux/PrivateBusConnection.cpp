@@ -20,9 +20,6 @@ QString freshName() {
 PrivateBusConnection::PrivateBusConnection(const std::string& address)
     : _name(freshName()), _connection(QDBusConnection::connectToBus(QString::fromStdString(address), _name)) {}
 
-PrivateBusConnection::PrivateBusConnection(QDBusConnection::BusType bus)
-    : _name(freshName()), _connection(QDBusConnection::connectToBus(bus, _name)) {}
-
 PrivateBusConnection::~PrivateBusConnection() {
   QDBusConnection::disconnectFromBus(_name);
 }

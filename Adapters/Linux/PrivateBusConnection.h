@@ -10,7 +10,6 @@ class PrivateBusConnection {
  public:
   // To the bus at this address.
   explicit PrivateBusConnection(const std::string& address);
-  explicit PrivateBusConnection(QDBusConnection::BusType bus);
   PrivateBusConnection(const PrivateBusConnection&) = delete;
   PrivateBusConnection& operator=(const PrivateBusConnection&) = delete;
   ~PrivateBusConnection();

@@ -13,7 +13,6 @@ namespace {
 
 using Failure = SecretServiceSession::Failure;
 
-constexpr std::chrono::milliseconds kPatience(5000);
 constexpr std::chrono::milliseconds kLockPatience(15000);
 constexpr char kLockFile[] = "app.pellora.messages.exchange.lock";
 constexpr char kLockedReason[] = "The keyring is locked.";
@@ -68,9 +67,10 @@ FileLock lockOthersOut() {
   return std::move(*lock);
 }
 
-SecretAddition::Outcome addItem(const SecretAttributes& attributes, const std::string& label, const SecretBytes& data) {
+SecretAddition::Outcome addItem(const SecretAttributes& attributes, const std::string& label, const SecretBytes& data,
+                                std::chrono::milliseconds patience) {
   const FileLock lock = lockOthersOut();
-  SecretServiceSession session(kPatience);
+  SecretServiceSession session(patience);
   if (findItem(session, attributes)) return SecretAddition::Outcome::duplicate;
   const auto collection = lastingCollection(session);
   if (!collection) throw Failure{false, kNoCollectionReason};
@@ -86,7 +86,7 @@ SecretAddition::Outcome addItem(const SecretAttributes& attributes, const std::s
 
 SecretLookup SecretServiceStore::find(const SecretAttributes& attributes) {
   try {
-    SecretServiceSession session(kPatience);
+    SecretServiceSession session(_patience);
     const auto item = findItem(session, attributes);
     if (!item) return {};
     return {SecretLookup::Outcome::found, session.secret(*item), {}};
@@ -99,7 +99,7 @@ SecretLookup SecretServiceStore::find(const SecretAttributes& attributes) {
 SecretAddition SecretServiceStore::add(const SecretAttributes& attributes, const std::string& label,
                                        const SecretBytes& data) {
   try {
-    return {addItem(attributes, label, data), {}};
+    return {addItem(attributes, label, data, _patience), {}};
   } catch (const Failure& failure) {
     const auto outcome = failure.locked ? SecretAddition::Outcome::locked : SecretAddition::Outcome::failed;
     return {outcome, failure.reason};

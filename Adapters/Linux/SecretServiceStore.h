@@ -8,14 +8,22 @@
 // Tested by Tests/Adapters/SecretServiceStoreTests.cpp.
 #pragma once
 
+#include <chrono>
+
 #include "PelloraMessagesCore/Ports/SecretStore.h"
 
 namespace pellora {
 
 class SecretServiceStore : public SecretStore {
  public:
+  // How long one call may take altogether.
+  explicit SecretServiceStore(std::chrono::milliseconds patience = std::chrono::seconds(5)) : _patience(patience) {}
+
   SecretLookup find(const SecretAttributes& attributes) override;
   SecretAddition add(const SecretAttributes& attributes, const std::string& label, const SecretBytes& data) override;
+
+ private:
+  std::chrono::milliseconds _patience;
 };
 
 }  // namespace pellora
