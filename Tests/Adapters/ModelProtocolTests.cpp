@@ -1,0 +1,279 @@
+// The bodies of requests and the reading of answers, in both dialects, and the choice of a model.
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "Adapters/Linux/AnswerText.h"
+#include "Adapters/Linux/ChatCompletionsProtocol.h"
+#include "Adapters/Linux/ModelChoice.h"
+#include "Adapters/Linux/OllamaProtocol.h"
+#include "PelloraMessagesCore/Ports/LanguageModel.h"
+#include "PelloraMessagesCore/Text.h"
+
+namespace pellora {
+
+namespace {
+
+using ChatCompletionsProtocol::Extras;
+using nlohmann::json;
+using nlohmann::ordered_json;
+
+ModelQuestion plainQuestion() {
+  return {"m", "be brief", "hello", "", ""};
+}
+
+ModelQuestion guidedQuestion() {
+  return {"m", "be brief", "hello", "Found", R"({"type":"object","properties":{"z":{},"a":{}}})"};
+}
+
+TEST(ChatCompletionsRequest, PlainQuestionHasExactlyTheFieldsThatAreMeant) {
+  const json body = json::parse(ChatCompletionsProtocol::requestBody(plainQuestion(), Extras::sent));
+  EXPECT_EQ(body, json::parse(R"({"model":"m","stream":false,"max_tokens":1024,
+    "messages":[{"role":"system","content":"be brief"},{"role":"user","content":"hello"}],
+    "chat_template_kwargs":{"enable_thinking":false},"reasoning_effort":"none"})"));
+}
+
+TEST(ChatCompletionsRequest, ExtrasCanBeLeftOut) {
+  const json body = json::parse(ChatCompletionsProtocol::requestBody(plainQuestion(), Extras::leftOut));
+  EXPECT_FALSE(body.contains("chat_template_kwargs"));
+  EXPECT_FALSE(body.contains("reasoning_effort"));
+}
+
+TEST(ChatCompletionsRequest, SchemaStandsInTheFormatAndAfterTheInstructionsInItsOwnOrder) {
+  const std::string text = ChatCompletionsProtocol::requestBody(guidedQuestion(), Extras::sent);
+  const ordered_json body = ordered_json::parse(text);
+  const ordered_json& format = body["response_format"];
+  EXPECT_EQ(format["type"], "json_schema");
+  EXPECT_EQ(format["json_schema"]["name"], "Found");
+  EXPECT_EQ(format["json_schema"]["strict"], true);
+  EXPECT_EQ(format["json_schema"]["schema"].dump(), guidedQuestion().schemaText);
+  const std::string system = body["messages"][0]["content"];
+  EXPECT_TRUE(system.starts_with("be brief\n\n"));
+  EXPECT_TRUE(system.ends_with(guidedQuestion().schemaText));
+}
+
+TEST(ChatCompletionsRequest, InvalidUtf8IsRepairedAndControlCharactersSurvive) {
+  ModelQuestion question = plainQuestion();
+  question.prompt =
+      "a\xFF"
+      "b\xED\xA0\x80"
+      "c\xF0\x9F\x91"
+      "d\x01\n\"\\ \xE2\x80\xAE"
+      "e\xCC\x81\xCC\x81";
+  for (const std::string& text :
+       {ChatCompletionsProtocol::requestBody(question, Extras::sent), OllamaProtocol::requestBody(question, 8192)}) {
+    EXPECT_TRUE(text::isValidUtf8(text));
+    const std::string prompt = json::parse(text)["messages"][1]["content"];
+    EXPECT_TRUE(prompt.find("d\x01\n\"\\ \xE2\x80\xAE"
+                            "e\xCC\x81\xCC\x81") != std::string::npos);
+  }
+}
+
+std::string chatAnswer(const json& message, const json& finishReason = "stop") {
+  return json{{"choices", json::array({json{{"message", message}, {"finish_reason", finishReason}}})}}.dump();
+}
+
+TEST(ChatCompletionsAnswer, ContentOfAnEndedAnswerIsTheAnswer) {
+  EXPECT_EQ(ChatCompletionsProtocol::decodeAnswer(chatAnswer({{"content", "Hi."}}), plainQuestion()), "Hi.");
+  const json guided{{"content", R"({"a":1})"}, {"reasoning_content", "hm"}};
+  EXPECT_EQ(ChatCompletionsProtocol::decodeAnswer(chatAnswer(guided), guidedQuestion()), R"({"a":1})");
+}
+
+TEST(ChatCompletionsAnswer, GuidedAnswerIsFoundInTheThinkingWhenTheContentIsEmpty) {
+  for (const char* field : {"reasoning_content", "reasoning"}) {
+    const json message{{"content", nullptr}, {field, R"({"a":1})"}};
+    EXPECT_EQ(ChatCompletionsProtocol::decodeAnswer(chatAnswer(message), guidedQuestion()), R"({"a":1})");
+    EXPECT_THROW(ChatCompletionsProtocol::decodeAnswer(chatAnswer(message), plainQuestion()), LanguageModelError);
+    const json idle{{"content", ""}, {field, "I wonder"}};
+    EXPECT_THROW(ChatCompletionsProtocol::decodeAnswer(chatAnswer(idle), guidedQuestion()), LanguageModelError);
+  }
+}
+
+TEST(ChatCompletionsAnswer, EverythingElseIsAnErrorThatQuotesNothing) {
+  const std::string good = chatAnswer({{"content", "SECRET"}});
+  std::vector<std::string> bodies{"",
+                                  "SECRET",
+                                  "[]",
+                                  "null",
+                                  "12",
+                                  "\"SECRET\"",
+                                  "{}",
+                                  R"({"choices":[]})",
+                                  R"({"choices":{}})",
+                                  R"({"choices":["SECRET"]})",
+                                  R"({"error":"SECRET"})",
+                                  R"({"error":{"message":"SECRET"}})",
+                                  R"({"choices":[{"finish_reason":"stop"}]})",
+                                  chatAnswer({{"content", "SECRET"}}, "length"),
+                                  chatAnswer({{"content", "SECRET"}}, "content_filter"),
+                                  chatAnswer({{"content", "SECRET"}}, nullptr),
+                                  chatAnswer({{"content", 7}}),
+                                  chatAnswer({{"content", " \n"}}),
+                                  chatAnswer("SECRET"),
+                                  chatAnswer({{"content", nullptr}}),
+                                  R"({"choices":[{"finish_reason":"stop","message":{"content":"a\ud800"}}]})",
+                                  "{\"choices\":[{\"finish_reason\":\"stop\",\"message\":{\"content\":\"\xFF\"}}]}",
+                                  std::string(200000, '['),
+                                  std::string(200000, '{')};
+  for (std::size_t length = 0; length < good.size(); ++length) bodies.push_back(good.substr(0, length));
+  for (const std::string& body : bodies) {
+    try {
+      ChatCompletionsProtocol::decodeAnswer(body, plainQuestion());
+      ADD_FAILURE() << body.substr(0, 100);
+    } catch (const LanguageModelError& error) {
+      EXPECT_EQ(std::string(error.what()).find("SECRET"), std::string::npos);
+    }
+  }
+}
+
+TEST(ChatCompletionsAnswer, PromptThatTheServerSilentlyCutIsAnError) {
+  ModelQuestion question = plainQuestion();
+  question.prompt = std::string(100000, 'a');
+  const auto body = [](long long tokens) {
+    json answer = json::parse(chatAnswer({{"content", "Hi."}}));
+    answer["usage"]["prompt_tokens"] = tokens;
+    return answer.dump();
+  };
+  EXPECT_THROW(ChatCompletionsProtocol::decodeAnswer(body(4096), question), LanguageModelError);
+  EXPECT_NO_THROW(ChatCompletionsProtocol::decodeAnswer(body(12500), question));
+  EXPECT_NO_THROW(ChatCompletionsProtocol::decodeAnswer(body(0), question));
+  EXPECT_NO_THROW(ChatCompletionsProtocol::decodeAnswer(body(1), question));
+}
+
+TEST(AnswerText, ThinkingIsDroppedWhereverItsTagsStand) {
+  const std::pair<const char*, const char*> kCases[] = {
+      {"Hi.", "Hi."},
+      {"<think>\nhm\n</think>\n\nHi.", "Hi."},
+      {"<think></think>Hi.", "Hi."},
+      {"hm\n</think>\nHi.", "Hi."},
+      {"<think>a</think>Hi<think>b</think>.", "Hi."},
+      {"<think>a</think>b</think>Hi.", "Hi."},
+      {"Hi.<think>cut", "Hi."},
+      {"<think>cut", ""},
+      {"</think>", ""},
+      {"a < b and c > d", "a < b and c > d"},
+      {"<thinking>Hi.", "<thinking>Hi."},
+      {"  Hi.\n", "Hi."},
+      {"", ""},
+  };
+  for (const auto& [content, expected] : kCases) EXPECT_EQ(AnswerText::withoutThinking(content), expected) << content;
+}
+
+TEST(ChatCompletionsErrors, OverflowIsRecognisedInEveryForm) {
+  EXPECT_TRUE(ChatCompletionsProtocol::isContextOverflow(R"({"error":{"type":"exceed_context_size_error"}})"));
+  EXPECT_TRUE(ChatCompletionsProtocol::isContextOverflow(R"({"error":{"code":"context_length_exceeded"}})"));
+  EXPECT_TRUE(
+      ChatCompletionsProtocol::isContextOverflow(R"({"error":{"code":400,"message":"maximum context length"}})"));
+  EXPECT_TRUE(ChatCompletionsProtocol::isContextOverflow(R"({"error":"the prompt is too long"})"));
+  EXPECT_TRUE(ChatCompletionsProtocol::isContextOverflow(R"({"object":"error","message":"maximum context length"})"));
+  EXPECT_FALSE(ChatCompletionsProtocol::isContextOverflow(R"({"error":"unknown field"})"));
+  EXPECT_FALSE(ChatCompletionsProtocol::isContextOverflow("context"));
+  EXPECT_FALSE(ChatCompletionsProtocol::isContextOverflow(""));
+}
+
+TEST(ModelLists, NamesAndContextSizesAreRead) {
+  const auto models = ChatCompletionsProtocol::decodeModels(
+      R"({"data":[{"id":"a","max_model_len":4096},{"id":"b","meta":{"n_ctx_train":8192}},{"id":7},{"id":"c"},3]})");
+  ASSERT_TRUE(models);
+  ASSERT_EQ(models->size(), 3U);
+  EXPECT_EQ((*models)[0].contextTokens, 4096);
+  EXPECT_EQ((*models)[1].trainedTokens, 8192);
+  EXPECT_EQ((*models)[2].contextTokens, std::nullopt);
+  for (const char* body : {"", "[]", "{}", R"({"data":7})", R"({"data":)", "<html>"})
+    EXPECT_FALSE(ChatCompletionsProtocol::decodeModels(body)) << body;
+}
+
+TEST(ModelLists, ContextSizesAreFoundOnThePagesOfTheirServers) {
+  EXPECT_EQ(ChatCompletionsProtocol::contextFromProperties(R"({"default_generation_settings":{"n_ctx":512}})"), 512);
+  EXPECT_EQ(ChatCompletionsProtocol::contextFromProperties(R"({"default_generation_settings":{"n_ctx":-1}})"),
+            std::nullopt);
+  const char* detailed = R"({"data":[{"id":"x","max_context_length":9},
+    {"id":"m","max_context_length":32768,"loaded_context_length":4096}]})";
+  EXPECT_EQ(ChatCompletionsProtocol::contextFromDetailedModels(detailed, "m"), 4096);
+  EXPECT_EQ(ChatCompletionsProtocol::contextFromDetailedModels(detailed, "x"), 9);
+  EXPECT_EQ(ChatCompletionsProtocol::contextFromDetailedModels(detailed, "y"), std::nullopt);
+}
+
+std::string chosen(const std::vector<std::string>& ids, const std::string& wanted) {
+  std::vector<ChatCompletionsProtocol::ListedModel> listed;
+  for (const std::string& id : ids) listed.push_back({id, std::nullopt, std::nullopt});
+  const ModelChoice choice = ModelChoice::among(listed, wanted);
+  EXPECT_NE(choice.model.id.empty(), choice.reason.empty());
+  return choice.model.id;
+}
+
+TEST(ModelChoice, TheWantedOneOrTheFirstThatRunsHere) {
+  EXPECT_EQ(chosen({"a", "b"}, ""), "a");
+  EXPECT_EQ(chosen({"a", "b"}, "b"), "b");
+  EXPECT_EQ(chosen({"a", "b"}, "c"), "");
+  EXPECT_EQ(chosen({"a:latest"}, "a"), "a:latest");
+  EXPECT_EQ(chosen({"a:latest"}, "A"), "");
+  EXPECT_EQ(chosen({}, ""), "");
+  EXPECT_EQ(chosen({"big-cloud", "a"}, ""), "a");
+  EXPECT_EQ(chosen({"big:671b-cloud"}, ""), "");
+  EXPECT_EQ(chosen({"big:cloud"}, "big:cloud"), "");
+  EXPECT_EQ(chosen({"big:CLOUD", "a"}, "big:CLOUD"), "");
+  EXPECT_EQ(chosen({"cloudy"}, ""), "cloudy");
+  EXPECT_EQ(chosen({"text-embedding-small", "a"}, ""), "a");
+  EXPECT_EQ(chosen({"text-embedding-small"}, ""), "text-embedding-small");
+}
+
+TEST(OllamaRequest, ContextSchemaAndNoCuttingAreAskedFor) {
+  const ordered_json body = ordered_json::parse(OllamaProtocol::requestBody(guidedQuestion(), 8192));
+  EXPECT_EQ(body["format"].dump(), guidedQuestion().schemaText);
+  EXPECT_EQ(body["truncate"], false);
+  EXPECT_EQ(body["shift"], false);
+  EXPECT_EQ(body["think"], false);
+  EXPECT_EQ(body["stream"], false);
+  EXPECT_EQ(body["options"], ordered_json::parse(R"({"num_ctx":8192,"num_predict":1024})"));
+  EXPECT_FALSE(ordered_json::parse(OllamaProtocol::requestBody(plainQuestion(), 8192)).contains("format"));
+}
+
+TEST(OllamaRequest, ContextIsTheSameForUsualQuestionsAndGrowsUpToTheModelsLimit) {
+  ModelQuestion question = plainQuestion();
+  EXPECT_EQ(OllamaProtocol::contextFor(question, std::nullopt), 8192);
+  EXPECT_EQ(OllamaProtocol::contextFor(question, 131072), 8192);
+  EXPECT_EQ(OllamaProtocol::contextFor(question, 2048), 2048);
+  question.prompt = std::string(9000, 'a');
+  EXPECT_EQ(OllamaProtocol::contextFor(question, 131072), 8192);
+  for (int i = 0; i < 6000; ++i) question.prompt += "漢";
+  EXPECT_EQ(OllamaProtocol::contextFor(question, 131072), 16384);
+  question.prompt = std::string(100000, 'a');
+  EXPECT_EQ(OllamaProtocol::contextFor(question, 131072), 65536);
+  EXPECT_EQ(OllamaProtocol::contextFor(question, 40000), 40000);
+}
+
+TEST(OllamaAnswer, OnlyAWholeAnswerOfThisDeviceCounts) {
+  const auto decode = [](const char* body) { return OllamaProtocol::decodeAnswer(body, guidedQuestion()); };
+  EXPECT_EQ(decode(R"({"done":true,"done_reason":"stop","message":{"content":"{}"}})"), "{}");
+  EXPECT_EQ(decode(R"({"done":true,"done_reason":"stop","message":{"content":"","thinking":"{}"}})"), "{}");
+  for (const char* body :
+       {"", "[]", R"({"error":"x"})", R"({"done":true,"done_reason":"length","message":{"content":"{}"}})",
+        R"({"done":false,"done_reason":"stop","message":{"content":"{}"}})",
+        R"({"done":true,"message":{"content":"{}"}})", R"({"done":true,"done_reason":"load","message":{"content":""}})",
+        R"({"done":true,"done_reason":"stop"})",
+        R"({"done":true,"done_reason":"stop","remote_host":"h","message":{"content":"{}"}})"})
+    EXPECT_THROW(decode(body), LanguageModelError) << body;
+}
+
+TEST(OllamaFacts, VersionTagsAndModelPagesAreRead) {
+  EXPECT_TRUE(OllamaProtocol::isVersion(R"({"version":"0.13.0"})"));
+  for (const char* body : {"", "{}", R"({"version":""})", R"({"version":1})", R"({"error":"Unexpected endpoint"})"})
+    EXPECT_FALSE(OllamaProtocol::isVersion(body)) << body;
+  const char* tags =
+      R"({"models":[{"name":"a:latest"},{"name":"b","remote_host":"h"},{"model":"c","remote_model":"r"}]})";
+  EXPECT_FALSE(OllamaProtocol::fromTags(tags, "a:latest")->isRemote);
+  EXPECT_TRUE(OllamaProtocol::fromTags(tags, "b")->isRemote);
+  EXPECT_TRUE(OllamaProtocol::fromTags(tags, "c")->isRemote);
+  EXPECT_FALSE(OllamaProtocol::fromTags(tags, "d"));
+  EXPECT_FALSE(OllamaProtocol::fromTags("", "d"));
+  const auto shown = OllamaProtocol::fromShow(R"({"model_info":{"llama.context_length":131072,"x":1}})");
+  EXPECT_EQ(shown->contextTokens, 131072);
+  EXPECT_FALSE(shown->isRemote);
+  EXPECT_TRUE(OllamaProtocol::fromShow(R"({"remote_host":"h"})")->isRemote);
+  EXPECT_FALSE(OllamaProtocol::fromShow("no"));
+}
+
+}  // namespace
+
+}  // namespace pellora

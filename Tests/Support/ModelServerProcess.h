@@ -1,0 +1,42 @@
+// A real model server in a process of its own, listening when the constructor returns and ended with this object.
+#pragma once
+
+#include <QProcess>
+#include <QStringList>
+#include <string>
+#include <vector>
+
+#include "Tests/Support/TemporaryFolder.h"
+
+namespace pellora::support {
+
+class ModelServerProcess {
+ public:
+  enum class Transport { unixSocket, port };
+
+  // `options` as the program's --help describes them; bodies are logged.
+  explicit ModelServerProcess(Transport transport, const QStringList& options = {});
+  ~ModelServerProcess();
+
+  ModelServerProcess(const ModelServerProcess&) = delete;
+  ModelServerProcess& operator=(const ModelServerProcess&) = delete;
+
+  // For PELLORA_MODEL_URL; empty when it did not start.
+  const std::string& url() const { return _url; }
+
+  // The requests so far to this path, as their bodies.
+  std::vector<std::string> bodies(const std::string& path) const;
+  std::size_t count(const std::string& path) const { return bodies(path).size(); }
+
+  // Whether a client left before it had its answer.
+  std::size_t abandonedCount() const;
+
+  void stop();
+
+ private:
+  TemporaryFolder _folder;
+  QProcess _process;
+  std::string _url;
+};
+
+}  // namespace pellora::support
