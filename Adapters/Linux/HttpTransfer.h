@@ -14,7 +14,7 @@
 
 namespace pellora {
 
-inline constexpr std::size_t kMaximumAnswerSize = std::size_t{8} * 1024 * 1024;  // bytes, header included
+inline constexpr std::size_t kMaximumAnswerSize = std::size_t{2} * 1024 * 1024;  // bytes, header included
 inline constexpr std::chrono::milliseconds kConnectTimeout{2000};
 
 class HttpTransfer {
