@@ -4,6 +4,8 @@ target_compile_options(pellora_options INTERFACE -Wall -Wextra -Wpedantic -fstac
 target_compile_definitions(pellora_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII
   $<$<BOOL:${PELLORA_TEAM_PREFIX}>:PELLORA_TEAM_PREFIX="${PELLORA_TEAM_PREFIX}">)
 target_include_directories(pellora_options INTERFACE ${CMAKE_SOURCE_DIR})
+# libstdc++ 12 calls its own deprecated std::get_temporary_buffer inside std::stable_sort, which clang reports.
+target_compile_options(pellora_options INTERFACE -Wno-deprecated-declarations)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 if(PELLORA_SANITIZE)

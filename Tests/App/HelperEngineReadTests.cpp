@@ -117,7 +117,7 @@ TEST(HelperEngineRead, WritesNotesRecordsProgressAndHeartbeat) {
 TEST(HelperEngineRead, TheWindowIsExactlyThirtyTimes86400Seconds) {
   EngineWorld world;
   world.fromAnna(2'592'000s, "just inside");
-  world.fromAnna(2'592'000s + 1ms * 0 + 1s, "just outside");
+  world.fromAnna(2'592'001s, "just outside");
   world.read();
   ASSERT_EQ(world.notes().days.size(), 1U);
   EXPECT_EQ(world.notes().days[0].receivedCount, 1);

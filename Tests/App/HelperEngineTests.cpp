@@ -1,6 +1,8 @@
 // When the engine reads: start, timer, watcher, debounce, read-now signal, coalescing, suspension, login item.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "Pellora_for_Messages/HelperEngine.h"
 #include "Tests/Support/EngineWorld.h"
 #include "Tests/Support/GatedLanguageModel.h"
@@ -117,8 +119,7 @@ TEST(HelperEngine, ArmsTheWatcherWithTheFirstReadThatFindsTheDatabaseReadable) {
   EXPECT_EQ(engine->state().kind, Kind::needsFullDiskAccess);
   EXPECT_EQ(world.fileEvents.watchCount(), 0U);
   std::filesystem::rename(hidden, world.database.parent_path());
-  const support::SmallStore::Row row{1, 0, false, "hello", {}, 0, 0};
-  support::StoreConnection writer(world.database);
+  StoreConnection writer(world.database, StoreConnection::Mode::existing);
   writer.execute("PRAGMA journal_mode=WAL; INSERT INTO message(guid, text, date) VALUES('x', 'hi', 0)");
   engine->requestRead();
   EXPECT_EQ(world.fileEvents.watchCount(), 1U);

@@ -1,6 +1,6 @@
-#include "Pellora_for_Messages/HelperOptions.h"
-
 #include <gtest/gtest.h>
+
+#include "Pellora_for_Messages/HelperOptions.h"
 
 namespace pellora {
 namespace {

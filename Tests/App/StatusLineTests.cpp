@@ -1,6 +1,6 @@
-#include "Pellora_for_Messages/StatusLine.h"
-
 #include <gtest/gtest.h>
+
+#include "Pellora_for_Messages/StatusLine.h"
 
 namespace pellora {
 namespace {
