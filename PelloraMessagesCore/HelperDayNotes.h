@@ -30,7 +30,8 @@ struct HelperDayNotes {
 
   // Takes over the new records, drops days before `cutoffDay` (a day string), days of people who are not current
   // and, after a full reread, days of current people that were not handed in. Returns the people whose days
-  // changed.
+  // changed. The days end up sorted by their last message, oldest first; equal times keep their order, new days
+  // after stored ones. `records` must not be this object's own `days`.
   std::set<Uuid> merge(const std::vector<MessagesDayRecord>& records, Reread reread, const std::string& cutoffDay,
                        const std::set<Uuid>& currentPeople);
 
