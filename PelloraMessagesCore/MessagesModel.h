@@ -36,6 +36,9 @@ Task<std::vector<MessagesNews>> findNews(LanguageModel& model, MessagesDayDraft 
 Task<std::optional<std::string>> latelySummary(LanguageModel& model, std::vector<MessagesDayRecord> days,
                                                std::string firstName);
 
+// The model's raw answer to a plain question, absent when it is not available or gives none. Never throws.
+Task<std::optional<std::string>> answer(LanguageModel& model, Question question);
+
 // The lately question over these days, absent when it is not to be asked (fewer than two sentences, no name, or
 // every sentence left out).
 std::optional<Question> latelyQuestion(const std::vector<MessagesDayRecord>& days, const std::string& firstName);
