@@ -18,10 +18,22 @@ struct SignalName {
   QString path;  // the interface's name as an object path
 };
 
-// Absent for a name with nothing before or behind its last dot.
+// What the bus takes as one element of a name.
+bool isElement(std::string_view text) {
+  const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; };
+  return !text.empty() && isLetter(text.front()) &&
+         std::ranges::all_of(text, [&](char c) { return isLetter(c) || (c >= '0' && c <= '9'); });
+}
+
+// Absent for a name that the bus would not take: an interface has two elements at least.
 std::optional<SignalName> signalName(const std::string& name) {
   const std::size_t dot = name.rfind('.');
-  if (dot == std::string::npos || dot == 0 || dot + 1 == name.size()) return std::nullopt;
+  if (std::ranges::count(name, '.') < 2) return std::nullopt;
+  for (std::size_t begin = 0; begin <= name.size();) {
+    const std::size_t end = std::min(name.find('.', begin), name.size());
+    if (!isElement(std::string_view(name).substr(begin, end - begin))) return std::nullopt;
+    begin = end + 1;
+  }
   std::string path = "/" + name.substr(0, dot);
   std::ranges::replace(path, '.', '/');
   return SignalName{QString::fromStdString(name.substr(0, dot)), QString::fromStdString(name.substr(dot + 1)),

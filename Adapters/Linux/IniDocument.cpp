@@ -10,10 +10,10 @@ constexpr std::string_view kImplicitGroup = "General";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlank = " \t\r\n\v\f";
 
-// The range of `text` from `begin` to `end` without blanks around it.
+// The range of `text` from `begin` to `end` without blanks around it; at `begin` when there is nothing else.
 std::pair<std::size_t, std::size_t> trimmedRange(std::string_view text, std::size_t begin, std::size_t end) {
-  while (begin < end && kBlank.find(text[begin]) != std::string_view::npos) ++begin;
   while (end > begin && kBlank.find(text[end - 1]) != std::string_view::npos) --end;
+  while (begin < end && kBlank.find(text[begin]) != std::string_view::npos) ++begin;
   return {begin, end};
 }
 

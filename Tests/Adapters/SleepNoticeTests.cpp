@@ -1,0 +1,151 @@
+// What every sleep notice promises, asked of the one in memory and of the login manager's, which a stand-in plays on
+// a private bus.
+#include <gtest/gtest.h>
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+
+#include "Adapters/InMemory/InMemorySleepNotice.h"
+#include "Adapters/Linux/LogindSleepNotice.h"
+#include "Tests/Support/EventLoopWait.h"
+#include "Tests/Support/PrivateBus.h"
+
+namespace pellora {
+
+namespace {
+
+using support::waitUntil;
+constexpr std::chrono::milliseconds kQuiet(100);
+
+class World {
+ public:
+  virtual ~World() = default;
+  virtual std::string problem() { return {}; }
+  virtual SleepNotice& notice() = 0;
+  virtual void announce(bool sleeping) = 0;
+};
+
+class MemoryWorld : public World {
+ public:
+  SleepNotice& notice() override { return _notice; }
+  void announce(bool sleeping) override { sleeping ? _notice.announceSleep() : _notice.announceResume(); }
+
+ private:
+  InMemorySleepNotice _notice;
+};
+
+// Plays the login manager.
+class LogindWorld : public World {
+ public:
+  ~LogindWorld() override { QDBusConnection::disconnectFromBus(QStringLiteral("logind")); }
+  std::string problem() override {
+    if (!support::PrivateBus::isPossible()) return "dbus-daemon is not installed";
+    _bus = std::make_unique<support::PrivateBus>();
+    _bus->environment().set("DBUS_SYSTEM_BUS_ADDRESS", _bus->address());
+    EXPECT_TRUE(connection().registerService(QStringLiteral("org.freedesktop.login1")));
+    _notice = std::make_unique<LogindSleepNotice>();
+    return {};
+  }
+  SleepNotice& notice() override { return *_notice; }
+  void announce(bool sleeping) override {
+    QDBusMessage signal =
+        QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/login1"),
+                                   QStringLiteral("org.freedesktop.login1.Manager"), QStringLiteral("PrepareForSleep"));
+    signal << sleeping;
+    connection().send(signal);
+  }
+
+ private:
+  QDBusConnection connection() {
+    return QDBusConnection::connectToBus(QString::fromStdString(_bus->address()), QStringLiteral("logind"));
+  }
+
+  std::unique_ptr<support::PrivateBus> _bus;
+  std::unique_ptr<LogindSleepNotice> _notice;
+};
+
+struct Kind {
+  const char* name;
+  std::unique_ptr<World> (*make)();
+};
+
+template <class Type>
+std::unique_ptr<World> make() {
+  return std::make_unique<Type>();
+}
+
+class SleepNoticeContract : public testing::TestWithParam<Kind> {
+ protected:
+  void SetUp() override {
+    world = GetParam().make();
+    if (const std::string problem = world->problem(); !problem.empty()) GTEST_SKIP() << problem;
+  }
+
+  std::unique_ptr<World> world;
+  std::string heard;
+};
+
+}  // namespace
+
+TEST_P(SleepNoticeContract, SleepAndResumeAreToldInTheirOrder) {
+  const auto observer = world->notice().observe([this] { heard += "s"; }, [this] { heard += "r"; });
+  ASSERT_TRUE(observer);
+  for (const bool sleeping : {true, false, true, false, false}) world->announce(sleeping);
+  EXPECT_TRUE(waitUntil([this] { return heard.size() == 5; }));
+  EXPECT_EQ(heard, "srsrr");
+}
+
+TEST_P(SleepNoticeContract, AnObserverThatIsGoneHearsNothing) {
+  auto observer = world->notice().observe([this] { heard += "s"; }, [this] { heard += "r"; });
+  observer.reset();
+  world->announce(true);
+  EXPECT_FALSE(waitUntil([this] { return !heard.empty(); }, kQuiet));
+}
+
+TEST_P(SleepNoticeContract, AHandlerMayEndItsOwnObservation) {
+  std::unique_ptr<SleepObserver> observer;
+  observer = world->notice().observe(
+      [&] {
+        observer.reset();
+        heard += "s";
+      },
+      [this] { heard += "r"; });
+  world->announce(true);
+  world->announce(false);
+  EXPECT_TRUE(waitUntil([this] { return heard == "s"; }));
+  EXPECT_FALSE(waitUntil([this] { return heard != "s"; }, kQuiet));
+}
+
+INSTANTIATE_TEST_SUITE_P(Notices, SleepNoticeContract,
+                         testing::Values(Kind{"InMemory", make<MemoryWorld>}, Kind{"Logind", make<LogindWorld>}),
+                         [](const auto& kind) { return std::string(kind.param.name); });
+
+TEST(InMemorySleepNotice, GivesNoObserverWhenItIsTakenAway) {
+  InMemorySleepNotice notice;
+  notice.setAvailable(false);
+  EXPECT_FALSE(notice.observe([] {}, [] {}));
+}
+
+TEST(LogindSleepNotice, WithoutASystemBusThereIsNoNoticeAndNoWaiting) {
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(LogindSleepNotice("unix:path=/nonexistent/bus").observe([] {}, [] {}));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+}
+
+TEST(LogindSleepNotice, ASignalOfSomebodyElseDoesNotCount) {
+  if (!support::PrivateBus::isPossible()) GTEST_SKIP() << "dbus-daemon is not installed";
+  const support::PrivateBus bus;
+  int calls = 0;
+  LogindSleepNotice notice(bus.address());
+  const auto observer = notice.observe([&] { ++calls; }, [&] { ++calls; });
+  ASSERT_TRUE(observer);
+  QDBusMessage signal =
+      QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/login1"),
+                                 QStringLiteral("org.freedesktop.login1.Manager"), QStringLiteral("PrepareForSleep"));
+  signal << true;
+  QDBusConnection::connectToBus(QString::fromStdString(bus.address()), QStringLiteral("impostor")).send(signal);
+  EXPECT_FALSE(waitUntil([&] { return calls > 0; }, kQuiet));
+  QDBusConnection::disconnectFromBus(QStringLiteral("impostor"));
+}
+
+}  // namespace pellora
