@@ -1,0 +1,156 @@
+#include "PelloraMessagesCore/BirthdayFinder.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <string>
+#include <unordered_set>
+
+#include "PelloraMessagesCore/Regex.h"
+#include "PelloraMessagesCore/Text.h"
+
+namespace pellora::BirthdayFinder {
+
+namespace {
+
+constexpr std::array<std::string_view, 6> kGreetings = {"\U0001F382",  "happy birthday", "happy bday",
+                                                        "happy b-day", "happy belated",  "hbd"};
+constexpr std::array<std::string_view, 3> kOffDayWords = {"belated", "early", "tomorrow"};
+constexpr std::string_view kNeverNames[] = {
+    "to",   "my",    "man",   "buddy", "dude", "friend", "girl",  "girlie",    "sis",    "sister", "bro",  "brother",
+    "lady", "sir",   "mom",   "dad",   "mama", "papa",   "you",   "and",       "love",   "hun",    "babe", "pal",
+    "old",  "again", "today", "kiddo", "big",  "little", "sweet", "beautiful", "wishes", "wishing"};
+constexpr int kYoungest = 1;
+constexpr int kOldest = 110;
+
+struct Patterns {
+  Regex greeting{
+      R"((?i:happy\s+(?:birthday|bday|b-day))[\s,]+(?:(?i:to)\s+)?(?:(?i:little|sweet|big)\s+)?([A-Z][a-z]+))"};
+  Regex wishes{R"((?i:birthday\s+(?:wishes|love|message|text))\s+(?i:for|to)\s+([A-Z][a-z]+))"};
+  Regex ages[4] = {
+      Regex(R"((?i:(?:she|he|they|i)(?:'s| is| turned|'m| am| just turned))\s+(\d{1,3})\b)"),
+      Regex(R"((?i:turned|turning)\s+(\d{1,3})\b)"),
+      Regex(R"(\b(\d{1,3})\s+(?i:today|years old|yrs old))"),
+      Regex(R"(\b(\d{1,3})(?i:st|nd|rd|th)\s+(?i:birthday|bday))"),
+  };
+};
+
+// One set a thread: a pattern keeps its place in the text searched.
+const Patterns& patterns() {
+  thread_local const Patterns instance;
+  return instance;
+}
+
+bool isNeverName(const std::string& word) {
+  static const std::unordered_set<std::string_view> words(std::begin(kNeverNames), std::end(kNeverNames));
+  return words.contains(word);
+}
+
+template <class Words>
+bool holdsAny(std::string_view lowerCase, const Words& words) {
+  return std::any_of(words.begin(), words.end(),
+                     [&](std::string_view word) { return lowerCase.find(word) != std::string_view::npos; });
+}
+
+bool isNameOfSomeoneElse(std::string_view word, std::string_view firstName) {
+  if (!text::isUppercaseCharacter(word) || text::characterCount(word) < 2) return false;
+  const std::string lowerCase = text::lowercased(word);
+  return !isNeverName(lowerCase) && text::canonical(lowerCase) != text::canonical(text::lowercased(firstName));
+}
+
+std::optional<std::string> nameIn(const Regex& pattern, std::string_view line, std::string_view firstName) {
+  auto word = pattern.firstMatch(line, 1);
+  if (word && !isNameOfSomeoneElse(*word, firstName)) word.reset();
+  return word;
+}
+
+std::optional<std::string> name(std::string_view greetingLine, const std::vector<MessageLine>& lines,
+                                std::string_view firstName) {
+  if (auto found = nameIn(patterns().greeting, greetingLine, firstName)) return found;
+  for (const MessageLine& line : lines) {
+    if (line.fromMe) continue;
+    if (auto found = nameIn(patterns().wishes, line.text, firstName)) return found;
+  }
+  return std::nullopt;
+}
+
+// Absent for other than ASCII digits, and out of range.
+std::optional<int> validAge(const std::string& digits) {
+  int value = 0;
+  const char* end = digits.data() + digits.size();
+  const auto [stop, failure] = std::from_chars(digits.data(), end, value);
+  if (failure != std::errc() || stop != end || value < kYoungest || value > kOldest) return std::nullopt;
+  return value;
+}
+
+std::optional<int> age(const std::vector<MessageLine>& lines) {
+  for (const MessageLine& line : lines) {
+    if (line.fromMe) continue;
+    const RegexText prepared(text::replacingAll(line.text, "\u2019", "'"));
+    for (const Regex& pattern : patterns().ages) {
+      const auto digits = pattern.firstMatch(prepared, 1);
+      const auto found = digits ? validAge(*digits) : std::nullopt;
+      if (found) return found;
+    }
+  }
+  return std::nullopt;
+}
+
+constexpr unsigned char asciiLowerCase(unsigned char byte) {
+  return static_cast<unsigned char>(byte - 'A' < 26U ? byte | 0x20U : byte);
+}
+
+// False only for a text without greeting. Every greeting holds "hb", "y b" or the cake, of which a look at three
+// neighbouring bytes tells; written without branches, so that the compiler looks at many bytes at a time.
+bool mayHoldGreeting(std::string_view text) {
+  const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+  unsigned char hits = 0;
+  for (std::size_t position = 2; position < text.size(); ++position) {
+    const unsigned char last = bytes[position];
+    const unsigned char middle = bytes[position - 1];
+    const unsigned isB = static_cast<unsigned>((last | 0x20U) == 'b');
+    const unsigned isInitial =
+        static_cast<unsigned>(middle == ' ') & static_cast<unsigned>((bytes[position - 2] | 0x20U) == 'y');
+    const unsigned isAfterH = static_cast<unsigned>((middle | 0x20U) == 'h');
+    const unsigned isCake = static_cast<unsigned>(last == 0x82) & static_cast<unsigned>(middle == 0x8E);
+    hits |= static_cast<unsigned char>((isB & (isInitial | isAfterH)) | isCake);
+  }
+  // The first two bytes, which the loop has not looked at together.
+  return hits != 0 || (text.size() >= 2 && (bytes[0] | 0x20U) == 'h' && (bytes[1] | 0x20U) == 'b');
+}
+
+// `word` is in lower case. Only A to Z become letters of the greetings when lower-cased, so that bytes may be
+// compared: what else turns into ASCII is the Kelvin sign (no greeting has a k) and the dotted capital I (an i with
+// a mark behind it).
+bool holdsIgnoringAsciiCase(std::string_view text, std::string_view word) {
+  return std::search(text.begin(), text.end(), word.begin(), word.end(), [](char left, char right) {
+           return asciiLowerCase(static_cast<unsigned char>(left)) == static_cast<unsigned char>(right);
+         }) != text.end();
+}
+
+}  // namespace
+
+bool holdsGreeting(std::string_view text) {
+  return mayHoldGreeting(text) && std::any_of(kGreetings.begin(), kGreetings.end(), [&](std::string_view greeting) {
+           return holdsIgnoringAsciiCase(text, greeting);
+         });
+}
+
+std::optional<MessagesBirthday> find(const std::vector<MessageLine>& lines, std::string_view firstName,
+                                     Instant firstMessageAt, const LocalCalendar& calendar) {
+  const auto greeting = std::find_if(lines.begin(), lines.end(),
+                                     [](const MessageLine& line) { return line.fromMe && holdsGreeting(line.text); });
+  if (greeting == lines.end()) return std::nullopt;
+  if (holdsAny(text::lowercased(greeting->text), kOffDayWords)) return std::nullopt;
+  const LocalCalendar::Date date = calendar.date(firstMessageAt);
+  MessagesBirthday birthday;
+  birthday.name = name(greeting->text, lines, firstName);
+  birthday.month = date.month;
+  birthday.day = date.day;
+  birthday.age = age(lines);
+  birthday.wishedAt = firstMessageAt;
+  return birthday;
+}
+
+}  // namespace pellora::BirthdayFinder
