@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -16,8 +17,17 @@ namespace pellora {
 
 namespace AtomicFile {
 
+struct Replacement {
+  std::filesystem::path file;
+  std::string bytes;
+};
+
 // Creates missing parent folders (mode 0700), then replaces or creates the file. Throws FileError.
 void write(const std::filesystem::path& file, std::string_view bytes);
+
+// As `write` for each, cheaper together: the disk is waited for less often. Each file is old or new; when it
+// throws, some may be new already.
+void writeAll(std::span<const Replacement> replacements);
 
 // The whole file; absent when it cannot be read, is no regular file or is larger than `maximumSize` bytes. Never
 // waits for the other end of a pipe.

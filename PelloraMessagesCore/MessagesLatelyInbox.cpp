@@ -7,8 +7,11 @@
 #include <string>
 #include <system_error>
 
+#include "PelloraMessagesCore/AtomicFile.h"
 #include "PelloraMessagesCore/ExchangeCoding.h"
+#include "PelloraMessagesCore/FileError.h"
 #include "PelloraMessagesCore/HelperExchange.h"
+#include "PelloraMessagesCore/SealedEnvelope.h"
 #include "PelloraMessagesCore/SealedFile.h"
 
 namespace pellora::MessagesLatelyInbox {
@@ -63,6 +66,18 @@ void removeDaysFolder(const fs::path& folder) {
 void write(const ExchangeKey& key, const Folder& folder, const MessagesLatelyRecord& record) {
   const std::string name = record.personID.toString();
   SealedFile::write(key, folder, fileName(name), HelperExchange::latelyContext(name), ExchangeCoding::encode(record));
+}
+
+void writeAll(const ExchangeKey& key, const Folder& folder, const std::vector<MessagesLatelyRecord>& records) {
+  if (!folder) throw FileError::noSuchFile();
+  std::vector<AtomicFile::Replacement> replacements;
+  replacements.reserve(records.size());
+  for (const MessagesLatelyRecord& record : records) {
+    const std::string name = record.personID.toString();
+    replacements.push_back({*folder / fileName(name), SealedEnvelope::seal(ExchangeCoding::encode(record), key,
+                                                                           HelperExchange::latelyContext(name))});
+  }
+  AtomicFile::writeAll(replacements);
 }
 
 std::optional<MessagesLatelyRecord> read(const ExchangeKey& key, const Folder& folder, const Uuid& person) {

@@ -19,16 +19,21 @@ using Folder = std::optional<std::filesystem::path>;
 // Replaces the person's record. Throws FileError.
 void write(const ExchangeKey& key, const Folder& folder, const MessagesLatelyRecord& record);
 
+// Replaces these people's records, cheaper than one by one. When it throws, some may be replaced already.
+void writeAll(const ExchangeKey& key, const Folder& folder, const std::vector<MessagesLatelyRecord>& records);
+
 // Absent when the file is missing, does not open or does not decode.
 std::optional<MessagesLatelyRecord> read(const ExchangeKey& key, const Folder& folder, const Uuid& person);
 
-// Every record that opens under its file's name and belongs to it, in listing order.
+// Every record that opens under its file's name and belongs to it, in listing order, which is that of the
+// names' bytes.
 std::vector<MessagesLatelyRecord> readAll(const ExchangeKey& key, const Folder& folder);
 
 // Removes the person's record, if there is one; false when it is there and cannot be removed.
 bool remove(const Folder& folder, const Uuid& person);
 
-// Removes every ".json" file that readAll would skip, and the folder "Days". Errors are ignored.
+// Removes every ".json" file that readAll would skip, and the folder "Days". Errors are ignored. Folders inside
+// "Lately" stay, links go and what they lead to stays; nothing is removed when "Lately" itself is a link.
 // Returns how many record files were removed.
 std::size_t sweep(const ExchangeKey& key, const Folder& folder);
 

@@ -47,6 +47,30 @@ TEST_F(AtomicFileTest, ReadsWhatWasWritten) {
   EXPECT_EQ(namesIn(_folder.path()), std::vector<std::string>{"file"});
 }
 
+TEST_F(AtomicFileTest, WritesManyFilesAtOnceInSeveralFolders) {
+  std::vector<AtomicFile::Replacement> replacements;
+  for (int number = 0; number < 150; ++number)
+    replacements.push_back({_folder / ("folder" + std::to_string(number % 3)) / std::to_string(number),
+                            std::string(static_cast<std::size_t>(number), 'x')});
+  AtomicFile::writeAll(replacements);
+  for (const AtomicFile::Replacement& each : replacements) EXPECT_EQ(AtomicFile::read(each.file), each.bytes);
+  for (int number = 0; number < 3; ++number)
+    EXPECT_EQ(namesIn(_folder / ("folder" + std::to_string(number))).size(), 50u);
+  AtomicFile::writeAll({});
+}
+
+TEST_F(AtomicFileTest, OneRefusedFileOfManyLeavesNoTemporaryFiles) {
+  put(_folder / "first", "old");
+  fs::create_directory(_folder / "folder");
+  const std::vector<AtomicFile::Replacement> refused = {{_folder / "first", "new"}, {_folder / "first/below", "new"}};
+  EXPECT_THROW(AtomicFile::writeAll(refused), FileError);
+  EXPECT_EQ(AtomicFile::read(_folder / "first"), "old");
+  const std::vector<AtomicFile::Replacement> renames = {{_folder / "first", "new"}, {_folder / "folder", "new"}};
+  EXPECT_THROW(AtomicFile::writeAll(renames), FileError);
+  EXPECT_EQ(AtomicFile::read(_folder / "first"), "new");
+  EXPECT_EQ(namesIn(_folder.path()).size(), 2u);
+}
+
 TEST_F(AtomicFileTest, NewFilesAndFoldersAreTheUsersOnlyWhateverTheMask) {
   const mode_t oldMask = ::umask(0);
   AtomicFile::write(_folder / "open/deep/file", "a");

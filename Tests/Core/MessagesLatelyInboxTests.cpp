@@ -68,6 +68,16 @@ TEST_F(MessagesLatelyInboxTest, WritingTwiceLeavesOneFileWithTheSecondRecord) {
   EXPECT_EQ(MessagesLatelyInbox::read(_key, _folder.path(), kAnna)->handle, "second");
 }
 
+TEST_F(MessagesLatelyInboxTest, WritesManyAtOnceAsOneByOne) {
+  MessagesLatelyInbox::write(_key, _folder.path(), recordOf(kAnna, "old"));
+  MessagesLatelyInbox::writeAll(_key, _folder.path(), {});
+  MessagesLatelyInbox::writeAll(_key, _folder.path(), {recordOf(kSam), recordOf(kAnna, "new")});
+  EXPECT_EQ(MessagesLatelyInbox::readAll(_key, _folder.path()),
+            (std::vector<MessagesLatelyRecord>{recordOf(kAnna, "new"), recordOf(kSam)}));
+  EXPECT_EQ(names().size(), 2u);
+  EXPECT_THROW(MessagesLatelyInbox::writeAll(_key, std::nullopt, {recordOf(kAnna)}), FileError);
+}
+
 TEST_F(MessagesLatelyInboxTest, WithoutAFolderReadsNothingAndRefusesToWrite) {
   EXPECT_EQ(MessagesLatelyInbox::read(_key, std::nullopt, kAnna), std::nullopt);
   EXPECT_TRUE(MessagesLatelyInbox::readAll(_key, std::nullopt).empty());
