@@ -1,0 +1,23 @@
+// One harmless question with invented text, asked to see whether a model answers, how, and how fast.
+#pragma once
+
+#include <string>
+
+#include "PelloraMessagesCore/Ports/LanguageModel.h"
+
+namespace pellora {
+
+struct ModelTry {
+  std::string kind;    // "plain" or "guided"
+  std::string answer;  // as the model gave it
+  std::string error;   // why there is no usable answer, one sentence; empty when there is one
+  double seconds = 0;
+
+  bool isAnswered() const { return error.empty(); }
+
+  // Neither throws. `model` must outlive the task.
+  static Task<ModelTry> plain(LanguageModel& model);
+  static Task<ModelTry> guided(LanguageModel& model);
+};
+
+}  // namespace pellora

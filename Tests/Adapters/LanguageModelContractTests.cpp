@@ -1,0 +1,73 @@
+// What every language model keeps to, the scripted one of the tests as well as the one that talks to a server.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "Adapters/InMemory/ScriptedLanguageModel.h"
+#include "Adapters/Linux/ChatCompletionsLanguageModel.h"
+#include "Tests/Support/Awaiting.h"
+#include "Tests/Support/ModelServerProcess.h"
+
+namespace pellora {
+
+namespace {
+
+using support::awaited;
+using support::ModelServerProcess;
+
+enum class Kind { scripted, server };
+
+class LanguageModelContract : public testing::TestWithParam<Kind> {
+ protected:
+  // A model that answers plain questions with "Good day." and guided ones with {"a":1}, or with errors only.
+  LanguageModel& model(bool fails = false) {
+    switch (GetParam()) {
+      case Kind::scripted:
+        _model = std::make_unique<ScriptedLanguageModel>([fails](const ScriptedLanguageModel::Asked& asked) {
+          if (fails) throw LanguageModelError("told to fail");
+          return std::string(asked.schemaName.empty() ? "Good day." : R"({"a":1})");
+        });
+        break;
+      case Kind::server:
+        QStringList options{QStringLiteral("--answer"), QStringLiteral("Good day."), QStringLiteral("--guided-answer"),
+                            QStringLiteral(R"({"a":1})")};
+        if (fails) options += {QStringLiteral("--status"), QStringLiteral("500")};
+        _server.emplace(ModelServerProcess::Transport::unixSocket, options);
+        _model = std::make_unique<ChatCompletionsLanguageModel>(ModelEndpoint::parse(_server->url()));
+        break;
+    }
+    return *_model;
+  }
+
+  const GenerationSchema _schema{"Found", {{"a", "", GeneratedInteger{}}}};
+
+ private:
+  std::optional<ModelServerProcess> _server;
+  std::unique_ptr<LanguageModel> _model;
+};
+
+INSTANTIATE_TEST_SUITE_P(Of, LanguageModelContract, testing::Values(Kind::scripted, Kind::server),
+                         [](const auto& info) { return info.param == Kind::scripted ? "Scripted" : "Server"; });
+
+TEST_P(LanguageModelContract, AnswersPlainAndGuidedQuestionsWhenAvailable) {
+  LanguageModel& asked = model();
+  EXPECT_TRUE(awaited(asked.isAvailable()));
+  EXPECT_EQ(awaited(asked.respond("be brief", "hello")), "Good day.");
+  EXPECT_EQ(awaited(asked.respond("be brief", "hello", _schema)), R"({"a":1})");
+}
+
+TEST_P(LanguageModelContract, ModelThatFailsIsStillAvailableAndThrows) {
+  LanguageModel& asked = model(true);
+  EXPECT_TRUE(awaited(asked.isAvailable()));
+  EXPECT_THROW(awaited(asked.respond("be brief", "hello")), LanguageModelError);
+  EXPECT_THROW(awaited(asked.respond("be brief", "hello", _schema)), LanguageModelError);
+  EXPECT_TRUE(awaited(asked.isAvailable()));
+}
+
+TEST_P(LanguageModelContract, QuestionsMayBeAskedBeforeAvailabilityIs) {
+  EXPECT_EQ(awaited(model().respond("be brief", "hello")), "Good day.");
+}
+
+}  // namespace
+
+}  // namespace pellora

@@ -1,0 +1,461 @@
+// The adapter against a real server process, over a Unix socket and over a loopback port.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <QElapsedTimer>
+#include <QTimer>
+#include <chrono>
+#include <nlohmann/json.hpp>
+
+#include "Adapters/Linux/ChatCompletionsLanguageModel.h"
+#include "PelloraMessagesCore/GenerationSchema.h"
+#include "Tests/Support/Awaiting.h"
+#include "Tests/Support/ModelServerProcess.h"
+#include "Tests/Support/TemporaryFolder.h"
+
+namespace pellora {
+
+namespace {
+
+using nlohmann::json;
+using support::awaited;
+using support::ModelServerProcess;
+using Transport = ModelServerProcess::Transport;
+using testing::HasSubstr;
+using testing::SizeIs;
+
+constexpr const char* kChat = "/v1/chat/completions";
+constexpr const char* kList = "/v1/models";
+
+GenerationSchema numberSchema() {
+  return {"Found", {{"message", "a number", GeneratedInteger{}}, {"what", "", GeneratedText{}}}};
+}
+
+std::unique_ptr<ChatCompletionsLanguageModel> modelAt(const std::string& url, const std::string& name = {}) {
+  return std::make_unique<ChatCompletionsLanguageModel>(ModelEndpoint::parse(url), name);
+}
+
+// The reason that a question failed for; empty when it was answered.
+template <class Answer>
+std::string failureOf(Task<Answer> task) {
+  try {
+    awaited(std::move(task));
+    return {};
+  } catch (const LanguageModelError& error) {
+    return error.what();
+  }
+}
+
+void runLoopUntil(const std::function<bool()>& condition, int milliseconds = 10000) {
+  QElapsedTimer clock;
+  clock.start();
+  QTimer tick;  // keeps the loop turning while nothing happens
+  tick.start(5);
+  while (!condition() && clock.elapsed() < milliseconds) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+class ModelAdapter : public testing::TestWithParam<Transport> {
+ protected:
+  void serve(const QStringList& options = {}, const std::string& wanted = {}) {
+    _server.emplace(GetParam(), options);
+    ASSERT_NE(_server->url(), "");
+    _model = modelAt(_server->url(), wanted);
+  }
+  void serve(const char* options) { serve(QString::fromLatin1(options).split(QLatin1Char(' '))); }
+
+  ModelServerProcess& server() { return *_server; }
+  ChatCompletionsLanguageModel& model() { return *_model; }
+  bool isAvailable() { return awaited(_model->isAvailable()); }
+  std::string failure() { return failureOf(_model->respond("be brief", "hello")); }
+  std::string guidedFailure() { return failureOf(_model->respond("be brief", "hello", _schema)); }
+
+  GenerationSchema _schema = numberSchema();
+  std::optional<ModelServerProcess> _server;
+  std::unique_ptr<ChatCompletionsLanguageModel> _model;
+};
+
+INSTANTIATE_TEST_SUITE_P(Over, ModelAdapter, testing::Values(Transport::unixSocket, Transport::port),
+                         [](const auto& info) { return info.param == Transport::unixSocket ? "Socket" : "Port"; });
+
+TEST_P(ModelAdapter, PlainQuestionIsAnswered) {
+  serve({QStringLiteral("--answer"), QStringLiteral("Good day.")});
+  EXPECT_TRUE(isAvailable());
+  EXPECT_EQ(awaited(model().respond("be brief", "hello")), "Good day.");
+}
+
+TEST_P(ModelAdapter, GuidedQuestionIsAnsweredInTheOrderOfTheSchema) {
+  serve();
+  EXPECT_EQ(awaited(model().respond("be brief", "hello", _schema)), R"({"message":1,"what":"example"})");
+}
+
+TEST_P(ModelAdapter, TextsArriveLetterForLetter) {
+  serve("--echo");
+  const std::string prompt =
+      "<messages>\n[1] Me: \"quotes\" \\ \t ‹tag› 👩‍👩‍👧 \xE2\x80\xAE rtl e\xCC\x81 "
+      "<|im_start|>\n</messages>\n\nNow.";
+  const json echoed = json::parse(awaited(model().respond("Be brief.", prompt)));
+  EXPECT_EQ(echoed["instructions"], "Be brief.");
+  EXPECT_EQ(echoed["prompt"], prompt);
+}
+
+TEST_P(ModelAdapter, QuestionOfAHundredThousandCharactersArrivesWhole) {
+  serve("--echo");
+  std::string prompt;
+  while (prompt.size() < 400000) prompt += "漢字👋";
+  EXPECT_EQ(json::parse(awaited(model().respond("Be brief.", prompt)))["prompt"], prompt);
+}
+
+TEST_P(ModelAdapter, FirstOrNamedModelIsAsked) {
+  const QStringList two{QStringLiteral("--model"), QStringLiteral("one"), QStringLiteral("--model"),
+                        QStringLiteral("two")};
+  serve(two);
+  awaited(model().respond("be brief", "hello"));
+  EXPECT_EQ(json::parse(server().bodies(kChat).at(0))["model"], "one");
+  serve(two, "two");
+  awaited(model().respond("be brief", "hello"));
+  EXPECT_EQ(json::parse(server().bodies(kChat).at(0))["model"], "two");
+  serve(two, "three");
+  EXPECT_FALSE(isAvailable());
+  EXPECT_THAT(awaited(model().report()).reason, HasSubstr("does not list the model three"));
+}
+
+TEST_P(ModelAdapter, ModelsThatRunElsewhereAreNeverAsked) {
+  serve("--model big:671b-cloud");
+  EXPECT_FALSE(isAvailable());
+  EXPECT_THAT(failure(), HasSubstr("runs on another machine"));
+  EXPECT_EQ(server().count(kChat), 0U);
+  serve("--ollama --model plain --remote-model plain");
+  EXPECT_FALSE(isAvailable());
+  EXPECT_THAT(failure(), HasSubstr("runs on another machine"));
+  EXPECT_EQ(server().count("/api/chat") + server().count(kChat), 0U);
+}
+
+TEST_P(ModelAdapter, LoadingServerIsNotAvailableUntilItIsReady) {
+  serve("--loading-requests 2");
+  EXPECT_FALSE(isAvailable());
+  EXPECT_THAT(awaited(model().report()).reason, HasSubstr("loading"));
+  EXPECT_TRUE(isAvailable());
+}
+
+TEST_P(ModelAdapter, ListThatComesTooLateIsNotAvailable) {
+  serve("--list-delay-ms 60000");
+  QElapsedTimer clock;
+  clock.start();
+  EXPECT_FALSE(isAvailable());
+  EXPECT_GE(clock.elapsed(), 1900);
+  EXPECT_LT(clock.elapsed(), 4000);
+}
+
+TEST_P(ModelAdapter, ListIsNotFetchedForEachQuestion) {
+  serve();
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_TRUE(isAvailable());
+    awaited(model().respond("be brief", "hello"));
+  }
+  EXPECT_EQ(server().count(kChat), 4U);
+  EXPECT_EQ(server().count(kList), 1U);
+}
+
+TEST_P(ModelAdapter, ServerThatGoesAwayIsNoticed) {
+  serve();
+  EXPECT_TRUE(isAvailable());
+  server().stop();
+  EXPECT_NE(failure(), "");
+  EXPECT_FALSE(isAvailable());
+  EXPECT_NE(failure(), "");
+}
+
+TEST_P(ModelAdapter, QuestionAnsweredWith503DropsTheTrust) {
+  serve("--status 503");
+  EXPECT_TRUE(isAvailable());
+  EXPECT_THAT(failure(), HasSubstr("loading"));
+  EXPECT_TRUE(isAvailable());
+  EXPECT_EQ(server().count(kList), 2U);
+}
+
+TEST_P(ModelAdapter, ErrorsOfEveryFormAreErrorsThatQuoteNothing) {
+  for (const char* form : {"object", "string", "none"}) {
+    serve(
+        {QStringLiteral("--status"), QStringLiteral("500"), QStringLiteral("--error-form"), QString::fromLatin1(form)});
+    EXPECT_EQ(failure(), "The model server answered with HTTP status 500.") << form;
+    EXPECT_EQ(guidedFailure(), "The model server answered with HTTP status 500.") << form;
+  }
+}
+
+TEST_P(ModelAdapter, CutBodyIsAnErrorAtEveryLength) {
+  for (const int length : {0, 1, 50}) {
+    serve({QStringLiteral("--cut"), QString::number(length)});
+    EXPECT_THAT(failure(), HasSubstr("ended before the answer was whole")) << length;
+  }
+}
+
+TEST_P(ModelAdapter, AnswerLargerThanTheLimitIsAnError) {
+  serve("--pad-bytes 2200000");
+  EXPECT_THAT(failure(), HasSubstr("too large"));
+  serve("--pad-bytes 2000000");
+  EXPECT_EQ(failure(), "");
+}
+
+TEST_P(ModelAdapter, AnswerThatTheModelDidNotEndIsAnError) {
+  serve("--finish-reason length");
+  EXPECT_THAT(failure(), HasSubstr("cut off"));
+  EXPECT_THAT(guidedFailure(), HasSubstr("cut off"));
+}
+
+TEST_P(ModelAdapter, BodyThatIsNoAnswerIsAnError) {
+  serve({QStringLiteral("--raw-body"), QStringLiteral("<html>")});
+  EXPECT_THAT(failure(), HasSubstr("not understood"));
+}
+
+TEST_P(ModelAdapter, ThinkingIsNotPartOfTheAnswer) {
+  for (const char* form : {"tags", "unopened", "field"}) {
+    serve({QStringLiteral("--answer"), QStringLiteral("Good day."), QStringLiteral("--thinking"),
+           QString::fromLatin1(form)});
+    EXPECT_EQ(awaited(model().respond("be brief", "hello")), "Good day.") << form;
+    EXPECT_EQ(awaited(model().respond("be brief", "hello", _schema)), R"({"message":1,"what":"example"})") << form;
+  }
+  serve("--thinking only");
+  EXPECT_THAT(failure(), HasSubstr("empty"));
+  EXPECT_EQ(awaited(model().respond("be brief", "hello", _schema)), R"({"message":1,"what":"example"})");
+}
+
+TEST_P(ModelAdapter, FieldsThatTheServerRefusesAreLeftOutFromThenOn) {
+  for (const char* status : {"400", "422"}) {
+    serve({QStringLiteral("--reject-extras"), QStringLiteral("--reject-status"), QString::fromLatin1(status)});
+    EXPECT_EQ(failure(), "");
+    EXPECT_EQ(server().count(kChat), 2U);
+    EXPECT_EQ(guidedFailure(), "");
+    EXPECT_EQ(server().count(kChat), 3U);
+  }
+}
+
+TEST_P(ModelAdapter, RefusalThatHasAnotherReasonIsTriedOnceAndNotRemembered) {
+  serve("--status 400");
+  EXPECT_THAT(failure(), HasSubstr("status 400"));
+  EXPECT_THAT(failure(), HasSubstr("status 400"));
+  const auto bodies = server().bodies(kChat);
+  ASSERT_THAT(bodies, SizeIs(4));
+  EXPECT_THAT(bodies[2], HasSubstr("reasoning_effort"));
+}
+
+TEST_P(ModelAdapter, QuestionLongerThanTheContextIsAskedOnce) {
+  serve("--max-prompt-bytes 100");
+  EXPECT_THAT(failureOf(model().respond("be brief", std::string(200, 'a'))),
+              HasSubstr("longer than the model's context"));
+  EXPECT_EQ(server().count(kChat), 1U);
+  EXPECT_EQ(failure(), "");
+}
+
+TEST_P(ModelAdapter, OllamaIsSpokenToInItsOwnDialect) {
+  serve("--ollama --model small:latest --context 131072");
+  EXPECT_TRUE(isAvailable());
+  EXPECT_EQ(failure(), "");
+  EXPECT_EQ(awaited(model().respond("be brief", "hello", _schema)), R"({"message":1,"what":"example"})");
+  EXPECT_EQ(server().count(kChat), 0U);
+  const auto bodies = server().bodies("/api/chat");
+  ASSERT_THAT(bodies, SizeIs(2));
+  EXPECT_EQ(json::parse(bodies[1])["format"], json::parse(_schema.jsonSchema()));
+  EXPECT_EQ(json::parse(bodies[1])["options"]["num_ctx"], 8192);
+  const ModelReport report = awaited(model().report());
+  EXPECT_EQ(report.server, "Ollama");
+  EXPECT_EQ(report.contextTokens, 131072);
+}
+
+TEST_P(ModelAdapter, OllamaErrorsAreErrors) {
+  serve("--ollama --finish-reason length");
+  EXPECT_THAT(failure(), HasSubstr("cut off"));
+  serve("--ollama --status 500 --error-form string");
+  EXPECT_THAT(failure(), HasSubstr("status 500"));
+  serve("--ollama --thinking only");
+  EXPECT_EQ(guidedFailure(), "");
+}
+
+TEST_P(ModelAdapter, ReportTellsModelPlaceAndContext) {
+  for (const char* style : {"props", "list", "detailed"}) {
+    serve({QStringLiteral("--context"), QStringLiteral("4096"), QStringLiteral("--context-style"),
+           QString::fromLatin1(style)});
+    const ModelReport report = awaited(model().report());
+    EXPECT_TRUE(report.isAvailable);
+    EXPECT_EQ(report.model, "test-model");
+    EXPECT_EQ(report.where, server().url());
+    EXPECT_EQ(report.contextTokens, 4096) << style;
+    EXPECT_EQ(report.reason, "");
+  }
+  serve();
+  EXPECT_EQ(awaited(model().report()).contextTokens, std::nullopt);
+}
+
+TEST_P(ModelAdapter, RedirectsAreNotFollowed) {
+  ModelServerProcess other(Transport::port);
+  serve({QStringLiteral("--redirect"), QString::fromStdString(other.url())});
+  EXPECT_FALSE(isAvailable());
+  EXPECT_THAT(failure(), HasSubstr("status 307"));
+  EXPECT_EQ(other.count(kList) + other.count(kChat), 0U);
+}
+
+TEST_P(ModelAdapter, ProxiesInTheEnvironmentAreNotUsed) {
+  ModelServerProcess proxy(Transport::port);
+  for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY", "HTTP_PROXY"}) setenv(name, proxy.url().c_str(), 1);
+  serve();
+  EXPECT_TRUE(isAvailable());
+  EXPECT_EQ(failure(), "");
+  for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY", "HTTP_PROXY"}) unsetenv(name);
+  EXPECT_EQ(server().count(kChat), 1U);
+  EXPECT_EQ(proxy.count(kList) + proxy.count(kChat), 0U);
+}
+
+// The longest time for which the event loop did not turn while `isOver` was false, in milliseconds.
+qint64 longestPause(const std::function<bool()>& isOver) {
+  QElapsedTimer sinceTick;
+  qint64 longest = 0;
+  QTimer tick;
+  tick.setTimerType(Qt::PreciseTimer);
+  QObject::connect(&tick, &QTimer::timeout, [&] { longest = std::max(longest, sinceTick.restart()); });
+  tick.start(2);
+  sinceTick.start();
+  while (!isOver()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+  return std::max(longest, sinceTick.elapsed());
+}
+
+TEST_P(ModelAdapter, EventLoopKeepsTurningWhileTheModelThinks) {
+  serve("--delay-ms 3000");
+  EXPECT_TRUE(isAvailable());
+  qint64 pause = 0;
+  for (int attempt = 0; attempt < 3; ++attempt) {  // a busy machine may be late by itself, but not each time
+    const auto answer = support::watched(model().respond("be brief", std::string(100000, 'a')));
+    pause = longestPause([&] { return answer->isDone; });
+    EXPECT_TRUE(answer->value);
+    if (pause <= 50) break;
+  }
+  EXPECT_LE(pause, 50);
+}
+
+TEST_P(ModelAdapter, QuittingInTheMiddleOfAnAnswerClosesTheConnectionAtOnce) {
+  serve("--delay-ms 60000");
+  EXPECT_TRUE(isAvailable());
+  const auto plain = support::watched(model().respond("be brief", "hello"));
+  const auto guided = support::watched(model().respond("be brief", "hello", _schema));
+  runLoopUntil([&] { return server().count(kChat) == 2; });
+  QElapsedTimer clock;
+  clock.start();
+  _model.reset();
+  EXPECT_LT(clock.elapsed(), 500);
+  EXPECT_FALSE(plain->isDone) << "resumed from within the destructor";
+  runLoopUntil([&] { return plain->isDone && guided->isDone; });
+  EXPECT_LT(clock.elapsed(), 1000);
+  EXPECT_THROW(std::rethrow_exception(plain->error), LanguageModelError);
+  EXPECT_THROW(std::rethrow_exception(guided->error), LanguageModelError);
+  runLoopUntil([&] { return server().abandonedCount() == 2; });
+  EXPECT_EQ(server().abandonedCount(), 2U);
+}
+
+TEST_P(ModelAdapter, QuittingWhileTheServerIsLookedForEndsTheQuestion) {
+  serve("--list-delay-ms 60000");
+  const auto available = support::watched(model().isAvailable());
+  const auto answer = support::watched(model().respond("be brief", "hello"));
+  runLoopUntil([&] { return server().count(kList) == 2; });
+  _model.reset();
+  runLoopUntil([&] { return available->isDone && answer->isDone; });
+  EXPECT_EQ(available->value, false);
+  EXPECT_THROW(std::rethrow_exception(answer->error), LanguageModelError);
+}
+
+TEST_P(ModelAdapter, ClosedModelAnswersNothingMore) {
+  serve();
+  EXPECT_TRUE(isAvailable());
+  model().close();
+  EXPECT_NE(failure(), "");
+  EXPECT_FALSE(isAvailable());
+  model().close();
+}
+
+// Destroys the model from within what its answer resumes.
+Task<void> askAndDestroy(std::unique_ptr<ChatCompletionsLanguageModel> model, bool* isDone) {
+  const std::string answer = co_await model->respond("be brief", "hello");
+  model.reset();
+  *isDone = !answer.empty();
+}
+
+TEST_P(ModelAdapter, MayBeDestroyedByWhoeverWaitedForIt) {
+  serve();
+  bool isDone = false;
+  const Task<void> task = askAndDestroy(std::move(_model), &isDone);
+  runLoopUntil([&] { return isDone; });
+  EXPECT_TRUE(isDone);
+}
+
+TEST_P(ModelAdapter, ManyQuestionsAtOnceAreEachAnswered) {
+  serve("--echo");
+  std::vector<std::shared_ptr<support::Awaited<std::string>>> answers;
+  for (int i = 0; i < 20; ++i) answers.push_back(support::watched(model().respond("i", std::to_string(i))));
+  for (int i = 0; i < 20; ++i) {
+    runLoopUntil([&] { return answers[i]->isDone; });
+    ASSERT_TRUE(answers[i]->value);
+    EXPECT_EQ(json::parse(*answers[i]->value)["prompt"], std::to_string(i));
+  }
+}
+
+TEST(ModelAdapterWithoutServer, AbsentSocketAndRefusedConnectionAreQuietlyNotAvailable) {
+  const support::TemporaryFolder folder;
+  const std::string path = (folder / "absent.sock").string();
+  const auto absent = modelAt("unix:" + path);
+  EXPECT_FALSE(awaited(absent->isAvailable()));
+  EXPECT_EQ(awaited(absent->report()).reason, "There is no socket at " + path + ".");
+  EXPECT_EQ(failureOf(absent->respond("a", "b")), "There is no socket at " + path + ".");
+
+  ModelServerProcess gone(Transport::port);
+  gone.stop();
+  const auto refused = modelAt(gone.url());
+  EXPECT_FALSE(awaited(refused->isAvailable()));
+  EXPECT_EQ(awaited(refused->report()).reason, "No model server listens at " + gone.url() + ".");
+}
+
+TEST(ModelAdapterWithoutServer, SocketThatNobodyAcceptsOnIsGivenUp) {
+  const support::TemporaryFolder folder;
+  const std::string path = (folder / "m.sock").string();
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  ASSERT_EQ(listen(listener, 8), 0);
+  const auto model = modelAt("unix:" + path);
+  EXPECT_FALSE(awaited(model->isAvailable()));
+  close(listener);
+}
+
+TEST(ModelAdapterWithoutServer, RefusedAddressIsNotAvailableAndSaysWhy) {
+  const auto model = modelAt("http://example.com:80");
+  EXPECT_FALSE(awaited(model->isAvailable()));
+  EXPECT_THAT(awaited(model->report()).reason, HasSubstr("not on this device"));
+  EXPECT_THAT(failureOf(model->respond("a", "b")), HasSubstr("not on this device"));
+}
+
+TEST(ModelAdapterWithoutServer, NeverAskedModelIsDestroyedWithoutAThread) {
+  const auto model = modelAt("http://127.0.0.1:1");
+  EXPECT_NE(model, nullptr);
+}
+
+TEST(ModelAdapterWithRealServer, AnswersPlainAndGuidedQuestions) {
+  const char* url = std::getenv("PELLORA_TEST_MODEL_URL");
+  if (url == nullptr) GTEST_SKIP() << "PELLORA_TEST_MODEL_URL names no model server";
+  const char* name = std::getenv("PELLORA_TEST_MODEL");
+  const auto model = modelAt(url, name ? name : "");
+  const ModelReport report = awaited(model->report());
+  ASSERT_TRUE(report.isAvailable) << report.reason;
+  EXPECT_NE(awaited(model->respond("Answer in one short sentence.", "What colour is the sky on a clear day?")), "");
+  const GenerationSchema schema = numberSchema();
+  const std::string answer =
+      awaited(model->respond("Find the line that names a fruit.", "[1] a chair\n[2] an apple", schema));
+  const json object = json::parse(answer);
+  EXPECT_TRUE(object.at("message").is_number_integer());
+  EXPECT_TRUE(object.at("what").is_string());
+}
+
+}  // namespace
+
+}  // namespace pellora
