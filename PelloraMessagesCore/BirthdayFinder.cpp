@@ -7,6 +7,7 @@
 #include <string>
 #include <unordered_set>
 
+#include "PelloraMessagesCore/ByteWindows.h"
 #include "PelloraMessagesCore/Regex.h"
 #include "PelloraMessagesCore/Text.h"
 
@@ -101,40 +102,40 @@ constexpr unsigned char asciiLowerCase(unsigned char byte) {
   return static_cast<unsigned char>(byte - 'A' < 26U ? byte | 0x20U : byte);
 }
 
-// False only for a text without greeting. Every greeting holds "hb", "y b" or the cake, of which a look at three
-// neighbouring bytes tells; written without branches, so that the compiler looks at many bytes at a time.
+// False only for a text without greeting: every greeting holds "hb", "y b" or the cake.
 bool mayHoldGreeting(std::string_view text) {
-  const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-  unsigned char hits = 0;
-  for (std::size_t position = 2; position < text.size(); ++position) {
-    const unsigned char last = bytes[position];
-    const unsigned char middle = bytes[position - 1];
-    const unsigned isB = static_cast<unsigned>((last | 0x20U) == 'b');
-    const unsigned isInitial =
-        static_cast<unsigned>(middle == ' ') & static_cast<unsigned>((bytes[position - 2] | 0x20U) == 'y');
-    const unsigned isAfterH = static_cast<unsigned>((middle | 0x20U) == 'h');
-    const unsigned isCake = static_cast<unsigned>(last == 0x82) & static_cast<unsigned>(middle == 0x8E);
-    hits |= static_cast<unsigned char>((isB & (isInitial | isAfterH)) | isCake);
-  }
-  // The first two bytes, which the loop has not looked at together.
-  return hits != 0 || (text.size() >= 2 && (bytes[0] | 0x20U) == 'h' && (bytes[1] | 0x20U) == 'b');
+  const bool holdsPair = holdsByteWindow<2>(text, [](const unsigned char* bytes) {
+    const unsigned isHB =
+        static_cast<unsigned>((bytes[0] | 0x20U) == 'h') & static_cast<unsigned>((bytes[1] | 0x20U) == 'b');
+    const unsigned isCake = static_cast<unsigned>(bytes[0] == 0x8E) & static_cast<unsigned>(bytes[1] == 0x82);
+    return isHB | isCake;
+  });
+  return holdsPair || holdsByteWindow<3>(text, [](const unsigned char* bytes) {
+           return static_cast<unsigned>((bytes[0] | 0x20U) == 'y') & static_cast<unsigned>(bytes[1] == ' ') &
+                  static_cast<unsigned>((bytes[2] | 0x20U) == 'b');
+         });
 }
 
-// `word` is in lower case. Only A to Z become letters of the greetings when lower-cased, so that bytes may be
-// compared: what else turns into ASCII is the Kelvin sign (no greeting has a k) and the dotted capital I (an i with
-// a mark behind it).
-bool holdsIgnoringAsciiCase(std::string_view text, std::string_view word) {
-  return std::search(text.begin(), text.end(), word.begin(), word.end(), [](char left, char right) {
-           return asciiLowerCase(static_cast<unsigned char>(left)) == static_cast<unsigned char>(right);
-         }) != text.end();
+// Only A to Z become letters of the greetings when lower-cased, so that bytes may be compared: what else turns into
+// ASCII is the Kelvin sign (no greeting has a k) and the dotted capital I (an i with a mark behind it).
+bool startsWithGreeting(std::string_view text) {
+  return std::any_of(kGreetings.begin(), kGreetings.end(), [&](std::string_view greeting) {
+    return text.size() >= greeting.size() &&
+           std::equal(greeting.begin(), greeting.end(), text.begin(), [](char expected, char byte) {
+             return static_cast<unsigned char>(expected) == asciiLowerCase(static_cast<unsigned char>(byte));
+           });
+  });
 }
 
 }  // namespace
 
 bool holdsGreeting(std::string_view text) {
-  return mayHoldGreeting(text) && std::any_of(kGreetings.begin(), kGreetings.end(), [&](std::string_view greeting) {
-           return holdsIgnoringAsciiCase(text, greeting);
-         });
+  if (!mayHoldGreeting(text)) return false;
+  for (std::size_t begin = 0; begin < text.size(); ++begin) {
+    const bool isFirstByte = (text[begin] | 0x20) == 'h' || text[begin] == kGreetings[0][0];
+    if (isFirstByte && startsWithGreeting(text.substr(begin))) return true;
+  }
+  return false;
 }
 
 std::optional<MessagesBirthday> find(const std::vector<MessageLine>& lines, std::string_view firstName,

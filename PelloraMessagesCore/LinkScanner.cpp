@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 
+#include "PelloraMessagesCore/ByteWindows.h"
 #include "PelloraMessagesCore/LinkHost.h"
 #include "PelloraMessagesCore/Text.h"
 
@@ -137,12 +138,12 @@ Bracket bracketAt(std::string_view text, std::size_t position) {
 }  // namespace
 
 bool LinkScanner::mayHoldLink(std::string_view text) {
-  unsigned char hits = 0;
-  for (const char byte : text)
-    hits |=
-        static_cast<unsigned char>(static_cast<unsigned char>(byte == '.') | static_cast<unsigned char>(byte == ':') |
-                                   static_cast<unsigned char>(byte == '@'));
-  if (hits == 0) return false;
+  const bool holdsMark = holdsByteWindow<2>(text, [](const unsigned char* bytes) {
+    const unsigned isDotOrAt = static_cast<unsigned>(bytes[0] == '.') | static_cast<unsigned>(bytes[0] == '@');
+    const unsigned isColon = static_cast<unsigned>(bytes[0] == ':');
+    return (isDotOrAt & static_cast<unsigned>(bytes[1] >= '0')) | (isColon & static_cast<unsigned>(bytes[1] >= '#'));
+  });
+  if (!holdsMark) return false;
   for (std::size_t position = 0; position + 1 < text.size(); ++position) {
     const char next = text[position + 1];
     const bool isFollowed = isIn(kAlphanumeric, next) || !isAscii(next);
