@@ -9,6 +9,8 @@
 #include <unicode/utf8.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
 
@@ -150,7 +152,17 @@ Folded fold(std::string_view text) {
 }  // namespace
 
 bool isAscii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+  // Eight bytes at a time: this stands before every costlier look at a text.
+  constexpr std::uint64_t kHighBits = 0x8080808080808080;
+  std::uint64_t seen = 0;
+  while (text.size() >= sizeof seen) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, text.data(), sizeof word);
+    if ((word & kHighBits) != 0) return false;
+    text.remove_prefix(sizeof word);
+  }
+  for (const char byte : text) seen |= static_cast<unsigned char>(byte);
+  return (seen & kHighBits) == 0;
 }
 
 bool isValidUtf8(std::string_view text) {

@@ -1,0 +1,267 @@
+#include "PelloraMessagesCore/ChatDatabase.h"
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "PelloraMessagesCore/MessageBody.h"
+#include "PelloraMessagesCore/Text.h"
+
+namespace pellora {
+
+namespace {
+
+constexpr int kOpenFlags = SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX;
+constexpr int kBusyTimeoutMilliseconds = 2000;
+constexpr int kMaximumHistoryRows = 50'000;
+constexpr std::int64_t kFirstNanosecondValue = 10'000'000'001;
+constexpr Instant kReferenceDate = instantAtSeconds(978'307'200);     // 2001-01-01 00:00:00 UTC
+constexpr Instant kEarliestDate = instantAtSeconds(-62'135'596'800);  // 0001-01-01 00:00:00 UTC
+constexpr Instant kLatestDate = instantAtSeconds(253'402'300'799);    // 9999-12-31 23:59:59 UTC
+
+// Finalised when it goes out of scope, so after the connection's error message was read.
+class Statement {
+ public:
+  Statement(sqlite3* db, const std::string& sql) : _db(db) {
+    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &_statement, nullptr) != SQLITE_OK || _statement == nullptr) fail();
+  }
+  ~Statement() { sqlite3_finalize(_statement); }
+  Statement(const Statement&) = delete;
+  Statement& operator=(const Statement&) = delete;
+
+  void bind(std::int64_t parameter) { sqlite3_bind_int64(_statement, 1, parameter); }
+
+  // False after the last row.
+  bool nextRow() {
+    const int result = sqlite3_step(_statement);
+    if (result != SQLITE_ROW && result != SQLITE_DONE) fail();
+    return result == SQLITE_ROW;
+  }
+
+  std::int64_t integer64(int column) { return sqlite3_column_int64(_statement, column); }
+  bool boolean(int column) { return sqlite3_column_int(_statement, column) != 0; }
+
+  // A text ends at its first zero byte, as it does for the functions of SQL. The views live until the next row.
+  std::optional<std::string_view> text(int column) {
+    const unsigned char* bytes = sqlite3_column_text(_statement, column);
+    if (bytes == nullptr) return std::nullopt;
+    return std::string_view(reinterpret_cast<const char*>(bytes));
+  }
+
+  std::optional<std::string_view> blob(int column) {
+    const void* bytes = sqlite3_column_blob(_statement, column);
+    if (bytes == nullptr) return std::nullopt;
+    const int count = sqlite3_column_bytes(_statement, column);
+    return std::string_view(static_cast<const char*>(bytes), static_cast<std::size_t>(count));
+  }
+
+ private:
+  [[noreturn]] void fail() {
+    std::string message = text::repairedUtf8(sqlite3_errmsg(_db));
+    sqlite3_finalize(std::exchange(_statement, nullptr));
+    throw ChatDatabase::Failure::query(std::move(message));
+  }
+
+  sqlite3* _db;
+  sqlite3_stmt* _statement = nullptr;
+};
+
+std::string messageQuery(const std::string& condition, const std::string& ordering, int limit) {
+  return "SELECT m.ROWID, m.date, m.is_from_me, m.text, m.attributedBody, cmj.chat_id\n"
+         "FROM message m JOIN chat_message_join cmj ON cmj.message_id = m.ROWID\n"
+         "WHERE " +
+         condition +
+         " AND IFNULL(m.associated_message_type, 0) = 0 AND IFNULL(m.item_type, 0) = 0\n"
+         "ORDER BY " +
+         ordering + " LIMIT " + std::to_string(limit);
+}
+
+std::optional<std::string> body(Statement& row) {
+  const auto text = row.text(3);
+  const auto attributedBody = row.blob(4);
+  if (!text || text::isValidUtf8(*text)) return MessageBody::text(text, attributedBody);
+  const std::string repaired = text::repairedUtf8(*text);
+  return MessageBody::text(repaired, attributedBody);
+}
+
+std::vector<HistoryMessage> messageRows(sqlite3* db, const std::string& sql, std::int64_t parameter, int limit) {
+  Statement statement(db, sql);
+  statement.bind(parameter);
+  std::vector<HistoryMessage> messages;
+  messages.reserve(static_cast<std::size_t>(std::clamp(limit, 0, kMaximumHistoryRows)));
+  while (statement.nextRow()) {
+    std::optional<std::string> text = body(statement);
+    if (!text || text->empty()) continue;
+    messages.push_back({.rowID = statement.integer64(0),
+                        .date = ChatDatabase::date(statement.integer64(1)),
+                        .isFromMe = statement.boolean(2),
+                        .text = std::move(*text),
+                        .chatID = statement.integer64(5)});
+  }
+  return messages;
+}
+
+// By canonical form; of handles that are canonically the same, the first one stays.
+void sortWithoutRepeats(std::vector<std::string>& handles) {
+  if (std::all_of(handles.begin(), handles.end(), text::isAscii)) {
+    std::sort(handles.begin(), handles.end());
+    handles.erase(std::unique(handles.begin(), handles.end()), handles.end());
+    return;
+  }
+  std::map<std::string, std::string> byCanonicalForm;
+  for (std::string& handle : handles) byCanonicalForm.try_emplace(text::canonical(handle), handle);
+  handles.clear();
+  for (auto& [canonical, handle] : byCanonicalForm) handles.push_back(std::move(handle));
+}
+
+std::string homeFolder() {
+  if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') return home;
+  const passwd* user = getpwuid(getuid());
+  return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "/";
+}
+
+// As a quoted literal: what is not plain in it stands as an escape.
+std::string debugQuoted(std::string_view text) {
+  std::string result = "\"";
+  for (const char byte : text) {
+    switch (byte) {
+      case '\0':
+        result += "\\0";
+        continue;
+      case '\t':
+        result += "\\t";
+        continue;
+      case '\n':
+        result += "\\n";
+        continue;
+      case '\r':
+        result += "\\r";
+        continue;
+      default:
+        break;
+    }
+    if (byte == '"' || byte == '\'' || byte == '\\') result += '\\';
+    const auto value = static_cast<unsigned char>(byte);
+    if (value >= 0x20 && value != 0x7F) {
+      result += byte;
+    } else {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\u{%02X}", value);
+      result += escape;
+    }
+  }
+  return result + '"';
+}
+
+}  // namespace
+
+ChatDatabase::Failure ChatDatabase::Failure::cannotOpen(std::int32_t code) {
+  Failure failure;
+  failure._kind = Kind::cannotOpen;
+  failure._code = code;
+  failure._description = "cannotOpen(code: " + std::to_string(code) + ")";
+  return failure;
+}
+
+ChatDatabase::Failure ChatDatabase::Failure::query(std::string message) {
+  Failure failure;
+  failure._kind = Kind::query;
+  failure._description = "query(" + debugQuoted(message) + ")";
+  failure._message = std::move(message);
+  return failure;
+}
+
+std::filesystem::path ChatDatabase::defaultURL() {
+  return std::filesystem::path(homeFolder()) / "Library/Messages/chat.db";
+}
+
+bool ChatDatabase::canRead(const std::filesystem::path& url) {
+  const int descriptor = open(url.c_str(), O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) return false;
+  close(descriptor);
+  return true;
+}
+
+ChatDatabase::ChatDatabase(const std::filesystem::path& url) {
+  const int code = sqlite3_open_v2(url.c_str(), &_db, kOpenFlags, nullptr);
+  if (code != SQLITE_OK) {
+    sqlite3_close(std::exchange(_db, nullptr));
+    throw Failure::cannotOpen(code);
+  }
+  sqlite3_busy_timeout(_db, kBusyTimeoutMilliseconds);
+  // A sort that outgrows its buffer would otherwise put message texts into a temporary file.
+  sqlite3_exec(_db, "PRAGMA temp_store = MEMORY", nullptr, nullptr, nullptr);
+}
+
+ChatDatabase::~ChatDatabase() {
+  sqlite3_close(_db);
+}
+
+std::int64_t ChatDatabase::maxRowID() const {
+  Statement statement(_db, "SELECT IFNULL(MAX(ROWID), 0) FROM message");
+  std::int64_t highest = 0;
+  while (statement.nextRow()) highest = statement.integer64(0);
+  return highest;
+}
+
+std::vector<HistoryMessage> ChatDatabase::messages(std::int64_t afterRowID, int limit) const {
+  return messageRows(_db, messageQuery("m.ROWID > ?", "m.ROWID", limit), afterRowID, limit);
+}
+
+std::vector<HistoryMessage> ChatDatabase::messages(Instant since, int limit) const {
+  return messageRows(_db, messageQuery("m.date >= ?", "m.date", limit), appleTime(since), limit);
+}
+
+std::vector<HistoryMessage> ChatDatabase::messages(const std::set<std::int64_t>& inChats, Instant since) const {
+  if (inChats.empty()) return {};
+  const std::string sql = messageQuery(chatsCondition(inChats), "m.date", kMaximumHistoryRows);
+  return messageRows(_db, sql, appleTime(since), kMaximumHistoryRows);
+}
+
+std::string ChatDatabase::chatsCondition(const std::set<std::int64_t>& chats) {
+  std::string list;
+  for (const std::int64_t chat : chats) {
+    if (!list.empty()) list += ',';
+    list += std::to_string(chat);
+  }
+  return "m.date >= ? AND cmj.chat_id IN (" + list + ")";
+}
+
+ChatParticipants ChatDatabase::chatParticipants() const {
+  Statement statement(_db,
+                      "SELECT chj.chat_id, h.id FROM chat_handle_join chj JOIN handle h ON h.ROWID = chj.handle_id");
+  ChatParticipants participants;
+  while (statement.nextRow()) {
+    const std::int64_t chat = statement.integer64(0);
+    if (const auto handle = statement.text(1)) participants[chat].push_back(text::repairedUtf8(*handle));
+  }
+  for (auto& [chat, handles] : participants) sortWithoutRepeats(handles);
+  return participants;
+}
+
+std::int64_t ChatDatabase::appleTime(Instant date) {
+  const Int128 nanoseconds = (date - kReferenceDate).count();
+  if (nanoseconds < std::numeric_limits<std::int64_t>::min() ||
+      nanoseconds > std::numeric_limits<std::int64_t>::max()) {
+    std::fputs("A date beyond 64 bits of nanoseconds cannot be compared with the Messages store\n", stderr);
+    std::abort();
+  }
+  return static_cast<std::int64_t>(nanoseconds);
+}
+
+Instant ChatDatabase::date(std::int64_t appleTime) {
+  if (appleTime >= kFirstNanosecondValue) return kReferenceDate + Nanoseconds(appleTime);
+  const Instant date = kReferenceDate + std::chrono::seconds(1) * static_cast<Int128>(appleTime);
+  return std::clamp(date, kEarliestDate, kLatestDate);
+}
+
+}  // namespace pellora
