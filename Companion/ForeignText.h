@@ -1,0 +1,27 @@
+// Texts that other programs wrote, in whatever encoding, made UTF-8. Total.
+// Tested by Tests/Companion/ForeignTextTests.cpp.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace pellora::foreign_text {
+
+// Without a byte order mark; UTF-16 and UTF-32 (with a mark, or UTF-16 that begins with two ASCII characters) come
+// out as UTF-8. Other bytes stay as they are.
+std::string withoutByteOrder(std::string_view bytes);
+
+// Valid UTF-8 as it stands, anything else read as Windows-1252.
+std::string utf8(std::string_view bytes);
+
+// As declared. Text that is valid UTF-8 against its declaration, and text of an unknown charset, is read as `utf8`
+// reads it, unless `isBelieved`: bytes that were encoded once more mean what they are declared to be.
+std::string fromCharset(std::string_view bytes, std::string_view charset, bool isBelieved);
+
+std::string quotedPrintableDecoded(std::string_view text);
+
+// On one line: control characters and line breaks become spaces, runs of white space one space, none at the ends.
+std::string onOneLine(std::string_view text);
+
+}  // namespace pellora::foreign_text
