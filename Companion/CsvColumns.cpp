@@ -20,13 +20,15 @@ constexpr std::string_view kOrganizations[] = {
     "organization", "organizationname", "organisation", "company", "companyname", "firma", "entreprise", "empresa"};
 constexpr std::string_view kUids[] = {"uid", "id", "uuid", "contactid"};
 
+constexpr std::string_view kPhoneNames[] = {"number", "numbers", "phones", "nummer", "número", "numéro", "numero"};
+
 // Anywhere in such a heading.
 constexpr std::string_view kPhoneParts[] = {"phone", "telefon",   "teléfono", "téléphone", "telefoon",  "mobil",
                                             "handy", "rufnummer", "móvil",    "cellul",    "cellphone", "portable"};
 constexpr std::string_view kEmailParts[] = {"email", "courriel", "correo"};
 
 // Alone between spaces, digits and punctuation.
-constexpr std::string_view kPhoneWords[] = {"tel", "tél", "cell", "mobile", "gsm", "phones", "number", "numbers"};
+constexpr std::string_view kPhoneWords[] = {"tel", "tél", "cell", "mobile", "gsm"};
 constexpr std::string_view kEmailWords[] = {"mail", "mails"};
 
 // Headings with these hold something about a number or address, or somebody else's.
@@ -93,7 +95,7 @@ CsvColumns CsvColumns::find(const std::vector<std::string>& header) {
       continue;
     } else if (hasPart(name, kEmailParts) || hasWord(lower, kEmailWords)) {
       columns.emails.push_back(index);
-    } else if (hasPart(name, kPhoneParts) || hasWord(lower, kPhoneWords)) {
+    } else if (isOneOf(name, kPhoneNames) || hasPart(name, kPhoneParts) || hasWord(lower, kPhoneWords)) {
       columns.phones.push_back(index);
     }
   }

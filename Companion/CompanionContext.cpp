@@ -1,0 +1,14 @@
+#include "Companion/CompanionContext.h"
+
+#include "Companion/CompanionFailure.h"
+#include "Companion/KeyState.h"
+
+namespace pellora {
+
+ExchangeKey CompanionContext::key() const {
+  KeyState state = KeyState::find(secrets);
+  if (!state.key) throw CompanionFailure(state.sentence());
+  return *state.key;
+}
+
+}  // namespace pellora

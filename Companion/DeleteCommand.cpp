@@ -1,0 +1,29 @@
+#include "Companion/DeleteCommand.h"
+
+#include <system_error>
+
+#include "Companion/CompanionFailure.h"
+#include "Companion/CompanionJson.h"
+#include "Companion/DisplayText.h"
+#include "Companion/PersonChoice.h"
+#include "PelloraMessagesCore/MessagesLatelyInbox.h"
+
+namespace pellora {
+
+CommandResult DeleteCommand::run(const CompanionContext& context) const {
+  const auto id = Uuid::parse(person);
+  const PersonChoice choice =
+      id ? PersonChoice{*id, id->toString()} : PersonChoice::find(person, LatelyStore::read(context, context.key()));
+  const std::string title = display::printable(choice.title);
+  std::error_code error;
+  if (!context.folder || !std::filesystem::exists(LatelyStore::file(*context.folder, choice.id), error))
+    throw CompanionFailure("There is no lately record of " + title + ".");
+  if (!MessagesLatelyInbox::remove(context.folder, choice.id))
+    throw CompanionFailure("The lately record of " + title + " cannot be removed.");
+  if (json) return {companion_json::deletedText(choice.id), {}};
+  return {"Removed the lately record of " + title +
+              ". The next read writes a new one while the person is in the people file.\n",
+          {}};
+}
+
+}  // namespace pellora

@@ -1,0 +1,58 @@
+#include "Companion/LatelyCommand.h"
+
+#include <algorithm>
+
+#include "Companion/CompanionFailure.h"
+#include "Companion/CompanionJson.h"
+#include "Companion/DisplayText.h"
+#include "Companion/InterruptionGuard.h"
+#include "Companion/LatelyPage.h"
+#include "Companion/LatelyText.h"
+#include "Companion/PersonChoice.h"
+#include "Companion/Progress.h"
+#include "PelloraMessagesCore/AtomicFile.h"
+
+namespace pellora {
+
+namespace {
+
+// The records asked for, each once.
+std::vector<NamedLately> chosen(const std::string& person, const LatelyStore& store) {
+  if (person.empty()) return store.records;
+  const PersonChoice choice = PersonChoice::find(person, store);
+  const NamedLately* lately = store.find(choice.id);
+  if (lately == nullptr)
+    throw CompanionFailure("There is no lately record of " + display::printable(choice.title) + " yet.");
+  return {*lately};
+}
+
+}  // namespace
+
+CommandResult LatelyCommand::run(const CompanionContext& context) const {
+  const ExchangeKey key = context.key();
+  LatelyStore store;
+  HelperDayNotes notes;
+  {
+    const Progress progress("Reading the lately records");
+    store = LatelyStore::read(context, key);
+    notes = HelperDayNotes::load(key, context.folder);
+  }
+  const auto records = chosen(person, store);
+  CommandResult result;
+  if (!htmlFile.empty()) {
+    const std::string html = LatelyPage(notes, context).html(records);
+    const InterruptionGuard guard;
+    AtomicFile::write(std::filesystem::absolute(htmlFile), html);
+    result.output = "Wrote " + display::printable(htmlFile) + ".\n";
+  }
+  if (json)
+    result.output = person.empty() ? companion_json::text(records) : companion_json::text(records.front());
+  else if (htmlFile.empty() && person.empty())
+    result.output = lately_text::overview(store, context);
+  else if (htmlFile.empty())
+    result.output = lately_text::page(
+        records.front(), DayStrip::of(records.front().record.personID, notes, context.now, context.calendar), context);
+  return result;
+}
+
+}  // namespace pellora

@@ -1,0 +1,39 @@
+#include "Companion/PeopleListCommand.h"
+
+#include "Companion/CompanionFailure.h"
+#include "Companion/CompanionJson.h"
+#include "Companion/PeopleStore.h"
+#include "Companion/SharedHandle.h"
+#include "Companion/TextTable.h"
+
+namespace pellora {
+
+namespace {
+
+std::string joined(const std::vector<std::string>& texts) {
+  std::string result;
+  for (const std::string& text : texts) result += (result.empty() ? "" : ", ") + text;
+  return result;
+}
+
+}  // namespace
+
+CommandResult PeopleListCommand::run(const CompanionContext& context) const {
+  const PeopleStore store = PeopleStore::find(context, context.key());
+  if (store.kind == PeopleStore::Kind::missing)
+    throw CompanionFailure("There is no people file yet; \"pellora-companion people import FILE\" writes it.");
+  if (store.kind == PeopleStore::Kind::unreadable)
+    throw CompanionFailure("The people file exists but does not open with the exchange key.");
+  const auto& people = store.file->people;
+  if (json) return {companion_json::text(people), {}};
+  if (people.empty()) return {"The people file is empty.\n", {}};
+  TextTable table({{"Name"}, {"Numbers"}, {"Addresses"}, {"Identifier"}});
+  for (const HelperPerson& person : people)
+    table.add({person.firstName, joined(person.phones), joined(person.emails), person.id.toString()});
+  std::string output = table.render(context.style);
+  for (const SharedHandle& shared : SharedHandle::find(people))
+    output += context.style.paint(OutputStyle::Ink::yellow, "Warning: " + shared.sentence()) + "\n";
+  return {output, {}};
+}
+
+}  // namespace pellora

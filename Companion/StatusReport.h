@@ -1,0 +1,40 @@
+// Everything that `status` tells, gathered: each part may be missing and says so itself.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "Adapters/Linux/ConfinementReport.h"
+#include "Adapters/Linux/ModelReport.h"
+#include "Companion/KeyState.h"
+#include "Companion/PeopleStore.h"
+#include "Companion/StoreProbe.h"
+#include "PelloraMessagesCore/HelperHeartbeat.h"
+
+namespace pellora {
+
+struct StatusReport {
+  StoreProbe store;
+  KeyState key;
+  PeopleStore::Kind peopleKind = PeopleStore::Kind::missing;
+  std::size_t people = 0;
+  std::size_t sharedHandles = 0;  // numbers and addresses that several people claim
+  std::size_t latelyRecords = 0;
+  std::optional<HelperHeartbeat> heartbeat;
+  std::optional<Instant> lastReadAt;
+  std::optional<ModelReport> model;              // absent when nobody looked
+  std::optional<ConfinementReport> protections;  // absent when the helper tells of none
+  Instant now;
+
+  static StatusReport gather(const CompanionContext& context, const std::filesystem::path& store);
+
+  bool isHelperFresh() const { return heartbeat && heartbeat->isFresh(now); }
+
+  // What to do next, in one sentence.
+  std::string nextStep() const;
+
+  std::string text(const CompanionContext& context) const;
+};
+
+}  // namespace pellora

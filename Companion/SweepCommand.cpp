@@ -1,0 +1,25 @@
+#include "Companion/SweepCommand.h"
+
+#include "Companion/CompanionJson.h"
+#include "Companion/DisplayText.h"
+#include "Companion/LatelyStore.h"
+#include "PelloraMessagesCore/MessagesLatelyInbox.h"
+
+namespace pellora {
+
+CommandResult SweepCommand::run(const CompanionContext& context) const {
+  const ExchangeKey key = context.key();
+  const std::size_t removed = MessagesLatelyInbox::sweep(key, context.folder);
+  const LatelyStore store = LatelyStore::read(context, key);
+  CommandResult result;
+  if (store.unreadable > 0)
+    result.complaint = display::counted(store.unreadable, "file", "files") + " could not be removed.";
+  if (json)
+    result.output = companion_json::sweepText(removed, store.records.size());
+  else
+    result.output = "Removed " + display::counted(removed, "file", "files") + ", kept " +
+                    display::counted(store.records.size(), "lately record", "lately records") + ".\n";
+  return result;
+}
+
+}  // namespace pellora

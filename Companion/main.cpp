@@ -1,0 +1,9 @@
+// pellora-companion: the companion side of the exchange on the command line.
+#include <QCoreApplication>
+
+#include "Companion/CommandLine.h"
+
+int main(int argc, char** argv) {
+  const QCoreApplication application(argc, argv);
+  return pellora::CommandLine::run(argc, argv);
+}
