@@ -13,13 +13,16 @@
 #include "Companion/DisplayText.h"
 #include "Companion/KeyCommand.h"
 #include "Companion/LatelyCommand.h"
+#include "Companion/ModelCommand.h"
 #include "Companion/PeopleImportCommand.h"
 #include "Companion/PeopleListCommand.h"
+#include "Companion/Progress.h"
 #include "Companion/ReadNowCommand.h"
 #include "Companion/StandardOutput.h"
 #include "Companion/StatusCommand.h"
 #include "Companion/SweepCommand.h"
 #include "PelloraMessagesCore/HelperExchange.h"
+#include "PelloraMessagesCore/Text.h"
 
 namespace pellora::CommandLine {
 
@@ -85,6 +88,13 @@ constexpr char kKeyExamples[] =
     "Example:\n"
     "  pellora-companion key || pellora-companion people import contacts.vcf\n";
 
+constexpr char kModelExamples[] =
+    "Environment: PELLORA_MODEL_URL (http://127.0.0.1:PORT or unix:/path/to.sock),\n"
+    "PELLORA_MODEL (which one, when the server lists several).\n\n"
+    "Examples:\n"
+    "  pellora-companion model\n"
+    "  pellora-companion model --try\n";
+
 constexpr char kJsonHelp[] = "for scripts: one line of JSON";
 
 class Commands {
@@ -96,6 +106,7 @@ class Commands {
     _app.require_subcommand(1);
     addPeople();
     addLooking();
+    addModel();
     addChanging();
   }
 
@@ -138,6 +149,21 @@ class Commands {
     addCommand(_app, _key, "key", "whether there is an exchange key", kKeyExamples);
   }
 
+  void addModel() {
+    CLI::App* model = add(_app, "model", "whether there is a language model, and which", kModelExamples);
+    model->add_flag("--try", _model.tries, "ask it two questions about invented texts and show the answers");
+    model->add_flag("--json", _model.asJson, kJsonHelp);
+    model->callback([this] { _run = [this] { return runModel(_model); }; });
+  }
+
+  static CommandResult runModel(const ModelCommandOptions& options) {
+    std::ostringstream output;
+    std::ostringstream complaint;
+    const Progress progress("Asking the language model");
+    runModelCommand(options, output, complaint);
+    return {output.str(), std::string(text::trimmed(complaint.str()))};
+  }
+
   void addChanging() {
     CLI::App* readNow = add(_app, "read-now", "ask the helper to read at once", kReadNowExamples);
     readNow->add_flag("--json", _readNow.json, kJsonHelp);
@@ -165,6 +191,7 @@ class Commands {
   StatusCommand _status;
   LatelyCommand _lately;
   KeyCommand _key;
+  ModelCommandOptions _model;
   ReadNowCommand _readNow;
   DeleteCommand _delete;
   SweepCommand _sweep;
@@ -173,6 +200,13 @@ class Commands {
 
 void complain(const std::string& sentence) {
   std::cerr << "pellora-companion: " << sentence << std::endl;
+}
+
+// The command that was given and does not exist, or that there was none.
+std::string whatIsNoCommand(const CLI::App& app) {
+  const auto rest = app.remaining(true);
+  if (rest.empty()) return "A command is missing.";
+  return "There is no command \"" + display::printable(rest.front()) + "\".";
 }
 
 // Help and version are what was asked; anything else is wrong usage.
@@ -184,6 +218,8 @@ int endParsing(const CLI::App& app, const CLI::ParseError& error) {
     return kDone;
   }
   std::string sentence = display::printable(error.what());
+  if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && sentence.find("subcommand") != std::string::npos)
+    sentence = whatIsNoCommand(app);
   if (!sentence.ends_with('.')) sentence += '.';
   complain(sentence + " Try --help.");
   return kWrongUsage;

@@ -39,6 +39,11 @@ std::string storeText(const StoreProbe& store) {
          store.file.string() + ")";
 }
 
+std::string keyText(const KeyState& key) {
+  if (key.key) return "there";
+  return key.kind == KeyState::Kind::none ? "none yet, the first import creates it" : key.sentence();
+}
+
 std::string peopleText(const StatusReport& report) {
   switch (report.peopleKind) {
     case PeopleStore::Kind::missing:
@@ -109,7 +114,7 @@ std::string StatusReport::nextStep() const {
 std::string StatusReport::text(const CompanionContext& context) const {
   const auto good = [](bool isGood) { return isGood ? Ink::green : Ink::yellow; };
   std::string text = row(context, "Messages store", storeText(store), good(store.messages.has_value()));
-  text += row(context, "Exchange key", key.key ? "there" : key.sentence(), good(key.key.has_value()));
+  text += row(context, "Exchange key", keyText(key), good(key.key.has_value()));
   text += row(context, "People", peopleText(*this), good(people > 0));
   text += row(context, "Last read", lastReadAt ? RelativeDate::text(*lastReadAt, now, context.calendar) : "never",
               good(lastReadAt.has_value()));
