@@ -43,10 +43,8 @@ std::string requestBody(const ModelQuestion& question, Extras extras) {
     format["json_schema"]["schema"] = ordered_json::parse(question.schemaText);
     body["response_format"] = std::move(format);
   }
-  if (extras == Extras::sent) {
-    body["chat_template_kwargs"]["enable_thinking"] = false;
-    body["reasoning_effort"] = "none";
-  }
+  if (extras != Extras::none) body["chat_template_kwargs"]["enable_thinking"] = false;
+  if (extras == Extras::both) body["reasoning_effort"] = "none";
   return body.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
 
@@ -78,7 +76,8 @@ bool isContextOverflow(std::string_view body) {
 std::optional<std::vector<ListedModel>> decodeModels(std::string_view body) {
   const json answer = json::parse(body, nullptr, false);
   const json& data = member(answer, "data");
-  if (!data.is_array()) return std::nullopt;
+  const bool isEmptyList = data.is_null() && textOf(member(answer, "object")) == "list";
+  if (!data.is_array() && !isEmptyList) return std::nullopt;
   std::vector<ListedModel> models;
   for (const json& item : data) {
     ListedModel model;

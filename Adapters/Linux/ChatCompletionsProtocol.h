@@ -19,9 +19,9 @@ inline constexpr const char* kModelsPath = "/v1/models";
 inline constexpr const char* kPropertiesPath = "/props";              // llama.cpp's server
 inline constexpr const char* kDetailedModelsPath = "/api/v0/models";  // LM Studio
 
-// Whether the request asks for no thinking, in the two ways that servers know. A few refuse fields that they have
-// not heard of.
-enum class Extras { sent, leftOut };
+// How the request asks for no thinking. There are two ways, no server knows both, and a few refuse fields or values
+// that they have not heard of.
+enum class Extras { both, templateOnly, none };
 
 std::string requestBody(const ModelQuestion& question, Extras extras);
 

@@ -165,14 +165,15 @@ Task<std::string> ModelServer::askChatCompletions(std::shared_ptr<ModelServer> s
   HttpRequest request;
   request.path = ChatCompletionsProtocol::kChatPath;
   request.timeout = kAnswerTimeout;
-  request.body = ChatCompletionsProtocol::requestBody(question, self->_known->extras);
-  const bool sentExtras = self->_known->extras == Extras::sent;
+  Extras extras = self->_known->extras;
+  request.body = ChatCompletionsProtocol::requestBody(question, extras);
   HttpAnswer answer = co_await self->_worker.send(request);
-  if (sentExtras && rejectsFields(answer)) {
-    request.body = ChatCompletionsProtocol::requestBody(question, Extras::leftOut);
+  while (extras != Extras::none && rejectsFields(answer)) {
+    extras = extras == Extras::both ? Extras::templateOnly : Extras::none;
+    request.body = ChatCompletionsProtocol::requestBody(question, extras);
     answer = co_await self->_worker.send(request);
-    if (answer.isOk() && self->_known) self->_known->extras = Extras::leftOut;
   }
+  if (answer.isOk() && self->_known) self->_known->extras = extras;
   self->requireAnswer(answer);
   co_return ChatCompletionsProtocol::decodeAnswer(answer.body, question);
 }

@@ -47,7 +47,7 @@ class ModelServer {
   struct Known {
     Dialect dialect = Dialect::chatCompletions;
     ChatCompletionsProtocol::ListedModel model;
-    ChatCompletionsProtocol::Extras extras = ChatCompletionsProtocol::Extras::sent;
+    ChatCompletionsProtocol::Extras extras = ChatCompletionsProtocol::Extras::both;
   };
 
   static Task<ModelReport> probe(std::shared_ptr<ModelServer> self);

@@ -225,21 +225,29 @@ TEST_P(ModelAdapter, ThinkingIsNotPartOfTheAnswer) {
 
 TEST_P(ModelAdapter, FieldsThatTheServerRefusesAreLeftOutFromThenOn) {
   for (const char* status : {"400", "422"}) {
-    serve({QStringLiteral("--reject-extras"), QStringLiteral("--reject-status"), QString::fromLatin1(status)});
+    serve({QStringLiteral("--reject-field"), QStringLiteral("reasoning_effort"), QStringLiteral("--reject-status"),
+           QString::fromLatin1(status)});
     EXPECT_EQ(failure(), "");
-    EXPECT_EQ(server().count(kChat), 2U);
     EXPECT_EQ(guidedFailure(), "");
-    EXPECT_EQ(server().count(kChat), 3U);
+    const auto bodies = server().bodies(kChat);
+    ASSERT_THAT(bodies, SizeIs(3));
+    EXPECT_THAT(bodies[0], HasSubstr("reasoning_effort"));
+    EXPECT_THAT(bodies[2], HasSubstr("enable_thinking")) << "what is not refused is kept";
   }
+  serve("--reject-field reasoning_effort --reject-field chat_template_kwargs");
+  EXPECT_EQ(failure(), "");
+  EXPECT_EQ(server().count(kChat), 3U);
+  EXPECT_EQ(guidedFailure(), "");
+  EXPECT_EQ(server().count(kChat), 4U);
 }
 
-TEST_P(ModelAdapter, RefusalThatHasAnotherReasonIsTriedOnceAndNotRemembered) {
+TEST_P(ModelAdapter, RefusalThatHasAnotherReasonIsNotRemembered) {
   serve("--status 400");
   EXPECT_THAT(failure(), HasSubstr("status 400"));
   EXPECT_THAT(failure(), HasSubstr("status 400"));
   const auto bodies = server().bodies(kChat);
-  ASSERT_THAT(bodies, SizeIs(4));
-  EXPECT_THAT(bodies[2], HasSubstr("reasoning_effort"));
+  ASSERT_THAT(bodies, SizeIs(6));
+  EXPECT_THAT(bodies[3], HasSubstr("reasoning_effort"));
 }
 
 TEST_P(ModelAdapter, QuestionLongerThanTheContextIsAskedOnce) {

@@ -27,20 +27,23 @@ ModelQuestion guidedQuestion() {
 }
 
 TEST(ChatCompletionsRequest, PlainQuestionHasExactlyTheFieldsThatAreMeant) {
-  const json body = json::parse(ChatCompletionsProtocol::requestBody(plainQuestion(), Extras::sent));
+  const json body = json::parse(ChatCompletionsProtocol::requestBody(plainQuestion(), Extras::both));
   EXPECT_EQ(body, json::parse(R"({"model":"m","stream":false,"max_tokens":1024,
     "messages":[{"role":"system","content":"be brief"},{"role":"user","content":"hello"}],
     "chat_template_kwargs":{"enable_thinking":false},"reasoning_effort":"none"})"));
 }
 
 TEST(ChatCompletionsRequest, ExtrasCanBeLeftOut) {
-  const json body = json::parse(ChatCompletionsProtocol::requestBody(plainQuestion(), Extras::leftOut));
-  EXPECT_FALSE(body.contains("chat_template_kwargs"));
-  EXPECT_FALSE(body.contains("reasoning_effort"));
+  const json some = json::parse(ChatCompletionsProtocol::requestBody(plainQuestion(), Extras::templateOnly));
+  EXPECT_TRUE(some.contains("chat_template_kwargs"));
+  EXPECT_FALSE(some.contains("reasoning_effort"));
+  const json none = json::parse(ChatCompletionsProtocol::requestBody(plainQuestion(), Extras::none));
+  EXPECT_FALSE(none.contains("chat_template_kwargs"));
+  EXPECT_FALSE(none.contains("reasoning_effort"));
 }
 
 TEST(ChatCompletionsRequest, SchemaStandsInTheFormatAndAfterTheInstructionsInItsOwnOrder) {
-  const std::string text = ChatCompletionsProtocol::requestBody(guidedQuestion(), Extras::sent);
+  const std::string text = ChatCompletionsProtocol::requestBody(guidedQuestion(), Extras::both);
   const ordered_json body = ordered_json::parse(text);
   const ordered_json& format = body["response_format"];
   EXPECT_EQ(format["type"], "json_schema");
@@ -61,7 +64,7 @@ TEST(ChatCompletionsRequest, InvalidUtf8IsRepairedAndControlCharactersSurvive) {
       "d\x01\n\"\\ \xE2\x80\xAE"
       "e\xCC\x81\xCC\x81";
   for (const std::string& text :
-       {ChatCompletionsProtocol::requestBody(question, Extras::sent), OllamaProtocol::requestBody(question, 8192)}) {
+       {ChatCompletionsProtocol::requestBody(question, Extras::both), OllamaProtocol::requestBody(question, 8192)}) {
     EXPECT_TRUE(text::isValidUtf8(text));
     const std::string prompt = json::parse(text)["messages"][1]["content"];
     EXPECT_TRUE(prompt.find("d\x01\n\"\\ \xE2\x80\xAE"
@@ -179,6 +182,7 @@ TEST(ModelLists, NamesAndContextSizesAreRead) {
   EXPECT_EQ((*models)[0].contextTokens, 4096);
   EXPECT_EQ((*models)[1].trainedTokens, 8192);
   EXPECT_EQ((*models)[2].contextTokens, std::nullopt);
+  EXPECT_TRUE(ChatCompletionsProtocol::decodeModels(R"({"object":"list","data":null})")->empty());
   for (const char* body : {"", "[]", "{}", R"({"data":7})", R"({"data":)", "<html>"})
     EXPECT_FALSE(ChatCompletionsProtocol::decodeModels(body)) << body;
 }

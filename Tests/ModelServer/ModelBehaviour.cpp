@@ -93,7 +93,8 @@ HttpResponse ModelBehaviour::answerQuestion(const HttpRequest& request) const {
   const std::string model = body.value("model", "");
   if (std::find(_options.models.begin(), _options.models.end(), model) == _options.models.end())
     return error(404, "model not found", "not_found_error");
-  if (_options.rejectExtras && (body.contains("reasoning_effort") || body.contains("chat_template_kwargs")))
+  const auto isRefused = [&](const std::string& field) { return body.contains(field); };
+  if (std::any_of(_options.rejectFields.begin(), _options.rejectFields.end(), isRefused))
     return error(_options.rejectStatus, "Unrecognized request argument", "invalid_request_error");
   const std::string instructions = messageOf(body, "system");
   const std::string prompt = messageOf(body, "user");

@@ -22,7 +22,7 @@ struct ServerOptions {
 
   int status = 200;  // of answers to questions
   std::string errorForm = "object";
-  bool rejectExtras = false;
+  std::vector<std::string> rejectFields;
   int rejectStatus = 400;
   int maximumPromptBytes = 0;  // 0: none
 

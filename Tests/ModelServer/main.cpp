@@ -37,7 +37,7 @@ void addOptions(CLI::App& app, ServerOptions& options) {
   app.add_option("--status", options.status, "Answer questions with this error status");
   app.add_option("--error-form", options.errorForm, "How errors are told")
       ->check(CLI::IsMember({"object", "string", "none"}));
-  app.add_flag("--reject-extras", options.rejectExtras, "Refuse requests that ask for no thinking");
+  app.add_option("--reject-field", options.rejectFields, "Refuse requests that have this field; repeat for several");
   app.add_option("--reject-status", options.rejectStatus, "The status for that (default: 400)");
   app.add_option("--max-prompt-bytes", options.maximumPromptBytes, "Refuse longer questions as too long");
   app.add_option("--finish-reason", options.finishReason, "Why answers end (default: stop)");
