@@ -155,6 +155,7 @@ TEST(LinkDetector, MissingSpacesAndNumbersAndFilesAreNoLinks) {
       {"yes.Me too", {}},
       {"fun.today was", {}},
       {"ok.im here", {}},
+      {"done.np", {}},
       {"version 1.2.3", {}},
       {"1.2.3.4", {}},
       {"12.30", {}},
