@@ -208,20 +208,32 @@ void HelperReadCycle::keepAnalysed(const Work& work, AnalysedDays& analysed, con
 Task<void> HelperReadCycle::writeLatelyRecords(const HelperDayNotes& notes, Work& work) {
   std::unordered_map<Uuid, std::vector<MessagesDayRecord>> daysOf;
   for (const MessagesDayRecord& day : notes.days) daysOf[day.personID].push_back(day);
+  // Together is cheaper; with a model at work each record is safe as soon as it is there.
+  const std::size_t together = work.modelIsThere ? 1 : kRecordsTogether;
+  std::vector<MessagesLatelyRecord> records;
   for (const HelperPerson& person : work.people.people) {
     const auto days = daysOf.extract(person.id);
     if (days.empty()) continue;
     std::optional<MessagesLatelyRecord> record =
         MessagesLatelyRecord::build(days.mapped(), kWindowDays, _platform.scheduler.now(), work.calendar);
     if (!record) continue;
-    record->summary = co_await _summaries->summary(_platform.languageModel, person.id, days.mapped(),
-                                                   firstNameOf(work.matcher, person.id));
+    LanguageModel& model = work.modelIsThere ? _platform.languageModel : _absentModel;
+    record->summary =
+        co_await _summaries->summary(model, person.id, days.mapped(), firstNameOf(work.matcher, person.id));
     if (isAbandoned()) co_return;
-    MessagesLatelyInbox::write(work.key, _folder, *record);
-    _delegate.recordWritten();
+    records.push_back(std::move(*record));
+    if (records.size() < together) continue;
+    writeRecords(records, work);
     co_await _platform.scheduler.yield();
     if (isAbandoned()) co_return;
   }
+  writeRecords(records, work);
+}
+
+void HelperReadCycle::writeRecords(std::vector<MessagesLatelyRecord>& records, const Work& work) const {
+  MessagesLatelyInbox::writeAll(work.key, _folder, records);
+  for (std::size_t count = 0; count < records.size(); ++count) _delegate.recordWritten();
+  records.clear();
 }
 
 void HelperReadCycle::storeProgress(const Work& work, std::int64_t lastRow) const {

@@ -12,6 +12,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "PelloraMessagesCore/AbsentLanguageModel.h"
 #include "PelloraMessagesCore/AnalysedDays.h"
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/ExchangeKey.h"
@@ -49,6 +50,7 @@ class HelperReadCycle {
   static constexpr std::int64_t kWindowDays = 30;
   static constexpr int kFullLimit = 50'000;        // rows
   static constexpr int kIncrementalLimit = 5'000;  // rows
+  static constexpr std::size_t kRecordsTogether = 16;
 
   // `owner` is the delegate's own object: the read is abandoned when it goes.
   HelperReadCycle(const HelperPlatform& platform, std::shared_ptr<LatelySummaries> summaries, QObject* owner,
@@ -88,6 +90,7 @@ class HelperReadCycle {
   Task<bool> analyse(MessagesDayDraft& draft, const Work& work);
   void keepAnalysed(const Work& work, AnalysedDays& analysed, const MessagesDayRecord& record) const;
   Task<void> writeLatelyRecords(const HelperDayNotes& notes, Work& work);
+  void writeRecords(std::vector<MessagesLatelyRecord>& records, const Work& work) const;
   void storeProgress(const Work& work, std::int64_t lastRow) const;
 
   const HelperPlatform& _platform;
@@ -96,6 +99,7 @@ class HelperReadCycle {
   Delegate& _delegate;
   std::optional<std::filesystem::path> _folder;
   Instant _now;
+  AbsentLanguageModel _absentModel;
 };
 
 }  // namespace pellora
