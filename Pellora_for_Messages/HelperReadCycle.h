@@ -22,6 +22,7 @@
 #include "PelloraMessagesCore/HelperPeopleFile.h"
 #include "PelloraMessagesCore/LatelySummaries.h"
 #include "PelloraMessagesCore/MessagesDayDraft.h"
+#include "PelloraMessagesCore/MessagesLatelyRecord.h"
 #include "Pellora_for_Messages/HelperPlatform.h"
 
 namespace pellora {
