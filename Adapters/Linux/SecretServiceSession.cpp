@@ -36,11 +36,14 @@ struct Release {
 template <class Type>
 using Owned = std::unique_ptr<Type, Release>;
 
-SecretServiceSession::Failure failureOf(GError* raw, const CallDeadline& deadline) {
+constexpr char kSecretService[] = "The secret service";
+
+SecretServiceSession::Failure failureOf(GError* raw, const CallDeadline& deadline,
+                                        const std::string& subject = kSecretService) {
   const Owned<GError> error(raw);
   if (deadline.isOver() || g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_TIMED_OUT) ||
       g_error_matches(error.get(), G_DBUS_ERROR, G_DBUS_ERROR_NO_REPLY))
-    return {false, "The secret service doesn't answer."};
+    return {false, subject + " doesn't answer."};
   if (g_error_matches(error.get(), G_DBUS_ERROR, G_DBUS_ERROR_SERVICE_UNKNOWN) ||
       g_error_matches(error.get(), G_DBUS_ERROR, G_DBUS_ERROR_NAME_HAS_NO_OWNER))
     return {false, "There is no secret service on the session bus."};
@@ -49,7 +52,7 @@ SecretServiceSession::Failure failureOf(GError* raw, const CallDeadline& deadlin
                       g_error_matches(error.get(), SECRET_ERROR, SECRET_ERROR_IS_LOCKED);
   if (locked) return {true, kLockedReason};
   g_dbus_error_strip_remote_error(error.get());
-  return {false, std::string("The secret service can't be used: ") + error->message};
+  return {false, subject + " can't be used: " + error->message + "."};
 }
 
 GVariant* dictionary(const SecretAttributes& attributes, const char* schema) {
@@ -79,10 +82,7 @@ class SecretServiceSession::Connection {
     if (!SessionBusAddress::find()) throw Failure{false, "There is no session bus."};
     GError* error = nullptr;
     _bus.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, deadline.cancellable(), &error));
-    if (!_bus) {
-      const Failure failure = failureOf(error, deadline);
-      throw Failure{false, "The session bus can't be used: " + failure.reason};
-    }
+    if (!_bus) throw failureOf(error, deadline, "The session bus");
     g_dbus_connection_set_exit_on_close(_bus.get(), FALSE);  // else the end of the bus would be ours
     service.reset(secret_service_open_sync(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_OPEN_SESSION,
                                            deadline.cancellable(), &error));

@@ -146,8 +146,8 @@ TEST_F(IniUserDefaultsTest, ValuesThatTheSettingsClassWroteAreRead) {
 
 TEST_F(IniUserDefaultsTest, EveryCharacterSurvivesBothWays) {
   std::vector<UserDefaults::Change> texts;
-  for (unsigned code = 1; code < 0x400; ++code)
-    for (const char* after : {"", "a", "z", "\xC3\xA9"})
+  for (unsigned code = 1; code < 0x120; ++code)
+    for (const char* after : {"", "a"})
       texts.emplace_back("key" + std::to_string(texts.size()), QString(QChar(code)).toStdString() + after);
   defaults.store(texts);
   const QSettings toolkit = settings();

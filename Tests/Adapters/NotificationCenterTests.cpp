@@ -15,6 +15,7 @@ namespace {
 
 using support::waitUntil;
 constexpr std::chrono::milliseconds kQuiet(100);
+constexpr std::chrono::seconds kQuickly(10);
 constexpr char kName[] = "app.pellora.messages.readNow";
 
 class World {
@@ -207,7 +208,7 @@ TEST(DBusNotificationCenterWithoutABus, GivesUpAtOnceAndStartsNone) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(center.post(kName)) << address;
     EXPECT_FALSE(center.observe(kName, [] {})) << address;
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << address;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kQuickly) << address;
   }
 }
 

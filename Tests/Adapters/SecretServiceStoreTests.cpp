@@ -26,6 +26,9 @@ using support::PrivateBus;
 using support::PrivateKeyring;
 using testing::HasSubstr;
 
+// Far below the 25 seconds of a call that nobody bounds, far above what a busy machine needs.
+constexpr std::chrono::seconds kQuickly(10);
+
 const SecretBytes kFirst(std::string_view("11111111111111111111111111111111"));
 const SecretBytes kSecond(std::string_view("22222222222222222222222222222222"));
 
@@ -193,9 +196,9 @@ TEST_F(SecretServiceStoreTest, AServiceThatNeverAnswersIsGivenUp) {
   SecretServiceStore impatient(std::chrono::milliseconds(300));
   const auto start = std::chrono::steady_clock::now();
   const SecretLookup lookup = impatient.find(attributes);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, kQuickly);
   EXPECT_EQ(lookup.outcome, Outcome::unavailable);
-  EXPECT_EQ(lookup.reason, "The secret service doesn't answer.");
+  EXPECT_THAT(lookup.reason, HasSubstr("doesn't answer."));
 }
 
 TEST(SecretServiceStoreWithoutABus, IsUnavailableAtOnceAndStartsNoBus) {
@@ -207,7 +210,7 @@ TEST(SecretServiceStoreWithoutABus, IsUnavailableAtOnceAndStartsNoBus) {
     const auto start = std::chrono::steady_clock::now();
     SecretServiceStore store;
     const SecretLookup lookup = store.find(ExchangeKeychain::attributes());
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << address;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kQuickly) << address;
     EXPECT_EQ(lookup.outcome, Outcome::unavailable) << address;
     EXPECT_THAT(lookup.reason, HasSubstr("session bus")) << address;
     EXPECT_EQ(store.add(ExchangeKeychain::attributes(), "a label", kFirst).outcome, Added::failed) << address;

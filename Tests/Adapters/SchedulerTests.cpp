@@ -1,0 +1,128 @@
+// What every scheduler promises, asked of virtual time and of the event loop's timers.
+#include <gtest/gtest.h>
+
+#include <QCoroTask>
+
+#include "Adapters/InMemory/VirtualScheduler.h"
+#include "Adapters/Linux/EventLoopScheduler.h"
+#include "Tests/Support/EventLoopWait.h"
+
+namespace pellora {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+class World {
+ public:
+  virtual ~World() = default;
+  virtual Scheduler& scheduler() = 0;
+  // Lets time pass until the condition holds; true when it came to hold within a long time.
+  virtual bool passUntil(const std::function<bool()>& condition) = 0;
+  // Lets this much time pass.
+  virtual void pass(milliseconds duration) = 0;
+};
+
+class VirtualWorld : public World {
+ public:
+  Scheduler& scheduler() override { return _scheduler; }
+  bool passUntil(const std::function<bool()>& condition) override {
+    for (int step = 0; step < 10'000 && !condition(); ++step) _scheduler.advance(milliseconds(1));
+    return condition();
+  }
+  void pass(milliseconds duration) override { _scheduler.advance(duration); }
+
+ private:
+  VirtualScheduler _scheduler{instantAtSeconds(1'795'235'340)};
+};
+
+class LoopWorld : public World {
+ public:
+  Scheduler& scheduler() override { return _scheduler; }
+  bool passUntil(const std::function<bool()>& condition) override { return support::waitUntil(condition); }
+  void pass(milliseconds duration) override {
+    support::waitUntil([] { return false; }, duration);
+  }
+
+ private:
+  EventLoopScheduler _scheduler;
+};
+
+struct Kind {
+  const char* name;
+  std::unique_ptr<World> (*make)();
+};
+
+template <class Type>
+std::unique_ptr<World> make() {
+  return std::make_unique<Type>();
+}
+
+class SchedulerContract : public testing::TestWithParam<Kind> {
+ protected:
+  Scheduler& scheduler() { return world->scheduler(); }
+
+  std::unique_ptr<World> world = GetParam().make();
+  int calls = 0;
+};
+
+}  // namespace
+
+TEST_P(SchedulerContract, ADelayedCallComesOnceAndNotEarly) {
+  const Instant start = scheduler().now();
+  const auto call = scheduler().after(milliseconds(20), [this] { ++calls; });
+  EXPECT_EQ(calls, 0);
+  EXPECT_TRUE(world->passUntil([this] { return calls > 0; }));
+  EXPECT_TRUE(scheduler().now() - start >= milliseconds(19));  // clocks may differ by their grain
+  world->pass(milliseconds(50));
+  EXPECT_EQ(calls, 1);
+}
+
+TEST_P(SchedulerContract, ARepeatedCallComesAgainAndAgain) {
+  const auto call = scheduler().every(milliseconds(5), [this] { ++calls; });
+  EXPECT_EQ(calls, 0);
+  EXPECT_TRUE(world->passUntil([this] { return calls >= 4; }));
+}
+
+TEST_P(SchedulerContract, CallsFallDueInTheOrderOfTheirTimes) {
+  std::string order;
+  const auto late = scheduler().after(milliseconds(60), [&] { order += "c"; });
+  const auto soon = scheduler().after(milliseconds(1), [&] { order += "a"; });
+  const auto middle = scheduler().after(milliseconds(30), [&] { order += "b"; });
+  EXPECT_TRUE(world->passUntil([&] { return order.size() == 3; }));
+  EXPECT_EQ(order, "abc");
+}
+
+TEST_P(SchedulerContract, ADestroyedCallNeverComes) {
+  auto once = scheduler().after(milliseconds(5), [this] { ++calls; });
+  auto repeated = scheduler().every(milliseconds(5), [this] { ++calls; });
+  once.reset();
+  repeated.reset();
+  world->pass(milliseconds(40));
+  EXPECT_EQ(calls, 0);
+}
+
+TEST_P(SchedulerContract, ACallMayReplaceItself) {
+  std::unique_ptr<ScheduledCall> call;
+  const std::function<void()> again = [&] {
+    if (++calls < 3) call = scheduler().after(milliseconds(1), again);
+  };
+  call = scheduler().after(milliseconds(1), again);
+  EXPECT_TRUE(world->passUntil([this] { return calls == 3; }));
+}
+
+TEST_P(SchedulerContract, TimeNeverStandsStillForCallsWithoutDelay) {
+  const auto call = scheduler().after(milliseconds(0), [this] { ++calls; });
+  EXPECT_EQ(calls, 0);
+  EXPECT_TRUE(world->passUntil([this] { return calls == 1; }));
+}
+
+TEST_P(SchedulerContract, YieldingResumes) {
+  QCoro::waitFor(scheduler().yield());
+}
+
+INSTANTIATE_TEST_SUITE_P(Schedulers, SchedulerContract,
+                         testing::Values(Kind{"Virtual", make<VirtualWorld>}, Kind{"EventLoop", make<LoopWorld>}),
+                         [](const auto& kind) { return std::string(kind.param.name); });
+
+}  // namespace pellora
