@@ -1,5 +1,6 @@
 #include "Pellora_for_Messages/PlatformAdapters.h"
 
+#include <malloc.h>
 #include <sys/stat.h>
 
 #include <QCoreApplication>
@@ -11,14 +12,20 @@
 
 #include "Adapters/Linux/ChatCompletionsLanguageModel.h"
 #include "Adapters/Linux/DBusNotificationCenter.h"
+#include "Adapters/Linux/DisplayServer.h"
 #include "Adapters/Linux/EventLoopScheduler.h"
+#include "Adapters/Linux/FileManagerPrivacySettings.h"
 #include "Adapters/Linux/IniUserDefaults.h"
 #include "Adapters/Linux/InotifyFileEvents.h"
 #include "Adapters/Linux/LogindSleepNotice.h"
 #include "Adapters/Linux/MakeSecretStore.h"
+#include "Adapters/Linux/PortalAppearance.h"
 #include "Adapters/Linux/ProcessConfinement.h"
 #include "Adapters/Linux/RuntimeFolder.h"
+#include "Adapters/Linux/SessionAppInstance.h"
 #include "Adapters/Linux/SessionBusAddress.h"
+#include "Adapters/Linux/SignalQuitRequests.h"
+#include "Adapters/Linux/StatusNotifierHost.h"
 #include "Adapters/Linux/XdgAutostartLoginItem.h"
 #include "Adapters/Linux/XdgFolders.h"
 #include "Adapters/Linux/XdgGroupContainer.h"
@@ -29,8 +36,6 @@
 namespace pellora {
 
 namespace {
-
-constexpr char kBusName[] = "app.pellora.Messages";
 
 std::string_view fromEnvironment(const char* name) {
   const char* value = std::getenv(name);
@@ -80,6 +85,11 @@ struct PlatformAdapters::Adapters {
   InotifyFileEvents fileEvents;
   XdgAutostartLoginItem loginItem{QCoreApplication::applicationFilePath().toStdString()};
   LogindSleepNotice sleepNotice;
+  SessionAppInstance appInstance{HelperExchange::folderURL(container)};
+  StatusNotifierHost trayHost;
+  FileManagerPrivacySettings privacySettings;
+  PortalAppearance appearance;
+  SignalQuitRequests quitRequests;
   std::unique_ptr<ChatCompletionsLanguageModel> languageModel = ChatCompletionsLanguageModel::fromEnvironment();
 };
 
@@ -93,8 +103,21 @@ HelperPlatform PlatformAdapters::platform() {
           ChatDatabase::defaultURL(), LocalCalendar::current, PlatformAdapters::version()};
 }
 
-SleepNotice& PlatformAdapters::sleepNotice() {
-  return _adapters->sleepNotice;
+HelperDesktop PlatformAdapters::desktop() {
+  return {_adapters->trayHost,     _adapters->privacySettings, _adapters->appearance,
+          _adapters->quitRequests, _adapters->sleepNotice,     [] { malloc_trim(0); }};
+}
+
+AppInstance& PlatformAdapters::appInstance() {
+  return _adapters->appInstance;
+}
+
+void PlatformAdapters::refreshLoginItem() {
+  _adapters->loginItem.refresh();
+}
+
+bool PlatformAdapters::hasDisplay() {
+  return DisplayServer::isReachable();
 }
 
 std::string PlatformAdapters::version() {
@@ -128,7 +151,7 @@ void PlatformAdapters::removeLeftovers() const {
 bool PlatformAdapters::isHelperOnBus() {
   if (!SessionBusAddress::find()) return false;
   const QDBusConnection bus = QDBusConnection::sessionBus();
-  return bus.isConnected() && bus.interface()->isServiceRegistered(QLatin1String(kBusName)).value();
+  return bus.isConnected() && bus.interface()->isServiceRegistered(QLatin1String(SessionAppInstance::kBusName)).value();
 }
 
 void PlatformAdapters::close() {

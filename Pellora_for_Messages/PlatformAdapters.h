@@ -5,7 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "PelloraMessagesCore/Ports/SleepNotice.h"
+#include "PelloraMessagesCore/Ports/AppInstance.h"
+#include "Pellora_for_Messages/HelperDesktop.h"
 #include "Pellora_for_Messages/HelperPlatform.h"
 
 namespace pellora {
@@ -18,7 +19,8 @@ class PlatformAdapters {
   PlatformAdapters& operator=(const PlatformAdapters&) = delete;
 
   HelperPlatform platform();
-  SleepNotice& sleepNotice();
+  HelperDesktop desktop();
+  AppInstance& appInstance();
 
   // The program's short version string.
   static std::string version();
@@ -29,6 +31,13 @@ class PlatformAdapters {
 
   // Takes away temporary files that a killed process left in the folders that this program writes.
   void removeLeftovers() const;
+
+  // Lets the login item start this program from where it is now, when it is enabled.
+  void refreshLoginItem();
+
+  // Whether windows can be shown. Needs no QCoreApplication; ask before one for windows is made, which ends the
+  // process when it finds no display.
+  static bool hasDisplay();
 
   // Whether a helper answers on the session bus.
   static bool isHelperOnBus();

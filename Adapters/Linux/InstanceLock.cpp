@@ -30,11 +30,16 @@ std::string nameFor(const std::optional<std::filesystem::path>& folder) {
 
 }  // namespace
 
-std::optional<InstanceLock> InstanceLock::take(const std::optional<std::filesystem::path>& sharedFolder) {
+std::optional<std::filesystem::path> InstanceLock::file(const std::optional<std::filesystem::path>& sharedFolder) {
   const auto folder = RuntimeFolder::own();
-  if (!folder) return InstanceLock(-1);
-  const std::filesystem::path file = *folder / nameFor(sharedFolder);
-  const int descriptor = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+  if (!folder) return std::nullopt;
+  return *folder / nameFor(sharedFolder);
+}
+
+std::optional<InstanceLock> InstanceLock::take(const std::optional<std::filesystem::path>& sharedFolder) {
+  const auto path = file(sharedFolder);
+  if (!path) return InstanceLock(-1);
+  const int descriptor = open(path->c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
   if (descriptor < 0) return InstanceLock(-1);
   if (flock(descriptor, LOCK_EX | LOCK_NB) == 0) return InstanceLock(descriptor);
   const bool isHeld = errno == EWOULDBLOCK;

@@ -9,6 +9,9 @@ namespace pellora {
 
 class InstanceLock {
  public:
+  // The file that is locked for this shared folder. Absent where there is no place for it.
+  static std::optional<std::filesystem::path> file(const std::optional<std::filesystem::path>& sharedFolder);
+
   // Absent when another process holds the lock. Where no lock file can be made the lock is taken for granted: files
   // are replaced whole, so two helpers cost work, not data.
   static std::optional<InstanceLock> take(const std::optional<std::filesystem::path>& sharedFolder);

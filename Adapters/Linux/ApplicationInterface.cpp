@@ -1,0 +1,1 @@
+#include "Adapters/Linux/ApplicationInterface.h"

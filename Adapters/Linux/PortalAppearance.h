@@ -1,0 +1,29 @@
+// The user's preference for dark windows as the desktop portal tells it on the session bus
+// (org.freedesktop.appearance, color-scheme). Needs the event loop of the main thread.
+// Tested by Tests/Adapters/PortalAppearanceTests.cpp.
+#pragma once
+
+#include <QObject>
+
+#include "PelloraMessagesCore/Ports/Appearance.h"
+
+class QDBusVariant;
+
+namespace pellora {
+
+class PortalAppearance : public QObject, public Appearance {
+  Q_OBJECT
+
+ public:
+  void observe(std::function<void(bool prefersDark)> changed) override;
+
+ private:
+  Q_SLOT void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
+  void ask();
+  void take(const QVariant& value);
+
+  std::function<void(bool)> _changed;
+};
+
+}  // namespace pellora

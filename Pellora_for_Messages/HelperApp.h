@@ -1,0 +1,51 @@
+// The app: one engine, started at once, the tray item with its menu, and the status window, which is made when it is
+// shown and put away when it is closed. Tested by Tests/Window/HelperAppTests.cpp and Tests/Desktop/desktop-test.
+#pragma once
+
+#include <memory>
+
+#include "Pellora_for_Messages/HelperAppDelegate.h"
+#include "Pellora_for_Messages/HelperDesktop.h"
+#include "Pellora_for_Messages/HelperEngine.h"
+#include "Pellora_for_Messages/HelperMenu.h"
+#include "Pellora_for_Messages/HelperOptions.h"
+#include "Pellora_for_Messages/HelperTray.h"
+#include "Pellora_for_Messages/HelperWindow.h"
+
+class QApplication;
+
+namespace pellora {
+
+class HelperApp : public QObject {
+  Q_OBJECT
+
+ public:
+  // Starts the engine.
+  HelperApp(QApplication& application, HelperPlatform platform, HelperDesktop desktop);
+  ~HelperApp() override;
+
+  void openWindow();
+
+  HelperEngine& engine() { return *_engine; }
+  HelperMenu& menu() { return *_menu; }
+  HelperWindow* window() { return _window.get(); }  // null while it is closed
+
+ private:
+  void closeWindow();
+  void followAppearance(bool prefersDark);
+
+  HelperDesktop _desktop;
+  std::unique_ptr<HelperAppDelegate> _delegate;
+  std::unique_ptr<HelperEngine> _engine;
+  std::unique_ptr<SleepObserver> _sleep;
+  std::unique_ptr<HelperMenu> _menu;
+  std::unique_ptr<HelperTray> _tray;
+  std::unique_ptr<HelperWindow> _window;
+  bool _followsAppearance = false;
+  bool _isDarkByUs = false;
+};
+
+// The process from here to its end; returns the exit code.
+int runHelperApp(int& argc, char** argv, const HelperOptions& options);
+
+}  // namespace pellora

@@ -1,0 +1,24 @@
+// What the app needs of the desktop around it, beyond what the engine needs. The references must outlive the app.
+#pragma once
+
+#include <functional>
+
+#include "PelloraMessagesCore/Ports/Appearance.h"
+#include "PelloraMessagesCore/Ports/PrivacySettings.h"
+#include "PelloraMessagesCore/Ports/QuitRequests.h"
+#include "PelloraMessagesCore/Ports/SleepNotice.h"
+#include "PelloraMessagesCore/Ports/TrayHost.h"
+
+namespace pellora {
+
+struct HelperDesktop {
+  TrayHost& trayHost;
+  PrivacySettings& privacySettings;
+  Appearance& appearance;
+  QuitRequests& quitRequests;
+  SleepNotice& sleepNotice;
+
+  std::function<void()> releaseMemory;  // called when a large part of the program was put away
+};
+
+}  // namespace pellora
