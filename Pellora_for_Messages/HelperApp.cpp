@@ -2,8 +2,8 @@
 
 #include <QApplication>
 #include <QLocale>
-#include <QPointer>
 #include <QPixmapCache>
+#include <QPointer>
 #include <QTranslator>
 #include <iostream>
 
@@ -39,8 +39,7 @@ HelperApp::HelperApp(QApplication& application, HelperPlatform platform, HelperD
       _delegate(std::make_unique<HelperAppDelegate>(application)),
       _engine(std::make_unique<HelperEngine>(std::move(platform))) {
   _engine->start();
-  _menu = std::make_unique<HelperMenu>(
-      *_engine, [this] { openWindow(); }, quit);
+  _menu = std::make_unique<HelperMenu>(*_engine, [this] { openWindow(); }, quit);
   _tray = std::make_unique<HelperTray>(_desktop.trayHost, *_menu, [this] { openWindow(); });
   _desktop.quitRequests.observe(quit);
   HelperEngine* engine = _engine.get();

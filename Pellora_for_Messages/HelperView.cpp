@@ -111,8 +111,11 @@ QWidget* HelperView::makeFooter() {
   _quit->setObjectName(QStringLiteral("quit"));
   // Return presses the card's button wherever the focus is, but not when it is here.
   _quit->setAutoDefault(false);
-  for (const int key : {Qt::Key_Return, Qt::Key_Enter})
-    connect(new QShortcut(key, _quit, Qt::WidgetShortcut), &QShortcut::activated, _quit, &QPushButton::click);
+  for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+    auto* shortcut = new QShortcut(QKeySequence(key), _quit);
+    shortcut->setContext(Qt::WidgetShortcut);
+    connect(shortcut, &QShortcut::activated, _quit, &QPushButton::click);
+  }
   connect(_quit, &QPushButton::clicked, this, [this] { _actions.quit(); });
   auto* row = new QHBoxLayout(footer);
   row->setContentsMargins(0, 0, 0, 0);
@@ -159,8 +162,7 @@ void HelperView::refreshCard() {
 }
 
 void HelperView::refreshProgress() {
-  const bool isShown =
-      _engine.state().kind == HelperEngine::State::Kind::reading && _engine.daysToAnalyse() > 0;
+  const bool isShown = _engine.state().kind == HelperEngine::State::Kind::reading && _engine.daysToAnalyse() > 0;
   _progress->setVisible(isShown);
   if (!isShown) return;
   _progress->setRange(0, static_cast<int>(_engine.daysToAnalyse()));

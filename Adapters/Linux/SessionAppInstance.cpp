@@ -60,9 +60,10 @@ bool SessionAppInstance::claimLock(const std::function<void()>& activated) {
   const auto lockFile = InstanceLock::file(_sharedFolder);
   if (!lockFile) return true;
   const std::filesystem::path socket = std::filesystem::path(*lockFile).replace_extension(".sock");
-  _lock = InstanceLock::take(_sharedFolder);
+  auto lock = InstanceLock::take(_sharedFolder);
   // A lock that nobody answers for belongs to a read from the command line, which ends soon.
-  if (!_lock && ActivationSocket::send(socket)) return false;
+  if (!lock && ActivationSocket::send(socket)) return false;
+  if (lock) _lock.emplace(std::move(*lock));
   _socket = std::make_unique<ActivationSocket>(socket, activated);
   return true;
 }

@@ -41,11 +41,10 @@ void SignalQuitRequests::observe(std::function<void()> quit) {
   _writing = FileDescriptor(ends[1]);
   writingEnd = _writing.get();
   _notifier = std::make_unique<QSocketNotifier>(_reading.get(), QSocketNotifier::Read);
-  QObject::connect(_notifier.get(), &QSocketNotifier::activated,
-                   [descriptor = _reading.get(), quit = std::move(quit)] {
-                     drain(descriptor);
-                     quit();
-                   });
+  QObject::connect(_notifier.get(), &QSocketNotifier::activated, [descriptor = _reading.get(), quit = std::move(quit)] {
+    drain(descriptor);
+    quit();
+  });
   struct sigaction action{};
   action.sa_handler = tellEventLoop;
   action.sa_flags = SA_RESTART;

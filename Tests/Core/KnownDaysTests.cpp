@@ -1,6 +1,6 @@
-#include "PelloraMessagesCore/KnownDays.h"
-
 #include <gtest/gtest.h>
+
+#include "PelloraMessagesCore/KnownDays.h"
 
 namespace pellora {
 namespace {
