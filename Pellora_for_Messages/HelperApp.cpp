@@ -88,7 +88,7 @@ int runHelperApp(int& argc, char** argv, const HelperOptions& options) {
     return kNoDisplay;
   }
   qInstallMessageHandler(dropLibraryChatter);
-  QCoreApplication::setApplicationName(QStringLiteral("pellora-for-messages"));
+  QCoreApplication::setApplicationName(QStringLiteral("Pellora for Messages"));
   QGuiApplication::setApplicationDisplayName(QStringLiteral("Pellora for Messages"));
   QGuiApplication::setDesktopFileName(QStringLiteral("app.pellora.Messages"));
   QApplication application(argc, argv);
