@@ -38,7 +38,9 @@ HelperApp::HelperApp(QApplication& application, HelperPlatform platform, HelperD
     : _desktop(std::move(desktop)),
       _delegate(std::make_unique<HelperAppDelegate>(application)),
       _engine(std::make_unique<HelperEngine>(std::move(platform))) {
+  connect(_engine.get(), &HelperEngine::changed, this, &HelperApp::settle);
   _engine->start();
+  settle();
   _menu = std::make_unique<HelperMenu>(*_engine, [this] { openWindow(); }, quit);
   _tray = std::make_unique<HelperTray>(_desktop.trayHost, *_menu, [this] { openWindow(); });
   _desktop.quitRequests.observe(quit);
@@ -63,13 +65,21 @@ void HelperApp::openWindow() {
     connect(_window.get(), &QDialog::finished, this, &HelperApp::closeWindow, Qt::QueuedConnection);
   }
   _window->present();
+  settle();
 }
 
 void HelperApp::closeWindow() {
   if (!_window || _window->isVisible()) return;
   _window.reset();
   QPixmapCache::clear();
-  _desktop.releaseMemory();
+  settle();
+}
+
+void HelperApp::settle() {
+  if (_engine->state().kind == HelperEngine::State::Kind::reading)
+    _settling.reset();
+  else
+    _settling = _engine->platform().scheduler.after(kSettling, _desktop.releaseMemory);
 }
 
 void HelperApp::followAppearance(bool prefersDark) {

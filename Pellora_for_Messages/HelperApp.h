@@ -20,6 +20,9 @@ class HelperApp : public QObject {
   Q_OBJECT
 
  public:
+  // From the last of a burst of work (the start, a read, the window coming or going) until memory is given back.
+  static constexpr std::chrono::seconds kSettling{3};
+
   // Starts the engine.
   HelperApp(QApplication& application, HelperPlatform platform, HelperDesktop desktop);
   ~HelperApp() override;
@@ -33,6 +36,7 @@ class HelperApp : public QObject {
  private:
   void closeWindow();
   void followAppearance(bool prefersDark);
+  void settle();
 
   HelperDesktop _desktop;
   std::unique_ptr<HelperAppDelegate> _delegate;
@@ -41,6 +45,7 @@ class HelperApp : public QObject {
   std::unique_ptr<HelperMenu> _menu;
   std::unique_ptr<HelperTray> _tray;
   std::unique_ptr<HelperWindow> _window;
+  std::unique_ptr<ScheduledCall> _settling;
   bool _followsAppearance = false;
   bool _isDarkByUs = false;
 };

@@ -18,7 +18,8 @@ struct HelperDesktop {
   QuitRequests& quitRequests;
   SleepNotice& sleepNotice;
 
-  std::function<void()> releaseMemory;  // called when a large part of the program was put away
+  // Gives back memory that is not needed at the moment; called after bursts of work.
+  std::function<void()> releaseMemory;
 };
 
 }  // namespace pellora

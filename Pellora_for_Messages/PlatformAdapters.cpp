@@ -1,6 +1,5 @@
 #include "Pellora_for_Messages/PlatformAdapters.h"
 
-#include <malloc.h>
 #include <sys/stat.h>
 
 #include <QCoreApplication>
@@ -21,6 +20,7 @@
 #include "Adapters/Linux/MakeSecretStore.h"
 #include "Adapters/Linux/PortalAppearance.h"
 #include "Adapters/Linux/ProcessConfinement.h"
+#include "Adapters/Linux/ResidentMemory.h"
 #include "Adapters/Linux/RuntimeFolder.h"
 #include "Adapters/Linux/SessionAppInstance.h"
 #include "Adapters/Linux/SessionBusAddress.h"
@@ -105,7 +105,7 @@ HelperPlatform PlatformAdapters::platform() {
 
 HelperDesktop PlatformAdapters::desktop() {
   return {_adapters->trayHost,     _adapters->privacySettings, _adapters->appearance,
-          _adapters->quitRequests, _adapters->sleepNotice,     [] { malloc_trim(0); }};
+          _adapters->quitRequests, _adapters->sleepNotice,     ResidentMemory::release};
 }
 
 AppInstance& PlatformAdapters::appInstance() {
