@@ -163,13 +163,16 @@ TEST_F(SecretServiceStoreTest, OfSeveralItemsTheFirstOneCountsEveryTime) {
     SecretServiceSession session(std::chrono::seconds(5));
     const auto collection = session.collectionForAlias("default");
     ASSERT_TRUE(collection);
+    SecretAttributes filler = attributes;  // so that the first one is number 9 and the next is number 10
+    filler.account = "filler";
+    for (int number = 1; number <= 8; ++number) session.createItem(*collection, filler, "a label", kSecond);
     session.createItem(*collection, attributes, "a label", kFirst);
     for (int other = 0; other < 11; ++other) session.createItem(*collection, attributes, "a label", kSecond);
   }
-  ASSERT_EQ(keyring->items().size(), 12U);
+  ASSERT_EQ(keyring->items().size(), 20U);
   EXPECT_EQ(store.find(attributes).data, kFirst);
   EXPECT_EQ(store.add(attributes, "a label", kSecond).outcome, Added::duplicate);
-  EXPECT_EQ(keyring->items().size(), 12U);
+  EXPECT_EQ(keyring->items().size(), 20U);
 }
 
 TEST_F(SecretServiceStoreTest, AnItemInTheTransientCollectionDoesNotCount) {
