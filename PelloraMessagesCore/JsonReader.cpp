@@ -135,9 +135,11 @@ bool JsonReader::readHex4(std::uint32_t& unit) {
   constexpr std::size_t kDigits = 4;
   const std::string_view digits = _json.substr(_position, kDigits);
   if (digits.size() != kDigits) return false;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + kDigits, unit, 16);
+  const char* const begin = digits.data();
+  const char* const end = begin + kDigits;
+  const auto [stop, error] = std::from_chars(begin, end, unit, 16);
   _position += kDigits;
-  return error == std::errc() && end == digits.data() + kDigits;
+  return error == std::errc() && stop == end;
 }
 
 bool JsonReader::readString(std::string& value) {
@@ -182,10 +184,11 @@ bool JsonReader::readInteger(std::int64_t& value) {
   std::string_view number;
   bool isPlain = true;
   if (!takeNumber(number, isPlain)) return false;
-  const char* const end = number.data() + number.size();
-  if (isPlain) return std::from_chars(number.data(), end, value).ec == std::errc();
+  const char* const begin = number.data();
+  const char* const end = begin + number.size();
+  if (isPlain) return std::from_chars(begin, end, value).ec == std::errc();
   double real = 0;
-  if (std::from_chars(number.data(), end, real).ec != std::errc()) return false;
+  if (std::from_chars(begin, end, real).ec != std::errc()) return false;
   if (!(real >= -kLargestExactInteger && real <= kLargestExactInteger)) return false;
   value = static_cast<std::int64_t>(real);
   return static_cast<double>(value) == real;
