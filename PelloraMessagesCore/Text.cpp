@@ -21,6 +21,10 @@ namespace {
 constexpr UChar32 kZeroWidthSpace = 0x200B;
 constexpr UChar32 kInvalid = -1;
 
+// Putting marks in their canonical order takes time by the square of their number. No script stacks this many; what
+// does is made to be slow and stays in the order in which it was written.
+constexpr std::size_t kMostOrderedMarks = 128;
+
 std::int32_t length32(std::string_view text) {
   return static_cast<std::int32_t>(text.size());
 }
@@ -129,9 +133,10 @@ void appendFolded(std::string_view character, std::u16string& result) {
   }
   UErrorCode status = U_ZERO_ERROR;
   icu::UnicodeString folded = icu::UnicodeString::fromUTF8(icu::StringPiece(character.data(), length32(character)));
-  folded = decomposer().normalize(folded, status);
+  const bool isOrdered = static_cast<std::size_t>(folded.length()) <= kMostOrderedMarks;
+  if (isOrdered) folded = decomposer().normalize(folded, status);
   folded.foldCase();
-  folded = decomposer().normalize(folded, status);
+  if (isOrdered) folded = decomposer().normalize(folded, status);
   result.append(folded.getBuffer(), static_cast<std::size_t>(folded.length()));
 }
 
@@ -147,6 +152,17 @@ Folded fold(std::string_view text) {
   result.foldedPlaces.push_back(result.text.size());
   result.originalPlaces.push_back(text.size());
   return result;
+}
+
+// Whether more marks stand one after the other than are put in order.
+bool stacksMarks(std::string_view text) {
+  std::size_t run = 0;
+  while (!text.empty() && run <= kMostOrderedMarks) {
+    const Decoded first = decodeFirst(text);
+    run = first.scalar != kInvalid && u_getCombiningClass(first.scalar) != 0 ? run + 1 : 0;
+    text.remove_prefix(first.size);
+  }
+  return run > kMostOrderedMarks;
 }
 
 }  // namespace
@@ -309,7 +325,7 @@ bool equalIgnoringCase(std::string_view left, std::string_view right) {
 }
 
 std::string canonical(std::string_view text) {
-  if (isAscii(text)) return std::string(text);
+  if (isAscii(text) || stacksMarks(text)) return std::string(text);
   UErrorCode status = U_ZERO_ERROR;
   std::string result;
   icu::StringByteSink<std::string> sink(&result);

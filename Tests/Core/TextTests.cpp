@@ -85,5 +85,15 @@ TEST(Text, DropsAndKeepsWholeCharacters) {
   EXPECT_EQ(replacingAll("a<b<", "<", "\u2039"), "a\u2039b\u2039");
 }
 
+TEST(Text, MarksStackedWithoutEndTakeNoTimeByTheSquareOfTheirNumber) {
+  std::string stack = "e";
+  for (int i = 0; i < 500'000; ++i) stack += "\u0301\u0323";
+  EXPECT_TRUE(equalIgnoringCase(stack, stack));
+  EXPECT_FALSE(equalIgnoringCase(stack, "e\u0323\u0301"));
+  EXPECT_EQ(canonical(stack), stack);
+  EXPECT_TRUE(equalIgnoringCase("E\u0301\u0323", "e\u0323\u0301"));
+  EXPECT_EQ(canonical("e\u0301\u0323"), canonical("\u1EB9\u0301"));
+}
+
 }  // namespace
 }  // namespace pellora::text

@@ -1,0 +1,54 @@
+#include <gtest/gtest.h>
+
+#include "PelloraMessagesCore/FoundNews.h"
+
+namespace pellora {
+namespace {
+
+using Kind = MessagesNews::Kind;
+
+std::string item(std::string_view kind) {
+  return R"({"message":1,"what":"Sam","kind":")" + std::string(kind) + R"(","when":"now"})";
+}
+
+TEST(FoundNews, TheModelIsToldExactlyThis) {
+  EXPECT_EQ(FoundNews::schema().name, "FoundNews");
+  EXPECT_EQ(NewsItem::schema().name, "NewsItem");
+  EXPECT_EQ(
+      FoundNews::schema().jsonSchema(),
+      R"({"type":"object","properties":{"news":{"type":"array","maxItems":3,"items":{"type":"object","properties":{)"
+      R"("message":{"type":"integer","description":"The number of the message that says it"},)"
+      R"("what":{"type":"string","maxLength":400,"description":"What happened, as a short sentence in the past or )"
+      R"(present tense whose subject is their first name"},)"
+      R"("kind":{"type":"string","enum":["work","home","family","school","travel","health","loss","milestone"]},)"
+      R"("when":{"type":"string","maxLength":400,"description":"Words copied from that message that say when it )"
+      R"(happens or happened; empty when it doesn't say"}},"required":["message","what","kind","when"],)"
+      R"("additionalProperties":false},"description":"Their big news; an empty list when there is none"}},)"
+      R"("required":["news"],"additionalProperties":false})");
+}
+
+TEST(FoundNews, KindsAreReadByName) {
+  const std::vector<std::pair<const char*, Kind>> kinds = {
+      {"work", Kind::work},     {"home", Kind::home},     {"family", Kind::family}, {"school", Kind::school},
+      {"travel", Kind::travel}, {"health", Kind::health}, {"loss", Kind::loss},     {"milestone", Kind::milestone}};
+  for (const auto& [name, kind] : kinds)
+    EXPECT_EQ(FoundNews::fromAnswer("{\"news\":[" + item(name) + "]}").news,
+              (std::vector<NewsItem>{{1, "Sam", kind, "now"}}))
+        << name;
+}
+
+TEST(FoundNews, AnAnswerThatBreaksTheSchemaIsEmptyAsAWhole) {
+  EXPECT_EQ(
+      FoundNews::fromAnswer("{\"news\":[" + item("work") + "," + item("home") + "," + item("loss") + "]}").news.size(),
+      3u);
+  EXPECT_TRUE(FoundNews::fromAnswer("{\"news\":[" + item("work") + "," + item("pets") + "]}").news.empty());
+  EXPECT_TRUE(FoundNews::fromAnswer("{\"news\":[" + item("Work") + "]}").news.empty());
+  EXPECT_TRUE(FoundNews::fromAnswer("{\"news\":[" + item("work") + "," + item("work") + "," + item("work") + "," +
+                                    item("work") + "]}")
+                  .news.empty());
+  EXPECT_TRUE(FoundNews::fromAnswer(R"({"news":[{"message":1,"what":"Sam","when":""}]})").news.empty());
+  EXPECT_TRUE(FoundNews::fromAnswer("[" + item("work") + "]").news.empty());
+}
+
+}  // namespace
+}  // namespace pellora
