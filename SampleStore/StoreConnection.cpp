@@ -38,6 +38,10 @@ std::int64_t StoreConnection::queryInteger(std::string_view sql) {
   return statement.nextRow() ? statement.integer(0) : 0;
 }
 
+std::int64_t StoreConnection::lastRowID() const {
+  return sqlite3_last_insert_rowid(_connection);
+}
+
 void StoreConnection::keepLogOnClose() {
   int persist = 1;
   sqlite3_file_control(_connection, nullptr, SQLITE_FCNTL_PERSIST_WAL, &persist);

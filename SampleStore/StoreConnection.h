@@ -27,6 +27,9 @@ class StoreConnection {
   // The first column of the first row; 0 when there is none.
   std::int64_t queryInteger(std::string_view sql);
 
+  // Of the row inserted last.
+  std::int64_t lastRowID() const;
+
   // Leaves the -wal and -shm files beside the store when the connection closes, as they lie beside a store in use.
   void keepLogOnClose();
 

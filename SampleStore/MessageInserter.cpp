@@ -1,0 +1,121 @@
+#include "SampleStore/MessageInserter.h"
+
+#include <cstdio>
+
+#include "PelloraMessagesCore/ChatDatabase.h"
+#include "SampleStore/AttributedBodyEncoder.h"
+
+namespace pellora {
+
+namespace {
+
+constexpr char kInsertMessage[] =
+    "INSERT INTO message (guid, text, attributedBody, handle_id, service, date, is_from_me, is_sent, is_delivered,"
+    " is_finished, is_read, associated_message_type, associated_message_guid, item_type, group_title,"
+    " cache_has_attachments, version, part_count) VALUES (?,?,?,?,'iMessage',?,?,?,1,1,1,?,?,?,?,?,10,1)";
+constexpr char kAttachmentOnly[] = "\uFFFC";
+constexpr int kFirstTapback = 2000;
+constexpr int kRenameItem = 2;
+
+std::int64_t storedDate(Instant date, MessageInserter::DateUnit unit) {
+  const std::int64_t nanoseconds = ChatDatabase::appleTime(date);
+  return unit == MessageInserter::DateUnit::seconds ? nanoseconds / 1'000'000'000 : nanoseconds;
+}
+
+}  // namespace
+
+MessageInserter::MessageInserter(StoreConnection& connection, std::uint64_t seed)
+    : _connection(connection),
+      _random(seed),
+      _message(connection.handle(), kInsertMessage),
+      _join(connection.handle(),
+            "INSERT INTO chat_message_join (chat_id, message_id, message_date) VALUES (?1, ?2, ?3)"),
+      _attachment(
+          connection.handle(),
+          "INSERT INTO attachment (guid, original_guid, filename, uti, mime_type, transfer_state, total_bytes)"
+          " VALUES (?1, ?1, '~/Library/Messages/Attachments/IMG.HEIC', 'public.heic', 'image/heic', 5, 180000)"),
+      _attachmentJoin(connection.handle(),
+                      "INSERT INTO message_attachment_join (message_id, attachment_id) VALUES (?1, ?2)") {}
+
+std::string MessageInserter::newGuid() {
+  char text[40];
+  const std::uint64_t high = _random.next();
+  const std::uint64_t low = _random.next();
+  std::snprintf(text, sizeof text, "%08X-%04X-%04X-%04X-%012llX", static_cast<unsigned>(high >> 32),
+                static_cast<unsigned>(high >> 16 & 0xFFFF), static_cast<unsigned>((high & 0x0FFF) | 0x4000),
+                static_cast<unsigned>((low >> 48 & 0x3FFF) | 0x8000),
+                static_cast<unsigned long long>(low & 0xFFFFFFFFFFFF));
+  return text;
+}
+
+MessageInserter::Chat MessageInserter::addChat(const std::vector<std::string>& handles, const std::string& service) {
+  const bool isGroup = handles.size() > 1;
+  const std::string identifier = isGroup ? "chat" + std::to_string(_random.below(1'000'000'000'000)) : handles.front();
+  StoreStatement(_connection.handle(),
+                 "INSERT INTO chat (guid, style, chat_identifier, service_name, room_name, state)"
+                 " VALUES (?1 || ';' || ?2 || ';' || ?3, ?4, ?3, ?1, ?5, 3)")
+      .bindText(1, service)
+      .bindText(2, isGroup ? "+" : "-")
+      .bindText(3, identifier)
+      .bindInteger(4, isGroup ? 43 : 45)
+      .bindText(5, isGroup ? identifier : std::string())
+      .run();
+  Chat chat{_connection.queryInteger("SELECT last_insert_rowid()"), 0};
+  for (const std::string& handle : handles) {
+    StoreStatement(_connection.handle(), "INSERT OR IGNORE INTO handle (id, country, service) VALUES (?, 'us', ?)")
+        .bindText(1, handle)
+        .bindText(2, service)
+        .run();
+    StoreStatement find(_connection.handle(), "SELECT ROWID FROM handle WHERE id = ? AND service = ?");
+    find.bindText(1, handle).bindText(2, service).nextRow();
+    const std::int64_t row = find.integer(0);
+    if (chat.handle == 0) chat.handle = row;
+    StoreStatement(_connection.handle(), "INSERT INTO chat_handle_join (chat_id, handle_id) VALUES (?, ?)")
+        .bindInteger(1, chat.rowID)
+        .bindInteger(2, row)
+        .run();
+  }
+  return chat;
+}
+
+std::int64_t MessageInserter::insert(const Row& row) {
+  const bool isAttachment = row.text == kAttachmentOnly;
+  const std::int64_t date = storedDate(row.date, row.unit);
+  _lastGuid = row.associatedType == 0 ? newGuid() : _lastGuid;
+  const std::string guid = row.associatedType == 0 ? _lastGuid : newGuid();
+  const std::uint64_t kind = _random.below(20);
+  using StringClass = AttributedBodyEncoder::StringClass;
+  const std::string archive =
+      AttributedBodyEncoder::encode(row.text, kind == 4 ? StringClass::mutableString : StringClass::plain);
+  const std::string title = row.itemType == kRenameItem ? row.text : std::string();
+  _message.bindText(1, guid).bindInteger(4, row.fromMe ? 0 : row.chat.handle).bindInteger(5, date);
+  if (row.itemType == 0 && kind < 3) _message.bindText(2, row.text);
+  if (row.itemType == 0 && kind != 0) _message.bindBlob(3, archive);
+  _message.bindInteger(6, row.fromMe).bindInteger(7, row.fromMe).bindInteger(8, row.associatedType);
+  if (!row.associatedGuid.empty()) _message.bindText(9, row.associatedGuid);
+  _message.bindInteger(10, row.itemType).bindInteger(12, isAttachment);
+  if (row.itemType != 0) _message.bindText(11, title);
+  _message.run();
+  const std::int64_t message = _connection.lastRowID();
+  _join.bindInteger(1, row.chat.rowID).bindInteger(2, message).bindInteger(3, date).run();
+  if (isAttachment) {
+    _attachment.bindText(1, guid).run();
+    _attachmentJoin.bindInteger(1, message).bindInteger(2, _connection.lastRowID()).run();
+  }
+  return message;
+}
+
+void MessageInserter::addMessage(const Chat& chat, const SampleLine& line, Instant date, DateUnit unit) {
+  insert({chat, line.fromMe, line.text, date, unit, 0, 0, {}});
+}
+
+void MessageInserter::addTapback(const Chat& chat, bool fromMe, Instant date) {
+  const int type = kFirstTapback + static_cast<int>(_random.below(6)) + (_random.chance(10) ? 1000 : 0);
+  insert({chat, fromMe, "Loved \u201Cthat\u201D", date, DateUnit::nanoseconds, type, 0, "p:0/" + _lastGuid});
+}
+
+void MessageInserter::addRename(const Chat& chat, const std::string& title, Instant date) {
+  insert({chat, false, title, date, DateUnit::nanoseconds, 0, kRenameItem, {}});
+}
+
+}  // namespace pellora

@@ -1,0 +1,129 @@
+// pellora-sample-store: writes a Messages store with a made-up history, for trying things out.
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "PelloraMessagesCore/ExchangeCoding.h"
+#include "SampleStore/SamplePerson.h"
+#include "SampleStore/SampleStoreWriter.h"
+
+namespace {
+
+using namespace pellora;
+
+constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
+constexpr std::size_t kMostPeople = 40'000;
+
+struct Arguments {
+  SampleOptions options;
+  std::string file;
+  std::string peopleFile;
+  std::string now;
+  std::size_t append = 0;
+  double rate = 0;  // messages a second; 0: as fast as it goes
+  bool force = false;
+};
+
+Instant currentTime() {
+  return std::chrono::time_point_cast<Nanoseconds>(std::chrono::system_clock::now());
+}
+
+void writePeople(const Arguments& arguments) {
+  nlohmann::json list = nlohmann::json::array();
+  for (const SamplePerson& person : samplePeople(arguments.options.seed, arguments.options.people)) {
+    nlohmann::json emails = nlohmann::json::array();
+    if (!person.email.empty()) emails.push_back(person.email);
+    list.push_back({{"id", person.id.toString()},
+                    {"firstName", person.firstName},
+                    {"phones", {person.writtenPhone()}},
+                    {"emails", emails}});
+  }
+  std::ofstream file(arguments.peopleFile);
+  file << list.dump(2) << '\n';
+  if (!file.flush()) throw std::runtime_error("The people file cannot be written: " + arguments.peopleFile);
+}
+
+void removeStore(const std::string& file) {
+  for (const char* suffix : {"", "-wal", "-shm"}) std::filesystem::remove(file + suffix);
+}
+
+void append(const Arguments& arguments) {
+  const auto begin = std::chrono::steady_clock::now();
+  SampleStoreWriter::append(
+      arguments.file, arguments.append, arguments.options.seed, currentTime, [&](std::size_t written) {
+        if (arguments.rate <= 0) return;
+        std::this_thread::sleep_until(begin + std::chrono::duration_cast<std::chrono::nanoseconds>(
+                                                  std::chrono::duration<double>(double(written) / arguments.rate)));
+      });
+  std::cout << "Added " << arguments.append << " messages to " << arguments.file << '\n';
+}
+
+void create(Arguments& arguments) {
+  if (arguments.force) removeStore(arguments.file);
+  SampleStoreWriter::create(arguments.file, arguments.options);
+  std::cout << "Wrote " << arguments.options.messages << " messages with " << arguments.options.people << " people to "
+            << arguments.file << '\n';
+}
+
+void declare(CLI::App& app, Arguments& arguments) {
+  app.add_option("path", arguments.file, "The store to write, as in ~/Library/Messages/chat.db")->required();
+  app.add_option("--seed", arguments.options.seed, "The same seed gives the same content")->capture_default_str();
+  app.add_option("--messages", arguments.options.messages, "Rows of messages")->capture_default_str();
+  app.add_option("--people", arguments.options.people, "People one knows")
+      ->check(CLI::Range(std::size_t{0}, kMostPeople))
+      ->capture_default_str();
+  app.add_option("--chats", arguments.options.chats, "At least so many chats")
+      ->check(CLI::Range(std::size_t{0}, kMostPeople));
+  app.add_option("--days", arguments.options.days, "How far the history goes back")
+      ->check(CLI::Range(1, 10'000))
+      ->capture_default_str();
+  app.add_option("--now", arguments.now, "Where it ends, as in 2026-03-10T12:00:00Z; otherwise now");
+  app.add_option("--people-file", arguments.peopleFile, "Also write the people, for `pellora-companion people import`");
+  app.add_option("--append", arguments.append, "Add so many newer messages to a store that is there");
+  app.add_option("--rate", arguments.rate, "With --append: messages a second")->check(CLI::NonNegativeNumber);
+  app.add_flag("--force", arguments.force, "Replace a store that is there");
+  app.set_version_flag("--version", "pellora-sample-store " PELLORA_VERSION);
+  app.footer(
+      "Examples:\n"
+      "  pellora-sample-store --messages 5000 --people-file people.json ~/Library/Messages/chat.db\n"
+      "  pellora-sample-store --append 100 --rate 5 ~/Library/Messages/chat.db\n\n"
+      "Exit codes: 0 done, 1 could not, 2 wrong usage.");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app("Writes a Messages store with a made-up history.", "pellora-sample-store");
+  Arguments arguments;
+  declare(app, arguments);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : kWrongUsage;
+  }
+  arguments.options.now = currentTime();
+  if (!arguments.now.empty()) {
+    const auto now = ExchangeCoding::parseDate(arguments.now);
+    if (!now) {
+      std::cerr << "--now takes a time like 2026-03-10T12:00:00Z.\n";
+      return kWrongUsage;
+    }
+    arguments.options.now = *now;
+  }
+  try {
+    if (arguments.append > 0)
+      append(arguments);
+    else
+      create(arguments);
+    if (!arguments.peopleFile.empty()) writePeople(arguments);
+  } catch (const std::exception& error) {
+    std::cerr << error.what() << '\n';
+    return kFailed;
+  }
+  return 0;
+}
