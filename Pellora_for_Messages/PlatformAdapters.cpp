@@ -133,7 +133,7 @@ void PlatformAdapters::confineProcess() {
 #ifndef PELLORA_UNCONFINED
   ConfinementPlan plan;
   plan.writableFolders = ownFolders();
-  plan.storeFolder = ChatDatabase::defaultURL().parent_path();
+  plan.store = ChatDatabase::defaultURL();
   plan.modelPort = portOf(ModelEndpoint::fromEnvironment());
   plan.needsInternetSockets = needsInternetSockets();
   ProcessConfinement::apply(plan).write(RuntimeFolder::own());

@@ -3,6 +3,7 @@
 #include <signal.h>
 
 #include <cerrno>
+#include <limits>
 #include <nlohmann/json.hpp>
 
 #include "PelloraMessagesCore/AtomicFile.h"
@@ -15,7 +16,8 @@ constexpr char kFile[] = "protections.json";
 constexpr std::size_t kMaximumSize = 65'536;  // bytes
 
 bool isAlive(std::int64_t process) {
-  return process > 0 && (kill(static_cast<pid_t>(process), 0) == 0 || errno == EPERM);
+  return process > 0 && process <= std::numeric_limits<pid_t>::max() &&
+         (kill(static_cast<pid_t>(process), 0) == 0 || errno == EPERM);
 }
 
 }  // namespace

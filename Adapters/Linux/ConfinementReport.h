@@ -2,6 +2,7 @@
 // it holds no secret.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>

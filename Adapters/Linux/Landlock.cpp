@@ -77,7 +77,7 @@ void Landlock::allow(const std::filesystem::path& path, Writing writing) {
   else if (writing == Writing::everything)
     rule.allowed_access = _writing;
   else
-    rule.allowed_access = LANDLOCK_ACCESS_FS_WRITE_FILE | LANDLOCK_ACCESS_FS_MAKE_REG;
+    rule.allowed_access = LANDLOCK_ACCESS_FS_MAKE_REG;
   syscall(SYS_landlock_add_rule, _descriptor, LANDLOCK_RULE_PATH_BENEATH, &rule, 0);
 }
 

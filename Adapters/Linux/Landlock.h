@@ -10,7 +10,7 @@ namespace pellora {
 class Landlock {
  public:
   // What may be done below a folder.
-  enum class Writing { everything, makeAndWriteFiles };
+  enum class Writing { everything, makeEmptyFiles };
 
   // 0 where the kernel has no Landlock; 4 and later have network rules.
   static int version();

@@ -2,6 +2,7 @@
 
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "Adapters/Linux/Landlock.h"
@@ -14,6 +15,24 @@ namespace {
 using Protection = ConfinementReport::Protection;
 
 constexpr int kFirstWithNetwork = 4;  // version of Landlock
+constexpr char kLogIndexSuffix[] = "-shm";
+constexpr mode_t kPrivate = 0700;
+
+// Where links lead to; SQLite keeps its files beside the store itself.
+std::filesystem::path resolved(const std::filesystem::path& path) {
+  std::error_code error;
+  std::filesystem::path result = std::filesystem::weakly_canonical(path, error);
+  return error ? path : result;
+}
+
+// Whatever the mask of the process lets through by itself. Errors are ignored: what is not there is not allowed.
+void makePrivateFolders(const std::filesystem::path& folder) {
+  std::filesystem::path each;
+  for (const std::filesystem::path& name : folder) {
+    each /= name;
+    if (mkdir(each.c_str(), kPrivate) == 0) chmod(each.c_str(), kPrivate);
+  }
+}
 
 Protection giveUpCoreDumps() {
   const rlimit none{0, 0};
@@ -42,16 +61,18 @@ void appendCalls(const ConfinementPlan& plan, std::vector<Protection>& protectio
 }
 
 Protection confineWriting(const ConfinementPlan& plan, bool restrictsTcp, bool& isEnforced) {
-  std::error_code error;
   if (Landlock::version() == 0) return {"writing", false, "the kernel has no Landlock"};
-  if (!std::filesystem::is_directory(plan.storeFolder, error))
+  const std::filesystem::path store = resolved(plan.store);
+  std::error_code error;
+  if (!std::filesystem::is_directory(store.parent_path(), error))
     return {"writing", false, "from the next start on: there is no Messages folder yet"};
   Landlock rules(restrictsTcp);
   for (const std::filesystem::path& folder : plan.writableFolders) {
-    std::filesystem::create_directories(folder, error);
+    makePrivateFolders(folder);
     rules.allow(folder, Landlock::Writing::everything);
   }
-  rules.allow(plan.storeFolder, Landlock::Writing::makeAndWriteFiles);
+  rules.allow(store.parent_path(), Landlock::Writing::makeEmptyFiles);
+  rules.allow(store.string() + kLogIndexSuffix, Landlock::Writing::everything);
   for (const char* device : {"/dev/null", "/dev/dri", "/dev/shm"}) rules.allow(device, Landlock::Writing::everything);
   if (plan.modelPort) rules.allowConnecting(*plan.modelPort);
   isEnforced = rules.enforce();

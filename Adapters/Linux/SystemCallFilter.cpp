@@ -32,7 +32,14 @@ constexpr std::array kForbidden = {
     SCMP_SYS(unshare),
     SCMP_SYS(init_module),
     SCMP_SYS(finit_module),
+    SCMP_SYS(delete_module),
     SCMP_SYS(kexec_load),
+    SCMP_SYS(kexec_file_load),
+    SCMP_SYS(open_tree),
+    SCMP_SYS(move_mount),
+    SCMP_SYS(fsopen),
+    SCMP_SYS(fsmount),
+    SCMP_SYS(process_madvise),
     SCMP_SYS(userfaultfd),
     SCMP_SYS(keyctl),
     SCMP_SYS(add_key),
@@ -56,6 +63,19 @@ bool refuseSocket(scmp_filter_ctx filter, const std::vector<Condition>& conditio
                                 static_cast<unsigned>(conditions.size()), conditions.data()) == 0;
 }
 
+// Sending that connects on the way goes past the rules on connecting, on kernels that do not look at it.
+bool refuseFastOpen(scmp_filter_ctx filter) {
+  struct Call {
+    int number;
+    unsigned flagsArgument;
+  };
+  for (const Call& call : {Call{SCMP_SYS(sendto), 3}, Call{SCMP_SYS(sendmsg), 2}, Call{SCMP_SYS(sendmmsg), 3}}) {
+    const Condition isFastOpen = {call.flagsArgument, SCMP_CMP_MASKED_EQ, MSG_FASTOPEN, MSG_FASTOPEN};
+    if (seccomp_rule_add_array(filter, SCMP_ACT_ERRNO(EACCES), call.number, 1, &isFastOpen) != 0) return false;
+  }
+  return true;
+}
+
 bool refuseSockets(scmp_filter_ctx filter, Sockets sockets) {
   switch (sockets) {
     case Sockets::all:
@@ -70,12 +90,13 @@ bool refuseSockets(scmp_filter_ctx filter, Sockets sockets) {
   for (scmp_datum_t domain = AF_INET + 1; domain < AF_INET6; ++domain)
     isRefused = isRefused && refuseSocket(filter, {domainIs(SCMP_CMP_EQ, domain)});
   for (const scmp_datum_t domain : {AF_INET, AF_INET6})
-    for (const scmp_datum_t type : {SOCK_DGRAM, SOCK_RAW})
-      isRefused = isRefused && refuseSocket(filter, {domainIs(SCMP_CMP_EQ, domain), typeIs(type)});
+    for (scmp_datum_t type = 0; type <= kTypeMask; ++type)
+      if (type != SOCK_STREAM)
+        isRefused = isRefused && refuseSocket(filter, {domainIs(SCMP_CMP_EQ, domain), typeIs(type)});
   // Other transports that call themselves streams are not ruled by port.
   for (const scmp_datum_t domain : {AF_INET, AF_INET6})
     isRefused = isRefused && refuseSocket(filter, {domainIs(SCMP_CMP_EQ, domain), {2, SCMP_CMP_GT, IPPROTO_TCP, 0}});
-  return isRefused;
+  return isRefused && refuseFastOpen(filter);
 }
 
 bool refuseCalls(scmp_filter_ctx filter) {

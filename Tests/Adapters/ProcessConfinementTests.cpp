@@ -1,0 +1,439 @@
+// Tries each forbidden thing from inside a confined process, and what must go on working. The report of the process
+// lists every attempt that ended otherwise than it should, so an empty one is good.
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/prctl.h>
+#include <sys/ptrace.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+
+#include "Adapters/Linux/FileDescriptor.h"
+#include "Adapters/Linux/Landlock.h"
+#include "Adapters/Linux/ProcessConfinement.h"
+#include "PelloraMessagesCore/AtomicFile.h"
+#include "PelloraMessagesCore/ChatDatabase.h"
+#include "Tests/Support/ReportingProcess.h"
+#include "Tests/Support/SmallStore.h"
+#include "Tests/Support/TemporaryFolder.h"
+
+namespace pellora {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A listening TCP socket on the loopback interface, before the process is confined.
+class Listener {
+ public:
+  Listener() : _socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address = onLoopback(0);
+    socklen_t size = sizeof address;
+    if (bind(_socket.get(), reinterpret_cast<sockaddr*>(&address), size) == 0 && listen(_socket.get(), 4) == 0 &&
+        getsockname(_socket.get(), reinterpret_cast<sockaddr*>(&address), &size) == 0)
+      _port = ntohs(address.sin_port);
+  }
+
+  std::uint16_t port() const { return _port; }
+
+  static sockaddr_in onLoopback(std::uint16_t port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return address;
+  }
+
+ private:
+  FileDescriptor _socket;
+  std::uint16_t _port = 0;
+};
+
+// What was tried and came out otherwise.
+class Attempts {
+ public:
+  // `result` as system calls give it, with errno.
+  void refused(const std::string& what, long result, std::initializer_list<int> codes = {EACCES}) {
+    const int code = errno;
+    if (result >= 0) return tell(what + " went through");
+    for (const int each : codes)
+      if (code == each) return;
+    tell(what + " failed with " + std::to_string(code));
+  }
+  void works(const std::string& what, long result) {
+    if (result < 0) tell(what + " failed with " + std::to_string(errno));
+  }
+  void holds(const std::string& what, bool isTrue) {
+    if (!isTrue) tell(what + " does not hold");
+  }
+
+  std::string report() const { return _report; }
+
+ private:
+  void tell(const std::string& text) { _report += text + "\n"; }
+
+  std::string _report;
+};
+
+class ProcessConfinementTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    support::SmallStore store(_store);
+    store.addMessage(store.addChat({"+15550100123"}), instantAtSeconds(1'773'000'000), false, "hello");
+    std::ofstream(_outside) << "a file of somebody else's";
+    fs::create_directory(_folder / "elsewhere");
+  }
+
+  ConfinementPlan plan() const {
+    ConfinementPlan plan;
+    plan.writableFolders = {_own, _folder / "config/deep/own"};
+    plan.store = _store;
+    return plan;
+  }
+
+  // The attempts of a process that is confined as planned.
+  static std::string confined(const ConfinementPlan& plan, const std::function<void(Attempts&)>& attempt) {
+    return support::reportOfProcess([&] {
+      ProcessConfinement::apply(plan);
+      Attempts attempts;
+      attempt(attempts);
+      return attempts.report();
+    });
+  }
+
+  static std::size_t messageCount(const fs::path& store) {
+    return ChatDatabase(store).messages(std::int64_t{0}, 100).size();
+  }
+
+  static int connectTo(std::uint16_t port) {
+    const FileDescriptor stream(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!stream.isOpen()) return -1;
+    const sockaddr_in address = Listener::onLoopback(port);
+    return connect(stream.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  }
+
+  support::TemporaryFolder _folder;
+  fs::path _store = _folder / "Library/Messages/chat.db";
+  fs::path _own = _folder / "own";
+  fs::path _outside = _folder / "outside.txt";
+};
+
+void tryOtherSockets(Attempts& attempts) {
+  attempts.refused("netlink", socket(AF_NETLINK, SOCK_RAW, 0));
+  attempts.refused("packets", socket(AF_PACKET, SOCK_RAW, 0));
+  for (const int domain : {AF_INET, AF_INET6}) {
+    attempts.refused("UDP", socket(domain, SOCK_DGRAM, 0));
+    attempts.refused("UDP, not blocking", socket(domain, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    attempts.refused("raw", socket(domain, SOCK_RAW, IPPROTO_ICMP));
+    attempts.refused("SCTP stream", socket(domain, SOCK_STREAM, IPPROTO_SCTP));
+    attempts.refused("SCTP packets", socket(domain, SOCK_SEQPACKET, 0));
+    attempts.refused("multi-path TCP", socket(domain, SOCK_STREAM, 262));
+  }
+}
+
+void tryLocalSocket(Attempts& attempts) {
+  attempts.works("local stream", socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  int pair[2];
+  attempts.works("local pair", socketpair(AF_UNIX, SOCK_STREAM, 0, pair));
+}
+
+TEST_F(ProcessConfinementTest, NoInternetSocketIsMadeWithoutModelPort) {
+  EXPECT_EQ(confined(plan(),
+                     [](Attempts& attempts) {
+                       attempts.refused("TCP", socket(AF_INET, SOCK_STREAM, 0));
+                       attempts.refused("TCP 6", socket(AF_INET6, SOCK_STREAM, 0));
+                       tryOtherSockets(attempts);
+                       tryLocalSocket(attempts);
+                     }),
+            "");
+}
+
+TEST_F(ProcessConfinementTest, OnlyStreamsAreMadeWithModelPort) {
+  ConfinementPlan withPort = plan();
+  withPort.modelPort = 8080;
+  EXPECT_EQ(confined(withPort,
+                     [](Attempts& attempts) {
+                       attempts.works("TCP", socket(AF_INET, SOCK_STREAM, 0));
+                       attempts.works("TCP, named", socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP));
+                       tryOtherSockets(attempts);
+                       tryLocalSocket(attempts);
+                     }),
+            "");
+}
+
+TEST_F(ProcessConfinementTest, OnlyTheModelPortIsConnectedTo) {
+  if (Landlock::version() < 4) GTEST_SKIP() << "this kernel has no rules on ports";
+  const Listener model;
+  const Listener other;
+  ASSERT_NE(model.port(), 0);
+  ConfinementPlan withPort = plan();
+  withPort.modelPort = model.port();
+  EXPECT_EQ(confined(withPort,
+                     [&](Attempts& attempts) {
+                       attempts.works("the model", connectTo(model.port()));
+                       attempts.refused("another port", connectTo(other.port()));
+                       const int stream = socket(AF_INET, SOCK_STREAM, 0);
+                       const sockaddr_in any = Listener::onLoopback(0);
+                       attempts.refused("listening", bind(stream, reinterpret_cast<const sockaddr*>(&any), sizeof any));
+                       const sockaddr_in there = Listener::onLoopback(other.port());
+                       attempts.refused("connecting by sending",
+                                        sendto(stream, "x", 1, MSG_FASTOPEN | MSG_NOSIGNAL,
+                                               reinterpret_cast<const sockaddr*>(&there), sizeof there));
+                     }),
+            "");
+}
+
+TEST_F(ProcessConfinementTest, SocketsStayWhenTheDisplayNeedsThem) {
+  const Listener display;
+  ConfinementPlan withNetwork = plan();
+  withNetwork.needsInternetSockets = true;
+  withNetwork.modelPort = 1;
+  EXPECT_EQ(confined(withNetwork,
+                     [&](Attempts& attempts) {
+                       attempts.works("the display", connectTo(display.port()));
+                       attempts.refused("a program", execl("/bin/true", "true", nullptr), {EPERM});
+                     }),
+            "");
+}
+
+TEST_F(ProcessConfinementTest, NothingIsWrittenOutsideTheNamedFolders) {
+  if (Landlock::version() == 0) GTEST_SKIP() << "this kernel has no Landlock";
+  EXPECT_EQ(confined(plan(),
+                     [this](Attempts& attempts) {
+                       const fs::path made = _folder / "elsewhere/new";
+                       const char* there = _outside.c_str();
+                       attempts.works("reading", open(there, O_RDONLY));
+                       attempts.refused("writing", open(there, O_WRONLY));
+                       attempts.refused("appending", open(there, O_WRONLY | O_APPEND));
+                       attempts.refused("creating", open(made.c_str(), O_WRONLY | O_CREAT, 0600));
+                       attempts.refused("a nameless file", open(_folder.path().c_str(), O_TMPFILE | O_WRONLY, 0600));
+                       attempts.refused("unlinking", unlink(there));
+                       attempts.refused("renaming", rename(there, made.c_str()));
+                       attempts.refused("taking over", rename(there, (_own / "x").c_str()), {EACCES, EXDEV});
+                       attempts.refused("linking", link(there, (_own / "x").c_str()), {EACCES, EXDEV, EPERM});
+                       attempts.refused("symlink", symlink("/etc/passwd", made.c_str()));
+                       attempts.refused("folder", mkdir(made.c_str(), 0700));
+                       attempts.refused("removing a folder", rmdir((_folder / "elsewhere").c_str()));
+                       attempts.refused("pipe", mkfifo(made.c_str(), 0600));
+                       if (Landlock::version() < 3) return;
+                       attempts.refused("truncating", truncate(there, 0));
+                       attempts.refused("truncating by opening", open(there, O_RDONLY | O_TRUNC));
+                     }),
+            "");
+}
+
+TEST_F(ProcessConfinementTest, OwnFoldersAreMadeAndWrittenIn) {
+  EXPECT_EQ(confined(plan(),
+                     [this](Attempts& attempts) {
+                       AtomicFile::write(_own / "file", "first");
+                       AtomicFile::write(_own / "file", "second");
+                       AtomicFile::write(_own / "below/it/file", "deep");
+                       AtomicFile::write(_folder / "config/deep/own/file", "other");
+                       AtomicFile::removeLeftovers(_own);
+                       attempts.works("unlinking", unlink((_own / "file").c_str()));
+                     }),
+            "");
+  EXPECT_EQ(AtomicFile::read(_own / "below/it/file"), "deep");
+  EXPECT_FALSE(fs::exists(_own / "file"));
+  for (const fs::path& folder : {_own, _own / "below/it", _folder / "config", _folder / "config/deep/own"}) {
+    struct stat status{};
+    ASSERT_EQ(stat(folder.c_str(), &status), 0) << folder;
+    EXPECT_EQ(status.st_mode & 07777U, 0700U) << folder;
+  }
+}
+
+void tryToHarmStore(Attempts& attempts, const fs::path& store) {
+  const fs::path log = store.string() + "-wal";
+  attempts.refused("unlinking", unlink(store.c_str()));
+  attempts.refused("writing", open(store.c_str(), O_RDWR));
+  attempts.refused("renaming", rename(store.c_str(), (store.string() + "2").c_str()));
+  attempts.refused("removing the log", unlink(log.c_str()));
+  attempts.refused("writing the log", open(log.c_str(), O_RDWR));
+  attempts.refused("a folder beside it", mkdir((store.parent_path() / "new").c_str(), 0700));
+  if (Landlock::version() < 3) return;
+  attempts.refused("truncating", truncate(store.c_str(), 0));
+  attempts.refused("truncating the log", truncate(log.c_str(), 0));
+}
+
+TEST_F(ProcessConfinementTest, StoreInUseIsReadAndCannotBeHarmed) {
+  if (Landlock::version() == 0) GTEST_SKIP() << "this kernel has no Landlock";
+  support::SmallStore owner(_folder / "Library/Messages/used.db");
+  const auto chat = owner.addChat({"+15550100123"});
+  owner.addMessage(chat, instantAtSeconds(1'773'000'000), false, "in the log only");
+  ConfinementPlan inUse = plan();
+  inUse.store = owner.path();
+  EXPECT_EQ(confined(inUse,
+                     [&](Attempts& attempts) {
+                       tryToHarmStore(attempts, owner.path());
+                       attempts.holds("reading", messageCount(owner.path()) == 1);
+                       tryToHarmStore(attempts, owner.path());
+                       attempts.holds("reading again", messageCount(owner.path()) == 1);
+                     }),
+            "");
+  owner.addMessage(chat, instantAtSeconds(1'773'000'001), false, "written afterwards");
+  EXPECT_EQ(owner.connection().queryInteger("SELECT count(*) FROM message"), 2);
+}
+
+TEST_F(ProcessConfinementTest, StoreWithoutLogIsRead) {
+  ASSERT_FALSE(fs::exists(_store.string() + "-shm"));
+  EXPECT_EQ(confined(plan(),
+                     [this](Attempts& attempts) {
+                       attempts.holds("reading", messageCount(_store) == 1);
+                       attempts.holds("reading again", messageCount(_store) == 1);
+                     }),
+            "");
+  EXPECT_EQ(messageCount(_store), 1u);
+}
+
+TEST_F(ProcessConfinementTest, LogThatAppearsAfterTheStartIsRead) {
+  int toOwner[2];
+  int toReader[2];
+  ASSERT_EQ(pipe(toOwner), 0);
+  ASSERT_EQ(pipe(toReader), 0);
+  std::thread owner([&] {
+    char byte = 0;
+    if (::read(toOwner[0], &byte, 1) != 1) return;
+    StoreConnection connection(_store, StoreConnection::Mode::existing);
+    connection.execute("INSERT INTO message (guid, date, text) VALUES ('new', 5, 'later')");
+    connection.execute("INSERT INTO chat_message_join (chat_id, message_id) VALUES (1, last_insert_rowid())");
+    if (::write(toReader[1], "x", 1) != 1) return;
+    if (::read(toOwner[0], &byte, 1) != 1) return;
+  });
+  const std::string report = confined(plan(), [&](Attempts& attempts) {
+    char byte = 0;
+    attempts.works("telling", ::write(toOwner[1], "x", 1));
+    attempts.works("waiting", ::read(toReader[0], &byte, 1));
+    attempts.holds("reading what is in the new log", messageCount(_store) == 2);
+    attempts.holds("reading again", messageCount(_store) == 2);
+  });
+  EXPECT_EQ(::write(toOwner[1], "xx", 2), 2);
+  owner.join();
+  EXPECT_EQ(report, "");
+}
+
+TEST_F(ProcessConfinementTest, StoreBehindLinkIsRead) {
+  fs::create_directories(_folder / "linked");
+  fs::create_symlink(_store, _folder / "linked/chat.db");
+  ConfinementPlan linked = plan();
+  linked.store = _folder / "linked/chat.db";
+  EXPECT_EQ(confined(linked, [&](Attempts& attempts) { attempts.holds("reading", messageCount(linked.store) == 1); }),
+            "");
+}
+
+TEST_F(ProcessConfinementTest, NoProgramIsStartedAndNoProcessLookedInto) {
+  const pid_t parent = getpid();
+  EXPECT_EQ(confined(plan(),
+                     [parent](Attempts& attempts) {
+                       attempts.refused("a program", execl("/bin/true", "true", nullptr), {EPERM});
+                       attempts.refused("tracing", ptrace(PTRACE_ATTACH, parent, nullptr, nullptr), {EPERM});
+                       attempts.refused("being traced", ptrace(PTRACE_TRACEME, 0, nullptr, nullptr), {EPERM});
+                     }),
+            "");
+}
+
+TEST_F(ProcessConfinementTest, NoCoreIsDumpedAndNoPrivilegeGained) {
+  EXPECT_EQ(confined(plan(),
+                     [](Attempts& attempts) {
+                       rlimit limit{1, 1};
+                       getrlimit(RLIMIT_CORE, &limit);
+                       attempts.holds("no core", limit.rlim_cur == 0 && limit.rlim_max == 0);
+                       attempts.holds("not dumpable", prctl(PR_GET_DUMPABLE) == 0);
+                       attempts.holds("no new privileges", prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1);
+                     }),
+            "");
+}
+
+TEST_F(ProcessConfinementTest, ThreadsMadeLaterAreConfined) {
+  EXPECT_EQ(confined(plan(),
+                     [this](Attempts& attempts) {
+                       std::thread([&] {
+                         attempts.refused("TCP", socket(AF_INET, SOCK_STREAM, 0));
+                         attempts.refused("a program", execl("/bin/true", "true", nullptr), {EPERM});
+                         if (Landlock::version() > 0) attempts.refused("writing", open(_outside.c_str(), O_WRONLY));
+                       }).join();
+                     }),
+            "");
+}
+
+ConfinementReport::Protection protection(const ConfinementReport& report, const std::string& name) {
+  for (const ConfinementReport::Protection& each : report.protections)
+    if (each.name == name) return each;
+  return {"missing", false, ""};
+}
+
+TEST_F(ProcessConfinementTest, ReportTellsWhatIsOn) {
+  const fs::path runtime = _folder / "own";
+  support::reportOfProcess([&] {
+    ConfinementPlan withPort = plan();
+    withPort.modelPort = 8080;
+    ProcessConfinement::apply(withPort).write(runtime);
+    return std::string();
+  });
+  const auto bytes = AtomicFile::read(runtime / "protections.json");
+  ASSERT_TRUE(bytes);
+  for (const char* name : {"core dumps", "tracing", "programs", "sockets", "model port", "writing"})
+    EXPECT_NE(bytes->find(std::string("\"") + name + "\""), std::string::npos) << name;
+}
+
+TEST_F(ProcessConfinementTest, WritingIsNotRuledUntilThereIsMessagesFolder) {
+  const fs::path runtime = _folder / "own";
+  fs::create_directory(runtime);
+  const std::string report = support::reportOfProcess([&] {
+    ConfinementPlan early = plan();
+    early.store = _folder / "not/there/chat.db";
+    const auto writing = protection(ProcessConfinement::apply(early), "writing");
+    return writing.name + (writing.isOn ? " on: " : " off: ") + writing.detail;
+  });
+  EXPECT_TRUE(report.starts_with("writing off: ")) << report;
+}
+
+TEST_F(ProcessConfinementTest, ReportIsReadWhileItsProcessLives) {
+  ConfinementReport report;
+  report.processID = getpid();
+  report.protections = {{"sockets", true, "no internet sockets"}, {"writing", false, "the kernel has no Landlock"}};
+  report.write(_folder.path());
+  EXPECT_EQ(ConfinementReport::read(_folder.path()), report);
+}
+
+TEST_F(ProcessConfinementTest, ReportOfProcessThatIsGoneReadsAsAbsent) {
+  support::reportOfProcess([&] {
+    ProcessConfinement::apply(plan()).write(_own);
+    return std::string();
+  });
+  ASSERT_TRUE(fs::exists(_own / "protections.json"));
+  EXPECT_EQ(ConfinementReport::read(_own), std::nullopt);
+}
+
+TEST_F(ProcessConfinementTest, DamagedReportReadsAsAbsent) {
+  EXPECT_EQ(ConfinementReport::read(_folder.path()), std::nullopt);
+  EXPECT_EQ(ConfinementReport::read(std::nullopt), std::nullopt);
+  const std::string self = std::to_string(getpid());
+  for (const std::string& bytes :
+       {std::string(), std::string("{"), std::string("[]"), std::string("null"), std::string("\xff\xfe"),
+        "{\"processID\":" + self + "}", "{\"processID\":" + self + ",\"protections\":[{}]}",
+        "{\"processID\":\"" + self + "\",\"protections\":[]}", std::string("{\"processID\":-1,\"protections\":[]}"),
+        std::string("{\"processID\":4294967297,\"protections\":[]}"), std::string(60'000, '['),
+        "{\"processID\":" + self + ",\"protections\":[{\"name\":1,\"isOn\":true,\"detail\":\"\"}]}"}) {
+    std::ofstream(_folder / "protections.json", std::ios::trunc) << bytes;
+    EXPECT_EQ(ConfinementReport::read(_folder.path()), std::nullopt) << bytes.substr(0, 80);
+  }
+}
+
+TEST_F(ProcessConfinementTest, ReportIntoFolderThatIsMissingIsIgnored) {
+  const ConfinementReport report;
+  report.write(std::nullopt);
+  report.write(_outside / "no folder");
+  EXPECT_TRUE(fs::is_regular_file(_outside));
+}
+
+}  // namespace
+}  // namespace pellora
