@@ -1,0 +1,143 @@
+#include <gmock/gmock.h>
+
+#include "Companion/CsvPeople.h"
+#include "Companion/PeopleParser.h"
+
+namespace pellora {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using Texts = std::vector<std::string>;
+
+struct Table {
+  const char* what;
+  std::string text;
+  std::string firstName;
+  Texts phones;
+  Texts emails;
+};
+
+const Table kTables[] = {
+    {"plain", "First Name,Phone,Email\nAnna,+1 (555) 123-4567,A@X.org\n", "Anna", {"5551234567"}, {"a@x.org"}},
+    {"with a byte order mark and CRLF",
+     "\xEF\xBB\xBF"
+     "First Name,Phone\r\nAnna,5551234567\r\n",
+     "Anna",
+     {"5551234567"},
+     {}},
+    {"without a last line break", "First Name,Phone\nAnna,5551234567", "Anna", {"5551234567"}, {}},
+    {"semicolons",
+     "Vorname;Nachname;Mobil;E-Mail\nJörg;Müller;0171 1234567;j@x.de\n",
+     "Jörg",
+     {"1711234567"},
+     {"j@x.de"}},
+    {"tabs", "name\tphone\nAnna Smith\t5551234567\n", "Anna", {"5551234567"}, {}},
+    {"a separator hint", "sep=;\r\nName;Phone\r\nAnna;5551234567\r\n", "Anna", {"5551234567"}, {}},
+    {"everything quoted", "\"First Name\",\"Phone\"\n\"Anna\",\"5551234567\"\n", "Anna", {"5551234567"}, {}},
+    {"quoted separators, quotes and line breaks",
+     "Notes,First Name,Phone\n\"a, \"\"b\"\"\nc\",Anna,5551234567\n",
+     "Anna",
+     {"5551234567"},
+     {}},
+    {"a quote inside an unquoted field",
+     "First Name,Notes,Phone\nAnna,5\" tall,5551234567\n",
+     "Anna",
+     {"5551234567"},
+     {}},
+    {"numbered columns of a web address book",
+     "Name,Given Name,Family Name,E-mail 1 - Type,E-mail 1 - Value,Phone 1 - Type,Phone 1 - Value,Phone 2 - Type,Phone "
+     "2 - Value\n"
+     "Mary Ann Smith,Mary Ann,Smith,* Home,m@x.org,Mobile,5551234567 ::: 5559876543,Work,\n",
+     "Mary Ann",
+     {"5551234567", "5559876543"},
+     {"m@x.org"}},
+    {"columns of an office program",
+     "First Name,Last Name,Company,Home Phone,Mobile Phone,Assistant's Phone,E-mail Address,E-mail Display Name,E-mail "
+     "2 Address\n"
+     "Anna,Smith,Acme,5551234567,5559876543,5550000000,a@x.org,Anna <a@x.org>,b@x.org\n",
+     "Anna",
+     {"5551234567", "5559876543"},
+     {"a@x.org", "b@x.org"}},
+    {"columns of a mail program",
+     "First Name,Last Name,Display Name,Nickname,Primary Email,Secondary Email,Screen Name,Work Phone,Fax "
+     "Number,Mobile Number\n"
+     "Anna,Smith,Anna Smith,,a@x.org,,,5551234567,5550000000,5559876543\n",
+     "Anna",
+     {"5551234567", "5559876543"},
+     {"a@x.org"}},
+    {"camel and snake case",
+     "first_name,phoneNumber,emailAddress\nAnna,5551234567,a@x.org\n",
+     "Anna",
+     {"5551234567"},
+     {"a@x.org"}},
+    {"French headings", "Prénom,Téléphone mobile,Courriel\nZoé,0612345678,z@x.fr\n", "Zoé", {"0612345678"}, {"z@x.fr"}},
+    {"decomposed headings", "Pre\xCC\x81nom,Tel\nZoé,0612345678\n", "Zoé", {"0612345678"}, {}},
+    {"short words", "Name,Tel.,Mail\nAnna Smith,5551234567,a@x.org\n", "Anna", {"5551234567"}, {"a@x.org"}},
+    {"Windows-1252", "Vorname;Telefon\nJ\xF6rg;0301234567\n", "Jörg", {"0301234567"}, {}},
+    {"a nickname instead of a name", "First Name,Nickname,Phone\n,Annie,5551234567\n", "Annie", {"5551234567"}, {}},
+    {"several addresses in one field", "Name,Email\nAnna,a@x.org; b@x.org\n", "Anna", {}, {"a@x.org", "b@x.org"}},
+    {"empty lines in between", "Name,Phone\n\n,\nAnna,5551234567\n\n", "Anna", {"5551234567"}, {}},
+    {"columns about columns are no values",
+     "Name,Phone Type,Phone\nAnna,5550000000,5551234567\n",
+     "Anna",
+     {"5551234567"},
+     {}},
+};
+
+TEST(CsvPeople, ReadsTheTablesOfTheCommonAddressBooks) {
+  for (const Table& table : kTables) {
+    SCOPED_TRACE(table.what);
+    const ImportedPeople read = parsePeople(table.text);
+    EXPECT_EQ(read.problem, std::nullopt);
+    EXPECT_EQ(read.format, ImportedPeople::Format::csv);
+    EXPECT_THAT(read.skipped, IsEmpty());
+    ASSERT_THAT(read.people, SizeIs(1));
+    EXPECT_EQ(read.people[0].firstName, table.firstName);
+    EXPECT_EQ(read.people[0].phones, table.phones);
+    EXPECT_EQ(read.people[0].emails, table.emails);
+  }
+}
+
+TEST(CsvPeople, ReadsUtf16WithAndWithoutAByteOrderMark) {
+  const std::string text = "Name,Phone\nAnna,5551234567\n";
+  std::string little;
+  std::string big;
+  for (const char byte : text) {
+    little += {byte, '\0'};
+    big += {'\0', byte};
+  }
+  for (const std::string& bytes : {"\xFF\xFE" + little, "\xFE\xFF" + big, little, big})
+    EXPECT_THAT(parsePeople(bytes).people, SizeIs(1));
+}
+
+TEST(CsvPeople, SaysWhichRowsWereSkippedAndWhy) {
+  const ImportedPeople read = parsePeople(
+      "Name,Company,Phone\nAnna,,\n,Acme,5551234567\n,,5551234567\nAcme,Acme,5550000000\nBob,,5559876543\n\"Carl,,5\n");
+  EXPECT_THAT(read.people, SizeIs(1));
+  EXPECT_THAT(read.skipped,
+              ElementsAre(SkippedEntry{"Anna", "no phone number or e-mail address"},
+                          SkippedEntry{"Acme", "an organisation, not a person"}, SkippedEntry{"line 4", "no name"},
+                          SkippedEntry{"Acme", "an organisation, not a person"},
+                          SkippedEntry{"line 7", "a quote that is never closed"}));
+}
+
+TEST(CsvPeople, RefusesATableWhoseColumnsItDoesNotKnow) {
+  for (const char* text : {"Anna,5551234567\n", "a,b,c\n1,2,3\n", "First Name,Last Name\nAnna,Smith\n",
+                           "Phone,Email\n5551234567,a@x.org\n", "just a line of text"}) {
+    SCOPED_TRACE(text);
+    const ImportedPeople read = parsePeople(text);
+    EXPECT_TRUE(read.problem.has_value());
+    EXPECT_THAT(read.people, IsEmpty());
+  }
+}
+
+TEST(CsvPeople, EveryTruncationIsReadWithoutHarm) {
+  for (const Table& table : kTables)
+    for (std::size_t length = 0; length < table.text.size(); ++length)
+      EXPECT_LE(parsePeople(table.text.substr(0, length)).people.size(), 1U);
+}
+
+}  // namespace
+}  // namespace pellora
