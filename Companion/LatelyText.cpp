@@ -114,13 +114,14 @@ std::string page(const NamedLately& lately, const std::optional<DayStrip>& strip
   const MessagesLatelyRecord& record = lately.record;
   std::string text = context.style.paint(Ink::bold, display::printable(lately.title()));
   if (!record.handle.empty()) text += "  " + context.style.paint(Ink::dim, display::printable(record.handle));
+  const auto days = static_cast<std::size_t>(std::max<std::int64_t>(record.dayCount, 0));
   text += "\n" + paragraph("You last wrote " + ago(record.lastTalkedAt, context) + "; the last message was " +
-                               ago(record.lastMessageAt, context) + ". " + std::to_string(record.sentCount) +
-                               " sent, " + std::to_string(record.receivedCount) + " received on " +
-                               display::counted(static_cast<std::size_t>(std::max<std::int64_t>(record.dayCount, 0)),
-                                                "day", "days") +
-                               " in " + std::to_string(record.windowDays) + ".",
+                               ago(record.lastMessageAt, context) + ".",
                            context);
+  text += paragraph(std::to_string(record.sentCount) + " sent and " + std::to_string(record.receivedCount) +
+                        " received on " + display::counted(days, "day", "days") + " of " +
+                        std::to_string(record.windowDays) + ".",
+                    context);
   if (strip && !strip->isEmpty()) text += "\n" + strip->text(context.style);
   if (record.summary) text += "\n" + paragraph(*record.summary, context);
   text += section("News", newsEntries(record, context), context);

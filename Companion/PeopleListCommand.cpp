@@ -27,7 +27,7 @@ CommandResult PeopleListCommand::run(const CompanionContext& context) const {
   const auto& people = store.file->people;
   if (json) return {companion_json::text(people), {}};
   if (people.empty()) return {"The people file is empty.\n", {}};
-  TextTable table({{"Name"}, {"Numbers"}, {"Addresses"}, {"Identifier"}});
+  TextTable table({{"Name"}, {"Numbers"}, {"Addresses"}, {"Identifier", TextTable::Side::left, true}});
   for (const HelperPerson& person : people)
     table.add({person.firstName, joined(person.phones), joined(person.emails), person.id.toString()});
   std::string output = table.render(context.style);

@@ -27,6 +27,15 @@ void TextTable::add(std::vector<std::string> cells) {
   _rows.push_back(std::move(cells));
 }
 
+std::size_t& TextTable::widestOf(std::vector<std::size_t>& widths, bool withWhole) const {
+  std::size_t widest = 0;
+  for (std::size_t column = 0; column < widths.size(); ++column) {
+    const bool isBetter = widths[column] > widths[widest] || (_columns[widest].isWhole && !withWhole);
+    if (isBetter && (withWhole || !_columns[column].isWhole)) widest = column;
+  }
+  return widths[widest];
+}
+
 std::vector<std::size_t> TextTable::widths(std::size_t available) const {
   std::vector<std::size_t> widths;
   for (std::size_t column = 0; column < _columns.size(); ++column) {
@@ -37,9 +46,9 @@ std::vector<std::size_t> TextTable::widths(std::size_t available) const {
   if (available == 0) return widths;
   const std::size_t total = std::accumulate(widths.begin(), widths.end(), kGap * (widths.size() - 1));
   std::size_t excess = total > available ? total - available : 0;
-  giveWay(widths.back(), excess);
-  for (std::size_t round = 0; excess > 0 && round < widths.size(); ++round)
-    giveWay(*std::max_element(widths.begin(), widths.end()), excess);
+  if (!_columns.back().isWhole) giveWay(widths.back(), excess);
+  for (std::size_t round = 0; excess > 0 && round < widths.size(); ++round) giveWay(widestOf(widths, false), excess);
+  for (std::size_t round = 0; excess > 0 && round < widths.size(); ++round) giveWay(widestOf(widths, true), excess);
   return widths;
 }
 

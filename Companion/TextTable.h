@@ -1,5 +1,6 @@
 // Rows and columns for people. Columns are as wide as their widest cell; when a row would not fit the width, the
-// last column gives way first, then the widest. Cells are made printable. Tested by Tests/Companion/TextTableTests.cpp.
+// last column gives way first, then the widest, and columns that are worth nothing in part the very last. Cells are
+// made printable. Tested by Tests/Companion/TextTableTests.cpp.
 #pragma once
 
 #include <cstddef>
@@ -17,6 +18,7 @@ class TextTable {
   struct Column {
     std::string heading;
     Side side = Side::left;
+    bool isWhole = false;  // gives way only when nothing else can: half an identifier is of no use
   };
 
   // Without headings when all are empty.
@@ -29,6 +31,7 @@ class TextTable {
 
  private:
   std::vector<std::size_t> widths(std::size_t available) const;
+  std::size_t& widestOf(std::vector<std::size_t>& widths, bool withWhole) const;
   std::string line(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths) const;
 
   std::vector<Column> _columns;

@@ -1,0 +1,15 @@
+// Address books' files of all kinds: whatever the bytes, the parser ends with people, skipped entries or a problem.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+#include "Companion/PeopleParser.h"
+#include "PelloraMessagesCore/Text.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const auto people = pellora::parsePeople({reinterpret_cast<const char*>(data), size});
+  if (people.problem && !people.people.empty()) std::abort();
+  for (const auto& person : people.people)
+    if (!pellora::text::isValidUtf8(person.firstName) || (person.phones.empty() && person.emails.empty())) std::abort();
+  return 0;
+}

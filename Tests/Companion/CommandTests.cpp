@@ -1,0 +1,399 @@
+// The commands in memory: what they do to the files and what they say.
+#include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
+
+#include "Companion/CompanionFailure.h"
+#include "Companion/DeleteCommand.h"
+#include "Companion/KeyCommand.h"
+#include "Companion/LatelyCommand.h"
+#include "Companion/LatelyStore.h"
+#include "Companion/PeopleImportCommand.h"
+#include "Companion/PeopleListCommand.h"
+#include "Companion/PeopleParser.h"
+#include "Companion/StatusReport.h"
+#include "Companion/SweepCommand.h"
+#include "PelloraMessagesCore/AtomicFile.h"
+#include "PelloraMessagesCore/ExchangeCoding.h"
+#include "Tests/Companion/CompanionWorld.h"
+
+namespace pellora {
+namespace {
+
+using support::CompanionWorld;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+using Json = nlohmann::json;
+using Secrets = InMemorySecretStore::State;
+
+constexpr char kCsv[] = "Name,Phone\nAnna,5551234567\nBob,5559876543\nCarla,\n";
+
+// The failure's sentence; empty when it did not fail.
+template <class Command>
+std::string failureOf(const Command& command, CompanionWorld& world) {
+  try {
+    command.run(world.context());
+  } catch (const CompanionFailure& failure) {
+    return failure.what();
+  }
+  return {};
+}
+
+std::string import(CompanionWorld& world, const std::string& text, PeopleImportCommand command = {}) {
+  return command.run(world.context(), parsePeople(text)).output;
+}
+
+TEST(PeopleImportCommand, MakesTheKeyAndThePeopleFile) {
+  CompanionWorld world;
+  const std::string output = import(world, kCsv);
+  EXPECT_THAT(output, HasSubstr("Took 2 people from the CSV: 2 added."));
+  EXPECT_THAT(output, HasSubstr("Carla  no phone number or e-mail address"));
+  EXPECT_THAT(output, HasSubstr("Created the exchange key."));
+  EXPECT_EQ(world.secrets().count(), 1U);
+  EXPECT_THAT(world.readPeople(), SizeIs(2));
+}
+
+TEST(PeopleImportCommand, ASecondTimeChangesNothing) {
+  CompanionWorld world;
+  import(world, kCsv);
+  const auto before = AtomicFile::read(world.shared() / "people.json");
+  const std::string output = import(world, kCsv);
+  EXPECT_THAT(output, HasSubstr("2 unchanged"));
+  EXPECT_THAT(output, Not(HasSubstr("Created the exchange key")));
+  EXPECT_EQ(AtomicFile::read(world.shared() / "people.json"), before);
+}
+
+TEST(PeopleImportCommand, TellsWhatChanged) {
+  CompanionWorld world;
+  world.writePeople({CompanionWorld::anna(), CompanionWorld::bob()});
+  const std::string output = import(world, "Name,Phone,Email\nAnna,5551234567,new@example.org\n");
+  EXPECT_THAT(output, HasSubstr("1 updated"));
+  EXPECT_THAT(output, HasSubstr("+ new@example.org, - anna@example.org"));
+  EXPECT_THAT(world.readPeople(),
+              ElementsAre(HelperPerson{CompanionWorld::anna().id, "Anna", {"5551234567"}, {"new@example.org"}},
+                          CompanionWorld::bob()));
+}
+
+TEST(PeopleImportCommand, ReplacingRemovesTheOthersAndSaysSo) {
+  CompanionWorld world;
+  world.writePeople({CompanionWorld::anna(), CompanionWorld::bob()});
+  PeopleImportCommand command;
+  command.replaces = true;
+  const std::string output = import(world, "Name,Phone\nBob,5559876543\n", command);
+  EXPECT_THAT(output, HasSubstr("1 unchanged, 1 removed"));
+  EXPECT_THAT(world.readPeople(), ElementsAre(CompanionWorld::bob()));
+}
+
+TEST(PeopleImportCommand, ATrialWritesNothing) {
+  CompanionWorld world;
+  PeopleImportCommand command;
+  command.isTrial = true;
+  EXPECT_THAT(import(world, kCsv, command), HasSubstr("Would take 2 people"));
+  EXPECT_EQ(world.secrets().count(), 0U);
+  EXPECT_FALSE(std::filesystem::exists(world.shared() / "people.json"));
+}
+
+TEST(PeopleImportCommand, WarnsWhenTwoPeopleClaimOneNumber) {
+  CompanionWorld world;
+  EXPECT_THAT(import(world, "Name,Phone\nAnna,5551234567\nBob,+1 555 123 4567\n"),
+              HasSubstr("Warning: 5551234567 is claimed by Anna and Bob, so it will match nobody."));
+}
+
+TEST(PeopleImportCommand, TakesNobodyOutOfAnEmptyListAndKeepsWhatIsThere) {
+  CompanionWorld world;
+  world.writePeople({CompanionWorld::anna()});
+  PeopleImportCommand command;
+  command.replaces = true;
+  EXPECT_THROW(import(world, "[]", command), CompanionFailure);
+  EXPECT_THAT(world.readPeople(), SizeIs(1));
+}
+
+TEST(PeopleImportCommand, NeverOverwritesAPeopleFileThatDoesNotOpen) {
+  CompanionWorld world;
+  world.key();
+  AtomicFile::write(world.shared() / "people.json", "PMX1 damaged");
+  EXPECT_THROW(import(world, kCsv), CompanionFailure);
+  EXPECT_EQ(AtomicFile::read(world.shared() / "people.json"), "PMX1 damaged");
+  PeopleImportCommand command;
+  command.replaces = true;
+  import(world, kCsv, command);
+  EXPECT_THAT(world.readPeople(), SizeIs(2));
+}
+
+TEST(PeopleImportCommand, MakesNoNewKeyBesideAPeopleFileOfAnotherKey) {
+  CompanionWorld world;
+  AtomicFile::write(world.shared() / "people.json", "PMX1 of a lost key");
+  EXPECT_THROW(import(world, kCsv), CompanionFailure);
+  EXPECT_EQ(world.secrets().count(), 0U);
+}
+
+TEST(PeopleImportCommand, WritesNothingWithoutAccessToTheKey) {
+  for (const Secrets state : {Secrets::locked, Secrets::unavailable}) {
+    CompanionWorld world;
+    world.secrets().setState(state);
+    EXPECT_THROW(import(world, kCsv), CompanionFailure);
+    EXPECT_FALSE(std::filesystem::exists(world.shared() / "people.json"));
+  }
+}
+
+TEST(PeopleImportCommand, JsonTellsTheSame) {
+  CompanionWorld world;
+  PeopleImportCommand command;
+  command.json = true;
+  const Json json = Json::parse(import(world, kCsv, command));
+  EXPECT_EQ(json["added"].size(), 2U);
+  EXPECT_EQ(json["added"][0]["firstName"], "Anna");
+  EXPECT_EQ(json["skipped"][0]["entry"], "Carla");
+  EXPECT_EQ(json["total"], 2);
+  EXPECT_EQ(json["format"], "CSV");
+}
+
+TEST(PeopleListCommand, ItsJsonCanBeImportedAgain) {
+  CompanionWorld world;
+  world.writePeople({CompanionWorld::anna(), {CompanionWorld::bob().id, "", {"5559876543"}, {}}});
+  const std::string json = PeopleListCommand{true}.run(world.context()).output;
+  CompanionWorld other;
+  import(other, json);
+  EXPECT_EQ(other.readPeople(), world.readPeople());
+}
+
+TEST(PeopleListCommand, SaysWhatIsMissing) {
+  CompanionWorld world;
+  EXPECT_THAT(failureOf(PeopleListCommand(), world), HasSubstr("no exchange key"));
+  world.key();
+  EXPECT_THAT(failureOf(PeopleListCommand(), world), HasSubstr("no people file yet"));
+  AtomicFile::write(world.shared() / "people.json", "x");
+  EXPECT_THAT(failureOf(PeopleListCommand(), world), HasSubstr("does not open"));
+}
+
+TEST(KeyCommand, SaysWhetherThereIsOneAndNeverItsBytes) {
+  CompanionWorld world;
+  EXPECT_THAT(KeyCommand().run(world.context()).complaint, HasSubstr("no exchange key"));
+  EXPECT_EQ(KeyCommand{true}.run(world.context()).output, "{\"key\":\"none\",\"reason\":\"\"}\n");
+  world.key();
+  EXPECT_EQ(KeyCommand().run(world.context()).output, "There is an exchange key.\n");
+  EXPECT_THAT(KeyCommand().run(world.context()).complaint, IsEmpty());
+  EXPECT_EQ(KeyCommand{true}.run(world.context()).output, "{\"key\":\"found\",\"reason\":\"\"}\n");
+  world.secrets().setState(Secrets::locked);
+  EXPECT_THAT(KeyCommand().run(world.context()).complaint, Not(IsEmpty()));
+}
+
+TEST(LatelyCommand, TheOverviewBeginsWithWhomOneTalkedToLast) {
+  CompanionWorld world;
+  world.writePeople({CompanionWorld::anna()});
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 7200));
+  world.writeLately(CompanionWorld::record(CompanionWorld::bob(), 3600));
+  const std::string output = LatelyCommand().run(world.context()).output;
+  EXPECT_THAT(output, HasSubstr("1 hour ago"));
+  EXPECT_LT(output.find(CompanionWorld::bob().id.toString()), output.find("Anna"));
+}
+
+TEST(LatelyCommand, PeopleWhoWereNeverWrittenToComeLast) {
+  CompanionWorld world;
+  MessagesLatelyRecord silent = CompanionWorld::record(CompanionWorld::bob(), 60);
+  silent.lastTalkedAt.reset();
+  world.writeLately(silent);
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 7200));
+  const auto store = LatelyStore::read(world.context(), world.key());
+  ASSERT_THAT(store.records, SizeIs(2));
+  EXPECT_EQ(store.records[1].record.personID, CompanionWorld::bob().id);
+}
+
+TEST(LatelyCommand, JsonIsTheExchangeFormWithTheName) {
+  CompanionWorld world;
+  world.writePeople({CompanionWorld::anna()});
+  const MessagesLatelyRecord record = CompanionWorld::record(CompanionWorld::anna(), 7200);
+  world.writeLately(record);
+  world.writeLately(CompanionWorld::record(CompanionWorld::bob(), 9000));
+  Json one = Json::parse(LatelyCommand{"anna", true, {}}.run(world.context()).output);
+  EXPECT_EQ(one["name"], "Anna");
+  one.erase("name");
+  EXPECT_EQ(one, Json::parse(ExchangeCoding::encode(record)));
+  const Json all = Json::parse(LatelyCommand{"", true, {}}.run(world.context()).output);
+  ASSERT_EQ(all.size(), 2U);
+  EXPECT_TRUE(all[1]["name"].is_null());
+}
+
+TEST(LatelyCommand, ControlCharactersOfARecordReachNoTerminal) {
+  CompanionWorld world;
+  MessagesLatelyRecord record = CompanionWorld::record(CompanionWorld::anna(), 7200);
+  record.summary =
+      "a\x1B]0;title\x07\xC2\x9B"
+      "31mb\x7F";
+  record.sentLinks = {{"https://example.org/\x1B[2J", record.lastMessageAt}};
+  world.writeLately(record);
+  const std::string id = CompanionWorld::anna().id.toString();
+  for (const auto& output :
+       {LatelyCommand().run(world.context()).output, LatelyCommand{id, false, {}}.run(world.context()).output,
+        LatelyCommand{id, true, {}}.run(world.context()).output}) {
+    EXPECT_THAT(output, Not(HasSubstr("\x1B")));
+    EXPECT_THAT(output, Not(HasSubstr("\x7F")));
+    EXPECT_THAT(output, Not(HasSubstr("\xC2\x9B")));
+  }
+  EXPECT_EQ(Json::parse(LatelyCommand{id, true, {}}.run(world.context()).output)["summary"], *record.summary);
+}
+
+TEST(LatelyCommand, OnePersonsPageHasEverything) {
+  CompanionWorld world;
+  world.writePeople({CompanionWorld::anna()});
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 7200));
+  MessagesDayRecord day;
+  day.personID = CompanionWorld::anna().id;
+  day.day = "2026-11-20";
+  day.sentCount = 8;
+  day.receivedCount = 1;
+  world.writeNotes({{day}});
+  const std::string output = LatelyCommand{"ANNA", false, {}}.run(world.context()).output;
+  for (const char* part :
+       {"Anna  +15551234567", "You last wrote 2 hours ago", "12 sent and 34 received on 5 days of 30.",
+        "Anna is looking forward to the concert.", "Anna starts a new job. (in March) [work]", "dinner at the harbour",
+        "12 May", "Anna's birthday, 30 years old", "https://example.org/a?b=1&c=2", "█·\n", "▁·\n", "23 Oct"})
+    EXPECT_THAT(output, HasSubstr(part));
+}
+
+TEST(LatelyCommand, SaysWhoIsMeantWhenTheNameIsNotClear) {
+  CompanionWorld world;
+  HelperPerson otherAnna = CompanionWorld::bob();
+  otherAnna.firstName = "anna";
+  world.writePeople({CompanionWorld::anna(), otherAnna});
+  const std::string ambiguous = failureOf(LatelyCommand{"Anna", false, {}}, world);
+  EXPECT_THAT(ambiguous, HasSubstr(CompanionWorld::anna().id.toString()));
+  EXPECT_THAT(ambiguous, HasSubstr(otherAnna.id.toString()));
+  EXPECT_THAT(failureOf(LatelyCommand{"Zoe", false, {}}, world),
+              HasSubstr("nobody called \"Zoe\"; there are Anna and anna"));
+  EXPECT_THAT(failureOf(LatelyCommand{"anna@example.org", false, {}}, world),
+              HasSubstr("no lately record of Anna yet"));
+}
+
+TEST(LatelyCommand, FindsAPersonByEveryHandle) {
+  CompanionWorld world;
+  world.writePeople({CompanionWorld::anna()});
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 7200));
+  world.writeLately(CompanionWorld::record(CompanionWorld::bob(), 7200));
+  for (const char* wanted : {"anna", "+1 (555) 123-4567", "ANNA@example.org", "6f1c3a52-0d1b-4e7a-9a55-1f6c2b7d9e10"})
+    EXPECT_EQ(Json::parse(LatelyCommand{wanted, true, {}}.run(world.context()).output)["name"], "Anna") << wanted;
+  const Json left = Json::parse(LatelyCommand{"5559876543", true, {}}.run(world.context()).output);
+  EXPECT_EQ(left["personID"], CompanionWorld::bob().id.toString());
+}
+
+TEST(LatelyCommand, WritesAPageThatRunsNothingAndFetchesNothing) {
+  CompanionWorld world;
+  HelperPerson person = CompanionWorld::anna();
+  person.firstName = "<script>alert('x')</script>\"&";
+  world.writePeople({person});
+  MessagesLatelyRecord record = CompanionWorld::record(person, 7200);
+  record.sentLinks = {{"javascript:alert(1)", record.lastMessageAt},
+                      {"https://e.org/\"><img src=x>", record.lastMessageAt}};
+  world.writeLately(record);
+  const std::string file = world.shared() / "page.html";
+  LatelyCommand{"", false, file}.run(world.context());
+  const std::string html = *AtomicFile::read(file);
+  EXPECT_THAT(html, HasSubstr("&lt;script&gt;alert(&#39;x&#39;)&lt;/script&gt;&quot;&amp;"));
+  EXPECT_THAT(html, HasSubstr("default-src 'none'"));
+  EXPECT_THAT(html, Not(HasSubstr("<script")));
+  EXPECT_THAT(html, Not(HasSubstr("<img")));
+  EXPECT_THAT(html, Not(HasSubstr("href=\"javascript")));
+  EXPECT_THAT(html, HasSubstr("</html>"));
+}
+
+TEST(DeleteCommand, RemovesTheRecordOfOnePersonOnly) {
+  CompanionWorld world;
+  world.writePeople({CompanionWorld::anna()});
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 7200));
+  world.writeLately(CompanionWorld::record(CompanionWorld::bob(), 7200));
+  DeleteCommand{"anna", false}.run(world.context());
+  EXPECT_FALSE(std::filesystem::exists(LatelyStore::file(world.shared(), CompanionWorld::anna().id)));
+  EXPECT_THAT(failureOf(DeleteCommand{"anna", false}, world), HasSubstr("no lately record of Anna"));
+  world.secrets().setState(Secrets::locked);
+  EXPECT_EQ(DeleteCommand({CompanionWorld::bob().id.toString(), true}).run(world.context()).output,
+            "{\"deleted\":\"" + CompanionWorld::bob().id.toString() + "\"}\n");
+}
+
+TEST(SweepCommand, SaysHowManyFilesWentAndKeepsTheRest) {
+  CompanionWorld world;
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 7200));
+  AtomicFile::write(world.shared() / "Lately/anything.json", "x");
+  AtomicFile::write(world.shared() / "Lately/notes.txt", "x");
+  EXPECT_EQ(SweepCommand().run(world.context()).output, "Removed 1 file, kept 1 lately record.\n");
+  EXPECT_EQ(SweepCommand{true}.run(world.context()).output, "{\"kept\":1,\"removed\":0}\n");
+  EXPECT_TRUE(std::filesystem::exists(world.shared() / "Lately/notes.txt"));
+}
+
+TEST(SweepCommand, WithoutAKeyNothingIsRemoved) {
+  CompanionWorld world;
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 7200));
+  world.secrets().setState(Secrets::locked);
+  EXPECT_THROW(SweepCommand().run(world.context()), CompanionFailure);
+  EXPECT_TRUE(std::filesystem::exists(LatelyStore::file(world.shared(), CompanionWorld::anna().id)));
+}
+
+struct Step {
+  const char* next;
+  void (*prepare)(StatusReport&);
+};
+
+// Each makes good what the one before asked for.
+const Step kSteps[] = {
+    {"Make the Messages database readable", [](StatusReport&) {}},
+    {"Choose the people", [](StatusReport& report) { report.store.messages = 5; }},
+    {"Unlock the keyring", [](StatusReport& report) { report.key.kind = KeyState::Kind::locked; }},
+    {"Import the people anew",
+     [](StatusReport& report) {
+       report.key.kind = KeyState::Kind::found;
+       report.key.key = ExchangeKey::random();
+       report.peopleKind = PeopleStore::Kind::unreadable;
+     }},
+    {"Start the helper",
+     [](StatusReport& report) {
+       report.peopleKind = PeopleStore::Kind::read;
+       report.people = 2;
+     }},
+    {"Ask for a read",
+     [](StatusReport& report) {
+       report.heartbeat = HelperHeartbeat{report.now, HelperHeartbeat::Status::reading, {}, "1.0"};
+     }},
+    {"For summaries and news start a local model server", [](StatusReport& report) { report.model = ModelReport(); }},
+    {"see why the last read failed",
+     [](StatusReport& report) { report.heartbeat->status = HelperHeartbeat::Status::failed; }},
+    {"Look at the result",
+     [](StatusReport& report) {
+       report.heartbeat->status = HelperHeartbeat::Status::reading;
+       report.model->isAvailable = true;
+       report.latelyRecords = 2;
+     }},
+};
+
+TEST(StatusReport, TheNextStepIsTheFirstThatIsMissing) {
+  CompanionWorld world;
+  StatusReport report;
+  report.now = instantAtSeconds(CompanionWorld::kNow);
+  for (const Step& step : kSteps) {
+    step.prepare(report);
+    EXPECT_THAT(report.nextStep(), HasSubstr(step.next));
+    EXPECT_THAT(report.text(world.context()), HasSubstr("Next step"));
+  }
+}
+
+TEST(StatusReport, AStaleHeartbeatIsTold) {
+  CompanionWorld world;
+  const Instant now = instantAtSeconds(CompanionWorld::kNow);
+  HelperHeartbeat{now - HelperHeartbeat::kFreshFor, HelperHeartbeat::Status::reading, now, "1.2.3"}.write(
+      world.shared());
+  const auto report = StatusReport::gather(world.context(), world.shared() / "chat.db");
+  EXPECT_FALSE(report.isHelperFresh());
+  EXPECT_THAT(report.text(world.context()),
+              HasSubstr("stale: last heard of 40 minutes ago (reading normally, version"));
+}
+
+TEST(StatusReport, ADamagedHeartbeatIsTold) {
+  CompanionWorld world;
+  AtomicFile::write(world.shared() / "heartbeat.json", "{");
+  const auto report = StatusReport::gather(world.context(), world.shared() / "chat.db");
+  EXPECT_THAT(report.text(world.context()), HasSubstr("its heartbeat cannot be read"));
+}
+
+}  // namespace
+}  // namespace pellora

@@ -1,0 +1,270 @@
+// The program itself, in a home of its own with the key in a file: exit codes, sentences, pipes, signals.
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "Adapters/Linux/DBusNotificationCenter.h"
+#include "Adapters/Linux/PrivateBusConnection.h"
+#include "PelloraMessagesCore/HelperReadRequest.h"
+#include "Tests/Support/EventLoopWait.h"
+#include "Tests/Support/PrivateBus.h"
+#include "Tests/Support/ProgramRun.h"
+#include "Tests/Support/ScopedEnvironment.h"
+#include "Tests/Support/SmallStore.h"
+#include "Tests/Support/TemporaryFolder.h"
+
+namespace pellora {
+namespace {
+
+using support::ProgramRun;
+using testing::AllOf;
+using testing::ContainsRegex;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+using Arguments = std::vector<std::string>;
+using Json = nlohmann::json;
+
+constexpr char kPeople[] =
+    R"([{"firstName":"Anna","phones":["5551234567"]},{"firstName":"Bob","phones":["5559876543"]}])";
+
+class Program : public testing::Test {
+ protected:
+  Program() {
+    for (const char* name : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "DBUS_SESSION_BUS_ADDRESS", "PELLORA_MODEL_URL",
+                             "PELLORA_MODEL", "NO_COLOR", "COLUMNS"})
+      _environment.unset(name);
+    const auto runtime = _folder / "run";
+    std::filesystem::create_directory(runtime);
+    std::filesystem::permissions(runtime, std::filesystem::perms::owner_all);
+    _environment.set("HOME", _folder.path().string());
+    _environment.set("XDG_RUNTIME_DIR", runtime.string());
+    _environment.set("PELLORA_SECRET_STORE", "file");
+    _environment.set("TERM", "xterm");
+  }
+
+  static ProgramRun::Setup setup(Arguments arguments, std::string input = {}) {
+    return {PELLORA_COMPANION_PROGRAM, std::move(arguments), std::move(input)};
+  }
+
+  // The exit code; what was written is in `output` and `errors`.
+  int run(const Arguments& arguments, const std::string& input = {}) { return runProgram(setup(arguments, input)); }
+
+  int runProgram(const ProgramRun::Setup& setup) {
+    ProgramRun program(setup);
+    const int status = program.wait();
+    output = program.output();
+    errors = program.errors();
+    return status;
+  }
+
+  std::filesystem::path shared() const { return _folder / ".local/share/app.pellora.messages"; }
+
+  support::TemporaryFolder _folder;
+  support::ScopedEnvironment _environment;
+  std::string output;
+  std::string errors;
+};
+
+TEST_F(Program, WrongUsageIsOneSentenceAndTwo) {
+  const Arguments kWrong[] = {{},
+                              {"bogus"},
+                              {"people"},
+                              {"people", "bogus"},
+                              {"people", "import"},
+                              {"people", "import", "a", "b"},
+                              {"people", "list", "--bogus"},
+                              {"status", "extra"},
+                              {"lately", "Anna", "Bob"},
+                              {"lately", "--html"},
+                              {"lately", "--html", "x.html", "--json"},
+                              {"delete"},
+                              {"key", "\x1B[31m"},
+                              {"--bogus"}};
+  for (const Arguments& arguments : kWrong) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    EXPECT_EQ(run(arguments), 2);
+    EXPECT_THAT(output, IsEmpty());
+    EXPECT_THAT(errors, AllOf(StartsWith("pellora-companion: "), EndsWith(" Try --help.\n"), Not(HasSubstr("\x1B"))));
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1);
+  }
+}
+
+TEST_F(Program, HelpOfEveryCommandHasExamplesAndExitCodes) {
+  const Arguments kCommands[] = {{},           {"people"}, {"people", "import"}, {"people", "list"}, {"status"},
+                                 {"read-now"}, {"lately"}, {"delete"},           {"sweep"},          {"key"},
+                                 {"model"}};
+  for (Arguments arguments : kCommands) {
+    arguments.push_back("--help");
+    EXPECT_EQ(run(arguments), 0);
+    EXPECT_THAT(output,
+                AllOf(HasSubstr("Example"), HasSubstr("  pellora-companion "), HasSubstr("Exit codes: 0 done")));
+    EXPECT_THAT(errors, IsEmpty());
+  }
+}
+
+TEST_F(Program, TellsItsVersion) {
+  EXPECT_EQ(run({"--version"}), 0);
+  EXPECT_THAT(output, testing::MatchesRegex("pellora-companion [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST_F(Program, WithNothingSetUpEveryCommandSaysWhatIsMissing) {
+  for (const Arguments& arguments : {Arguments{"key"},
+                                     {"people", "list"},
+                                     {"lately"},
+                                     {"lately", "Anna"},
+                                     {"sweep"},
+                                     {"delete", "Anna"},
+                                     {"read-now"},
+                                     {"model"},
+                                     {"people", "import", "/nowhere"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    EXPECT_EQ(run(arguments), 1);
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
+  }
+  EXPECT_EQ(run({"status"}), 0);
+  EXPECT_THAT(output, HasSubstr("Next step"));
+  EXPECT_EQ(run({"status", "--json"}), 0);
+  EXPECT_FALSE(Json::parse(output)["store"]["readable"]);
+  EXPECT_FALSE(std::filesystem::exists(shared())) << "looking creates nothing";
+}
+
+TEST_F(Program, FromImportToStatus) {
+  const support::SmallStore store(_folder / "Library/Messages/chat.db");
+  EXPECT_EQ(run({"people", "import", "-"}, kPeople), 0);
+  EXPECT_THAT(output, HasSubstr("2 added"));
+  EXPECT_EQ(run({"key"}), 0);
+  EXPECT_EQ(run({"people", "list"}), 0);
+  EXPECT_THAT(output, AllOf(HasSubstr("Anna"), HasSubstr("5559876543")));
+  EXPECT_EQ(run({"status", "--json"}), 0);
+  const Json status = Json::parse(output);
+  EXPECT_TRUE(status["store"]["readable"]);
+  EXPECT_EQ(status["store"]["messages"], 0);
+  EXPECT_EQ(status["people"]["count"], 2);
+  EXPECT_EQ(status["key"]["state"], "found");
+  EXPECT_EQ(run({"lately", "--json"}), 0);
+  EXPECT_EQ(output, "[]\n");
+  EXPECT_EQ(run({"lately", "Anna"}), 1);
+  EXPECT_EQ(run({"lately", "Zoe"}), 1);
+  EXPECT_THAT(errors, HasSubstr("Anna and Bob"));
+}
+
+TEST_F(Program, ADamagedPeopleFileStaysAsItIs) {
+  ASSERT_EQ(run({"people", "import", "-"}, kPeople), 0);
+  const auto file = shared() / "people.json";
+  std::ofstream(file, std::ios::app) << "x";
+  const auto size = std::filesystem::file_size(file);
+  EXPECT_EQ(run({"people", "import", "-"}, kPeople), 1);
+  EXPECT_THAT(errors, HasSubstr("--replace"));
+  EXPECT_EQ(run({"people", "list"}), 1);
+  EXPECT_EQ(run({"status"}), 0);
+  EXPECT_EQ(std::filesystem::file_size(file), size);
+  EXPECT_EQ(run({"people", "import", "--replace", "-"}, kPeople), 0);
+  EXPECT_EQ(run({"people", "list"}), 0);
+}
+
+TEST_F(Program, TwoImportsAtOnceBothCount) {
+  std::vector<std::unique_ptr<ProgramRun>> imports;
+  constexpr int kImports = 8;
+  for (int number = 0; number < kImports; ++number)
+    imports.push_back(std::make_unique<ProgramRun>(
+        setup({"people", "import", "-"}, R"([{"firstName":"P)" + std::to_string(number) + R"(","phones":["555000000)" +
+                                             std::to_string(number) + "\"]}]")));
+  for (const auto& import : imports) EXPECT_EQ(import->wait(), 0) << import->errors();
+  ASSERT_EQ(run({"people", "list", "--json"}), 0) << errors;
+  EXPECT_EQ(Json::parse(output).size(), static_cast<std::size_t>(kImports));
+}
+
+TEST_F(Program, AClosedPipeEndsItQuietlyAfterTheWorkIsDone) {
+  ProgramRun::Setup closed = setup({"people", "import", "-"}, kPeople);
+  closed.output = ProgramRun::Output::closedPipe;
+  EXPECT_EQ(runProgram(closed), 128 + SIGPIPE);
+  EXPECT_THAT(errors, IsEmpty());
+  EXPECT_EQ(run({"people", "list"}), 0);
+  closed = setup({"status"});
+  closed.output = ProgramRun::Output::closedPipe;
+  EXPECT_EQ(runProgram(closed), 128 + SIGPIPE);
+  EXPECT_THAT(errors, IsEmpty());
+}
+
+TEST_F(Program, AFullDeviceIsAnError) {
+  ProgramRun::Setup full = setup({"--help"});
+  full.output = ProgramRun::Output::fullDevice;
+  EXPECT_EQ(runProgram(full), 1);
+  EXPECT_THAT(errors, HasSubstr("No space left on device"));
+}
+
+TEST_F(Program, CtrlCLeavesNothingBehind) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    ProgramRun::Setup open = setup({"people", "import", "-"}, kPeople);
+    open.keepsInputOpen = true;
+    ProgramRun program(open);
+    program.interrupt(signal);
+    EXPECT_EQ(program.wait(), 128 + signal);
+    EXPECT_THAT(program.errors(), IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(shared()));
+  }
+}
+
+TEST_F(Program, ColoursAreForTerminalsThatWantThem) {
+  ASSERT_EQ(run({"people", "import", "-"}, kPeople), 0);
+  EXPECT_THAT(output, Not(HasSubstr("\x1B")));
+  ProgramRun::Setup terminal = setup({"status"});
+  terminal.output = ProgramRun::Output::terminal;
+  EXPECT_EQ(runProgram(terminal), 0);
+  EXPECT_THAT(output, HasSubstr("\x1B[1m"));
+  _environment.set("NO_COLOR", "1");
+  EXPECT_EQ(runProgram(terminal), 0);
+  EXPECT_THAT(output, Not(HasSubstr("\x1B[1m")));
+  _environment.unset("NO_COLOR");
+  _environment.set("TERM", "dumb");
+  EXPECT_EQ(runProgram(terminal), 0);
+  EXPECT_THAT(output, Not(HasSubstr("\x1B[1m")));
+}
+
+TEST_F(Program, LinesKeepToTheWidth) {
+  const std::string summary(300, 'x');
+  ASSERT_EQ(run({"people", "import", "-"}, R"([{"firstName":")" + summary + R"(","phones":["5551234567"]}])"), 0);
+  EXPECT_THAT(output, HasSubstr(summary)) << "a pipe has no width";
+  _environment.set("COLUMNS", "60");
+  EXPECT_EQ(run({"people", "list"}), 0);
+  EXPECT_LE(output.find('\n', output.find('\n') + 1) - output.find('\n'), 66U);
+  EXPECT_THAT(output, HasSubstr("…"));
+  EXPECT_THAT(output, ContainsRegex("  [0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\n")) << "identifiers stay whole";
+}
+
+TEST_F(Program, AsksARunningHelperToReadAndSaysWhenNoneIsThere) {
+  if (!support::PrivateBus::isPossible()) GTEST_SKIP() << "dbus-daemon is not installed";
+  const support::PrivateBus bus;
+  ASSERT_TRUE(bus.isRunning());
+  EXPECT_EQ(run({"read-now"}), 1);
+  EXPECT_THAT(errors, HasSubstr("The helper is not running"));
+  PrivateBusConnection helper(bus.address());
+  ASSERT_TRUE(helper.bus().registerService(QStringLiteral("app.pellora.Messages")));
+  DBusNotificationCenter center;
+  int asked = 0;
+  const auto observer = HelperReadRequest::observe(center, [&asked] { ++asked; });
+  ASSERT_NE(observer, nullptr);
+  EXPECT_EQ(run({"read-now"}), 0) << errors;
+  EXPECT_TRUE(support::waitUntil([&asked] { return asked == 1; }));
+}
+
+TEST_F(Program, AnUnknownSecretStoreIsSaid) {
+  _environment.set("PELLORA_SECRET_STORE", "paper");
+  EXPECT_EQ(run({"people", "import", "-"}, kPeople), 1);
+  EXPECT_THAT(errors, HasSubstr("PELLORA_SECRET_STORE"));
+}
+
+TEST_F(Program, AFolderIsNoAddressBook) {
+  EXPECT_EQ(run({"people", "import", _folder.path().string()}), 1);
+  EXPECT_THAT(errors, HasSubstr("Is a directory"));
+}
+
+}  // namespace
+}  // namespace pellora
