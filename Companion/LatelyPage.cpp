@@ -99,7 +99,7 @@ std::string LatelyPage::date(Instant instant) const {
 std::string LatelyPage::facts(const MessagesLatelyRecord& record) const {
   const std::string wrote = record.lastTalkedAt ? "You last wrote " + ago(*record.lastTalkedAt) : "You did not write";
   return "<p class=\"soft\">" + escaped(wrote) + " · last message " + escaped(ago(record.lastMessageAt)) +
-         " · <span class=\"key sent\"></span>" + std::to_string(record.sentCount) +
+         "</p>\n<p class=\"soft\"><span class=\"key sent\"></span>" + std::to_string(record.sentCount) +
          " sent<span class=\"key received\"></span>" + std::to_string(record.receivedCount) + " received</p>\n";
 }
 
