@@ -1,24 +1,53 @@
 #include "Tests/Support/ModelServerProcess.h"
 
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <fstream>
 #include <nlohmann/json.hpp>
 
 namespace pellora::support {
 
+namespace {
+
+// Not a QProcess, whose way of starting the thread sanitizer does not understand.
+pid_t spawn(std::vector<std::string> arguments, int standardOutput) {
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, standardOutput, STDOUT_FILENO);
+  std::vector<char*> pointers;
+  for (std::string& argument : arguments) pointers.push_back(argument.data());
+  pointers.push_back(nullptr);
+  pid_t process = -1;
+  const int failure = posix_spawn(&process, pointers.front(), &actions, nullptr, pointers.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  return failure == 0 ? process : -1;
+}
+
+std::string firstLine(int descriptor) {
+  std::string line;
+  char c = 0;
+  while (read(descriptor, &c, 1) == 1 && c != '\n') line += c;
+  return line;
+}
+
+}  // namespace
+
 ModelServerProcess::ModelServerProcess(Transport transport, const QStringList& options) {
   const std::string where =
       transport == Transport::unixSocket ? "unix:" + (_folder / "m.sock").string() : "127.0.0.1:0";
-  QStringList arguments{QStringLiteral("--exit-with-parent"),
-                        QStringLiteral("--log-bodies"),
-                        QStringLiteral("--log"),
-                        QString::fromStdString((_folder / "log").string()),
-                        QStringLiteral("--listen"),
-                        QString::fromStdString(where)};
-  _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-  _process.start(QStringLiteral(PELLORA_TEST_MODEL_SERVER), arguments + options);
-  while (!_process.canReadLine() && _process.waitForReadyRead(30000)) {
-  }
-  const std::string line = _process.readLine().trimmed().toStdString();
+  std::vector<std::string> arguments{PELLORA_TEST_MODEL_SERVER,  "--exit-with-parent", "--log-bodies", "--log",
+                                     (_folder / "log").string(), "--listen",           where};
+  for (const QString& option : options) arguments.push_back(option.toStdString());
+  int pipe[2];
+  if (pipe2(pipe, O_CLOEXEC) != 0) return;
+  _process = spawn(std::move(arguments), pipe[1]);
+  close(pipe[1]);
+  const std::string line = firstLine(pipe[0]);
+  close(pipe[0]);
   constexpr std::string_view kReady = "listening on ";
   if (line.starts_with(kReady)) _url = line.substr(kReady.size());
 }
@@ -28,9 +57,9 @@ ModelServerProcess::~ModelServerProcess() {
 }
 
 void ModelServerProcess::stop() {
-  if (_process.state() == QProcess::NotRunning) return;
-  _process.kill();
-  _process.waitForFinished();
+  if (_process < 0) return;
+  kill(_process, SIGKILL);
+  waitpid(std::exchange(_process, -1), nullptr, 0);
 }
 
 std::vector<std::string> ModelServerProcess::bodies(const std::string& path) const {

@@ -1,7 +1,8 @@
 // A real model server in a process of its own, listening when the constructor returns and ended with this object.
 #pragma once
 
-#include <QProcess>
+#include <sys/types.h>
+
 #include <QStringList>
 #include <string>
 #include <vector>
@@ -35,7 +36,7 @@ class ModelServerProcess {
 
  private:
   TemporaryFolder _folder;
-  QProcess _process;
+  pid_t _process = -1;  // negative when it does not run
   std::string _url;
 };
 
