@@ -104,13 +104,9 @@ Task<void> HelperReadCycle::read(Work& work) {
   const std::vector<MessagesDayRecord> records = co_await recordsOf(drafts, work);
   if (isAbandoned()) co_return;
 
-  std::set<Uuid> current;
-  for (const HelperPerson& person : work.people.people) current.insert(person.id);
-  HelperDayNotes notes = work.stored.value_or(HelperDayNotes{});
-  notes.merge(records, fetched.reread, work.cutoffDay, current);
-  if (notes != work.stored) notes.save(work.key, _folder);
+  HelperDayNotes notes = mergedNotes(records, fetched.reread, work);
   AnalysedDays::remove(_folder);
-  co_await writeLatelyRecords(notes, work);
+  co_await writeLatelyRecords(std::move(notes), work);
   if (isAbandoned()) co_return;
   storeProgress(work, fetched.lastRow);
 }
@@ -150,6 +146,7 @@ HelperReadCycle::Fetched HelperReadCycle::fetchNew(const ChatDatabase& database,
 }
 
 Task<std::vector<MessagesDayRecord>> HelperReadCycle::recordsOf(std::vector<MessagesDayDraft>& drafts, Work& work) {
+  if (drafts.empty()) co_return std::vector<MessagesDayRecord>{};
   AnalysedDays analysed = AnalysedDays::load(work.key, _folder, HelperEngineKeys::kCurrentNotesVersion);
   const std::vector<MessagesDayRecord> leftBehind = analysed.days;
   const std::vector<MessagesDayRecord> nothing;
@@ -205,21 +202,34 @@ void HelperReadCycle::keepAnalysed(const Work& work, AnalysedDays& analysed, con
   }
 }
 
-Task<void> HelperReadCycle::writeLatelyRecords(const HelperDayNotes& notes, Work& work) {
+HelperDayNotes HelperReadCycle::mergedNotes(const std::vector<MessagesDayRecord>& records, Reread reread,
+                                            Work& work) const {
+  std::set<Uuid> current;
+  for (const HelperPerson& person : work.people.people) current.insert(person.id);
+  const bool hadNotes = work.stored.has_value();
+  HelperDayNotes notes = hadNotes ? std::move(*work.stored) : HelperDayNotes{};
+  const std::size_t before = notes.days.size();
+  const std::set<Uuid> changed = notes.merge(records, reread, work.cutoffDay, current);
+  // A file that holds the same already stays as it is.
+  if (!hadNotes || !changed.empty() || notes.days.size() != before) notes.save(work.key, _folder);
+  return notes;
+}
+
+Task<void> HelperReadCycle::writeLatelyRecords(HelperDayNotes notes, Work& work) {
   std::unordered_map<Uuid, std::vector<MessagesDayRecord>> daysOf;
-  for (const MessagesDayRecord& day : notes.days) daysOf[day.personID].push_back(day);
+  for (MessagesDayRecord& day : notes.days) daysOf[day.personID].push_back(std::move(day));
   // Together is cheaper; with a model at work each record is safe as soon as it is there.
   const std::size_t together = work.modelIsThere ? 1 : kRecordsTogether;
   std::vector<MessagesLatelyRecord> records;
   for (const HelperPerson& person : work.people.people) {
-    const auto days = daysOf.extract(person.id);
+    auto days = daysOf.extract(person.id);
     if (days.empty()) continue;
     std::optional<MessagesLatelyRecord> record =
         MessagesLatelyRecord::build(days.mapped(), kWindowDays, _platform.scheduler.now(), work.calendar);
     if (!record) continue;
     LanguageModel& model = work.modelIsThere ? _platform.languageModel : _absentModel;
     record->summary =
-        co_await _summaries->summary(model, person.id, days.mapped(), firstNameOf(work.matcher, person.id));
+        co_await _summaries->summary(model, person.id, std::move(days.mapped()), firstNameOf(work.matcher, person.id));
     if (isAbandoned()) co_return;
     records.push_back(std::move(*record));
     if (records.size() < together) continue;

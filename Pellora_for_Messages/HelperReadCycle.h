@@ -90,7 +90,9 @@ class HelperReadCycle {
   Task<std::vector<MessagesDayRecord>> recordsOf(std::vector<MessagesDayDraft>& drafts, Work& work);
   Task<bool> analyse(MessagesDayDraft& draft, const Work& work);
   void keepAnalysed(const Work& work, AnalysedDays& analysed, const MessagesDayRecord& record) const;
-  Task<void> writeLatelyRecords(const HelperDayNotes& notes, Work& work);
+  HelperDayNotes mergedNotes(const std::vector<MessagesDayRecord>& records, HelperDayNotes::Reread reread,
+                             Work& work) const;
+  Task<void> writeLatelyRecords(HelperDayNotes notes, Work& work);
   void writeRecords(std::vector<MessagesLatelyRecord>& records, const Work& work) const;
   void storeProgress(const Work& work, std::int64_t lastRow) const;
 
