@@ -99,6 +99,8 @@ std::string fromCharset(std::string_view bytes, std::string_view charset, bool i
 }
 
 std::string quotedPrintableDecoded(std::string_view text) {
+  // A soft line break that nothing follows stands for nothing.
+  if (text.ends_with('=')) text.remove_suffix(1);
   std::string bytes;
   bytes.reserve(text.size());
   for (std::size_t position = 0; position < text.size(); ++position) {

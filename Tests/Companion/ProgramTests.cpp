@@ -189,6 +189,7 @@ TEST_F(Program, AClosedPipeEndsItQuietlyAfterTheWorkIsDone) {
   EXPECT_EQ(run({"people", "list"}), 0);
   closed = setup({"status"});
   closed.output = ProgramRun::Output::closedPipe;
+  closed.ignoresPipeSignal = true;
   EXPECT_EQ(runProgram(closed), 128 + SIGPIPE);
   EXPECT_THAT(errors, IsEmpty());
 }

@@ -102,6 +102,11 @@ const Dialect kDialects[] = {
      "Anna",
      {"0301234567"},
      {}},
+    {"a soft break at the end of the card",
+     card("TEL:0301234567\nFN;ENCODING=QUOTED-PRINTABLE:Anna=\n", "2.1"),
+     "Anna",
+     {"0301234567"},
+     {}},
     {"4.0 links as values",
      card("N:S;Anna;;;\nTEL;VALUE=uri;PREF=1;TYPE=\"voice,home\":tel:+1-555-123-4567;ext=102\n"
           "EMAIL;VALUE=uri:mailto:a@x.org\n",

@@ -102,7 +102,7 @@ void ProgramRun::start(const Setup& setup) {
   if (_process < 0) throw std::runtime_error("no process");
   if (_process == 0) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    signal(SIGPIPE, SIG_DFL);
+    signal(SIGPIPE, setup.ignoresPipeSignal ? SIG_IGN : SIG_DFL);
     dup2(input.read, STDIN_FILENO);
     dup2(output.write, STDOUT_FILENO);
     dup2(errors.write, STDERR_FILENO);

@@ -24,6 +24,7 @@ class ProgramRun {
     std::string input;
     bool keepsInputOpen = false;  // until `interrupt` or the end of the object
     Output output = Output::pipe;
+    bool ignoresPipeSignal = false;  // started by a program that ignores SIGPIPE
   };
 
   explicit ProgramRun(const Setup& setup);
