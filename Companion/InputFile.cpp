@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <system_error>
 
-#include "Adapters/Linux/FileDescriptor.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 #include "Companion/CompanionFailure.h"
 #include "Companion/DisplayText.h"
 
@@ -26,7 +26,7 @@ std::string read(const std::string& name) {
   FileDescriptor file;
   if (name != "-") file = FileDescriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC));
   if (name != "-" && !file.isOpen()) fail(name, std::generic_category().message(errno));
-  const int descriptor = name == "-" ? STDIN_FILENO : file.get();
+  const int descriptor = name == "-" ? STDIN_FILENO : file.number();
   std::string bytes;
   std::array<char, 65536> buffer{};
   while (true) {

@@ -9,6 +9,11 @@ namespace pellora {
 
 FileDescriptor::FileDescriptor(FileDescriptor&& other) noexcept : _number(std::exchange(other._number, -1)) {}
 
+FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
+  std::swap(_number, other._number);
+  return *this;
+}
+
 FileDescriptor::~FileDescriptor() {
   if (_number >= 0) ::close(_number);
 }

@@ -17,9 +17,11 @@ auto retried(Call call) {
 
 class FileDescriptor {
  public:
+  FileDescriptor() = default;
+  // Takes what a system call gave; a negative number is "not open".
   explicit FileDescriptor(int number) : _number(number) {}
   FileDescriptor(FileDescriptor&& other) noexcept;
-  FileDescriptor& operator=(FileDescriptor&&) = delete;
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept;
   ~FileDescriptor();
 
   // Never inherited by other programs. `isOpen` is false and errno set when it fails; `mode` is for new files.
@@ -32,7 +34,7 @@ class FileDescriptor {
   bool close();
 
  private:
-  int _number;
+  int _number = -1;
 };
 
 }  // namespace pellora

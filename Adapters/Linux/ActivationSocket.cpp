@@ -31,7 +31,7 @@ bool ActivationSocket::send(const std::filesystem::path& path) {
   const FileDescriptor socket = makeSocket();
   const char byte = 1;
   return address && socket.isOpen() &&
-         sendto(socket.get(), &byte, 1, 0, reinterpret_cast<const sockaddr*>(&*address), sizeof *address) == 1;
+         sendto(socket.number(), &byte, 1, 0, reinterpret_cast<const sockaddr*>(&*address), sizeof *address) == 1;
 }
 
 ActivationSocket::ActivationSocket(std::filesystem::path path, std::function<void()> activated)
@@ -39,10 +39,10 @@ ActivationSocket::ActivationSocket(std::filesystem::path path, std::function<voi
   const auto address = addressOf(_path);
   if (!address || !_socket.isOpen()) return;
   unlink(_path.c_str());
-  if (bind(_socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) return;
-  _notifier = std::make_unique<QSocketNotifier>(_socket.get(), QSocketNotifier::Read);
+  if (bind(_socket.number(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) return;
+  _notifier = std::make_unique<QSocketNotifier>(_socket.number(), QSocketNotifier::Read);
   QObject::connect(_notifier.get(), &QSocketNotifier::activated,
-                   [descriptor = _socket.get(), activated = std::move(activated)] {
+                   [descriptor = _socket.number(), activated = std::move(activated)] {
                      char byte = 0;
                      while (recv(descriptor, &byte, 1, 0) > 0) continue;
                      activated();

@@ -7,7 +7,7 @@
 #include <functional>
 #include <memory>
 
-#include "Adapters/Linux/FileDescriptor.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 
 namespace pellora {
 

@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "Adapters/Linux/FileDescriptor.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 #include "Adapters/Linux/XdgFolders.h"
 
 namespace pellora::DisplayServer {
@@ -45,7 +45,7 @@ bool acceptsConnections(const std::filesystem::path& socketPath) {
   std::memcpy(address.sun_path, path.c_str(), path.size());
   const FileDescriptor descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   return descriptor.isOpen() &&
-         connect(descriptor.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+         connect(descriptor.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
 bool isWaylandReachable() {

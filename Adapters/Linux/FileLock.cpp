@@ -17,7 +17,7 @@ constexpr std::chrono::milliseconds kRetryInterval(10);
 std::optional<FileLock> FileLock::take(FileDescriptor descriptor, std::chrono::milliseconds patience) {
   if (!descriptor.isOpen()) return std::nullopt;
   const auto deadline = std::chrono::steady_clock::now() + patience;
-  while (flock(descriptor.get(), LOCK_EX | LOCK_NB) != 0) {
+  while (flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0) {
     if (errno != EWOULDBLOCK && errno != EINTR) return std::nullopt;
     if (std::chrono::steady_clock::now() >= deadline) return std::nullopt;
     std::this_thread::sleep_for(kRetryInterval);

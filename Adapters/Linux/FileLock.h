@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "Adapters/Linux/FileDescriptor.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 
 namespace pellora {
 

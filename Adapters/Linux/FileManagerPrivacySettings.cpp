@@ -10,7 +10,7 @@
 #include <QUrl>
 #include <QVariantMap>
 
-#include "Adapters/Linux/FileDescriptor.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 #include "Adapters/Linux/SessionBusAddress.h"
 
 namespace pellora {
@@ -23,7 +23,7 @@ void askPortal(const QDBusConnection& bus, const std::filesystem::path& folder) 
   QDBusMessage call = QDBusMessage::createMethodCall(
       QStringLiteral("org.freedesktop.portal.Desktop"), QStringLiteral("/org/freedesktop/portal/desktop"),
       QStringLiteral("org.freedesktop.portal.OpenURI"), QStringLiteral("OpenFile"));
-  call << QString() << QVariant::fromValue(QDBusUnixFileDescriptor(descriptor.get())) << QVariantMap();
+  call << QString() << QVariant::fromValue(QDBusUnixFileDescriptor(descriptor.number())) << QVariantMap();
   bus.send(call);
 }
 

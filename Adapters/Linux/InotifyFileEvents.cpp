@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "Adapters/Linux/FileDescriptor.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 
 namespace pellora {
 
@@ -33,7 +33,7 @@ class InotifyWatch : public FileWatch {
  public:
   InotifyWatch(FileDescriptor descriptor, std::function<void()> handler)
       : _descriptor(std::move(descriptor)),
-        _notifier(_descriptor.get(), QSocketNotifier::Read),
+        _notifier(_descriptor.number(), QSocketNotifier::Read),
         _handler(std::move(handler)) {
     QObject::connect(&_notifier, &QSocketNotifier::activated, [this] { onReadable(); });
   }
@@ -49,7 +49,7 @@ class InotifyWatch : public FileWatch {
     alignas(inotify_event) static thread_local std::array<char, kBufferSize> buffer;
     bool written = false;
     for (int reads = 0; reads < kReadsAtOnce; ++reads) {
-      const ssize_t size = read(_descriptor.get(), buffer.data(), buffer.size());
+      const ssize_t size = read(_descriptor.number(), buffer.data(), buffer.size());
       if (size < 0 && errno == EINTR) continue;
       if (size <= 0) break;
       written = tellsOfWriting(buffer.data(), static_cast<std::size_t>(size)) || written;
@@ -66,7 +66,7 @@ class InotifyWatch : public FileWatch {
 
 std::unique_ptr<FileWatch> InotifyFileEvents::watch(const std::filesystem::path& file, std::function<void()> handler) {
   FileDescriptor descriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-  if (!descriptor.isOpen() || inotify_add_watch(descriptor.get(), file.c_str(), IN_MODIFY) < 0) return nullptr;
+  if (!descriptor.isOpen() || inotify_add_watch(descriptor.number(), file.c_str(), IN_MODIFY) < 0) return nullptr;
   return std::make_unique<InotifyWatch>(std::move(descriptor), std::move(handler));
 }
 

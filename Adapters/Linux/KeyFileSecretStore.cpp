@@ -10,7 +10,7 @@
 #include <cstdio>
 #include <system_error>
 
-#include "Adapters/Linux/FileDescriptor.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 #include "Adapters/Linux/FileLock.h"
 
 namespace pellora {
@@ -58,7 +58,7 @@ FileDescriptor openFolder(const std::filesystem::path& folder) {
     throw systemRefusal("open", folder, errno);
   }
   struct stat status{};
-  if (fstat(descriptor.get(), &status) != 0) throw systemRefusal("examine", folder, errno);
+  if (fstat(descriptor.number(), &status) != 0) throw systemRefusal("examine", folder, errno);
   requirePrivate(status, folder, "0700");
   return descriptor;
 }
@@ -67,7 +67,7 @@ SecretBytes readAll(const FileDescriptor& descriptor, const std::filesystem::pat
   std::array<std::uint8_t, kMaximumSize> buffer{};
   std::size_t size = 0;
   while (size < buffer.size()) {
-    const ssize_t count = read(descriptor.get(), buffer.data() + size, buffer.size() - size);
+    const ssize_t count = read(descriptor.number(), buffer.data() + size, buffer.size() - size);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) throw systemRefusal("read", file, errno);
     if (count == 0) break;
@@ -81,13 +81,13 @@ SecretBytes readAll(const FileDescriptor& descriptor, const std::filesystem::pat
 // Absent when there is no such file.
 std::optional<SecretBytes> readSecret(const FileDescriptor& folder, const std::filesystem::path& file) {
   const FileDescriptor descriptor(
-      openat(folder.get(), file.filename().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+      openat(folder.number(), file.filename().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (!descriptor.isOpen()) {
     if (errno == ENOENT) return std::nullopt;
     throw systemRefusal("open", file, errno);
   }
   struct stat status{};
-  if (fstat(descriptor.get(), &status) != 0) throw systemRefusal("examine", file, errno);
+  if (fstat(descriptor.number(), &status) != 0) throw systemRefusal("examine", file, errno);
   if (!S_ISREG(status.st_mode)) throw Refusal{file.string() + " is no regular file."};
   requirePrivate(status, file, "0600");
   return readAll(descriptor, file);
@@ -95,7 +95,7 @@ std::optional<SecretBytes> readSecret(const FileDescriptor& folder, const std::f
 
 void sync(const std::filesystem::path& folder) {
   const FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!descriptor.isOpen() || fsync(descriptor.get()) != 0) throw systemRefusal("sync", folder, errno);
+  if (!descriptor.isOpen() || fsync(descriptor.number()) != 0) throw systemRefusal("sync", folder, errno);
 }
 
 void createFolders(const std::filesystem::path& folder) {
@@ -113,12 +113,12 @@ void createFolders(const std::filesystem::path& folder) {
 void writeAll(const FileDescriptor& descriptor, const SecretBytes& data, const std::filesystem::path& file) {
   std::span<const std::uint8_t> rest = data.span();
   while (!rest.empty()) {
-    const ssize_t count = write(descriptor.get(), rest.data(), rest.size());
+    const ssize_t count = write(descriptor.number(), rest.data(), rest.size());
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) throw systemRefusal("write", file, count < 0 ? errno : EIO);
     rest = rest.subspan(static_cast<std::size_t>(count));
   }
-  if (fchmod(descriptor.get(), 0600) != 0 || fsync(descriptor.get()) != 0) throw systemRefusal("write", file, errno);
+  if (fchmod(descriptor.number(), 0600) != 0 || fsync(descriptor.number()) != 0) throw systemRefusal("write", file, errno);
 }
 
 // A file under a name of its own that goes when the writer is done with it. The folder is locked meanwhile, so one

@@ -7,7 +7,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "Adapters/Linux/FileDescriptor.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 
 namespace pellora {
 
@@ -69,9 +69,9 @@ void Landlock::allow(const std::filesystem::path& path, Writing writing) {
   const FileDescriptor parent(open(path.c_str(), O_PATH | O_CLOEXEC));
   if (!parent.isOpen()) return;
   struct stat status{};
-  if (fstat(parent.get(), &status) != 0) return;
+  if (fstat(parent.number(), &status) != 0) return;
   landlock_path_beneath_attr rule{};
-  rule.parent_fd = parent.get();
+  rule.parent_fd = parent.number();
   if (!S_ISDIR(status.st_mode))
     rule.allowed_access = kFileRights | (_writing & kTruncate);
   else if (writing == Writing::everything)

@@ -40,8 +40,8 @@ void SignalQuitRequests::observe(std::function<void()> quit) {
   _reading = FileDescriptor(ends[0]);
   _writing = FileDescriptor(ends[1]);
   writingEnd = _writing.get();
-  _notifier = std::make_unique<QSocketNotifier>(_reading.get(), QSocketNotifier::Read);
-  QObject::connect(_notifier.get(), &QSocketNotifier::activated, [descriptor = _reading.get(), quit = std::move(quit)] {
+  _notifier = std::make_unique<QSocketNotifier>(_reading.number(), QSocketNotifier::Read);
+  QObject::connect(_notifier.get(), &QSocketNotifier::activated, [descriptor = _reading.number(), quit = std::move(quit)] {
     drain(descriptor);
     quit();
   });

@@ -5,7 +5,7 @@
 #include <QSocketNotifier>
 #include <memory>
 
-#include "Adapters/Linux/FileDescriptor.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 #include "PelloraMessagesCore/Ports/QuitRequests.h"
 
 namespace pellora {

@@ -18,7 +18,7 @@
 #include <string>
 #include <thread>
 
-#include "Adapters/Linux/FileDescriptor.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 #include "Adapters/Linux/Landlock.h"
 #include "Adapters/Linux/ProcessConfinement.h"
 #include "PelloraMessagesCore/AtomicFile.h"
@@ -38,8 +38,8 @@ class Listener {
   Listener() : _socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_in address = onLoopback(0);
     socklen_t size = sizeof address;
-    if (bind(_socket.get(), reinterpret_cast<sockaddr*>(&address), size) == 0 && listen(_socket.get(), 4) == 0 &&
-        getsockname(_socket.get(), reinterpret_cast<sockaddr*>(&address), &size) == 0)
+    if (bind(_socket.number(), reinterpret_cast<sockaddr*>(&address), size) == 0 && listen(_socket.number(), 4) == 0 &&
+        getsockname(_socket.number(), reinterpret_cast<sockaddr*>(&address), &size) == 0)
       _port = ntohs(address.sin_port);
   }
 
@@ -118,7 +118,7 @@ class ProcessConfinementTest : public testing::Test {
     const FileDescriptor stream(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!stream.isOpen()) return -1;
     const sockaddr_in address = Listener::onLoopback(port);
-    return connect(stream.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    return connect(stream.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
   }
 
   support::TemporaryFolder _folder;
