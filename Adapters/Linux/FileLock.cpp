@@ -26,11 +26,11 @@ std::optional<FileLock> FileLock::take(FileDescriptor descriptor, std::chrono::m
 }
 
 std::optional<FileLock> FileLock::onFile(const std::filesystem::path& file, std::chrono::milliseconds patience) {
-  return take(FileDescriptor(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600)), patience);
+  return take(FileDescriptor::open(file, O_RDWR | O_CREAT | O_NOFOLLOW, 0600), patience);
 }
 
 std::optional<FileLock> FileLock::onFolder(const std::filesystem::path& folder, std::chrono::milliseconds patience) {
-  return take(FileDescriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)), patience);
+  return take(FileDescriptor::open(folder, O_RDONLY | O_DIRECTORY), patience);
 }
 
 }  // namespace pellora

@@ -10,8 +10,8 @@
 #include <cstdio>
 #include <system_error>
 
-#include "PelloraMessagesCore/FileDescriptor.h"
 #include "Adapters/Linux/FileLock.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 
 namespace pellora {
 
@@ -52,7 +52,7 @@ void requirePrivate(const struct stat& status, const std::filesystem::path& path
 
 // Not open when the folder does not exist.
 FileDescriptor openFolder(const std::filesystem::path& folder) {
-  FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  FileDescriptor descriptor = FileDescriptor::open(folder, O_RDONLY | O_DIRECTORY);
   if (!descriptor.isOpen()) {
     if (errno == ENOENT) return descriptor;
     throw systemRefusal("open", folder, errno);
@@ -80,8 +80,9 @@ SecretBytes readAll(const FileDescriptor& descriptor, const std::filesystem::pat
 
 // Absent when there is no such file.
 std::optional<SecretBytes> readSecret(const FileDescriptor& folder, const std::filesystem::path& file) {
-  const FileDescriptor descriptor(
-      openat(folder.number(), file.filename().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  const FileDescriptor descriptor(retried([&] {
+    return openat(folder.number(), file.filename().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+  }));
   if (!descriptor.isOpen()) {
     if (errno == ENOENT) return std::nullopt;
     throw systemRefusal("open", file, errno);
@@ -94,8 +95,9 @@ std::optional<SecretBytes> readSecret(const FileDescriptor& folder, const std::f
 }
 
 void sync(const std::filesystem::path& folder) {
-  const FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!descriptor.isOpen() || fsync(descriptor.number()) != 0) throw systemRefusal("sync", folder, errno);
+  const FileDescriptor descriptor = FileDescriptor::open(folder, O_RDONLY | O_DIRECTORY);
+  if (!descriptor.isOpen() || retried([&] { return fsync(descriptor.number()); }) != 0)
+    throw systemRefusal("sync", folder, errno);
 }
 
 void createFolders(const std::filesystem::path& folder) {
@@ -118,7 +120,8 @@ void writeAll(const FileDescriptor& descriptor, const SecretBytes& data, const s
     if (count <= 0) throw systemRefusal("write", file, count < 0 ? errno : EIO);
     rest = rest.subspan(static_cast<std::size_t>(count));
   }
-  if (fchmod(descriptor.number(), 0600) != 0 || fsync(descriptor.number()) != 0) throw systemRefusal("write", file, errno);
+  if (fchmod(descriptor.number(), 0600) != 0 || retried([&] { return fsync(descriptor.number()); }) != 0)
+    throw systemRefusal("write", file, errno);
 }
 
 // A file under a name of its own that goes when the writer is done with it. The folder is locked meanwhile, so one
@@ -128,7 +131,7 @@ class TemporaryFile {
   explicit TemporaryFile(const std::filesystem::path& target)
       : path(target.parent_path() / ("." + target.filename().string() + ".tmp")) {
     unlink(path.c_str());
-    descriptor = FileDescriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    descriptor = FileDescriptor::open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
     if (!descriptor.isOpen()) throw systemRefusal("create", path, errno);
   }
   TemporaryFile(const TemporaryFile&) = delete;
@@ -139,6 +142,13 @@ class TemporaryFile {
   FileDescriptor descriptor;
 };
 
+// Fails with EEXIST when the file is there. Moved, so that no second name stays when the process dies here; only a
+// file system that can't move without replacing gets a link.
+int giveName(const std::filesystem::path& temporary, const std::filesystem::path& file) {
+  const int moved = renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, file.c_str(), RENAME_NOREPLACE);
+  return moved != 0 && errno == EINVAL ? link(temporary.c_str(), file.c_str()) : moved;
+}
+
 SecretAddition::Outcome addFile(const std::filesystem::path& file, const SecretBytes& data) {
   const std::filesystem::path folder = file.parent_path();
   createFolders(folder);
@@ -148,7 +158,7 @@ SecretAddition::Outcome addFile(const std::filesystem::path& file, const SecretB
   if (readSecret(open, file)) return SecretAddition::Outcome::duplicate;
   const TemporaryFile temporary(file);
   writeAll(temporary.descriptor, data, file);
-  if (link(temporary.path.c_str(), file.c_str()) != 0) {
+  if (giveName(temporary.path, file) != 0) {
     if (errno == EEXIST) return SecretAddition::Outcome::duplicate;
     throw systemRefusal("create", file, errno);
   }

@@ -39,12 +39,13 @@ void SignalQuitRequests::observe(std::function<void()> quit) {
   if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return;
   _reading = FileDescriptor(ends[0]);
   _writing = FileDescriptor(ends[1]);
-  writingEnd = _writing.get();
+  writingEnd = _writing.number();
   _notifier = std::make_unique<QSocketNotifier>(_reading.number(), QSocketNotifier::Read);
-  QObject::connect(_notifier.get(), &QSocketNotifier::activated, [descriptor = _reading.number(), quit = std::move(quit)] {
-    drain(descriptor);
-    quit();
-  });
+  QObject::connect(_notifier.get(), &QSocketNotifier::activated,
+                   [descriptor = _reading.number(), quit = std::move(quit)] {
+                     drain(descriptor);
+                     quit();
+                   });
   struct sigaction action{};
   action.sa_handler = tellEventLoop;
   action.sa_flags = SA_RESTART;
