@@ -7,9 +7,9 @@
 #include <cerrno>
 #include <system_error>
 
-#include "PelloraMessagesCore/FileDescriptor.h"
 #include "Companion/CompanionFailure.h"
 #include "Companion/DisplayText.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 
 namespace pellora::input_file {
 

@@ -12,8 +12,8 @@
 #include <string>
 #include <string_view>
 
-#include "PelloraMessagesCore/FileDescriptor.h"
 #include "Adapters/Linux/XdgFolders.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 
 namespace pellora::DisplayServer {
 

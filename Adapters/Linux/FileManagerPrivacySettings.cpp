@@ -10,8 +10,8 @@
 #include <QUrl>
 #include <QVariantMap>
 
-#include "PelloraMessagesCore/FileDescriptor.h"
 #include "Adapters/Linux/SessionBusAddress.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 
 namespace pellora {
 

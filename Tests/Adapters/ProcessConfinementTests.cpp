@@ -18,11 +18,11 @@
 #include <string>
 #include <thread>
 
-#include "PelloraMessagesCore/FileDescriptor.h"
 #include "Adapters/Linux/Landlock.h"
 #include "Adapters/Linux/ProcessConfinement.h"
 #include "PelloraMessagesCore/AtomicFile.h"
 #include "PelloraMessagesCore/ChatDatabase.h"
+#include "PelloraMessagesCore/FileDescriptor.h"
 #include "Tests/Support/ReportingProcess.h"
 #include "Tests/Support/SmallStore.h"
 #include "Tests/Support/TemporaryFolder.h"
