@@ -11,6 +11,7 @@
 #include <limits>
 #include <optional>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "PelloraMessagesCore/MessageBody.h"
@@ -124,7 +125,7 @@ void sortWithoutRepeats(std::vector<std::string>& handles) {
 }
 
 std::string homeFolder() {
-  if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') return home;
+  if (const char* home = std::getenv("HOME"); home != nullptr && *home == '/') return home;
   const passwd* user = getpwuid(getuid());
   return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "/";
 }
@@ -192,7 +193,11 @@ bool ChatDatabase::canRead(const std::filesystem::path& url) {
 }
 
 ChatDatabase::ChatDatabase(const std::filesystem::path& url) {
-  const int code = sqlite3_open_v2(url.c_str(), &_db, kOpenFlags, nullptr);
+  // An absolute path is never taken for a URI, nor for the name of a temporary database.
+  std::error_code failed;
+  const std::filesystem::path path = std::filesystem::absolute(url, failed);
+  if (failed) throw Failure::cannotOpen(SQLITE_CANTOPEN);
+  const int code = sqlite3_open_v2(path.c_str(), &_db, kOpenFlags, nullptr);
   if (code != SQLITE_OK) {
     sqlite3_close(std::exchange(_db, nullptr));
     throw Failure::cannotOpen(code);
