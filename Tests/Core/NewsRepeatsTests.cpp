@@ -33,6 +33,8 @@ INSTANTIATE_TEST_SUITE_P(Pairs, NewsRepeatsTable,
                                          Pair{"Sam moved to Berlin.", "Sam moved to Lisbon.", false},
                                          // One direction is enough; the other has words of its own.
                                          Pair{"Sam is moving.", "Sam is moving to Lisbon with two kittens.", true},
+                                         // The verb is no part of the name, shared or not.
+                                         Pair{"Sam moved up.", "Sam moved to Rome.", true},
                                          // Five letters of a word are what is compared.
                                          Pair{"Sam graduated.", "Sam is graduating from college.", true},
                                          Pair{"Sam adopted Bella.", "Sam adopts Bello.", false},
