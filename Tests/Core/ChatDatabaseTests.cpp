@@ -106,7 +106,7 @@ TEST(ChatDatabaseOpening, AMissingFileCannotBeOpenedAndIsNotCreated) {
   EXPECT_EQ(failure([&] { ChatDatabase(folder / "chat.db"); }), "cannotOpen(code: 14)");
   EXPECT_EQ(failure([&] { ChatDatabase(folder / "no" / "chat.db"); }), "cannotOpen(code: 14)");
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
-  EXPECT_EQ(failure([&] { ChatDatabase(std::filesystem::path()); }), "cannotOpen(code: 14)");
+  EXPECT_EQ(failure([&] { ChatDatabase{std::filesystem::path()}; }), "cannotOpen(code: 14)");
 }
 
 TEST(ChatDatabaseOpening, PathsAreNoUris) {
