@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::size_t kMaximumSize = 4096;  // bytes; a longer file is cut, which no reader takes for a key
 constexpr mode_t kOthersBits = 077;
+constexpr mode_t kOthersWriteBits = 022;  // who may write the folder may put another key in the file's place
 constexpr std::chrono::milliseconds kLockPatience(5000);
 
 // Thrown inside this file only; the text is the reason given to the caller.
@@ -41,9 +42,9 @@ std::filesystem::path folderFor(const std::optional<std::filesystem::path>& base
   return *base / attributes.service;
 }
 
-void requirePrivate(const struct stat& status, const std::filesystem::path& path, const char* wanted) {
+void requirePrivate(const struct stat& status, const std::filesystem::path& path, mode_t refused, const char* wanted) {
   if (status.st_uid != geteuid()) throw Refusal{path.string() + " belongs to another user."};
-  if ((status.st_mode & kOthersBits) == 0) return;
+  if ((status.st_mode & refused) == 0) return;
   std::array<char, 8> mode{};
   std::snprintf(mode.data(), mode.size(), "%04o", static_cast<unsigned>(status.st_mode & 07777));
   throw Refusal{path.string() + " must be open to its owner only (mode " + wanted + "), but its mode is " +
@@ -59,7 +60,7 @@ FileDescriptor openFolder(const std::filesystem::path& folder) {
   }
   struct stat status{};
   if (fstat(descriptor.number(), &status) != 0) throw systemRefusal("examine", folder, errno);
-  requirePrivate(status, folder, "0700");
+  requirePrivate(status, folder, kOthersWriteBits, "0700");
   return descriptor;
 }
 
@@ -90,7 +91,7 @@ std::optional<SecretBytes> readSecret(const FileDescriptor& folder, const std::f
   struct stat status{};
   if (fstat(descriptor.number(), &status) != 0) throw systemRefusal("examine", file, errno);
   if (!S_ISREG(status.st_mode)) throw Refusal{file.string() + " is no regular file."};
-  requirePrivate(status, file, "0600");
+  requirePrivate(status, file, kOthersBits, "0600");
   return readAll(descriptor, file);
 }
 

@@ -80,12 +80,18 @@ TEST_F(KeyFileSecretStoreTest, AStricterModeIsFine) {
   EXPECT_EQ(store.find(attributes).outcome, Outcome::found);
 }
 
-TEST_F(KeyFileSecretStoreTest, AFolderThatOthersMayUseIsRefused) {
+TEST_F(KeyFileSecretStoreTest, AFolderThatOthersMayOnlyLookIntoIsFine) {
   writeKey(0600);
-  chmod(keyFolder.c_str(), 0750);
+  chmod(keyFolder.c_str(), 0755);
+  EXPECT_EQ(store.find(attributes).outcome, Outcome::found);
+}
+
+TEST_F(KeyFileSecretStoreTest, AFolderThatOthersMayWriteIsRefused) {
+  writeKey(0600);
+  chmod(keyFolder.c_str(), 0770);
   const SecretLookup lookup = store.find(attributes);
   EXPECT_EQ(lookup.outcome, Outcome::unavailable);
-  EXPECT_EQ(lookup.reason, keyFolder.string() + " must be open to its owner only (mode 0700), but its mode is 0750.");
+  EXPECT_EQ(lookup.reason, keyFolder.string() + " must be open to its owner only (mode 0700), but its mode is 0770.");
   EXPECT_EQ(store.add(attributes, "a label", kKey).outcome, Added::failed);
   std::filesystem::remove(file);
   EXPECT_EQ(store.add(attributes, "a label", kKey).outcome, Added::failed);
