@@ -1,8 +1,9 @@
 // Secrets in plain files, for machines without a desktop's secret service and only when asked for: below a base
 // folder, the service names a folder (mode 0700), the account the file (mode 0600) with nothing but the raw bytes.
-// A file that others may use, a folder that others may write, and what belongs to somebody else is refused. Of two processes that add at
-// once the first one's file stays; a file is complete and synced before it gets its name. The label and the access
-// group are not kept: the base folder is one user's. Tested by Tests/Adapters/KeyFileSecretStoreTests.cpp.
+// A file that others may use, a folder that others may write, and what belongs to somebody else is refused. Of two
+// processes that add at once the first one's file stays; a file is complete and synced before it gets its name. The
+// label and the access group are not kept: the base folder is one user's. Tested by
+// Tests/Adapters/KeyFileSecretStoreTests.cpp.
 #pragma once
 
 #include <filesystem>
