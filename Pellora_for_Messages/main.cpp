@@ -1,4 +1,6 @@
 // The process: reads the command line and hands over to the app or to a single read.
+#include <signal.h>
+
 #include <QCoreApplication>
 #include <iostream>
 #include <string>
@@ -23,6 +25,9 @@ int readOnce(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   using pellora::HelperOptions;
+  // A size limit on files and a closed pipe are errors to report, not reasons to die.
+  signal(SIGXFSZ, SIG_IGN);
+  signal(SIGPIPE, SIG_IGN);
   std::string problem;
   const auto options = HelperOptions::parse(std::vector<std::string>(argv + 1, argv + argc), problem);
   if (!options) {
