@@ -53,7 +53,7 @@ MessageInserter::Chat MessageInserter::addChat(const std::vector<std::string>& h
   const std::string identifier = isGroup ? "chat" + std::to_string(_random.below(1'000'000'000'000)) : handles.front();
   StoreStatement(_connection.handle(),
                  "INSERT INTO chat (guid, style, chat_identifier, service_name, room_name, state)"
-                 " VALUES (?1 || ';' || ?2 || ';' || ?3, ?4, ?3, ?1, ?5, 3)")
+                 " VALUES (?1 || ';' || ?2 || ';' || ?3, ?4, ?3, ?1, NULLIF(?5, ''), 3)")
       .bindText(1, service)
       .bindText(2, isGroup ? "+" : "-")
       .bindText(3, identifier)

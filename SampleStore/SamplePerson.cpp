@@ -10,9 +10,10 @@ namespace pellora {
 namespace {
 
 // Among them a decomposed accent, other scripts and two that share a beginning.
-constexpr std::array<const char*, 24> kNames = {
-    "Anna",  "Ben",  "Chloe\u0301", "Dmitri", "Elena", "Farid", "Grace", "Hiroshi", "Inês",  "Jonas", "Kavya",  "Liam",
-    "Maria", "Noor", "Olivia",      "Pavel",  "Quinn", "Rosa",  "Sam",   "Tomás",   "Усман", "Vera",  "Samuel", "陽子"};
+constexpr std::array<const char*, 24> kNames = {"Anna",  "Ben",     "Elena",  "Dmitri", "Chloe\u0301", "Farid",
+                                                "Grace", "Hiroshi", "Inês",   "Jonas",  "Kavya",       "Liam",
+                                                "Maria", "Noor",    "Olivia", "Pavel",  "Quinn",       "Rosa",
+                                                "Sam",   "Tomás",   "Усман",  "Vera",   "Samuel",      "陽子"};
 
 constexpr std::size_t kNumbersAnAreaCode = 100;  // 555-0100 to 555-0199 belong to nobody
 constexpr unsigned kFirstAreaCode = 201;

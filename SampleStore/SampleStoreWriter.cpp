@@ -187,10 +187,7 @@ void makeParents(const std::filesystem::path& file) {
   if (std::filesystem::exists(file, error)) throw StoreError("There is a file already: " + file.string() + ".");
 }
 
-}  // namespace
-
-void SampleStoreWriter::create(const std::filesystem::path& file, const SampleOptions& options) {
-  makeParents(file);
+void writeHistory(const std::filesystem::path& file, const SampleOptions& options) {
   StoreConnection connection(file, StoreConnection::Mode::create);
   connection.execute("PRAGMA page_size = 4096; PRAGMA journal_mode = WAL; PRAGMA synchronous = OFF; BEGIN");
   connection.execute(MessagesSchema::tables());
@@ -208,6 +205,19 @@ void SampleStoreWriter::create(const std::filesystem::path& file, const SampleOp
       "COMMIT; PRAGMA wal_checkpoint(TRUNCATE); PRAGMA synchronous = NORMAL;"
       "INSERT INTO kvtable (key, value) VALUES ('lastFailedMessageDate', x'00')");
   connection.keepLogOnClose();
+}
+
+}  // namespace
+
+void SampleStoreWriter::create(const std::filesystem::path& file, const SampleOptions& options) {
+  makeParents(file);
+  try {
+    writeHistory(file, options);
+  } catch (...) {
+    std::error_code ignored;
+    for (const char* suffix : {"", "-wal", "-shm"}) std::filesystem::remove(file.native() + suffix, ignored);
+    throw;
+  }
 }
 
 void SampleStoreWriter::append(const std::filesystem::path& file, std::size_t count, std::uint64_t seed,

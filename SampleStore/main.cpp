@@ -18,6 +18,10 @@ using namespace pellora;
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
 constexpr std::size_t kMostPeople = 40'000;
+constexpr std::size_t kMostMessages = 10'000'000;
+// The store counts nanoseconds from 2001 in 64 bits, and a history goes back from here.
+constexpr Instant kEarliestNow = instantAtSeconds(1'262'304'000);  // 2010
+constexpr Instant kLatestNow = instantAtSeconds(7'258'118'400);    // 2200
 
 struct Arguments {
   SampleOptions options;
@@ -73,7 +77,9 @@ void create(Arguments& arguments) {
 void declare(CLI::App& app, Arguments& arguments) {
   app.add_option("path", arguments.file, "The store to write, as in ~/Library/Messages/chat.db")->required();
   app.add_option("--seed", arguments.options.seed, "The same seed gives the same content")->capture_default_str();
-  app.add_option("--messages", arguments.options.messages, "Rows of messages")->capture_default_str();
+  app.add_option("--messages", arguments.options.messages, "Rows of messages")
+      ->check(CLI::Range(std::size_t{1}, kMostMessages))
+      ->capture_default_str();
   app.add_option("--people", arguments.options.people, "People one knows")
       ->check(CLI::Range(std::size_t{0}, kMostPeople))
       ->capture_default_str();
@@ -84,8 +90,12 @@ void declare(CLI::App& app, Arguments& arguments) {
       ->capture_default_str();
   app.add_option("--now", arguments.now, "Where it ends, as in 2026-03-10T12:00:00Z; otherwise now");
   app.add_option("--people-file", arguments.peopleFile, "Also write the people, for `pellora-companion people import`");
-  app.add_option("--append", arguments.append, "Add so many newer messages to a store that is there");
-  app.add_option("--rate", arguments.rate, "With --append: messages a second")->check(CLI::NonNegativeNumber);
+  CLI::Option* append =
+      app.add_option("--append", arguments.append, "Add so many newer messages to a store that is there")
+          ->check(CLI::Range(std::size_t{1}, kMostMessages));
+  app.add_option("--rate", arguments.rate, "With --append: messages a second")
+      ->check(CLI::NonNegativeNumber)
+      ->needs(append);
   app.add_flag("--force", arguments.force, "Replace a store that is there");
   app.set_version_flag("--version", "pellora-sample-store " PELLORA_VERSION);
   app.footer(
@@ -109,8 +119,8 @@ int main(int argc, char** argv) {
   arguments.options.now = currentTime();
   if (!arguments.now.empty()) {
     const auto now = ExchangeCoding::parseDate(arguments.now);
-    if (!now) {
-      std::cerr << "--now takes a time like 2026-03-10T12:00:00Z.\n";
+    if (!now || *now < kEarliestNow || *now >= kLatestNow) {
+      std::cerr << "--now takes a time of the years 2010 to 2199, like 2026-03-10T12:00:00Z.\n";
       return kWrongUsage;
     }
     arguments.options.now = *now;
