@@ -31,6 +31,7 @@ class HelperApp : public QObject {
 
   HelperEngine& engine() { return *_engine; }
   HelperMenu& menu() { return *_menu; }
+  const HelperTray& tray() const { return *_tray; }
   HelperWindow* window() { return _window.get(); }  // null while it is closed
 
  private:

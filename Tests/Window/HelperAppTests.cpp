@@ -1,0 +1,143 @@
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+
+#include "Pellora_for_Messages/HelperApp.h"
+#include "Pellora_for_Messages/HelperLook.h"
+#include "Tests/Support/EventLoopWait.h"
+#include "Tests/Window/WindowWorld.h"
+
+namespace pellora {
+namespace {
+
+using namespace std::chrono_literals;
+using support::waitUntil;
+using support::WindowWorld;
+using Kind = HelperEngineState::Kind;
+
+class HelperAppTest : public testing::Test {
+ protected:
+  ~HelperAppTest() override { QApplication::setPalette(QPalette()); }
+
+  void start() { app = std::make_unique<HelperApp>(*qApp, world.platform(), world.desktop()); }
+  int runUntilQuit(const std::function<void()>& deed) {
+    QTimer::singleShot(0, deed);
+    QTimer::singleShot(10s, [] { QCoreApplication::exit(99); });
+    return QApplication::exec();
+  }
+
+  WindowWorld world;
+  std::unique_ptr<HelperApp> app;
+};
+
+TEST_F(HelperAppTest, ReadsAtOnceWithoutAWindow) {
+  start();
+  EXPECT_EQ(app->engine().state().kind, Kind::idle);
+  EXPECT_EQ(app->window(), nullptr);
+}
+
+TEST_F(HelperAppTest, ClosingTheWindowLeavesTheProcess) {
+  start();
+  EXPECT_FALSE(QGuiApplication::quitOnLastWindowClosed());
+  bool hasQuit = false;
+  QObject::connect(qApp, &QCoreApplication::aboutToQuit, app.get(), [&] { hasQuit = true; });
+  for (int round = 0; round < 3; ++round) {
+    app->openWindow();
+    ASSERT_NE(app->window(), nullptr);
+    EXPECT_TRUE(app->window()->isVisible());
+    app->window()->close();
+    EXPECT_TRUE(waitUntil([&] { return app->window() == nullptr; }));
+  }
+  EXPECT_FALSE(hasQuit);
+  app->menu().actions().at(2)->trigger();
+  EXPECT_EQ(app->engine().state().kind, Kind::idle);
+}
+
+TEST_F(HelperAppTest, OpeningAnOpenWindowKeepsIt) {
+  start();
+  app->openWindow();
+  const HelperWindow* first = app->window();
+  app->menu().actions().at(3)->trigger();
+  EXPECT_EQ(app->window(), first);
+}
+
+TEST_F(HelperAppTest, ReopeningWhileTheWindowClosesLeavesAWindow) {
+  start();
+  app->openWindow();
+  app->window()->close();
+  app->openWindow();
+  QApplication::processEvents();
+  ASSERT_NE(app->window(), nullptr);
+  EXPECT_TRUE(app->window()->isVisible());
+}
+
+TEST_F(HelperAppTest, QuitsFromTheMenuTheWindowAndTheSystem) {
+  start();
+  EXPECT_EQ(runUntilQuit([&] { app->menu().actions().at(5)->trigger(); }), 0);
+  app->openWindow();
+  EXPECT_EQ(runUntilQuit([&] { app->window()->findChild<QPushButton*>(QStringLiteral("quit"))->click(); }), 0);
+  EXPECT_EQ(runUntilQuit([&] { world.quitRequests.request(); }), 0);
+}
+
+TEST_F(HelperAppTest, QuitsInTheMiddleOfASlowAnswer) {
+  start();
+  world.startReading(app->engine());
+  ASSERT_EQ(app->engine().state().kind, Kind::reading);
+  EXPECT_EQ(runUntilQuit([&] { app->menu().actions().at(5)->trigger(); }), 0);
+  app.reset();
+  world.gated.answerAll();
+}
+
+TEST_F(HelperAppTest, TrayItemComesWithItsPlace) {
+  start();
+  EXPECT_FALSE(app->tray().isShown());
+  world.trayHost.appear();
+  EXPECT_TRUE(app->tray().isShown());
+}
+
+TEST_F(HelperAppTest, ReadsNothingAsleepAndOnceAfterwards) {
+  start();
+  world.sleepNotice.announceSleep();
+  const auto before = world.heartbeat();
+  world.scheduler.advance(1h);
+  EXPECT_EQ(world.heartbeat()->at, before->at);
+  world.sleepNotice.announceResume();
+  EXPECT_EQ(world.heartbeat()->at, WindowWorld::kStart + 1h);
+}
+
+TEST_F(HelperAppTest, GivesMemoryBackOnceThingsHaveSettled) {
+  start();
+  world.scheduler.advance(HelperApp::kSettling);
+  EXPECT_EQ(world.memoryReleases, 1);
+  app->openWindow();
+  app->window()->close();
+  EXPECT_TRUE(waitUntil([&] { return app->window() == nullptr; }));
+  world.scheduler.advance(HelperApp::kSettling);
+  EXPECT_EQ(world.memoryReleases, 2);
+}
+
+TEST_F(HelperAppTest, FollowsTheDesktopIntoTheDarkAndBack) {
+  QApplication::setPalette(QPalette(QColor(0xef, 0xef, 0xef)));
+  start();
+  world.appearance.prefer(true);
+  EXPECT_FALSE(HelperLook::isDark(QApplication::palette()));
+  app->openWindow();
+  EXPECT_TRUE(HelperLook::isDark(QApplication::palette()));
+  world.appearance.prefer(false);
+  EXPECT_FALSE(HelperLook::isDark(QApplication::palette()));
+}
+
+TEST_F(HelperAppTest, OnlyTheEnginesTimerRunsWhileNothingIsOpen) {
+  start();
+  app->openWindow();
+  app->window()->close();
+  EXPECT_TRUE(waitUntil([&] { return app->window() == nullptr; }));
+  world.scheduler.advance(HelperApp::kSettling);
+  EXPECT_EQ(world.scheduler.waiting(), 1U);
+}
+
+}  // namespace
+}  // namespace pellora

@@ -1,0 +1,72 @@
+// An engine that a test puts into any of its states, with everything around it in memory, and what the app needs of
+// a desktop.
+#pragma once
+
+#include <QString>
+#include <filesystem>
+#include <fstream>
+
+#include "Adapters/InMemory/InMemoryAppearance.h"
+#include "Adapters/InMemory/InMemoryPrivacySettings.h"
+#include "Adapters/InMemory/InMemoryQuitRequests.h"
+#include "Adapters/InMemory/InMemorySleepNotice.h"
+#include "Adapters/InMemory/InMemoryTrayHost.h"
+#include "Pellora_for_Messages/HelperDesktop.h"
+#include "Tests/Support/EngineWorld.h"
+#include "Tests/Support/GatedLanguageModel.h"
+
+namespace pellora::support {
+
+class WindowWorld : public EngineWorld {
+ public:
+  using Kind = HelperEngineState::Kind;
+
+  WindowWorld() : EngineWorld(&gated) { gated.setAvailable(false); }
+
+  // Leaves the engine in that state. `reading` waits for the language model with one day of two done.
+  void bring(HelperEngine& engine, Kind kind) {
+    switch (kind) {
+      case Kind::starting:
+        return;
+      case Kind::needsFullDiskAccess:
+        std::filesystem::rename(database, folder / "away.db");
+        break;
+      case Kind::waitingForPellora:
+        writePeople({});
+        break;
+      case Kind::failed:
+        store->execute("DROP TABLE chat_handle_join");
+        break;
+      case Kind::idle:
+        break;
+      case Kind::reading:
+        startReading(engine);
+        return;
+    }
+    engine.requestRead();
+  }
+
+  void startReading(HelperEngine& engine) {
+    using namespace std::chrono_literals;
+    fromAnna(48h, "We went to the lake yesterday and it was lovely");
+    fromAnna(1h, "The weather is so nice here today, you should come");
+    gated.setAvailable(true);
+    engine.requestRead();
+    for (int questions = 0; engine.daysAnalysed() == 0 && gated.waiting() > 0 && questions < 20; ++questions)
+      gated.answerOne();
+  }
+
+  HelperDesktop desktop() {
+    return {trayHost, privacySettings, appearance, quitRequests, sleepNotice, [this] { ++memoryReleases; }};
+  }
+
+  GatedLanguageModel gated;
+  InMemoryTrayHost trayHost;
+  InMemoryPrivacySettings privacySettings;
+  InMemoryAppearance appearance;
+  InMemoryQuitRequests quitRequests;
+  InMemorySleepNotice sleepNotice;
+  int memoryReleases = 0;
+};
+
+}  // namespace pellora::support
