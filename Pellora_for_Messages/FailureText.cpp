@@ -12,7 +12,7 @@ namespace pellora {
 FailureText::FailureText(QWidget* parent) : QPlainTextEdit(parent) {
   setReadOnly(true);
   setFrameStyle(QFrame::NoFrame);
-  setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+  setTextInteractionFlags(Qt::TextSelectableByMouse);
   setTabChangesFocus(true);
   setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -40,10 +40,12 @@ void FailureText::changeEvent(QEvent* event) {
 
 void FailureText::fitHeight() {
   int lines = 0;
-  for (QTextBlock block = document()->begin(); block.isValid() && lines < kMostLines; block = block.next()) {
+  for (QTextBlock block = document()->begin(); block.isValid() && lines <= kMostLines; block = block.next()) {
     blockBoundingRect(block);  // lays the block out
     lines += qMax(1, block.layout()->lineCount());
   }
+  // Keys have something to do here only where there is something to scroll.
+  setFocusPolicy(lines > kMostLines ? Qt::StrongFocus : Qt::ClickFocus);
   const double lineHeight = QFontMetricsF(font()).lineSpacing();
   setFixedHeight(static_cast<int>(std::ceil(lineHeight * qBound(1, lines, kMostLines))) + 2);
 }

@@ -93,7 +93,8 @@ void HelperApp::followAppearance(bool prefersDark) {
 }
 
 int runHelperApp(int& argc, char** argv, const HelperOptions& options) {
-  if (!PlatformAdapters::hasDisplay()) {
+  auto display = PlatformAdapters::reachDisplay();
+  if (!display) {
     std::cerr << "Pellora for Messages needs a display, and neither DISPLAY nor WAYLAND_DISPLAY leads to one.\n";
     return kNoDisplay;
   }
@@ -102,6 +103,7 @@ int runHelperApp(int& argc, char** argv, const HelperOptions& options) {
   QGuiApplication::setApplicationDisplayName(QStringLiteral("Pellora for Messages"));
   QGuiApplication::setDesktopFileName(QStringLiteral("app.pellora.Messages"));
   QApplication application(argc, argv);
+  display.reset();
   QTranslator translator;
   installTranslation(translator);
   PlatformAdapters adapters;

@@ -3,7 +3,6 @@
 #include <QCheckBox>
 #include <QIcon>
 #include <QLabel>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QShortcut>
 #include <QVBoxLayout>
@@ -11,12 +10,11 @@
 #include "Pellora_for_Messages/HelperEngine.h"
 #include "Pellora_for_Messages/HelperLook.h"
 #include "Pellora_for_Messages/NoticeCard.h"
+#include "Pellora_for_Messages/ProgressLine.h"
 
 namespace pellora {
 
 namespace {
-
-constexpr int kProgressHeight = 6;  // device-independent pixels
 
 SecondaryLabel* makeCaption(const QString& text, QWidget* parent) {
   auto* caption = new SecondaryLabel(text, parent);
@@ -76,10 +74,8 @@ QWidget* HelperView::makeHeader() {
 }
 
 QWidget* HelperView::makeProgress() {
-  _progress = new QProgressBar(this);
+  _progress = new ProgressLine(this);
   _progress->setObjectName(QStringLiteral("progress"));
-  _progress->setTextVisible(false);
-  _progress->setFixedHeight(kProgressHeight);
   _progress->setAccessibleName(tr("Days read"));
   return _progress;
 }
@@ -144,6 +140,13 @@ void HelperView::showEvent(QShowEvent* event) {
 void HelperView::hideEvent(QHideEvent* event) {
   _ticker.setActive(false);
   QWidget::hideEvent(event);
+}
+
+void HelperView::focusFirst() {
+  if (_card->isVisibleTo(this))
+    _card->button()->setFocus();
+  else
+    _toggle->setFocus();
 }
 
 void HelperView::refresh() {

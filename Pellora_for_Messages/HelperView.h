@@ -11,13 +11,13 @@
 class QBoxLayout;
 class QCheckBox;
 class QLabel;
-class QProgressBar;
 class QPushButton;
 
 namespace pellora {
 
 class HelperEngine;
 class NoticeCard;
+class ProgressLine;
 class SecondaryLabel;
 
 class HelperView : public QWidget {
@@ -31,6 +31,9 @@ class HelperView : public QWidget {
 
   // `engine` must outlive the view.
   HelperView(HelperEngine& engine, Actions actions, QWidget* parent = nullptr);
+
+  // Puts the keyboard where a user is likely to need it.
+  void focusFirst();
 
  protected:
   void showEvent(QShowEvent* event) override;
@@ -51,7 +54,7 @@ class HelperView : public QWidget {
   HelperEngine& _engine;
   Actions _actions;
   SecondaryLabel* _status = nullptr;
-  QProgressBar* _progress = nullptr;
+  ProgressLine* _progress = nullptr;
   NoticeCard* _card = nullptr;
   QCheckBox* _toggle = nullptr;
   QPushButton* _quit = nullptr;

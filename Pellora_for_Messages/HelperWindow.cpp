@@ -15,7 +15,9 @@ HelperWindow::HelperWindow(HelperEngine& engine, HelperView::Actions actions) : 
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->setSizeConstraint(QLayout::SetFixedSize);
-  layout->addWidget(new HelperView(engine, std::move(actions), this));
+  auto* view = new HelperView(engine, std::move(actions), this);
+  layout->addWidget(view);
+  view->focusFirst();
   connect(new QShortcut(QKeySequence(QStringLiteral("Ctrl+W")), this), &QShortcut::activated, this, &QDialog::close);
 }
 

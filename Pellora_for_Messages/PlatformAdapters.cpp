@@ -116,8 +116,8 @@ void PlatformAdapters::refreshLoginItem() {
   _adapters->loginItem.refresh();
 }
 
-bool PlatformAdapters::hasDisplay() {
-  return DisplayServer::isReachable();
+std::shared_ptr<void> PlatformAdapters::reachDisplay() {
+  return DisplayServer::reach();
 }
 
 std::string PlatformAdapters::version() {

@@ -35,9 +35,9 @@ class PlatformAdapters {
   // Lets the login item start this program from where it is now, when it is enabled.
   void refreshLoginItem();
 
-  // Whether windows can be shown. Needs no QCoreApplication; ask before one for windows is made, which ends the
-  // process when it finds no display.
-  static bool hasDisplay();
+  // Null when windows can't be shown. Needs no QCoreApplication; ask before one for windows is made, which ends the
+  // process when it finds no display, and let go of it afterwards.
+  static std::shared_ptr<void> reachDisplay();
 
   // Whether a helper answers on the session bus.
   static bool isHelperOnBus();

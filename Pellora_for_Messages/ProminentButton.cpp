@@ -2,6 +2,8 @@
 
 #include <QPainter>
 
+#include "Pellora_for_Messages/HelperLook.h"
+
 namespace pellora {
 
 namespace {
@@ -37,7 +39,7 @@ void ProminentButton::paintEvent(QPaintEvent*) {
   painter.setBrush(fill);
   painter.drawRoundedRect(face, kRadius, kRadius);
   if (hasFocus()) {
-    painter.setPen(QPen(palette().color(QPalette::WindowText), 1));
+    painter.setPen(HelperLook::secondary(palette()));
     painter.setBrush(Qt::NoBrush);
     const QRectF ring = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
     painter.drawRoundedRect(ring, kRadius + kRoom, kRadius + kRoom);

@@ -24,12 +24,11 @@ std::string_view fromEnvironment(const char* name) {
   return value != nullptr ? std::string_view(value) : std::string_view();
 }
 
-bool isX11Reachable() {
-  if (fromEnvironment("DISPLAY").empty()) return false;
-  xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-  const bool isConnected = xcb_connection_has_error(connection) == 0;
-  xcb_disconnect(connection);
-  return isConnected;
+std::shared_ptr<void> reachX11() {
+  if (fromEnvironment("DISPLAY").empty()) return nullptr;
+  std::shared_ptr<xcb_connection_t> connection(xcb_connect(nullptr, nullptr), xcb_disconnect);
+  if (xcb_connection_has_error(connection.get()) != 0) return nullptr;
+  return connection;
 }
 
 bool hasWaylandPlugin() {
@@ -37,23 +36,25 @@ bool hasWaylandPlugin() {
   return !plugins.entryList({QStringLiteral("libqwayland*.so")}, QDir::Files).isEmpty();
 }
 
-bool acceptsConnections(const std::filesystem::path& socketPath) {
+std::shared_ptr<void> connectTo(const std::filesystem::path& socketPath) {
   const std::string path = socketPath.string();
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof address.sun_path) return false;
+  if (path.size() >= sizeof address.sun_path) return nullptr;
   std::memcpy(address.sun_path, path.c_str(), path.size());
-  const FileDescriptor descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  return descriptor.isOpen() &&
-         connect(descriptor.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+  auto descriptor = std::make_shared<FileDescriptor>(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (!descriptor->isOpen() ||
+      connect(descriptor->number(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+    return nullptr;
+  return descriptor;
 }
 
-bool isWaylandReachable() {
+std::shared_ptr<void> reachWayland() {
   const std::string_view display = fromEnvironment("WAYLAND_DISPLAY");
-  if (display.empty() || !hasWaylandPlugin()) return false;
-  if (display.starts_with('/')) return acceptsConnections(display);
+  if (display.empty() || !hasWaylandPlugin()) return nullptr;
+  if (display.starts_with('/')) return connectTo(display);
   const auto runtime = XdgFolders::runtime();
-  return runtime && acceptsConnections(*runtime / display);
+  return runtime ? connectTo(*runtime / display) : nullptr;
 }
 
 // Platforms that draw without a display server.
@@ -63,12 +64,13 @@ bool isServerless(std::string_view platform) {
 
 }  // namespace
 
-bool isReachable() {
+std::shared_ptr<void> reach() {
   const std::string_view platform = fromEnvironment("QT_QPA_PLATFORM");
-  if (isServerless(platform)) return true;
-  if (platform == "xcb") return isX11Reachable();
-  if (platform.starts_with("wayland") && platform.find("xcb") == std::string_view::npos) return isWaylandReachable();
-  return isX11Reachable() || isWaylandReachable();
+  if (isServerless(platform)) return std::make_shared<char>();
+  if (platform == "xcb") return reachX11();
+  if (platform.starts_with("wayland") && platform.find("xcb") == std::string_view::npos) return reachWayland();
+  if (auto connection = reachX11()) return connection;
+  return reachWayland();
 }
 
 }  // namespace pellora::DisplayServer

@@ -288,6 +288,19 @@ TEST_F(HelperViewTest, TabGoesFromTheCardToTheToggleToQuit) {
   EXPECT_TRUE(child<QPushButton>("cardButton")->hasFocus());
 }
 
+TEST_F(HelperViewTest, KeyboardStartsWhereItIsNeeded) {
+  show();
+  QApplication::setActiveWindow(&window);
+  EXPECT_TRUE(child<QCheckBox>("opensAtLogin")->hasFocus());
+  WindowWorld other;
+  const auto otherEngine = other.makeEngine();
+  other.bring(*otherEngine, Kind::failed);
+  HelperWindow otherWindow(*otherEngine, {[] {}, [] {}});
+  otherWindow.present();
+  QApplication::setActiveWindow(&otherWindow);
+  EXPECT_TRUE(otherWindow.findChild<NoticeCard*>()->button()->hasFocus());
+}
+
 TEST_F(HelperViewTest, EscapeAndControlWClose) {
   show();
   QTest::keyClick(&window, Qt::Key_Escape);
