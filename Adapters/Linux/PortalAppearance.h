@@ -1,13 +1,12 @@
 // The user's preference for dark windows as the desktop portal tells it on the session bus
 // (org.freedesktop.appearance, color-scheme). Needs the event loop of the main thread.
-// Tested by Tests/Adapters/PortalAppearanceTests.cpp.
+// Tested by Tests/Adapters/DesktopBusTests.cpp.
 #pragma once
 
+#include <QDBusVariant>
 #include <QObject>
 
 #include "PelloraMessagesCore/Ports/Appearance.h"
-
-class QDBusVariant;
 
 namespace pellora {
 

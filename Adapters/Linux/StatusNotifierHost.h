@@ -1,6 +1,6 @@
 // The place for tray items as desktops offer it on the session bus: org.kde.StatusNotifierWatcher with a registered
 // host. Only watches; nothing of the tray may be touched before the host is there, or the item never appears.
-// Tested by Tests/Adapters/StatusNotifierHostTests.cpp.
+// Tested by Tests/Adapters/DesktopBusTests.cpp.
 #pragma once
 
 #include <QDBusServiceWatcher>

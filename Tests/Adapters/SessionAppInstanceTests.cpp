@@ -1,0 +1,73 @@
+// One helper at a time where there is no session bus. With one: Tests/Desktop/desktop-test.
+#include <gtest/gtest.h>
+
+#include "Adapters/Linux/ActivationSocket.h"
+#include "Adapters/Linux/SessionAppInstance.h"
+#include "Tests/Support/EventLoopWait.h"
+#include "Tests/Support/ScopedEnvironment.h"
+#include "Tests/Support/TemporaryFolder.h"
+
+namespace pellora {
+namespace {
+
+using support::waitUntil;
+
+class WithoutABus : public testing::Test {
+ protected:
+  WithoutABus() {
+    environment.unset("DBUS_SESSION_BUS_ADDRESS");
+    environment.set("XDG_RUNTIME_DIR", folder.path().string());
+  }
+
+  support::TemporaryFolder folder;
+  support::ScopedEnvironment environment;
+  int activations = 0;
+};
+
+TEST_F(WithoutABus, TheSecondInstanceShowsTheFirst) {
+  SessionAppInstance first(folder / "shared");
+  EXPECT_TRUE(first.claim([this] { ++activations; }));
+  SessionAppInstance second(folder / "shared");
+  EXPECT_FALSE(second.claim([] { FAIL(); }));
+  EXPECT_TRUE(waitUntil([this] { return activations == 1; }));
+}
+
+TEST_F(WithoutABus, ThePlaceIsFreeAgainAfterTheFirst) {
+  {
+    EXPECT_TRUE(SessionAppInstance(folder / "shared").claim([] {}));
+  }
+  EXPECT_TRUE(SessionAppInstance(folder / "shared").claim([] {}));
+}
+
+TEST_F(WithoutABus, OtherSharedFoldersAreOtherPlaces) {
+  SessionAppInstance first(folder / "shared");
+  SessionAppInstance second(folder / "other");
+  EXPECT_TRUE(first.claim([] {}));
+  EXPECT_TRUE(second.claim([] {}));
+}
+
+TEST_F(WithoutABus, ALockThatNobodyAnswersForDoesNotKeepTheHelperAway) {
+  const auto read = InstanceLock::take(folder / "shared");
+  ASSERT_TRUE(read);
+  EXPECT_TRUE(SessionAppInstance(folder / "shared").claim([] {}));
+}
+
+TEST_F(WithoutABus, ASocketLeftBehindIsTakenOver) {
+  const auto path = folder / "old.sock";
+  {
+    const ActivationSocket killed(path, [] {});
+  }
+  std::filesystem::create_symlink("/nonexistent", path);
+  EXPECT_FALSE(ActivationSocket::send(path));
+  const ActivationSocket fresh(path, [this] { ++activations; });
+  EXPECT_TRUE(ActivationSocket::send(path));
+  EXPECT_TRUE(waitUntil([this] { return activations > 0; }));
+}
+
+TEST_F(WithoutABus, APathThatIsTooLongForASocketIsNobody) {
+  EXPECT_FALSE(ActivationSocket::send(folder / std::string(200, 'x')));
+  const ActivationSocket none(folder / std::string(200, 'x'), [] {});
+}
+
+}  // namespace
+}  // namespace pellora
