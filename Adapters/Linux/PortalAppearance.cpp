@@ -26,9 +26,12 @@ void PortalAppearance::observe(std::function<void(bool prefersDark)> changed) {
   const bool isFirst = !_changed;
   _changed = std::move(changed);
   if (!SessionBusAddress::find() || !QDBusConnection::sessionBus().isConnected()) return;
-  if (isFirst)
+  if (isFirst) {
+    // The library looks up the slot's parameter types by name and knows this one only once it is registered.
+    qRegisterMetaType<QDBusVariant>();
     QDBusConnection::sessionBus().connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), this,
                                           SLOT(settingChanged(QString, QString, QDBusVariant)));
+  }
   ask();
 }
 
