@@ -12,6 +12,10 @@ if(PELLORA_SANITIZE)
   target_compile_options(pellora_options INTERFACE
     -fsanitize=address,undefined -fno-sanitize=function -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(pellora_options INTERFACE -fsanitize=address,undefined)
+  if(PELLORA_FUZZERS)
+    # The fuzzers are guided by what their inputs reach in all of our code.
+    target_compile_options(pellora_options INTERFACE -fsanitize=fuzzer-no-link)
+  endif()
 elseif(PELLORA_SANITIZE_THREADS)
   target_compile_options(pellora_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
   target_link_options(pellora_options INTERFACE -fsanitize=thread)

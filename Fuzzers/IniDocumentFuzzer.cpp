@@ -1,0 +1,28 @@
+// Any bytes make a document of settings or a desktop entry that is spelt as it was, and a value that is set is
+// read again, without a change to any other. The first byte chooses the dialect.
+#include <cstdint>
+#include <cstdlib>
+
+#include "Adapters/Linux/IniDocument.h"
+#include "Adapters/Linux/IniValue.h"
+
+using pellora::IniDocument;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  const std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
+  const auto dialect = data[0] % 2 == 0 ? IniDocument::Dialect::settings : IniDocument::Dialect::desktopEntry;
+  IniDocument document(bytes, dialect);
+  if (document.bytes() != bytes) std::abort();
+  for (const std::string& group : document.groups())
+    for (const std::string& key : document.keys(group))
+      if (const auto value = document.value(group, key)) pellora::IniValue::decoded(*value);
+  document.set("General", "pellora.number", "42");
+  const IniDocument again(document.bytes(), dialect);
+  if (document.value("General", "pellora.number") != "42") std::abort();
+  if (again.value("General", "pellora.number") != "42") std::abort();
+  if (bytes.find('\0') == std::string_view::npos &&
+      pellora::IniValue::decoded(pellora::IniValue::encoded(bytes)) != bytes)
+    std::abort();
+  return 0;
+}
