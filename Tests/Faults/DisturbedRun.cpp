@@ -39,17 +39,23 @@ DisturbedRun DisturbedRun::of(const std::string& program, const std::vector<std:
   whole["PELLORA_FAULT_AT"] = std::to_string(fault.at);
   whole["PELLORA_FAULT_KIND"] = fault.kind;
   whole["PELLORA_FAULT_MARK"] = (folder / "mark").string();
+  DisturbedRun run = undisturbed(program, arguments, whole);
+  std::ifstream mark(folder / "mark");
+  if (!mark) throw std::runtime_error("the fault injector is not in force");
+  run.call = std::string(std::istreambuf_iterator<char>(mark), {});
+  return run;
+}
+
+DisturbedRun DisturbedRun::undisturbed(const std::string& program, const std::vector<std::string>& arguments,
+                                       const std::map<std::string, std::string>& environment) {
   const pid_t process = fork();
   if (process < 0) throw std::runtime_error("fork failed");
-  if (process == 0) become(program, arguments, whole);
+  if (process == 0) become(program, arguments, environment);
   int status = 0;
   waitpid(process, &status, 0);
   DisturbedRun run;
   if (WIFEXITED(status)) run.exitCode = WEXITSTATUS(status);
   if (run.exitCode == 127) throw std::runtime_error("cannot run " + program);
-  std::ifstream mark(folder / "mark");
-  if (!mark) throw std::runtime_error("the fault injector is not in force");
-  run.call = std::string(std::istreambuf_iterator<char>(mark), {});
   return run;
 }
 

@@ -25,6 +25,10 @@ struct DisturbedRun {
   static DisturbedRun of(const std::string& program, const std::vector<std::string>& arguments, const Fault& fault,
                          const std::filesystem::path& below,
                          const std::map<std::string, std::string>& environment = {});
+
+  // Without a fault.
+  static DisturbedRun undisturbed(const std::string& program, const std::vector<std::string>& arguments,
+                                  const std::map<std::string, std::string>& environment);
 };
 
 }  // namespace pellora::support
