@@ -1,0 +1,160 @@
+// Plants unique words in messages of people who are known, of strangers and of a group, lets the real helper read
+// them with a model that repeats all it is told and through failures, and then looks for the words in every file
+// below the home folder (temporary and runtime files included), on the standard streams and inside the sealed files.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+
+#include "PelloraMessagesCore/AtomicFile.h"
+#include "PelloraMessagesCore/SealedEnvelope.h"
+#include "Tests/Support/ModelServerProcess.h"
+#include "Tests/Support/ProgramRun.h"
+#include "Tests/Support/ScopedEnvironment.h"
+#include "Tests/Support/ScratchHome.h"
+
+namespace pellora {
+namespace {
+
+namespace fs = std::filesystem;
+using support::ModelServerProcess;
+
+constexpr char kKnown[] = "zqvknownword";
+constexpr char kStranger[] = "zqvstrangerword";
+constexpr char kGroup[] = "zqvgroupword";
+constexpr char kStrangerNumber[] = "5550199887";
+constexpr char kStrangerName[] = "zqvstranger@example.net";
+constexpr char kFromModel[] = "zqvmodelword";
+
+Instant minutesAgo(int minutes) {
+  return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()) - std::chrono::minutes(minutes);
+}
+
+std::string asUtf16(const std::string& ascii) {
+  std::string result;
+  for (const char each : ascii) (result += each) += '\0';
+  return result;
+}
+
+class LeakTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    _stranger = _home.store().addChat({std::string("+1") + kStrangerNumber});
+    _otherStranger = _home.store().addChat({kStrangerName});
+    _group = _home.store().addChat({"+15550100001", "ben@example.com"});
+    // The model server's own log is no business of the helper's.
+    for (const auto& [name, value] : _home.environment())
+      if (name != "TMPDIR") _environment.set(name, value);
+    plant();
+  }
+
+  void plant() {
+    support::SmallStore& store = _home.store();
+    int minute = 2;
+    for (const bool isFromMe : {false, true}) {
+      for (const std::string& text : {std::string("Thanks for dinner last night, ") + kKnown,
+                                      std::string("Happy birthday! I got a new job at ") + kKnown,
+                                      std::string("So good to see you yesterday ") + kKnown + " we had a baby"}) {
+        store.addMessage(_home.annaChat(), minutesAgo(++minute), isFromMe, text);
+        store.addArchivedMessage(_home.benChat(), minutesAgo(++minute), isFromMe, text);
+        store.addMessage(_stranger, minutesAgo(++minute), isFromMe,
+                         text + kStranger + " https://a.example/" + kStranger);
+        store.addArchivedMessage(_otherStranger, minutesAgo(++minute), isFromMe, text + kStranger);
+        store.addMessage(_group, minutesAgo(++minute), isFromMe, text + kGroup + " https://a.example/" + kGroup);
+      }
+    }
+  }
+
+  int read() {
+    support::ScopedEnvironment scratch;
+    scratch.set("TMPDIR", _home.environment().at("TMPDIR"));
+    support::ProgramRun run({PELLORA_HELPER, {"--read-once"}, {}});
+    const int code = run.wait();
+    _streams += run.output() + run.errors();
+    return code;
+  }
+
+  // Where the word was found; the store itself is not looked into.
+  std::vector<std::string> places(const std::string& word) const {
+    std::vector<std::string> found;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(_home.path())) {
+      if (!entry.is_regular_file() || entry.path().parent_path() == _home.store().path().parent_path()) continue;
+      std::ifstream file(entry.path(), std::ios::binary);
+      const std::string bytes(std::istreambuf_iterator<char>(file), {});
+      if (holds(bytes, word) || holds(opened(entry.path(), bytes), word)) found.push_back(entry.path().filename());
+    }
+    if (holds(_streams, word)) found.emplace_back("standard streams");
+    return found;
+  }
+
+  static bool holds(const std::string& bytes, const std::string& word) {
+    return bytes.find(word) != std::string::npos || bytes.find(asUtf16(word)) != std::string::npos;
+  }
+
+  std::string opened(const fs::path& file, const std::string& bytes) const {
+    std::string all;
+    for (const std::string& context :
+         {std::string("people"), std::string("helper-notes"), "lately:" + file.stem().string()})
+      all += SealedEnvelope::open(bytes, _home.key(), context).value_or("");
+    return all;
+  }
+
+  void expectNothing() const {
+    for (const char* word : {kKnown, kStranger, kGroup, kStrangerNumber, kStrangerName})
+      EXPECT_EQ(places(word), std::vector<std::string>()) << word;
+  }
+
+  support::ScratchHome _home;
+  support::ScopedEnvironment _environment;
+  std::int64_t _stranger = 0;
+  std::int64_t _otherStranger = 0;
+  std::int64_t _group = 0;
+  std::string _streams;
+};
+
+TEST_F(LeakTest, NothingIsLeftOfMessagesWithoutModel) {
+  ASSERT_EQ(read(), 0) << _streams;
+  ASSERT_EQ(_home.records().lately.size(), 2u);
+  expectNothing();
+}
+
+TEST_F(LeakTest, NothingIsLeftOfMessagesThatTheModelRepeats) {
+  const ModelServerProcess model(ModelServerProcess::Transport::unixSocket, {QStringLiteral("--echo")});
+  _environment.set("PELLORA_MODEL_URL", model.url());
+  ASSERT_EQ(read(), 0) << _streams;
+  ASSERT_GT(model.count("/v1/chat/completions"), 0u);
+  for (const std::string& body : model.bodies("/v1/chat/completions"))
+    for (const char* word : {kStranger, kGroup}) EXPECT_EQ(body.find(word), std::string::npos);
+  expectNothing();
+}
+
+TEST_F(LeakTest, OnlyTheModelsOwnSentenceIsKept) {
+  const std::string answer = std::string("You and Anna talked about ") + kFromModel + " and the move.";
+  const ModelServerProcess model(ModelServerProcess::Transport::unixSocket,
+                                 {QStringLiteral("--answer"), QString::fromStdString(answer),
+                                  QStringLiteral("--guided-answer"), QStringLiteral("{}")});
+  _environment.set("PELLORA_MODEL_URL", model.url());
+  ASSERT_EQ(read(), 0) << _streams;
+  expectNothing();
+  const std::vector<std::string> found = places(kFromModel);
+  EXPECT_FALSE(found.empty()) << "this search finds nothing at all";
+  for (const std::string& name : found) EXPECT_TRUE(name.ends_with(".json")) << name;
+}
+
+TEST_F(LeakTest, NothingIsLeftOfMessagesWhenReadsFail) {
+  const ModelServerProcess model(ModelServerProcess::Transport::unixSocket,
+                                 {QStringLiteral("--status"), QStringLiteral("500")});
+  _environment.set("PELLORA_MODEL_URL", model.url());
+  EXPECT_EQ(read(), 0) << _streams;
+  _home.store().execute("ALTER TABLE chat_handle_join RENAME TO elsewhere");
+  EXPECT_EQ(read(), 5) << _streams;
+  _home.store().execute("ALTER TABLE elsewhere RENAME TO chat_handle_join");
+  fs::remove_all(_home.shared() / "Lately");
+  std::ofstream(_home.shared() / "Lately") << "no folder";
+  _home.store().addMessage(_home.annaChat(), minutesAgo(1), false, kKnown);
+  EXPECT_EQ(read(), 5) << _streams;
+  expectNothing();
+}
+
+}  // namespace
+}  // namespace pellora
