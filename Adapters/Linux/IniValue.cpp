@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <array>
 
+#include "PelloraMessagesCore/Text.h"
+
 namespace pellora::IniValue {
 
 namespace {
@@ -16,6 +18,7 @@ struct Escape {
 constexpr std::array<Escape, 7> kEscapes{
     {{'a', u'\a'}, {'b', u'\b'}, {'f', u'\f'}, {'n', u'\n'}, {'r', u'\r'}, {'t', u'\t'}, {'v', u'\v'}}};
 constexpr std::string_view kHexDigits = "0123456789ABCDEF";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlank = " \t\r\n\v\f";
 
 bool isAsciiAlphanumeric(char16_t c) {
@@ -113,8 +116,16 @@ std::string encoded(std::string_view text) {
   std::string result(text.starts_with('@') ? "@" : "");
   bool needsQuotes = text.empty() || text.front() == ' ' || text.back() == ' ';
   bool afterNumber = false;  // a digit behind a numbered character would become part of the number
-  const std::string valid = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())).toStdString();
-  for (const char c : valid) {
+  const std::string valid = text::repairedUtf8(text);
+  for (std::size_t at = 0; at < valid.size(); ++at) {
+    const char c = valid[at];
+    if (valid.compare(at, kByteOrderMark.size(), kByteOrderMark) == 0) {
+      // Readers would drop it where a run of plain characters begins.
+      result += "\\xFEFF";
+      at += kByteOrderMark.size() - 1;
+      afterNumber = true;
+      continue;
+    }
     const bool control = (c >= 0 && c < ' ') || c == '\x7F';
     if (control || (afterNumber && digitValue(c, 16) >= 0)) {
       result += "\\x";

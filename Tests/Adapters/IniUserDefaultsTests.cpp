@@ -149,6 +149,8 @@ TEST_F(IniUserDefaultsTest, EveryCharacterSurvivesBothWays) {
   for (unsigned code = 1; code < 0x120; ++code)
     for (const char* after : {"", "a"})
       texts.emplace_back("key" + std::to_string(texts.size()), QString(QChar(code)).toStdString() + after);
+  for (const char* text : {"\uFEFF", "\uFEFFa", "\n\uFEFFx", "\uFEFF\uFEFF", "a\uFEFF"})
+    texts.emplace_back("key" + std::to_string(texts.size()), text);
   defaults.store(texts);
   const QSettings toolkit = settings();
   for (const auto& [key, value] : texts) {
