@@ -116,11 +116,13 @@ bool looksAccidental(std::string_view host) {
 
 bool isIPv4(std::string_view host) {
   std::array<unsigned char, sizeof(in_addr)> parsed{};
+  if (host.find('\0') != std::string_view::npos) return false;  // the parser below would stop there
   return host.size() >= 7 && host.size() <= 15 && inet_pton(AF_INET, std::string(host).c_str(), parsed.data()) == 1;
 }
 
 bool isIPv6(std::string_view address) {
   std::array<unsigned char, sizeof(in6_addr)> parsed{};
+  if (address.find('\0') != std::string_view::npos) return false;
   return address.size() < INET6_ADDRSTRLEN && inet_pton(AF_INET6, std::string(address).c_str(), parsed.data()) == 1;
 }
 

@@ -316,5 +316,11 @@ TEST(LinkDetector, RandomTextsGiveOrderedLinksInsideTheText) {
   }
 }
 
+TEST(LinkDetector, AZeroByteDoesNotCutTheCheckOfAnAddressShort) {
+  using namespace std::string_literals;
+  EXPECT_TRUE(LinkDetector().links("http://[::1\0\u00E9]/"s).empty());
+  EXPECT_EQ(LinkDetector().links("http://[::1]/").size(), 1U);
+}
+
 }  // namespace
 }  // namespace pellora
