@@ -22,6 +22,13 @@ class WindowWorld : public EngineWorld {
   using Kind = HelperEngineState::Kind;
 
   WindowWorld() : EngineWorld(&gated) { gated.setAvailable(false); }
+  // Reads that nobody waits for any more still end.
+  ~WindowWorld() {
+    gated.setAvailable(false);
+    while (gated.waiting() > 0) gated.answerAll();
+  }
+  WindowWorld(const WindowWorld&) = delete;
+  WindowWorld& operator=(const WindowWorld&) = delete;
 
   // Leaves the engine in that state. `reading` waits for the language model with one day of two done.
   void bring(HelperEngine& engine, Kind kind) {
