@@ -1,6 +1,6 @@
 // Days that the language model has answered for in a read that is not finished: kept sealed in
 // "Helper/analysed.json" (context "helper-notes") as they come, so that an interrupted first read loses no work.
-// The file names the notes version and is ignored under another one; it goes when the notes are saved.
+// The file names the notes version and is ignored under another one; it goes when the read's progress is stored.
 // Tested by Tests/Core/AnalysedDaysTests.cpp.
 #pragma once
 

@@ -105,10 +105,11 @@ Task<void> HelperReadCycle::read(Work& work) {
   if (isAbandoned()) co_return;
 
   HelperDayNotes notes = mergedNotes(records, fetched.reread, work);
-  AnalysedDays::remove(_folder);
   co_await writeLatelyRecords(std::move(notes), work);
   if (isAbandoned()) co_return;
   storeProgress(work, fetched.lastRow);
+  // Not before: until the notes' version is stored with the progress, a first read would begin without the notes.
+  AnalysedDays::remove(_folder);
 }
 
 bool HelperReadCycle::isIncremental(const Work& work, std::int64_t lastRow) const {

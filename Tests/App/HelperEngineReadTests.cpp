@@ -354,6 +354,22 @@ TEST(HelperEngineRead, ARecordThatCannotBeWrittenFailsTheReadAfterTheNotesAreSav
   EXPECT_TRUE(world.defaults.history().empty());
 }
 
+TEST(HelperEngineRead, AFirstReadThatStopsAfterItsNotesAreSavedAsksForNoDayAgain) {
+  EngineWorld world;
+  world.scripted = ScriptedLanguageModel(plainAnswers);
+  world.fromAnna(1h, "a day at the harbour");
+  std::ofstream(world.shared / "Lately") << "a file where a folder should be";
+  EXPECT_EQ(stateAfterRead(world), Kind::failed);
+  EXPECT_EQ(world.notes().days.size(), 1U);
+  const auto asked = world.scripted.asked().size();
+  EXPECT_GT(asked, 0U);
+  std::filesystem::remove(world.shared / "Lately");
+  EXPECT_EQ(stateAfterRead(world), Kind::idle);
+  EXPECT_EQ(world.scripted.asked().size(), asked);
+  EXPECT_TRUE(world.notes().days[0].summary);
+  EXPECT_FALSE(std::filesystem::exists(world.shared / HelperExchange::kAnalysedFile));
+}
+
 TEST(HelperEngineRead, TwoReadsThatWriteRecordsForFivePeopleCountTen) {
   EngineWorld world;
   std::vector<HelperPerson> people;
