@@ -71,7 +71,6 @@ void HelperApp::openWindow() {
 void HelperApp::closeWindow() {
   if (!_window || _window->isVisible()) return;
   _window.reset();
-  QPixmapCache::clear();
   settle();
 }
 
@@ -103,6 +102,8 @@ int runHelperApp(int& argc, char** argv, const HelperOptions& options) {
   QGuiApplication::setApplicationDisplayName(QStringLiteral("Pellora for Messages"));
   QGuiApplication::setDesktopFileName(QStringLiteral("app.pellora.Messages"));
   QApplication application(argc, argv);
+  // The cache's timer would wake the process every half minute; what we draw is drawn rarely.
+  QPixmapCache::setCacheLimit(0);
   display.reset();
   QTranslator translator;
   installTranslation(translator);
