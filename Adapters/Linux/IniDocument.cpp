@@ -102,6 +102,43 @@ std::optional<std::string> IniDocument::value(std::string_view group, std::strin
 }
 
 void IniDocument::set(std::string_view group, std::string_view key, std::string_view rawValue) {
+  IniDocument changed = *this;
+  changed.place(group, key, rawValue);
+  if (_dialect == Dialect::desktopEntry || changed.isReadAsItStands())
+    _lines = std::move(changed._lines);
+  else
+    placeAtFront(group, key, rawValue);
+}
+
+// A quote or a last line that damage left open swallows what is put behind it.
+bool IniDocument::isReadAsItStands() const {
+  return IniDocument(bytes(), _dialect).entries() == entries();
+}
+
+std::vector<std::array<std::string, 3>> IniDocument::entries() const {
+  std::vector<std::array<std::string, 3>> result;
+  for (const Line& line : _lines)
+    if (line.kind == Line::Kind::entry)
+      result.push_back({line.group, line.key, line.raw.substr(line.valueBegin, line.valueEnd - line.valueBegin)});
+  return result;
+}
+
+// What stands at the front is read whatever follows. Before the first group that is the implicit one. Taking an entry
+// out can bring a swallowed one to light, which then goes too.
+void IniDocument::placeAtFront(std::string_view group, std::string_view key, std::string_view rawValue) {
+  const std::string_view mark = bytes().starts_with(kByteOrderMark) ? kByteOrderMark : std::string_view();
+  std::string front = std::string(key) + "=" + std::string(rawValue) + "\n";
+  if (group != kImplicitGroup)
+    front = "[" + std::string(group) + "]\n" + front + "[" + std::string(kImplicitGroup) + "]\n";
+  do {
+    erase(group, key);
+    std::string rest = bytes();
+    if (rest.starts_with(kByteOrderMark)) rest.erase(0, kByteOrderMark.size());
+    *this = IniDocument(std::string(mark) + front + rest, _dialect);
+  } while (value(group, key) != rawValue);
+}
+
+void IniDocument::place(std::string_view group, std::string_view key, std::string_view rawValue) {
   if (const Line* known = find(group, key)) {
     Line& line = _lines[static_cast<std::size_t>(known - _lines.data())];
     line.raw.replace(line.valueBegin, line.valueEnd - line.valueBegin, rawValue);

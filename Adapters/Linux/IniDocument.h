@@ -4,6 +4,7 @@
 // Tested by Tests/Adapters/IniDocumentTests.cpp.
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,7 +21,8 @@ class IniDocument {
   IniDocument(std::string_view bytes, Dialect dialect);
 
   std::optional<std::string> value(std::string_view group, std::string_view key) const;
-  // Replaces the value that counts, or adds the entry (and the group) behind what is there.
+  // Replaces the value that counts, or adds the entry (and the group) behind what is there; at the front of a file
+  // so damaged that it could not be read there.
   void set(std::string_view group, std::string_view key, std::string_view rawValue);
   void erase(std::string_view group, std::string_view key);
 
@@ -46,6 +48,11 @@ class IniDocument {
   Line entry(std::string_view group, std::string_view key, std::string_view rawValue) const;
   const Line* find(std::string_view group, std::string_view key) const;
   std::size_t insertionPoint(std::string_view group);
+  void place(std::string_view group, std::string_view key, std::string_view rawValue);
+  void placeAtFront(std::string_view group, std::string_view key, std::string_view rawValue);
+  bool isReadAsItStands() const;
+  // Group, key and value of each, in the order of the file.
+  std::vector<std::array<std::string, 3>> entries() const;
 
   Dialect _dialect;
   std::vector<Line> _lines;

@@ -56,4 +56,21 @@ TEST(IniDocument, NewEntriesGoBehindTheLastOnesOfTheirGroup) {
   EXPECT_EQ(document.bytes(), "[g]\na=1\n# about a\nc=3\n\n[h]\nb=2\nd=4\n\n[i]\ne=5\n");
 }
 
+TEST(IniDocument, WhatIsSetInADamagedFileIsReadAgainAndTheRestStays) {
+  const char* const damaged[] = {"[General]\na=1\nb=\"open\n",     "[General]\nb=1\\",
+                                 "x=\"open\n[General]\na=\"1\"\n", "\xEF\xBB\xBF[General]\nb=\"",
+                                 "b=\"\na=0\n[g]\nc=\"d\"\n",      "\""};
+  for (const char* bytes : damaged) {
+    for (const char* group : {"General", "g"}) {
+      IniDocument document(bytes, Dialect::settings);
+      document.set(group, "a", "\"2, 3\"");
+      document.set(group, "e", "4");
+      const IniDocument again(document.bytes(), Dialect::settings);
+      EXPECT_EQ(again.value(group, "a"), "\"2, 3\"") << bytes << group;
+      EXPECT_EQ(again.value(group, "e"), "4") << bytes << group;
+      EXPECT_EQ(again.value("General", "b"), IniDocument(bytes, Dialect::settings).value("General", "b")) << bytes;
+    }
+  }
+}
+
 }  // namespace pellora
