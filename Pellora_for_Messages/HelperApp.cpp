@@ -5,6 +5,7 @@
 #include <QPixmapCache>
 #include <QPointer>
 #include <QTranslator>
+#include <cstdlib>
 #include <iostream>
 
 #include "Pellora_for_Messages/HelperLook.h"
@@ -119,7 +120,7 @@ int runHelperApp(int& argc, char** argv, const HelperOptions& options) {
   shown = &app;
   if (!options.background) app.openWindow();
   const int code = QApplication::exec();
-  adapters.close();
+  if (!adapters.close()) std::_Exit(code);
   return code;
 }
 

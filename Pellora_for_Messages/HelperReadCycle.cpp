@@ -58,19 +58,20 @@ HelperReadCycle::HelperReadCycle(const HelperPlatform& platform, std::shared_ptr
 Task<HelperReadCycle::Outcome> HelperReadCycle::run() {
   using Kind = Outcome::Kind;
   _now = _platform.scheduler.now();
-  if (!ChatDatabase::canRead(_platform.chatDatabase)) co_return Outcome{Kind::needsFullDiskAccess, {}, _now};
+  _chatDatabase = _platform.chatDatabase;
+  if (!ChatDatabase::canRead(_chatDatabase)) co_return Outcome{Kind::needsFullDiskAccess, {}, _now};
   _delegate.databaseIsReadable();
+  _folder = HelperExchange::folderURL(_platform.container);
   const std::optional<ExchangeKey> key = ExchangeKeychain::load(_platform.secrets);
   if (!key) co_return Outcome{Kind::waitingForPellora, {}, _now};
-  std::optional<HelperPeopleFile> people = loadPeople(*key);
+  std::optional<HelperPeopleFile> people;
+  co_await inBackground([&] { people = loadPeople(*key); });
+  if (isAbandoned()) co_return Outcome{Kind::abandoned, {}, _now};
   if (!people) co_return Outcome{Kind::waitingForPellora, {}, _now};
   _delegate.peopleFound(static_cast<std::int64_t>(people->people.size()));
   std::string failure;
   try {
-    HandleMatcher matcher(*people);
-    std::string fingerprint = peopleFingerprint(people->people);
-    Work work{*key, std::move(*people), std::move(matcher), _platform.calendar(), std::move(fingerprint), {}, false,
-              {}};
+    Work work{.key = *key, .people = std::move(*people), .calendar = _platform.calendar()};
     co_await read(work);
     const Kind kind = isAbandoned() ? Kind::abandoned : Kind::finished;
     co_return Outcome{kind, {}, _now};
@@ -81,30 +82,41 @@ Task<HelperReadCycle::Outcome> HelperReadCycle::run() {
 }
 
 std::optional<HelperPeopleFile> HelperReadCycle::loadPeople(const ExchangeKey& key) const {
-  std::optional<HelperPeopleFile> file = HelperPeopleFile::read(key, HelperExchange::folderURL(_platform.container));
+  std::optional<HelperPeopleFile> file = HelperPeopleFile::read(key, _folder);
   if (file && file->people.empty()) return std::nullopt;
   return file;
 }
 
+// What takes long goes on beside the event loop. There only what the read itself owns is touched: neither the delegate
+// nor the platform, which may go away meanwhile.
+Task<void> HelperReadCycle::inBackground(std::function<void()> work) const {
+  return _platform.scheduler.inBackground(std::move(work));
+}
+
 Task<void> HelperReadCycle::read(Work& work) {
-  const ChatDatabase database(_platform.chatDatabase);
-  const ChatParticipants participants = database.chatParticipants();
-  _folder = HelperExchange::folderURL(_platform.container);
   work.cutoffDay = work.calendar.dayString(_now - kReadWindow);
-  if (_platform.defaults.integer(HelperEngineKeys::kNotesVersion) == HelperEngineKeys::kCurrentNotesVersion)
-    work.stored = HelperDayNotes::loadIfReadable(work.key, _folder);
+  work.lastRow = _platform.defaults.integer(HelperEngineKeys::kLastRow).value_or(0);
+  work.knownFingerprint = _platform.defaults.text(HelperEngineKeys::kPeople);
+  const bool areNotesCurrent =
+      _platform.defaults.integer(HelperEngineKeys::kNotesVersion) == HelperEngineKeys::kCurrentNotesVersion;
+  co_await inBackground([&] { prepare(work, areNotesCurrent); });
+  if (isAbandoned()) co_return;
   work.modelIsThere = co_await _platform.languageModel.isAvailable();
   if (isAbandoned()) co_return;
 
-  Fetched fetched = fetch(database, participants, work);
-  std::vector<MessagesDayDraft> drafts = MessagesDayBuilder::drafts(
-      std::move(fetched.messages), participants, work.matcher, work.matcher.firstNames(), work.calendar);
-  // A row that came late may be older than the window; its day would only be dropped again.
-  std::erase_if(drafts, [&work](const MessagesDayDraft& draft) { return draft.record.day < work.cutoffDay; });
-  const std::vector<MessagesDayRecord> records = co_await recordsOf(drafts, work);
+  Fetched fetched;
+  std::vector<MessagesDayDraft> drafts;
+  co_await inBackground([&] {
+    fetched = isIncremental(work) ? fetchNew(work) : fetchAll(*work.database);
+    drafts = draftsOf(std::move(fetched.messages), work);
+  });
+  if (isAbandoned()) co_return;
+  std::vector<MessagesDayRecord> records = co_await recordsOf(drafts, work);
   if (isAbandoned()) co_return;
 
-  HelperDayNotes notes = mergedNotes(records, fetched.reread, work);
+  HelperDayNotes notes;
+  co_await inBackground([&] { notes = mergedNotes(records, fetched.reread, work); });
+  if (isAbandoned()) co_return;
   co_await writeLatelyRecords(std::move(notes), work);
   if (isAbandoned()) co_return;
   storeProgress(work, fetched.lastRow);
@@ -112,17 +124,26 @@ Task<void> HelperReadCycle::read(Work& work) {
   AnalysedDays::remove(_folder);
 }
 
-bool HelperReadCycle::isIncremental(const Work& work, std::int64_t lastRow) const {
-  if (lastRow == 0 || !work.stored) return false;
-  if (_platform.defaults.text(HelperEngineKeys::kPeople) != work.fingerprint) return false;
+void HelperReadCycle::prepare(Work& work, bool areNotesCurrent) const {
+  work.database.emplace(_chatDatabase);
+  work.matcher.emplace(work.people);
+  work.participants = work.database->chatParticipants();
+  work.fingerprint = peopleFingerprint(work.people.people);
+  if (areNotesCurrent) work.stored = HelperDayNotes::loadIfReadable(work.key, _folder);
+}
+
+bool HelperReadCycle::isIncremental(const Work& work) {
+  if (work.lastRow == 0 || !work.stored || work.knownFingerprint != work.fingerprint) return false;
   // Days that were read while there was no model are made up for as soon as there is one.
   return !work.modelIsThere || std::all_of(work.stored->days.begin(), work.stored->days.end(), isAnalysed);
 }
 
-HelperReadCycle::Fetched HelperReadCycle::fetch(const ChatDatabase& database, const ChatParticipants& participants,
-                                                const Work& work) const {
-  const std::int64_t lastRow = _platform.defaults.integer(HelperEngineKeys::kLastRow).value_or(0);
-  return isIncremental(work, lastRow) ? fetchNew(database, participants, work, lastRow) : fetchAll(database);
+std::vector<MessagesDayDraft> HelperReadCycle::draftsOf(std::vector<HistoryMessage> messages, const Work& work) {
+  std::vector<MessagesDayDraft> drafts = MessagesDayBuilder::drafts(
+      std::move(messages), work.participants, *work.matcher, work.matcher->firstNames(), work.calendar);
+  // A row that came late may be older than the window; its day would only be dropped again.
+  std::erase_if(drafts, [&work](const MessagesDayDraft& draft) { return draft.record.day < work.cutoffDay; });
+  return drafts;
 }
 
 HelperReadCycle::Fetched HelperReadCycle::fetchAll(const ChatDatabase& database) const {
@@ -133,41 +154,36 @@ HelperReadCycle::Fetched HelperReadCycle::fetchAll(const ChatDatabase& database)
   return fetched;
 }
 
-HelperReadCycle::Fetched HelperReadCycle::fetchNew(const ChatDatabase& database, const ChatParticipants& participants,
-                                                   const Work& work, std::int64_t lastRow) const {
-  Fetched fetched{{}, lastRow, Reread::incremental};
-  const std::vector<HistoryMessage> arrived = database.messages(lastRow, kIncrementalLimit);
+HelperReadCycle::Fetched HelperReadCycle::fetchNew(const Work& work) const {
+  Fetched fetched{{}, work.lastRow, Reread::incremental};
+  const std::vector<HistoryMessage> arrived = work.database->messages(work.lastRow, kIncrementalLimit);
   for (const HistoryMessage& message : arrived) fetched.lastRow = std::max(fetched.lastRow, message.rowID);
   const auto span = MessagesDayBuilder::chatSpan(arrived, work.calendar);
   if (!span) return fetched;
   const Instant windowDay = work.calendar.startOfDay(_now - kReadWindow);
-  fetched.messages =
-      database.messages(chatsToReread(span->chats, participants, work.matcher), std::max(span->since, windowDay));
+  fetched.messages = work.database->messages(chatsToReread(span->chats, work.participants, *work.matcher),
+                                             std::max(span->since, windowDay));
   return fetched;
 }
 
 Task<std::vector<MessagesDayRecord>> HelperReadCycle::recordsOf(std::vector<MessagesDayDraft>& drafts, Work& work) {
   if (drafts.empty()) co_return std::vector<MessagesDayRecord>{};
-  AnalysedDays analysed = AnalysedDays::load(work.key, _folder, HelperEngineKeys::kCurrentNotesVersion);
-  const std::vector<MessagesDayRecord> leftBehind = analysed.days;
-  const std::vector<MessagesDayRecord> nothing;
-  const KnownDays known(work.stored ? work.stored->days : nothing, leftBehind);
+  AnalysedDays analysed;
   std::vector<MessagesDayRecord> records;
-  records.reserve(drafts.size());
   std::vector<MessagesDayDraft*> others;  // newest first
-  for (auto draft = drafts.rbegin(); draft != drafts.rend(); ++draft) {
-    if (const MessagesDayRecord* same = known.reusable(draft->record, work.modelIsThere))
-      records.push_back(*same);
-    else
-      others.push_back(&*draft);
-  }
+  co_await inBackground([&] {
+    analysed = AnalysedDays::load(work.key, _folder, HelperEngineKeys::kCurrentNotesVersion);
+    others = withoutKnownDays(drafts, work, analysed, records);
+  });
+  if (isAbandoned()) co_return records;
   for (std::size_t index = 0; index < others.size(); ++index) {
     MessagesDayDraft& draft = *others[index];
     if (work.modelIsThere) {
       _delegate.analysisProgress(static_cast<std::int64_t>(index), static_cast<std::int64_t>(others.size()));
       const bool isDone = co_await analyse(draft, work);
       if (isAbandoned()) co_return records;
-      if (isDone) keepAnalysed(work, analysed, draft.record);
+      if (isDone) co_await inBackground([&] { keepAnalysed(work, analysed, draft.record); });
+      if (isAbandoned()) co_return records;
       work.modelIsThere = isDone;
     }
     records.push_back(std::move(draft.record));
@@ -175,9 +191,26 @@ Task<std::vector<MessagesDayRecord>> HelperReadCycle::recordsOf(std::vector<Mess
   co_return records;
 }
 
+// The drafts that no known day stands for, newest first; the known days go to `records`.
+std::vector<MessagesDayDraft*> HelperReadCycle::withoutKnownDays(std::vector<MessagesDayDraft>& drafts,
+                                                                 const Work& work, const AnalysedDays& analysed,
+                                                                 std::vector<MessagesDayRecord>& records) {
+  const std::vector<MessagesDayRecord> nothing;
+  const KnownDays known(work.stored ? work.stored->days : nothing, analysed.days);
+  std::vector<MessagesDayDraft*> others;
+  records.reserve(drafts.size());
+  for (auto draft = drafts.rbegin(); draft != drafts.rend(); ++draft) {
+    if (const MessagesDayRecord* same = known.reusable(draft->record, work.modelIsThere))
+      records.push_back(*same);
+    else
+      others.push_back(&*draft);
+  }
+  return others;
+}
+
 Task<bool> HelperReadCycle::analyse(MessagesDayDraft& draft, const Work& work) {
   LanguageModel& model = _platform.languageModel;
-  const std::string firstName = firstNameOf(work.matcher, draft.record.personID);
+  const std::string firstName = firstNameOf(*work.matcher, draft.record.personID);
   std::optional<std::string> sentence = co_await MessagesModel::daySentence(model, draft, firstName);
   if (isAbandoned()) co_return false;
   std::vector<MessagesNews> news = co_await MessagesModel::findNews(model, draft, firstName);
@@ -230,19 +263,19 @@ Task<void> HelperReadCycle::writeLatelyRecords(HelperDayNotes notes, Work& work)
     if (!record) continue;
     LanguageModel& model = work.modelIsThere ? _platform.languageModel : _absentModel;
     record->summary =
-        co_await _summaries->summary(model, person.id, std::move(days.mapped()), firstNameOf(work.matcher, person.id));
+        co_await _summaries->summary(model, person.id, std::move(days.mapped()), firstNameOf(*work.matcher, person.id));
     if (isAbandoned()) co_return;
     records.push_back(std::move(*record));
     if (records.size() < together) continue;
-    writeRecords(records, work);
-    co_await _platform.scheduler.yield();
+    co_await writeRecords(records, work);
     if (isAbandoned()) co_return;
   }
-  writeRecords(records, work);
+  if (!records.empty()) co_await writeRecords(records, work);
 }
 
-void HelperReadCycle::writeRecords(std::vector<MessagesLatelyRecord>& records, const Work& work) const {
-  MessagesLatelyInbox::writeAll(work.key, _folder, records);
+Task<void> HelperReadCycle::writeRecords(std::vector<MessagesLatelyRecord>& records, const Work& work) const {
+  co_await inBackground([&] { MessagesLatelyInbox::writeAll(work.key, _folder, records); });
+  if (isAbandoned()) co_return;
   for (std::size_t count = 0; count < records.size(); ++count) _delegate.recordWritten();
   records.clear();
 }

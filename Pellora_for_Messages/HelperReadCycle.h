@@ -6,6 +6,7 @@
 
 #include <QPointer>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -71,35 +72,45 @@ class HelperReadCycle {
   struct Work {
     ExchangeKey key;
     HelperPeopleFile people;
-    HandleMatcher matcher;
     LocalCalendar calendar;
-    std::string fingerprint;
-    std::optional<HelperDayNotes> stored;  // absent under another notes version and when it cannot be read
+    std::string cutoffDay{};
+    std::int64_t lastRow = 0;                       // 0 before the first read
+    std::optional<std::string> knownFingerprint{};  // the people of the last read
+    // From here on filled in the background.
+    std::optional<ChatDatabase> database{};
+    std::optional<HandleMatcher> matcher{};
+    ChatParticipants participants{};
+    std::string fingerprint{};
+    std::optional<HelperDayNotes> stored{};  // absent under another notes version and when it cannot be read
     bool modelIsThere = false;
-    std::string cutoffDay;
   };
 
   bool isAbandoned() const { return _owner.isNull(); }
+  Task<void> inBackground(std::function<void()> work) const;
   std::optional<HelperPeopleFile> loadPeople(const ExchangeKey& key) const;
   Task<void> read(Work& work);
-  bool isIncremental(const Work& work, std::int64_t lastRow) const;
-  Fetched fetch(const ChatDatabase& database, const ChatParticipants& participants, const Work& work) const;
+  void prepare(Work& work, bool areNotesCurrent) const;
+  static bool isIncremental(const Work& work);
   Fetched fetchAll(const ChatDatabase& database) const;
-  Fetched fetchNew(const ChatDatabase& database, const ChatParticipants& participants, const Work& work,
-                   std::int64_t lastRow) const;
+  Fetched fetchNew(const Work& work) const;
+  static std::vector<MessagesDayDraft> draftsOf(std::vector<HistoryMessage> messages, const Work& work);
   Task<std::vector<MessagesDayRecord>> recordsOf(std::vector<MessagesDayDraft>& drafts, Work& work);
+  static std::vector<MessagesDayDraft*> withoutKnownDays(std::vector<MessagesDayDraft>& drafts, const Work& work,
+                                                         const AnalysedDays& analysed,
+                                                         std::vector<MessagesDayRecord>& records);
   Task<bool> analyse(MessagesDayDraft& draft, const Work& work);
   void keepAnalysed(const Work& work, AnalysedDays& analysed, const MessagesDayRecord& record) const;
   HelperDayNotes mergedNotes(const std::vector<MessagesDayRecord>& records, HelperDayNotes::Reread reread,
                              Work& work) const;
   Task<void> writeLatelyRecords(HelperDayNotes notes, Work& work);
-  void writeRecords(std::vector<MessagesLatelyRecord>& records, const Work& work) const;
+  Task<void> writeRecords(std::vector<MessagesLatelyRecord>& records, const Work& work) const;
   void storeProgress(const Work& work, std::int64_t lastRow) const;
 
   const HelperPlatform& _platform;
   std::shared_ptr<LatelySummaries> _summaries;
   QPointer<QObject> _owner;
   Delegate& _delegate;
+  std::filesystem::path _chatDatabase;
   std::optional<std::filesystem::path> _folder;
   Instant _now;
   AbsentLanguageModel _absentModel;

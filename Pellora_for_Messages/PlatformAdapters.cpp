@@ -37,6 +37,9 @@ namespace pellora {
 
 namespace {
 
+// For a query or a file that is being written when the program is to end.
+constexpr std::chrono::milliseconds kEndingPatience(500);
+
 std::string_view fromEnvironment(const char* name) {
   const char* value = std::getenv(name);
   return value != nullptr ? std::string_view(value) : std::string_view();
@@ -154,8 +157,9 @@ bool PlatformAdapters::isHelperOnBus() {
   return bus.isConnected() && bus.interface()->isServiceRegistered(QLatin1String(SessionAppInstance::kBusName)).value();
 }
 
-void PlatformAdapters::close() {
+bool PlatformAdapters::close() {
   _adapters->languageModel->close();
+  return _adapters->scheduler.finish(kEndingPatience);
 }
 
 }  // namespace pellora

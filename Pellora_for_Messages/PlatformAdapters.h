@@ -42,8 +42,9 @@ class PlatformAdapters {
   // Whether a helper answers on the session bus.
   static bool isHelperOnBus();
 
-  // Ends what the language model is still working on, so that the process can end at once.
-  void close();
+  // Ends what the language model and the background are still working on, so that the process can end. False when the
+  // background goes on: then nothing may be torn down, and the process must end as it stands.
+  bool close();
 
  private:
   struct Adapters;

@@ -17,6 +17,10 @@ class VirtualScheduler : public Scheduler {
   std::unique_ptr<ScheduledCall> after(Nanoseconds delay, std::function<void()> call) override;
   std::unique_ptr<ScheduledCall> every(Nanoseconds interval, std::function<void()> call) override;
   Task<void> yield() override { co_return; }
+  Task<void> inBackground(std::function<void()> work) override {
+    work();
+    co_return;
+  }
 
   void advance(Nanoseconds duration);
 

@@ -2,6 +2,9 @@
 
 #include <QCoroTimer>
 #include <QTimer>
+#include <coroutine>
+#include <exception>
+#include <utility>
 
 namespace pellora {
 
@@ -18,6 +21,36 @@ class TimerCall : public ScheduledCall {
 
  private:
   QTimer _timer;
+};
+
+// Waits for a piece of work on the thread. Lives in the frame of the coroutine that waits.
+class BackgroundWork {
+ public:
+  BackgroundWork(BackgroundThread& thread, QObject& mainThread, std::function<void()> work)
+      : _thread(thread), _mainThread(mainThread), _work(std::move(work)) {}
+
+  bool await_ready() const { return false; }
+
+  void await_suspend(std::coroutine_handle<> waiting) {
+    _thread.run([this, waiting] {
+      try {
+        _work();
+      } catch (...) {
+        _error = std::current_exception();
+      }
+      QMetaObject::invokeMethod(&_mainThread, [waiting] { waiting.resume(); }, Qt::QueuedConnection);
+    });
+  }
+
+  void await_resume() const {
+    if (_error) std::rethrow_exception(_error);
+  }
+
+ private:
+  BackgroundThread& _thread;
+  QObject& _mainThread;
+  std::function<void()> _work;
+  std::exception_ptr _error;
 };
 
 }  // namespace
@@ -39,6 +72,11 @@ Task<void> EventLoopScheduler::yield() {
   timer.setSingleShot(true);
   timer.start(0);
   co_await timer;
+}
+
+Task<void> EventLoopScheduler::inBackground(std::function<void()> work) {
+  BackgroundWork piece(_thread, _mainThread, std::move(work));
+  co_await piece;
 }
 
 }  // namespace pellora

@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <QCoroTask>
+#include <atomic>
+#include <stdexcept>
+#include <thread>
 
 #include "Adapters/InMemory/VirtualScheduler.h"
 #include "Adapters/Linux/EventLoopScheduler.h"
@@ -119,6 +122,65 @@ TEST_P(SchedulerContract, TimeNeverStandsStillForCallsWithoutDelay) {
 
 TEST_P(SchedulerContract, YieldingResumes) {
   QCoro::waitFor(scheduler().yield());
+}
+
+TEST_P(SchedulerContract, WorkInTheBackgroundIsDoneBeforeTheWaitEnds) {
+  std::string order;
+  const auto both = [](Scheduler& scheduler, std::string& order) -> Task<void> {
+    co_await scheduler.inBackground([&order] { order += "a"; });
+    order += "b";
+    co_await scheduler.inBackground([&order] { order += "c"; });
+    order += "d";
+  };
+  QCoro::waitFor(both(scheduler(), order));
+  EXPECT_EQ(order, "abcd");
+}
+
+TEST_P(SchedulerContract, PiecesOfWorkAreDoneInTheirOrder) {
+  std::string order;
+  const auto first = scheduler().inBackground([&order] { order += "1"; });
+  const auto second = scheduler().inBackground([&order] { order += "2"; });
+  EXPECT_TRUE(world->passUntil([&] { return first.isReady() && second.isReady(); }));
+  EXPECT_EQ(order, "12");
+}
+
+TEST_P(SchedulerContract, WhatWorkInTheBackgroundThrowsIsThrownToWhoWaits) {
+  const auto work = [] { throw std::runtime_error("no luck"); };
+  const auto catching = [](Scheduler& scheduler, std::function<void()> work) -> Task<std::string> {
+    std::string text;
+    try {
+      co_await scheduler.inBackground(std::move(work));
+    } catch (const std::runtime_error& error) {
+      text = error.what();
+    }
+    co_return text;
+  };
+  EXPECT_EQ(QCoro::waitFor(catching(scheduler(), work)), "no luck");
+}
+
+TEST(EventLoopScheduler, TheEventLoopGoesOnWhileThereIsWorkInTheBackground) {
+  EventLoopScheduler scheduler;
+  std::atomic<bool> mayEnd = false;
+  const auto call = scheduler.after(milliseconds(1), [&mayEnd] { mayEnd = true; });
+  QCoro::waitFor(scheduler.inBackground([&mayEnd] {
+    while (!mayEnd) std::this_thread::yield();
+  }));
+  EXPECT_TRUE(mayEnd);
+}
+
+TEST(EventLoopScheduler, AnEndedSchedulerSaysWhetherTheWorkEndedToo) {
+  EventLoopScheduler scheduler;
+  std::atomic<bool> mayEnd = false;
+  std::atomic<bool> began = false;
+  const auto waiting = scheduler.inBackground([&] {
+    began = true;
+    while (!mayEnd) std::this_thread::yield();
+  });
+  while (!began) std::this_thread::yield();
+  EXPECT_FALSE(scheduler.finish(milliseconds(5)));
+  mayEnd = true;
+  EXPECT_TRUE(scheduler.finish(std::chrono::seconds(10)));
+  support::waitUntil([&] { return waiting.isReady(); });  // the frame resumes and frees itself
 }
 
 INSTANTIATE_TEST_SUITE_P(Schedulers, SchedulerContract,
