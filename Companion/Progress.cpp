@@ -20,7 +20,7 @@ void writeToTerminal(const std::string& text) {
 
 }  // namespace
 
-Progress::Progress(std::string activity) : _activity(display::printable(activity)) {
+Progress::Progress(const std::string& activity) : _activity(display::printable(activity)) {
   if (isatty(STDERR_FILENO) != 1) return;
   // Signals are the main thread's.
   sigset_t all{};

@@ -12,7 +12,7 @@ namespace pellora {
 class Progress {
  public:
   // `activity` as in "Reading contacts.vcf".
-  explicit Progress(std::string activity);
+  explicit Progress(const std::string& activity);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;

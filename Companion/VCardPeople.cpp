@@ -71,7 +71,8 @@ class Reader {
   void skip(std::string reason) {
     auto finished = _card->finish(_number);
     const auto* person = std::get_if<ImportedPerson>(&finished);
-    _result.skipped.push_back({person != nullptr ? person->entry : std::get<SkippedEntry>(finished).entry, reason});
+    _result.skipped.push_back(
+        {person != nullptr ? person->entry : std::get<SkippedEntry>(finished).entry, std::move(reason)});
     _card.reset();
   }
 

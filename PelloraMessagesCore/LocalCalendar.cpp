@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::int64_t kSecondsPerDay = 86'400;
 // Further than any zone ever was from UTC.
-constexpr std::int64_t kWidestOffset = 18 * 3'600;
+constexpr std::int64_t kWidestOffset = 64'800;  // seconds
 // 0001-01-01T00:00:00Z and 9999-12-31T23:59:59Z: instants outside are taken as the nearer of the two.
 constexpr std::int64_t kFirstSecond = -62'135'596'800;
 constexpr std::int64_t kLastSecond = 253'402'300'799;
@@ -74,7 +74,7 @@ Zone zone(std::string_view identifier) {
   if (!found || *found == icu::TimeZone::getUnknown()) return nullptr;
   auto* basic = dynamic_cast<icu::BasicTimeZone*>(found.get());
   if (basic == nullptr) return nullptr;
-  found.release();
+  static_cast<void>(found.release());
   return Zone(basic);
 }
 
@@ -103,7 +103,7 @@ Zone machineZone() {
   std::unique_ptr<icu::TimeZone> host(icu::TimeZone::detectHostTimeZone());
   auto* basic = dynamic_cast<icu::BasicTimeZone*>(host.get());
   if (basic == nullptr) return nullptr;
-  host.release();
+  static_cast<void>(host.release());
   return Zone(basic);
 }
 

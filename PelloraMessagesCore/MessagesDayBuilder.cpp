@@ -24,7 +24,8 @@ struct Bucket {
 
 // One day of the calendar as a number; equal exactly for equal day strings.
 std::uint64_t dayNumber(const LocalCalendar::Date& date) {
-  return static_cast<std::uint64_t>(date.year * 10'000 + date.month * 100 + date.day);
+  return static_cast<std::uint64_t>(date.year) * 10'000U + static_cast<std::uint64_t>(date.month) * 100U +
+         static_cast<std::uint64_t>(date.day);
 }
 
 // Finds the bucket of a message. Days and people are numbered, and every chat remembers its person and the bucket of

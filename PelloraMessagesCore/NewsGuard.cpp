@@ -141,7 +141,7 @@ std::optional<std::string> birthRepair(const Candidate& candidate, const Message
   const std::optional<std::string_view> name = babyName(sentence);
   if (!name || text::equalIgnoringCase(*name, firstName)) return std::nullopt;
   if (!contains(text::lowercased(line.text), text::lowercased(*name))) return std::nullopt;
-  const std::string result = std::string(firstName) + " had a baby, " + std::string(*name);
+  std::string result = std::string(firstName) + " had a baby, " + std::string(*name);
   if (GuardText::isLongerThan(result, kLongestSentence)) return std::nullopt;
   return result;
 }

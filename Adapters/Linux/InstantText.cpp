@@ -50,7 +50,7 @@ std::optional<std::int64_t> secondsSince1970(std::string_view text) {
                                          std::chrono::day(static_cast<unsigned>(*field[2])));
   if (*field[0] == 0 || !date.ok() || *field[3] > 23 || *field[4] > 59 || *field[5] > 59) return std::nullopt;
   const std::int64_t days = std::chrono::sys_days(date).time_since_epoch().count();
-  return days * 86'400 + *field[3] * 3600 + *field[4] * 60 + *field[5];
+  return days * 86'400 + *field[3] * std::int64_t{3600} + *field[4] * std::int64_t{60} + *field[5];
 }
 
 }  // namespace

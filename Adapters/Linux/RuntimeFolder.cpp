@@ -21,7 +21,7 @@ bool isOwnFolder(const std::filesystem::path& folder) {
 
 std::optional<std::filesystem::path> path() {
   if (const auto folder = XdgFolders::runtime(); folder && isOwnFolder(*folder)) return folder;
-  const std::filesystem::path folder = "/tmp/app.pellora.messages-" + std::to_string(geteuid());
+  std::filesystem::path folder = "/tmp/app.pellora.messages-" + std::to_string(geteuid());
   mkdir(folder.c_str(), 0700);
   if (!isOwnFolder(folder)) return std::nullopt;
   return folder;

@@ -25,7 +25,7 @@ bool isInside(const std::string& item, const std::optional<std::string>& collect
 // Where new secrets go; absent when there is no lasting collection.
 std::optional<std::string> lastingCollection(SecretServiceSession& session) {
   const auto transient = session.collectionForAlias("session");
-  const auto standard = session.collectionForAlias("default");
+  auto standard = session.collectionForAlias("default");
   if (standard && standard != transient) return standard;
   for (const std::string& collection : session.collections())
     if (collection.ends_with("/login") && collection != transient) return collection;

@@ -115,12 +115,12 @@ std::vector<std::filesystem::path> systemConfigurations() {
 
 }  // namespace
 
-XdgAutostartLoginItem::XdgAutostartLoginItem(std::filesystem::path program)
-    : XdgAutostartLoginItem(std::move(program), XdgFolders::config(), systemConfigurations()) {}
+XdgAutostartLoginItem::XdgAutostartLoginItem(const std::filesystem::path& program)
+    : XdgAutostartLoginItem(program, XdgFolders::config(), systemConfigurations()) {}
 
-XdgAutostartLoginItem::XdgAutostartLoginItem(std::filesystem::path program,
-                                             std::optional<std::filesystem::path> userConfiguration,
-                                             std::vector<std::filesystem::path> systemConfigurations)
+XdgAutostartLoginItem::XdgAutostartLoginItem(const std::filesystem::path& program,
+                                             const std::optional<std::filesystem::path>& userConfiguration,
+                                             const std::vector<std::filesystem::path>& systemConfigurations)
     : _command(quoted(program.string()) + " --background") {
   if (userConfiguration) _userFile = *userConfiguration / kEntryPath;
   for (const std::filesystem::path& folder : systemConfigurations) _systemFiles.push_back(folder / kEntryPath);

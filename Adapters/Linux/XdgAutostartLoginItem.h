@@ -16,10 +16,11 @@ namespace pellora {
 class XdgAutostartLoginItem : public LoginItem {
  public:
   // `program` is started at login with the argument --background. The folders come from the environment.
-  explicit XdgAutostartLoginItem(std::filesystem::path program);
+  explicit XdgAutostartLoginItem(const std::filesystem::path& program);
   // Absent: nothing can be enabled. The system's folders come in the order in which they count.
-  XdgAutostartLoginItem(std::filesystem::path program, std::optional<std::filesystem::path> userConfiguration,
-                        std::vector<std::filesystem::path> systemConfigurations);
+  XdgAutostartLoginItem(const std::filesystem::path& program,
+                        const std::optional<std::filesystem::path>& userConfiguration,
+                        const std::vector<std::filesystem::path>& systemConfigurations);
 
   bool isEnabled() const override;
   void enable() override;

@@ -2,14 +2,18 @@
 // them with a model that repeats all it is told and through failures, and then looks for the words in every file
 // below the home folder (temporary and runtime files included), on the standard streams and inside the sealed files.
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
 
 #include <fstream>
 #include <iterator>
+#include <thread>
 
 #include "PelloraMessagesCore/AtomicFile.h"
 #include "PelloraMessagesCore/SealedEnvelope.h"
 #include "Tests/Support/ModelServerProcess.h"
 #include "Tests/Support/ProgramRun.h"
+#include "Tests/Support/ReportingProcess.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/ScratchHome.h"
 
@@ -24,6 +28,7 @@ constexpr char kStranger[] = "zqvstrangerword";
 constexpr char kGroup[] = "zqvgroupword";
 constexpr char kStrangerNumber[] = "5550199887";
 constexpr char kStrangerName[] = "zqvstranger@example.net";
+constexpr char kNotPermitted[] = "not permitted";
 constexpr char kFromModel[] = "zqvmodelword";
 
 Instant minutesAgo(int minutes) {
@@ -99,9 +104,16 @@ class LeakTest : public testing::Test {
     return all;
   }
 
-  void expectNothing() const {
+  void expectNothing() const { EXPECT_EQ(placesOfAllWords(), ""); }
+
+  // Word and place, one a line.
+  std::string placesOfAllWords() const {
+    std::string all;
     for (const char* word : {kKnown, kStranger, kGroup, kStrangerNumber, kStrangerName})
-      EXPECT_EQ(places(word), std::vector<std::string>()) << word;
+      for (const std::string& place : places(word)) all += std::string(word) + " in " + place + "\n";
+    for (const fs::directory_entry& entry : fs::directory_iterator(_home.store().path().parent_path()))
+      if (!entry.path().filename().string().starts_with("chat.db")) all += "new: " + entry.path().string() + "\n";
+    return all;
   }
 
   support::ScratchHome _home;
@@ -154,6 +166,43 @@ TEST_F(LeakTest, NothingIsLeftOfMessagesWhenReadsFail) {
   _home.store().addMessage(_home.annaChat(), minutesAgo(1), false, kKnown);
   EXPECT_EQ(read(), 5) << _streams;
   expectNothing();
+}
+
+TEST_F(LeakTest, NothingIsLeftOfMessagesWhenTheStoreIsLocked) {
+  _home.store().execute("PRAGMA locking_mode = EXCLUSIVE");
+  _home.store().addMessage(_home.annaChat(), minutesAgo(1), false, kKnown);
+  EXPECT_EQ(read(), 5) << _streams;
+  expectNothing();
+}
+
+TEST_F(LeakTest, NothingIsLeftOfMessagesWhenTheHelperIsKilled) {
+  const ModelServerProcess model(ModelServerProcess::Transport::unixSocket, {QStringLiteral("--echo")});
+  _environment.set("PELLORA_MODEL_URL", model.url());
+  for (int milliseconds = 2; milliseconds < 120; milliseconds += 8) {
+    const support::ProgramRun run({PELLORA_HELPER, {"--read-once"}, {}});
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+  }
+  expectNothing();
+}
+
+TEST_F(LeakTest, NothingIsLeftOfMessagesOnAFullDisk) {
+  const std::string report = support::reportOfProcess([this]() -> std::string {
+    const fs::path data = _home.shared().parent_path();
+    const fs::path disk = _home.path() / "disk";
+    fs::create_directory(disk);
+    if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("none", disk.c_str(), "tmpfs", 0, "size=256k") != 0)
+      return kNotPermitted;
+    fs::copy(data, disk, fs::copy_options::recursive);
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(disk))
+      fs::permissions(entry.path(), entry.is_directory() ? fs::perms::owner_all : fs::perms(0600));
+    if (mount(disk.c_str(), data.c_str(), nullptr, MS_BIND, nullptr) != 0) return kNotPermitted;
+    std::ofstream(disk / "filler") << std::string(1 << 20, 'x');
+    if (const int code = read(); code != 5) return "the read ended with " + std::to_string(code) + ": " + _streams;
+    return placesOfAllWords();
+  });
+  if (report == kNotPermitted) GTEST_SKIP() << "no file system may be mounted here";
+  EXPECT_EQ(report, "");
 }
 
 }  // namespace
