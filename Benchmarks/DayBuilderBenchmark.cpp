@@ -9,6 +9,7 @@
 #include "PelloraMessagesCore/LinkDetector.h"
 #include "PelloraMessagesCore/LocalCalendar.h"
 #include "PelloraMessagesCore/MessagesDayBuilder.h"
+#include "PelloraMessagesCore/Text.h"
 
 namespace pellora {
 namespace {
@@ -103,6 +104,28 @@ void linksOfEveryMessage(benchmark::State& state) {
     for (const HistoryMessage& message : window().messages) benchmark::DoNotOptimize(detector.links(message.text));
 }
 BENCHMARK(linksOfEveryMessage)->Unit(benchmark::kMillisecond);
+
+// The floor of everything that looks at every character.
+void bytesOfEveryMessage(benchmark::State& state) {
+  for (auto _ : state)
+    for (const HistoryMessage& message : window().messages) benchmark::DoNotOptimize(text::isAscii(message.text));
+}
+BENCHMARK(bytesOfEveryMessage)->Unit(benchmark::kMillisecond);
+
+void charactersOfEveryMessage(benchmark::State& state) {
+  for (auto _ : state)
+    for (const HistoryMessage& message : window().messages)
+      benchmark::DoNotOptimize(text::characterCount(message.text));
+}
+BENCHMARK(charactersOfEveryMessage)->Unit(benchmark::kMillisecond);
+
+// The same with a character beyond ASCII in front, which asks ICU.
+void foreignCharactersOfEveryMessage(benchmark::State& state) {
+  for (auto _ : state)
+    for (const HistoryMessage& message : window().messages)
+      benchmark::DoNotOptimize(text::characterCount("\u00E9" + message.text));
+}
+BENCHMARK(foreignCharactersOfEveryMessage)->Unit(benchmark::kMillisecond);
 
 void greetingOfEveryMessage(benchmark::State& state) {
   for (auto _ : state)

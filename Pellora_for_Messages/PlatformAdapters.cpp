@@ -46,7 +46,7 @@ std::string_view fromEnvironment(const char* name) {
 }
 
 // The port of "http://127.0.0.1:8080"; 80 without one.
-std::optional<std::uint16_t> portOf(const ModelEndpoint& endpoint) {
+[[maybe_unused]] std::optional<std::uint16_t> portOf(const ModelEndpoint& endpoint) {
   if (!endpoint.isUsable() || !endpoint.socketPath.empty() || endpoint.url.empty()) return std::nullopt;
   std::uint16_t port = 80;
   const std::size_t colon = endpoint.url.rfind(':');
@@ -56,7 +56,7 @@ std::optional<std::uint16_t> portOf(const ModelEndpoint& endpoint) {
 }
 
 // A display or a bus on another machine is reached over the network.
-bool needsInternetSockets() {
+[[maybe_unused]] bool needsInternetSockets() {
   const std::string_view display = fromEnvironment("DISPLAY");
   const bool isDisplayLocal = display.empty() || display.starts_with(":") || display.starts_with("unix") ||
                               display.starts_with("/") || !fromEnvironment("WAYLAND_DISPLAY").empty();

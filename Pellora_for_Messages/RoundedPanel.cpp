@@ -1,10 +1,24 @@
 #include "Pellora_for_Messages/RoundedPanel.h"
 
+#include <QAccessibleWidget>
 #include <QPainter>
 
 #include "Pellora_for_Messages/HelperLook.h"
 
 namespace pellora {
+
+namespace {
+
+QAccessibleInterface* groupOf(const QString&, QObject* object) {
+  auto* panel = qobject_cast<RoundedPanel*>(object);
+  return panel == nullptr ? nullptr : new QAccessibleWidget(panel, QAccessible::Grouping);
+}
+
+}  // namespace
+
+RoundedPanel::RoundedPanel(QWidget* parent) : QWidget(parent) {
+  QAccessible::installFactory(groupOf);  // once only, however often it is asked for
+}
 
 void RoundedPanel::paintEvent(QPaintEvent*) {
   QPainter painter(this);

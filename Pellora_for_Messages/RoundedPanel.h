@@ -1,4 +1,5 @@
-// A surface with rounded corners that things stand on; drawn in colours of the palette.
+// A surface with rounded corners that things stand on; drawn in colours of the palette. To assistive technology it is
+// a group.
 #pragma once
 
 #include <QWidget>
@@ -9,7 +10,7 @@ class RoundedPanel : public QWidget {
   Q_OBJECT
 
  public:
-  using QWidget::QWidget;
+  explicit RoundedPanel(QWidget* parent = nullptr);
 
  protected:
   void paintEvent(QPaintEvent* event) override;

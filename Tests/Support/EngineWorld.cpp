@@ -24,7 +24,7 @@ EngineWorld::EngineWorld(LanguageModel* given)
 }
 
 HelperPlatform EngineWorld::platform() {
-  return {scheduler,  defaults,  secrets, container, notifications,
+  return {*clock,     defaults,  secrets, container, notifications,
           fileEvents, loginItem, *model,  database,  [] { return LocalCalendar::inTimeZone("UTC"); },
           "1.0.0"};
 }

@@ -59,6 +59,7 @@ class EngineWorld {
   std::filesystem::path database = folder / "Messages/chat.db";
   std::unique_ptr<SmallStore> store;
   VirtualScheduler scheduler{kStart};
+  Scheduler* clock = &scheduler;  // what engines get
   InMemoryUserDefaults defaults;
   InMemorySecretStore secrets;
   FixedGroupContainer container{shared};

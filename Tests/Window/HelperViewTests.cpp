@@ -263,6 +263,7 @@ TEST_F(HelperViewTest, EverythingHasAnAccessibleNameAndRole) {
                                {"quit", QAccessible::Button, "Quit"},
                                {"title", QAccessible::StaticText, "Pellora for Messages"},
                                {"status", QAccessible::StaticText, "Couldn't read Messages"},
+                               {"card", QAccessible::Grouping, "Couldn't read Messages"},
                                {"cardTitle", QAccessible::StaticText, "Couldn't read Messages"},
                                {"cardFailure", QAccessible::EditableText, "Couldn't read Messages"},
                                {"progress", QAccessible::ProgressBar, "Days read"}};
