@@ -64,13 +64,13 @@ Task<HelperReadCycle::Outcome> HelperReadCycle::run() {
   _folder = HelperExchange::folderURL(_platform.container);
   const std::optional<ExchangeKey> key = ExchangeKeychain::load(_platform.secrets);
   if (!key) co_return Outcome{Kind::waitingForPellora, {}, _now};
-  std::optional<HelperPeopleFile> people;
-  co_await inBackground([&] { people = loadPeople(*key); });
-  if (isAbandoned()) co_return Outcome{Kind::abandoned, {}, _now};
-  if (!people) co_return Outcome{Kind::waitingForPellora, {}, _now};
-  _delegate.peopleFound(static_cast<std::int64_t>(people->people.size()));
   std::string failure;
   try {
+    std::optional<HelperPeopleFile> people;
+    co_await inBackground([&] { people = loadPeople(*key); });
+    if (isAbandoned()) co_return Outcome{Kind::abandoned, {}, _now};
+    if (!people) co_return Outcome{Kind::waitingForPellora, {}, _now};
+    _delegate.peopleFound(static_cast<std::int64_t>(people->people.size()));
     Work work{.key = *key, .people = std::move(*people), .calendar = _platform.calendar()};
     co_await read(work);
     const Kind kind = isAbandoned() ? Kind::abandoned : Kind::finished;

@@ -1,14 +1,19 @@
 // One thread that does what would hold up the event loop, one piece after the other, in the order given. It is
-// started by the first piece, sleeps between pieces and ends with its owner, after the piece that it is at; pieces
-// that were not begun by then are dropped.
+// started by the first piece, sleeps between pieces without waking up and ends with its owner, after the piece that it
+// is at; pieces that were not begun by then are dropped. It touches nothing of Qt: the main thread hears of finished
+// pieces through a locked list and an event descriptor.
+// Main thread only, and a QCoreApplication must exist. Tested by Tests/Adapters/SchedulerTests.cpp.
 #pragma once
 
+#include <QSocketNotifier>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace pellora {
 
@@ -19,20 +24,33 @@ class BackgroundThread {
   BackgroundThread(const BackgroundThread&) = delete;
   BackgroundThread& operator=(const BackgroundThread&) = delete;
 
-  // `work` must not throw.
-  void run(std::function<void()> work);
+  // Does `work`, which must not throw, on the thread, then calls `done` from the event loop. When no thread can be had
+  // `work` is done at once. Throws std::bad_alloc when there is no way to hear of the end; then nothing is called.
+  void run(std::function<void()> work, std::function<void()> done);
   // Takes no more work, drops what waits and gives what is being done so long to end; false when it has not.
   bool finish(std::chrono::milliseconds patience);
 
  private:
-  void loop();
+  struct Piece {
+    std::function<void()> work;
+    std::function<void()> done;
+  };
 
-  std::mutex _mutex;
+  void listen();
+  void tellFinished();
+  void loop();
+  void finishPiece(std::function<void()> done);
+
+  int _eventDescriptor = -1;
+  std::unique_ptr<QSocketNotifier> _notifier;
+  std::thread _thread;
+
+  std::mutex _mutex;  // guards what follows
   std::condition_variable _changed;
-  std::deque<std::function<void()>> _waiting;
+  std::deque<Piece> _waiting;
+  std::vector<std::function<void()>> _finished;
   bool _isBusy = false;
   bool _isEnding = false;
-  std::thread _thread;
 };
 
 }  // namespace pellora

@@ -26,20 +26,20 @@ class TimerCall : public ScheduledCall {
 // Waits for a piece of work on the thread. Lives in the frame of the coroutine that waits.
 class BackgroundWork {
  public:
-  BackgroundWork(BackgroundThread& thread, QObject& mainThread, std::function<void()> work)
-      : _thread(thread), _mainThread(mainThread), _work(std::move(work)) {}
+  BackgroundWork(BackgroundThread& thread, std::function<void()> work) : _thread(thread), _work(std::move(work)) {}
 
   bool await_ready() const { return false; }
 
   void await_suspend(std::coroutine_handle<> waiting) {
-    _thread.run([this, waiting] {
-      try {
-        _work();
-      } catch (...) {
-        _error = std::current_exception();
-      }
-      QMetaObject::invokeMethod(&_mainThread, [waiting] { waiting.resume(); }, Qt::QueuedConnection);
-    });
+    _thread.run(
+        [this] {
+          try {
+            _work();
+          } catch (...) {
+            _error = std::current_exception();
+          }
+        },
+        [waiting] { waiting.resume(); });
   }
 
   void await_resume() const {
@@ -48,7 +48,6 @@ class BackgroundWork {
 
  private:
   BackgroundThread& _thread;
-  QObject& _mainThread;
   std::function<void()> _work;
   std::exception_ptr _error;
 };
@@ -75,7 +74,7 @@ Task<void> EventLoopScheduler::yield() {
 }
 
 Task<void> EventLoopScheduler::inBackground(std::function<void()> work) {
-  BackgroundWork piece(_thread, _mainThread, std::move(work));
+  BackgroundWork piece(_thread, std::move(work));
   co_await piece;
 }
 

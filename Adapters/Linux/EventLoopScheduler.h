@@ -2,8 +2,6 @@
 // fraction so that the system can bundle wake-ups; delayed calls are exact. Work in the background has a thread.
 #pragma once
 
-#include <QObject>
-
 #include "Adapters/Linux/BackgroundThread.h"
 #include "PelloraMessagesCore/Ports/Scheduler.h"
 
@@ -21,7 +19,6 @@ class EventLoopScheduler : public Scheduler {
   bool finish(std::chrono::milliseconds patience) { return _thread.finish(patience); }
 
  private:
-  QObject _mainThread;  // what is sent to it is done there
   BackgroundThread _thread;
 };
 
