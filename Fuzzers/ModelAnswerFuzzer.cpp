@@ -46,8 +46,8 @@ void guardNews(std::string_view answer, const std::vector<pellora::MessageLine>&
   for (const auto& item : found.news) candidates.push_back({item.message, item.what, item.kind, item.when});
   const auto kept = pellora::NewsGuard::accept(candidates, lines, "Sam", pellora::instantAtSeconds(1'773'144'000));
   if (kept.size() > candidates.size()) std::abort();
-  const auto single = pellora::NewsGuard::withoutRepeats(kept);
-  if (single.size() > kept.size() || pellora::NewsGuard::withoutRepeats(single) != single) std::abort();
+  const auto single = pellora::NewsGuard::withoutRepeats(kept, "Sam");
+  if (single.size() > kept.size() || pellora::NewsGuard::withoutRepeats(single, "Sam") != single) std::abort();
 }
 
 void guardSentence(const std::string& answer) {

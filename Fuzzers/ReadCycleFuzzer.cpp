@@ -156,7 +156,7 @@ void checkRecords(const HelperDayNotes& notes, const std::vector<HelperPerson>& 
     std::vector<MessagesDayRecord> days;
     for (const MessagesDayRecord& day : notes.days)
       if (day.personID == person.id) days.push_back(day);
-    const auto lately = MessagesLatelyRecord::build(days, 30, instantAtSeconds(1'773'144'000), calendar);
+    const auto lately = MessagesLatelyRecord::build(days, 30, instantAtSeconds(1'773'144'000), calendar, "Sam");
     requireSame(lately.has_value() == !days.empty());
     if (lately) requireSame(ExchangeCoding::decode<MessagesLatelyRecord>(ExchangeCoding::encode(*lately)).has_value());
   }

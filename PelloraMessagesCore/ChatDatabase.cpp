@@ -222,6 +222,14 @@ std::vector<HistoryMessage> ChatDatabase::messages(std::int64_t afterRowID, int 
   return messageRows(_db, messageQuery("m.ROWID > ?", "m.ROWID", limit), afterRowID, limit);
 }
 
+std::optional<std::int64_t> ChatDatabase::rowIDAtLimit(std::int64_t afterRowID, int limit) const {
+  Statement statement(_db, messageQuery("m.ROWID > ?", "m.ROWID", 1) + " OFFSET " + std::to_string(limit - 1));
+  statement.bind(afterRowID);
+  std::optional<std::int64_t> rowID;
+  while (statement.nextRow()) rowID = statement.integer64(0);
+  return rowID;
+}
+
 std::vector<HistoryMessage> ChatDatabase::messages(Instant since, int limit) const {
   return messageRows(_db, messageQuery("m.date >= ?", "m.date", limit), appleTime(since), limit);
 }

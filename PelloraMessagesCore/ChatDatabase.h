@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -70,6 +71,10 @@ class ChatDatabase {
 
   // Rows with a greater row id, lowest first.
   std::vector<HistoryMessage> messages(std::int64_t afterRowID, int limit) const;
+
+  // The row at which the call above stops because of its limit, rows without a text counted; absent when it comes to
+  // the end of the table.
+  std::optional<std::int64_t> rowIDAtLimit(std::int64_t afterRowID, int limit) const;
 
   // Rows dated at or after `since`, oldest first.
   std::vector<HistoryMessage> messages(Instant since, int limit) const;

@@ -9,7 +9,11 @@ Task<std::optional<std::string>> LatelySummaries::summary(LanguageModel& model, 
   const std::optional<MessagesModel::Question> question = MessagesModel::latelyQuestion(days, firstName);
   if (!question) co_return std::nullopt;
   const auto known = _answered.find(person);
-  if (known != _answered.end() && known->second.question == *question) co_return known->second.summary;
+  if (known != _answered.end() && known->second.question == *question) {
+    // A copy by name: what stands in `co_return` is moved from, wherever it belongs.
+    std::optional<std::string> again = known->second.summary;
+    co_return again;
+  }
   const std::optional<std::string> answer = co_await MessagesModel::answer(model, *question);
   if (!answer) co_return std::nullopt;
   std::optional<std::string> summary = SummaryGuard::checkLately(*answer, firstName);

@@ -43,10 +43,10 @@ std::optional<Instant> lastTalkedAt(const Days& days) {
   return newest == days.rend() ? std::nullopt : std::optional(newest->lastMessageAt);
 }
 
-std::vector<MessagesNews> news(const Days& days) {
+std::vector<MessagesNews> news(const Days& days, std::string_view firstName) {
   std::vector<MessagesNews> all;
   for (const MessagesDayRecord& day : days) all.insert(all.end(), day.news.begin(), day.news.end());
-  return NewsGuard::withoutRepeats(all);
+  return NewsGuard::withoutRepeats(all, firstName);
 }
 
 // The first of each calendar day.
@@ -74,7 +74,8 @@ std::vector<MessagesBirthday> birthdays(const Days& days) {
 }  // namespace
 
 std::optional<MessagesLatelyRecord> MessagesLatelyRecord::build(Days days, std::int64_t windowDays, Instant writtenAt,
-                                                                const LocalCalendar& calendar) {
+                                                                const LocalCalendar& calendar,
+                                                                std::string_view firstName) {
   if (days.empty()) return std::nullopt;
   days = sortedBy(std::move(days), [](const MessagesDayRecord& day) { return std::pair(day.lastMessageAt, day.day); });
   MessagesLatelyRecord record;
@@ -90,7 +91,7 @@ std::optional<MessagesLatelyRecord> MessagesLatelyRecord::build(Days days, std::
     if (day.birthdayHint) record.birthdayWishDays.push_back(day.day);
   }
   record.dayCount = static_cast<std::int64_t>(days.size());
-  record.news = pellora::news(days);
+  record.news = pellora::news(days, firstName);
   record.meetups = pellora::meetups(days, calendar);
   record.birthdays = pellora::birthdays(days);
   record.sentLinks = pellora::sentLinks(days);

@@ -38,8 +38,10 @@ struct MessagesLatelyRecord {
   Instant writtenAt;
 
   // From the day records of one person, in any order; absent when there are none. The summary stays absent.
+  // `firstName` is what sentences about the person begin with.
   static std::optional<MessagesLatelyRecord> build(std::vector<MessagesDayRecord> days, std::int64_t windowDays,
-                                                   Instant writtenAt, const LocalCalendar& calendar);
+                                                   Instant writtenAt, const LocalCalendar& calendar,
+                                                   std::string_view firstName);
 
   bool operator==(const MessagesLatelyRecord&) const = default;
 };

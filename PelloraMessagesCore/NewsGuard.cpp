@@ -21,13 +21,18 @@ constexpr std::size_t kLongestWhen = 40;       // characters
 constexpr std::size_t kNameWords = 3;          // of a newborn's sentence, where the name is looked for
 constexpr std::size_t kShortestName = 2;       // letters
 
+// The pair first, so that it becomes one space.
+constexpr auto kLineBreaks =
+    std::to_array<std::string_view>({"\r\n", "\n", "\r", "\v", "\f", "\u0085", "\u2028", "\u2029"});
+
 const PhraseTable& eventStems() {
   static const PhraseTable table(NewsWords::kEventStems);
   return table;
 }
 
 std::string cleaned(std::string_view sentence) {
-  const std::string oneLine = text::replacingAll(text::repairedUtf8(sentence), "\n", " ");
+  std::string oneLine = text::repairedUtf8(sentence);
+  for (const std::string_view lineBreak : kLineBreaks) oneLine = text::replacingAll(oneLine, lineBreak, " ");
   return std::string(text::trimmed(oneLine));
 }
 
@@ -140,7 +145,8 @@ std::optional<std::string> birthRepair(const Candidate& candidate, const Message
   if (!contains(text::lowercased(sentence), "born")) return std::nullopt;
   const std::optional<std::string_view> name = babyName(sentence);
   if (!name || text::equalIgnoringCase(*name, firstName)) return std::nullopt;
-  if (!contains(text::lowercased(line.text), text::lowercased(*name))) return std::nullopt;
+  // As written: "Her" does not occur in "she is here".
+  if (!contains(line.text, *name)) return std::nullopt;
   std::string result = std::string(firstName) + " had a baby, " + std::string(*name);
   if (GuardText::isLongerThan(result, kLongestSentence)) return std::nullopt;
   return result;

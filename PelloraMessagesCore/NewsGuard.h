@@ -42,7 +42,7 @@ bool isSecondHand(std::string_view sentence, std::string_view firstName);
 bool hasEvent(std::string_view source);
 
 // Oldest first, without items that say the same as a kept one of their kind.
-std::vector<MessagesNews> withoutRepeats(const std::vector<MessagesNews>& news);
+std::vector<MessagesNews> withoutRepeats(const std::vector<MessagesNews>& news, std::string_view firstName);
 
 }  // namespace NewsGuard
 

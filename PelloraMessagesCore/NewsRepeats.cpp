@@ -1,9 +1,9 @@
 #include "PelloraMessagesCore/NewsRepeats.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "PelloraMessagesCore/NewsGuard.h"
@@ -16,31 +16,30 @@ namespace NewsRepeats {
 
 namespace {
 
-bool beginsUpperCase(std::string_view word) {
-  const std::vector<std::string_view> characters = text::characters(word);
-  return !characters.empty() && text::isUppercaseCharacter(characters.front());
+// Where the name that the sentence begins with ends, a possessive included. Its first word stands for a name that it
+// does not begin with: the person may have had another when it was written.
+std::size_t endOfName(std::string_view sentence, std::string_view firstName) {
+  const std::vector<std::string_view> words = NewsWords::wordsOf(sentence);
+  if (words.empty()) return 0;
+  const auto endOf = [sentence](std::string_view word) {
+    return static_cast<std::size_t>(word.data() - sentence.data()) + word.size();
+  };
+  const std::optional<std::size_t> nameEnd =
+      firstName.empty() ? std::nullopt : text::prefixLengthIgnoringCase(sentence, firstName);
+  if (!nameEnd) return endOf(words.front());
+  for (const std::string_view word : words) {
+    if (endOf(word) < *nameEnd) continue;
+    const bool isName = endOf(NewsWords::withoutPossessive(word)) == *nameEnd || endOf(word) == *nameEnd;
+    return endOf(isName ? word : words.front());
+  }
+  return *nameEnd;
 }
 
-// The two sentences after the name that both begin with: their first word, and the capitalised words after it that
-// both have as well, since a first name may be of several words.
-std::pair<std::string, std::string> withoutLeadingName(std::string_view left, std::string_view right) {
-  const std::vector<std::string_view> leftWords = NewsWords::wordsOf(left);
-  const std::vector<std::string_view> rightWords = NewsWords::wordsOf(right);
-  const auto sharedName = [&](std::size_t place) {
-    return place < leftWords.size() && place < rightWords.size() && beginsUpperCase(leftWords[place]) &&
-           text::equalIgnoringCase(NewsWords::withoutPossessive(leftWords[place]),
-                                   NewsWords::withoutPossessive(rightWords[place]));
-  };
-  std::size_t count = 1;
-  if (sharedName(0))
-    while (sharedName(count)) ++count;
-  const auto joinedFrom = [count](const std::vector<std::string_view>& words) {
-    std::string rest;
-    for (std::size_t place = count; place < words.size(); ++place)
-      rest += (rest.empty() ? "" : " ") + std::string(words[place]);
-    return rest;
-  };
-  return {joinedFrom(leftWords), joinedFrom(rightWords)};
+std::string withoutLeadingName(std::string_view sentence, std::string_view firstName) {
+  std::string rest;
+  for (const std::string_view word : NewsWords::wordsOf(sentence.substr(endOfName(sentence, firstName))))
+    rest += (rest.empty() ? "" : " ") + std::string(word);
+  return rest;
 }
 
 // Whether `right` says everything that `left` does. Both are without their leading names.
@@ -54,19 +53,20 @@ bool isSaidBy(const std::string& left, const std::string& right) {
 
 }  // namespace
 
-bool saysTheSame(const MessagesNews& left, const MessagesNews& right) {
+bool saysTheSame(const MessagesNews& left, const MessagesNews& right, std::string_view firstName) {
   if (left.kind != right.kind) return false;
-  const auto [leftRest, rightRest] = withoutLeadingName(left.sentence, right.sentence);
+  const std::string leftRest = withoutLeadingName(left.sentence, firstName);
+  const std::string rightRest = withoutLeadingName(right.sentence, firstName);
   return isSaidBy(leftRest, rightRest) || isSaidBy(rightRest, leftRest);
 }
 
 }  // namespace NewsRepeats
 
-std::vector<MessagesNews> NewsGuard::withoutRepeats(const std::vector<MessagesNews>& news) {
+std::vector<MessagesNews> NewsGuard::withoutRepeats(const std::vector<MessagesNews>& news, std::string_view firstName) {
   std::vector<MessagesNews> kept;
   for (const MessagesNews& item : news)
     if (std::none_of(kept.begin(), kept.end(),
-                     [&](const MessagesNews& other) { return NewsRepeats::saysTheSame(other, item); }))
+                     [&](const MessagesNews& other) { return NewsRepeats::saysTheSame(other, item, firstName); }))
       kept.push_back(item);
   return kept;
 }

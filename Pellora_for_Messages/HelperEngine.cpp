@@ -134,10 +134,16 @@ void HelperEngine::setOpensAtLogin(bool on) {
 
 void HelperEngine::suspend() {
   _suspended = true;
+  // Whoever announced the sleep may be gone before it tells of the end. This clock stands still during sleep.
+  const QPointer<HelperEngine> self(this);
+  _awake = _platform.scheduler.after(kLongestFallingAsleep, [self] {
+    if (self) self->resume();
+  });
 }
 
 void HelperEngine::resume() {
   if (!_suspended) return;
+  _awake.reset();
   _suspended = false;
   requestRead();
 }

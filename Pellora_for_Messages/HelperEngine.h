@@ -24,6 +24,8 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
 
   static constexpr std::chrono::seconds kReadInterval{900};
   static constexpr std::chrono::seconds kDebounce{30};
+  // Still running so long after the announcement, the machine did not go to sleep or is awake again.
+  static constexpr std::chrono::seconds kLongestFallingAsleep{60};
 
   explicit HelperEngine(HelperPlatform platform, QObject* parent = nullptr);
   ~HelperEngine() override;
@@ -93,6 +95,7 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
   std::unique_ptr<ScheduledCall> _timer;
   std::unique_ptr<FileWatch> _watcher;
   std::unique_ptr<ScheduledCall> _pending;
+  std::unique_ptr<ScheduledCall> _awake;  // ends a suspension that nobody ends
   std::unique_ptr<NotificationObserver> _readRequests;
   std::shared_ptr<LatelySummaries> _summaries = std::make_shared<LatelySummaries>();
 };

@@ -107,7 +107,7 @@ Task<void> HelperReadCycle::read(Work& work) {
   Fetched fetched;
   std::vector<MessagesDayDraft> drafts;
   co_await inBackground([&] {
-    fetched = isIncremental(work) ? fetchNew(work) : fetchAll(*work.database);
+    fetched = isIncremental(work) ? fetchNew(work) : fetchAll(work);
     drafts = draftsOf(std::move(fetched.messages), work);
   });
   if (isAbandoned()) co_return;
@@ -127,7 +127,6 @@ Task<void> HelperReadCycle::read(Work& work) {
 void HelperReadCycle::prepare(Work& work, bool areNotesCurrent) const {
   work.database.emplace(_chatDatabase);
   work.matcher.emplace(work.people);
-  work.participants = work.database->chatParticipants();
   work.fingerprint = peopleFingerprint(work.people.people);
   if (areNotesCurrent) work.stored = HelperDayNotes::loadIfReadable(work.key, _folder);
 }
@@ -146,23 +145,30 @@ std::vector<MessagesDayDraft> HelperReadCycle::draftsOf(std::vector<HistoryMessa
   return drafts;
 }
 
-HelperReadCycle::Fetched HelperReadCycle::fetchAll(const ChatDatabase& database) const {
+// Chats are asked for after the rows: a chat that begins in between would lose its first message for good.
+HelperReadCycle::Fetched HelperReadCycle::fetchAll(Work& work) const {
   Fetched fetched;
   // Asked before the rows are, so that what arrives meanwhile belongs to the next read.
-  fetched.lastRow = database.maxRowID();
-  fetched.messages = database.messages(_now - kReadWindow, kFullLimit);
+  fetched.lastRow = work.database->maxRowID();
+  fetched.messages = work.database->messages(_now - kReadWindow, kFullLimit);
+  work.participants = work.database->chatParticipants();
   return fetched;
 }
 
-HelperReadCycle::Fetched HelperReadCycle::fetchNew(const Work& work) const {
+HelperReadCycle::Fetched HelperReadCycle::fetchNew(Work& work) const {
   Fetched fetched{{}, work.lastRow, Reread::incremental};
   const std::vector<HistoryMessage> arrived = work.database->messages(work.lastRow, kIncrementalLimit);
+  work.participants = work.database->chatParticipants();
   for (const HistoryMessage& message : arrived) fetched.lastRow = std::max(fetched.lastRow, message.rowID);
+  // A whole portion of rows without text (photos, say) must not be met again and again.
+  if (arrived.empty())
+    fetched.lastRow = work.database->rowIDAtLimit(work.lastRow, kIncrementalLimit).value_or(work.lastRow);
   const auto span = MessagesDayBuilder::chatSpan(arrived, work.calendar);
   if (!span) return fetched;
+  // Not before the window, and not after today: a damaged date may lie centuries ahead.
   const Instant windowDay = work.calendar.startOfDay(_now - kReadWindow);
-  fetched.messages = work.database->messages(chatsToReread(span->chats, work.participants, *work.matcher),
-                                             std::max(span->since, windowDay));
+  const Instant since = std::clamp(span->since, windowDay, work.calendar.startOfDay(_now));
+  fetched.messages = work.database->messages(chatsToReread(span->chats, work.participants, *work.matcher), since);
   return fetched;
 }
 
@@ -258,12 +264,12 @@ Task<void> HelperReadCycle::writeLatelyRecords(HelperDayNotes notes, Work& work)
   for (const HelperPerson& person : work.people.people) {
     auto days = daysOf.extract(person.id);
     if (days.empty()) continue;
+    const std::string firstName = firstNameOf(*work.matcher, person.id);
     std::optional<MessagesLatelyRecord> record =
-        MessagesLatelyRecord::build(days.mapped(), kWindowDays, _platform.scheduler.now(), work.calendar);
+        MessagesLatelyRecord::build(days.mapped(), kWindowDays, _platform.scheduler.now(), work.calendar, firstName);
     if (!record) continue;
     LanguageModel& model = work.modelIsThere ? _platform.languageModel : _absentModel;
-    record->summary =
-        co_await _summaries->summary(model, person.id, std::move(days.mapped()), firstNameOf(*work.matcher, person.id));
+    record->summary = co_await _summaries->summary(model, person.id, std::move(days.mapped()), firstName);
     if (isAbandoned()) co_return;
     records.push_back(std::move(*record));
     if (records.size() < together) continue;

@@ -91,8 +91,8 @@ class HelperReadCycle {
   Task<void> read(Work& work);
   void prepare(Work& work, bool areNotesCurrent) const;
   static bool isIncremental(const Work& work);
-  Fetched fetchAll(const ChatDatabase& database) const;
-  Fetched fetchNew(const Work& work) const;
+  Fetched fetchAll(Work& work) const;
+  Fetched fetchNew(Work& work) const;
   static std::vector<MessagesDayDraft> draftsOf(std::vector<HistoryMessage> messages, const Work& work);
   Task<std::vector<MessagesDayRecord>> recordsOf(std::vector<MessagesDayDraft>& drafts, Work& work);
   static std::vector<MessagesDayDraft*> withoutKnownDays(std::vector<MessagesDayDraft>& drafts, const Work& work,

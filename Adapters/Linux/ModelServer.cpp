@@ -14,6 +14,11 @@ using ChatCompletionsProtocol::ListedModel;
 namespace {
 
 constexpr int kLoading = 503;
+constexpr int kNotFound = 404;
+
+bool isAnsweredWith(const HttpAnswer& answer, int status) {
+  return answer.outcome == HttpAnswer::Outcome::answered && answer.status == status;
+}
 
 bool rejectsFields(const HttpAnswer& answer) {
   if (answer.outcome != HttpAnswer::Outcome::answered || (answer.status != 400 && answer.status != 422)) return false;
@@ -66,8 +71,8 @@ Task<ModelReport> ModelServer::probe(std::shared_ptr<ModelServer> self) {
     report.reason = listed ? choice.reason : "What listens at " + report.where + " does not answer as a model server.";
     report.model = choice.model.id;
     if (report.reason.empty() && (!self->_known || self->_known->model.id != report.model)) {
-      const bool isHere = co_await recognise(self, choice.model);
-      if (!isHere) report.reason = "The model " + report.model + " runs on another machine, so it is not used.";
+      std::string refusal = co_await recognise(self, choice.model);
+      report.reason = std::move(refusal);
     }
   }
   if (!report.reason.empty()) {
@@ -80,13 +85,19 @@ Task<ModelReport> ModelServer::probe(std::shared_ptr<ModelServer> self) {
   co_return report;
 }
 
-// Finds out which dialect the server speaks. False when the model turns out to run elsewhere.
-Task<bool> ModelServer::recognise(std::shared_ptr<ModelServer> self, ListedModel model) {
+// Finds out which dialect the server speaks, and whether the model runs on this machine.
+Task<std::string> ModelServer::recognise(std::shared_ptr<ModelServer> self, ListedModel model) {
+  std::string refusal;
   Known known;
   known.model = std::move(model);
   const HttpAnswer version = co_await get(self, OllamaProtocol::kVersionPath);
   if (version.isOk() && OllamaProtocol::isVersion(version.body)) {
     const HttpAnswer tags = co_await get(self, OllamaProtocol::kTagsPath);
+    // Such a server forwards to other machines when it is told to; without its list nobody knows whether it does.
+    if (!tags.isOk() && !isAnsweredWith(tags, kNotFound)) {
+      refusal = "The model server did not tell where the model " + known.model.id + " runs, so it is not used.";
+      co_return refusal;
+    }
     const auto tag = OllamaProtocol::fromTags(tags.isOk() ? tags.body : std::string(), known.model.id);
     if (tag) {
       HttpRequest request;
@@ -95,13 +106,16 @@ Task<bool> ModelServer::recognise(std::shared_ptr<ModelServer> self, ListedModel
       request.timeout = kProbeTimeout;
       const HttpAnswer shown = co_await self->_worker.send(std::move(request));
       const auto facts = OllamaProtocol::fromShow(shown.isOk() ? shown.body : std::string());
-      if (tag->isRemote || (facts && facts->isRemote)) co_return false;
+      if (tag->isRemote || (facts && facts->isRemote)) {
+        refusal = "The model " + known.model.id + " runs on another machine, so it is not used.";
+        co_return refusal;
+      }
       known.dialect = Dialect::ollama;
       if (facts) known.model.contextTokens = facts->contextTokens;
     }
   }
   self->_known = std::move(known);
-  co_return true;
+  co_return refusal;
 }
 
 Task<bool> ModelServer::isAvailable(std::shared_ptr<ModelServer> self) {
@@ -166,14 +180,19 @@ Task<std::string> ModelServer::askChatCompletions(std::shared_ptr<ModelServer> s
   request.path = ChatCompletionsProtocol::kChatPath;
   request.timeout = kAnswerTimeout;
   Extras extras = self->_known->extras;
+  const bool mayNegotiate = !self->_known->areExtrasSettled;
   request.body = ChatCompletionsProtocol::requestBody(question, extras);
   HttpAnswer answer = co_await self->_worker.send(request);
-  while (extras != Extras::none && rejectsFields(answer)) {
+  while (mayNegotiate && extras != Extras::none && rejectsFields(answer)) {
     extras = extras == Extras::both ? Extras::templateOnly : Extras::none;
     request.body = ChatCompletionsProtocol::requestBody(question, extras);
     answer = co_await self->_worker.send(request);
   }
-  if (answer.isOk() && self->_known) self->_known->extras = extras;
+  if (self->_known) {
+    if (answer.isOk()) self->_known->extras = extras;
+    // Refused with nothing left to leave out: the fields were not the reason.
+    self->_known->areExtrasSettled = answer.isOk() || rejectsFields(answer);
+  }
   self->requireAnswer(answer);
   co_return ChatCompletionsProtocol::decodeAnswer(answer.body, question);
 }
@@ -182,7 +201,7 @@ Task<std::string> ModelServer::askChatCompletions(std::shared_ptr<ModelServer> s
 void ModelServer::requireAnswer(const HttpAnswer& answer) {
   if (answer.isOk()) return trust();
   const bool answered = answer.outcome == HttpAnswer::Outcome::answered;
-  if (!answered || answer.status == kLoading || answer.status == 404) _known.reset();
+  if (!answered || answer.status == kLoading || answer.status == kNotFound) _known.reset();
   if (answered && ChatCompletionsProtocol::isContextOverflow(answer.body))
     throw LanguageModelError("The question is longer than the model's context.");
   if (answer.outcome == HttpAnswer::Outcome::timedOut)

@@ -48,10 +48,12 @@ class ModelServer {
     Dialect dialect = Dialect::chatCompletions;
     ChatCompletionsProtocol::ListedModel model;
     ChatCompletionsProtocol::Extras extras = ChatCompletionsProtocol::Extras::both;
+    bool areExtrasSettled = false;  // a request told which of them the server takes
   };
 
   static Task<ModelReport> probe(std::shared_ptr<ModelServer> self);
-  static Task<bool> recognise(std::shared_ptr<ModelServer> self, ChatCompletionsProtocol::ListedModel model);
+  // Why the model is not to be used; empty when it may be, and `_known` is set.
+  static Task<std::string> recognise(std::shared_ptr<ModelServer> self, ChatCompletionsProtocol::ListedModel model);
   static Task<std::optional<long long>> findContext(std::shared_ptr<ModelServer> self);
   static Task<std::string> askOllama(std::shared_ptr<ModelServer> self, ModelQuestion question);
   static Task<std::string> askChatCompletions(std::shared_ptr<ModelServer> self, ModelQuestion question);

@@ -134,6 +134,15 @@ TEST_P(ModelAdapter, ModelsThatRunElsewhereAreNeverAsked) {
   EXPECT_EQ(server().count("/api/chat") + server().count(kChat), 0U);
 }
 
+TEST_P(ModelAdapter, ModelsOfWhichNobodySaysWhereTheyRunAreNeverAsked) {
+  serve("--ollama --tags-status 500");
+  EXPECT_FALSE(isAvailable());
+  EXPECT_THAT(failure(), HasSubstr("did not tell where the model test-model runs"));
+  EXPECT_EQ(server().count("/api/chat") + server().count(kChat), 0U);
+  serve("--ollama --tags-status 404");
+  EXPECT_TRUE(isAvailable()) << "another server that has no such list";
+}
+
 TEST_P(ModelAdapter, LoadingServerIsNotAvailableUntilItIsReady) {
   serve("--loading-requests 2");
   EXPECT_FALSE(isAvailable());
@@ -241,12 +250,12 @@ TEST_P(ModelAdapter, FieldsThatTheServerRefusesAreLeftOutFromThenOn) {
   EXPECT_EQ(server().count(kChat), 4U);
 }
 
-TEST_P(ModelAdapter, RefusalThatHasAnotherReasonIsNotRemembered) {
+TEST_P(ModelAdapter, RefusalThatHasAnotherReasonLeavesNothingOutAndIsNotTriedAgain) {
   serve("--status 400");
   EXPECT_THAT(failure(), HasSubstr("status 400"));
   EXPECT_THAT(failure(), HasSubstr("status 400"));
   const auto bodies = server().bodies(kChat);
-  ASSERT_THAT(bodies, SizeIs(6));
+  ASSERT_THAT(bodies, SizeIs(4)) << "three forms of the first question, then one of each";
   EXPECT_THAT(bodies[3], HasSubstr("reasoning_effort"));
 }
 

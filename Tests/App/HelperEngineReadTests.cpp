@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
+#include <limits>
+#include <utility>
 
 #include "PelloraMessagesCore/AnalysedDays.h"
+#include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/MessagesDayBuilder.h"
 #include "PelloraMessagesCore/PeopleFingerprint.h"
@@ -74,6 +78,67 @@ TEST(HelperEngineRead, WaitsWithAnEmptyPeopleListAndKeepsTheCount) {
   QCoro::waitFor(engine->readNow());
   EXPECT_EQ(engine->state().kind, Kind::waitingForPellora);
   EXPECT_EQ(engine->peopleCount(), 2);
+}
+
+TEST(HelperEngineRead, ADateFarBeyondAllCalendarsStopsNothing) {
+  for (const std::int64_t stored :
+       {std::int64_t{9'300'000'000}, std::int64_t{10'000'000'000}, std::numeric_limits<std::int64_t>::max(),
+        std::numeric_limits<std::int64_t>::min()}) {
+    EngineWorld world;
+    world.fromAnna(2h, "Hello there, how are you doing?");
+    world.read();
+    world.store->addRow({.chat = world.annaChat, .date = stored, .text = "From another time"});
+    EXPECT_EQ(stateAfterRead(world), Kind::idle) << stored;
+    EXPECT_EQ(world.lastRow(), 2) << stored;
+    world.fromAnna(1h, "And today?");
+    EXPECT_EQ(stateAfterRead(world), Kind::idle) << stored;
+    ASSERT_TRUE(world.lately(world.anna.id)) << stored;
+    EXPECT_GE(world.lately(world.anna.id)->receivedCount, 2) << stored;
+  }
+}
+
+TEST(HelperEngineRead, RowsWithoutTextNeverStopWhatComesBehindThem) {
+  EngineWorld world;
+  world.fromAnna(2h, "Hello there");
+  world.read();
+  world.store->execute("BEGIN");
+  for (int index = 0; index < HelperReadCycle::kIncrementalLimit; ++index)
+    world.store->addRow(
+        {.chat = world.annaChat, .date = ChatDatabase::appleTime(EngineWorld::kStart - 1h), .text = "\uFFFC"});
+  world.store->execute("COMMIT");
+  world.fromAnna(30min, "can you call me?");
+  world.read();
+  EXPECT_EQ(world.lastRow(), 1 + HelperReadCycle::kIncrementalLimit);
+  world.read();
+  EXPECT_EQ(world.lately(world.anna.id)->receivedCount, 2);
+}
+
+// Answers whether it is there only after something else has happened.
+class LateModel : public support::GatedLanguageModel {
+ public:
+  Task<bool> isAvailable() override {
+    if (meanwhile) std::exchange(meanwhile, {})();
+    co_return false;
+  }
+
+  std::function<void()> meanwhile;
+};
+
+TEST(HelperEngineRead, AChatThatBeginsWhileTheModelIsLookedForLosesNothing) {
+  LateModel model;
+  EngineWorld world(&model);
+  world.fromAnna(2h, "Hello there");
+  for (const bool isFull : {true, false}) {
+    std::int64_t chat = 0;
+    model.meanwhile = [&] {
+      chat = world.store->addChat({"anna@example.org"});
+      world.store->addMessage(chat, EngineWorld::kStart - 1h, false, "My other address");
+    };
+    if (isFull) world.defaults.store({{"messages.lastRowID", std::int64_t{0}}});
+    world.read();
+    world.read();
+    EXPECT_EQ(world.lately(world.anna.id)->receivedCount, isFull ? 2 : 3) << isFull;
+  }
 }
 
 TEST(HelperEngineRead, WritesNotesRecordsProgressAndHeartbeat) {

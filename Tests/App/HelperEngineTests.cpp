@@ -172,14 +172,29 @@ TEST(HelperEngine, DoesNotReadWhileSuspendedAndReadsOnceAfterwards) {
   EngineWorld world;
   const auto engine = world.makeEngine();
   engine->start();
+  world.scheduler.advance(880s);
   engine->suspend();
-  world.scheduler.advance(2h);
+  world.scheduler.advance(40s);  // a tick of the timer comes and goes
   world.notifications.post("app.pellora.messages.readNow");
   EXPECT_EQ(readsOf(world), 1);
   engine->resume();
   EXPECT_EQ(readsOf(world), 2);
   engine->resume();
+  world.scheduler.advance(5min);
   EXPECT_EQ(readsOf(world), 2);
+}
+
+TEST(HelperEngine, ReadsAgainWhenNobodyTellsOfTheEndOfASleep) {
+  EngineWorld world;
+  const auto engine = world.makeEngine();
+  engine->start();
+  engine->suspend();
+  world.scheduler.advance(59s);
+  EXPECT_EQ(readsOf(world), 1);
+  world.scheduler.advance(1s);
+  EXPECT_EQ(readsOf(world), 2);
+  world.notifications.post("app.pellora.messages.readNow");
+  EXPECT_EQ(readsOf(world), 3);
 }
 
 TEST(HelperEngine, TellsHowManyDaysAreAnalysed) {

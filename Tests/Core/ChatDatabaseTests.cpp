@@ -152,6 +152,10 @@ TEST_F(ChatDatabaseTest, RowsAfterARowIDComeInOrderOfRowIDs) {
   EXPECT_THAT(rowIDs(database.messages(-1, 1)), ElementsAre(1));
   EXPECT_THAT(database.messages(5, 5000), IsEmpty());
   EXPECT_THAT(database.messages(0, 0), IsEmpty());
+  EXPECT_EQ(database.rowIDAtLimit(0, 2), 2);
+  EXPECT_EQ(database.rowIDAtLimit(2, 3), 5);
+  EXPECT_EQ(database.rowIDAtLimit(2, 4), std::nullopt);
+  EXPECT_EQ(database.rowIDAtLimit(5, 1), std::nullopt);
 }
 
 TEST_F(ChatDatabaseTest, RowsSinceADateComeOldestFirst) {

@@ -37,7 +37,7 @@ class LatelySummariesTest : public testing::Test {
 TEST_F(LatelySummariesTest, TheSameQuestionIsAskedOnce) {
   EXPECT_EQ(ask(), "Lately you and Sam talked a lot.");
   _answer = "Lately you and Sam danced a lot.";
-  EXPECT_EQ(ask(), "Lately you and Sam talked a lot.");
+  for (int time = 0; time < 3; ++time) EXPECT_EQ(ask(), "Lately you and Sam talked a lot.") << time;
   EXPECT_EQ(_model.asked().size(), 1u);
 }
 

@@ -30,7 +30,8 @@ MessagesDayRecord day(int number) {
 }
 
 MessagesLatelyRecord build(std::vector<MessagesDayRecord> days, const char* zone = "UTC") {
-  const auto record = MessagesLatelyRecord::build(std::move(days), 30, kWrittenAt, LocalCalendar::inTimeZone(zone));
+  const auto record =
+      MessagesLatelyRecord::build(std::move(days), 30, kWrittenAt, LocalCalendar::inTimeZone(zone), "Sam");
   EXPECT_TRUE(record);
   return record.value_or(MessagesLatelyRecord());
 }
@@ -44,7 +45,7 @@ MessagesBirthday birthday(std::optional<std::string> name, int number) {
 }
 
 TEST(MessagesLatelyRecord, WithoutDaysThereIsNone) {
-  EXPECT_FALSE(MessagesLatelyRecord::build({}, 30, kWrittenAt, LocalCalendar::inTimeZone("UTC")));
+  EXPECT_FALSE(MessagesLatelyRecord::build({}, 30, kWrittenAt, LocalCalendar::inTimeZone("UTC"), "Sam"));
 }
 
 TEST(MessagesLatelyRecord, OneDayGivesItsTimesAndCounts) {

@@ -140,6 +140,7 @@ HttpResponse ModelBehaviour::page(const std::string& path) const {
   } else if (_options.ollama && path == "/api/version") {
     response.body = R"({"version":"0.13.0"})";
   } else if (_options.ollama && path == "/api/tags") {
+    if (_options.tagsStatus != 200) return error(_options.tagsStatus, "no list", "server_error");
     response.body = ollamaTags();
   } else {
     return error(404, "not found", "not_found_error");

@@ -19,6 +19,7 @@ struct ServerOptions {
   int loadingMilliseconds = 0;
   int delayMilliseconds = 0;
   int listDelayMilliseconds = 0;
+  int tagsStatus = 200;
 
   int status = 200;  // of answers to questions
   std::string errorForm = "object";

@@ -51,6 +51,7 @@ void addOptions(CLI::App& app, ServerOptions& options) {
   app.add_option("--redirect", options.redirectTo, "Redirect everything to this address");
   app.add_option("--prompt-tokens", options.promptTokens, "The number of prompt tokens to tell");
   app.add_flag("--ollama", options.ollama, "Serve /api/version, /api/tags, /api/show and /api/chat too");
+  app.add_option("--tags-status", options.tagsStatus, "Answer /api/tags with this status");
   app.add_option("--context", options.contextTokens, "The context size to tell");
   app.add_option("--context-style", options.contextStyle, "Where it is told: /props, the list, or /api/v0/models")
       ->check(CLI::IsMember({"props", "list", "detailed"}));
