@@ -1,5 +1,6 @@
 // Time as the platform gives it: the current instant, delayed calls and repeated calls on the main thread, and work
-// beside it. A timer that is destroyed never fires again. Two adapters: the event loop's timers, and virtual time for tests.
+// beside it. A timer that is destroyed never fires again. Two adapters: the event loop's timers, and virtual time for
+// tests.
 #pragma once
 
 #include <functional>
