@@ -63,12 +63,31 @@ std::string_view fromEnvironment(const char* name) {
   return !isDisplayLocal || fromEnvironment("DBUS_SESSION_BUS_ADDRESS").starts_with("tcp:");
 }
 
+// Where a file or folder of ours is written when its user has put a link in its place.
+void followLink(const std::filesystem::path& path, std::vector<std::filesystem::path>& folders) {
+  std::error_code error;
+  if (!std::filesystem::is_symlink(path, error)) return;
+  const std::filesystem::path target = std::filesystem::weakly_canonical(path, error);
+  if (error) return;
+  folders.push_back(std::filesystem::is_directory(target, error) ? target : target.parent_path());
+}
+
 // The folders below which this program writes.
 std::vector<std::filesystem::path> ownFolders() {
   std::vector<std::filesystem::path> folders;
-  if (const auto shared = HelperExchange::folderURL(XdgGroupContainer())) folders.push_back(*shared);
-  if (const auto defaults = IniUserDefaults::standardFile()) folders.push_back(defaults->parent_path());
-  if (const auto config = XdgFolders::config()) folders.push_back(*config / "autostart");
+  if (const auto shared = HelperExchange::folderURL(XdgGroupContainer())) {
+    folders.push_back(*shared);
+    followLink(*shared / "Helper", folders);
+    followLink(*shared / HelperExchange::kLatelyFolder, folders);
+  }
+  if (const auto defaults = IniUserDefaults::standardFile()) {
+    folders.push_back(defaults->parent_path());
+    followLink(*defaults, folders);
+  }
+  if (const auto config = XdgFolders::config()) {
+    folders.push_back(*config / "autostart");
+    followLink(*config / "autostart/app.pellora.Messages.desktop", folders);
+  }
   if (const auto runtime = RuntimeFolder::own()) folders.push_back(*runtime);
   return folders;
 }

@@ -16,6 +16,7 @@ using Protection = ConfinementReport::Protection;
 
 constexpr int kFirstWithNetwork = 4;  // version of Landlock
 constexpr char kLogIndexSuffix[] = "-shm";
+constexpr char kLibraryFolder[] = "Library";
 constexpr mode_t kPrivate = 0700;
 
 // Where links lead to; SQLite keeps its files beside the store itself.
@@ -72,6 +73,9 @@ Protection confineWriting(const ConfinementPlan& plan, bool restrictsTcp, bool& 
     rules.allow(folder, Landlock::Writing::everything);
   }
   rules.allow(store.parent_path(), Landlock::Writing::makeEmptyFiles);
+  // The Messages folder may be replaced by another while the process runs.
+  if (const std::filesystem::path library = store.parent_path().parent_path(); library.filename() == kLibraryFolder)
+    rules.allow(library, Landlock::Writing::makeEmptyFiles);
   rules.allow(store.string() + kLogIndexSuffix, Landlock::Writing::everything);
   for (const char* device : {"/dev/null", "/dev/dri", "/dev/shm"}) rules.allow(device, Landlock::Writing::everything);
   if (plan.modelPort) rules.allowConnecting(*plan.modelPort);

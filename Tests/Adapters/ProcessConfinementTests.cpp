@@ -320,6 +320,33 @@ TEST_F(ProcessConfinementTest, LogThatAppearsAfterTheStartIsRead) {
   EXPECT_EQ(report, "");
 }
 
+TEST_F(ProcessConfinementTest, StoreInAFolderThatReplacedTheOldOneIsRead) {
+  int toOwner[2];
+  int toReader[2];
+  ASSERT_EQ(pipe(toOwner), 0);
+  ASSERT_EQ(pipe(toReader), 0);
+  std::thread owner([&] {
+    char byte = 0;
+    if (::read(toOwner[0], &byte, 1) != 1) return;
+    const fs::path messages = _store.parent_path();
+    fs::rename(messages, _folder / "old");
+    fs::create_directory(messages);
+    fs::copy_file(_folder / "old/chat.db", _store);
+    if (::write(toReader[1], "x", 1) != 1) return;
+  });
+  const std::string report = confined(plan(), [&](Attempts& attempts) {
+    char byte = 0;
+    attempts.holds("reading", messageCount(_store) == 1);
+    attempts.works("telling", ::write(toOwner[1], "x", 1));
+    attempts.works("waiting", ::read(toReader[0], &byte, 1));
+    attempts.holds("reading the new store", messageCount(_store) == 1);
+    attempts.refused("writing beside it", open((_store.parent_path() / "new").c_str(), O_WRONLY | O_CREAT, 0600));
+  });
+  EXPECT_EQ(::write(toOwner[1], "xx", 2), 2);
+  owner.join();
+  EXPECT_EQ(report, "");
+}
+
 TEST_F(ProcessConfinementTest, StoreBehindLinkIsRead) {
   fs::create_directories(_folder / "linked");
   fs::create_symlink(_store, _folder / "linked/chat.db");
