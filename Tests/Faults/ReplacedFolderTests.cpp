@@ -1,5 +1,6 @@
 // The real helper, confined as it is shipped, where the user has put links in the place of its files and folders.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "Tests/Faults/DisturbedRun.h"
 #include "Tests/Support/ScratchHome.h"
@@ -19,17 +20,21 @@ class ReplacedFolderTest : public testing::Test {
     fs::create_directory(_elsewhere);
   }
 
+  void TearDown() override { fs::remove_all(_elsewhere); }
+
   int read() { return DisturbedRun::undisturbed(PELLORA_HELPER, {"--read-once"}, _home.environment()).exitCode; }
 
   // Moves it elsewhere and leaves a link.
   void replace(const fs::path& path) {
-    fs::rename(path, _elsewhere / path.filename());
+    fs::copy(path, _elsewhere / path.filename(), fs::copy_options::recursive);
+    fs::remove_all(path);
     fs::create_symlink(_elsewhere / path.filename(), path);
   }
 
   support::ScratchHome _home;
   support::ScratchHome::Records _expected;
-  fs::path _elsewhere = _home.path() / "elsewhere";
+  // Not in shared memory, where everybody may write.
+  fs::path _elsewhere = "/var/tmp/pellora-elsewhere-" + std::to_string(getpid());
 };
 
 TEST_F(ReplacedFolderTest, LinkedFoldersOfTheSharedFolderAreWrittenWhereTheyAre) {
