@@ -133,16 +133,19 @@ void HelperEngine::setOpensAtLogin(bool on) {
 }
 
 void HelperEngine::suspend() {
-  _suspended = true;
+  _suspended = _isSleepAnnounced = true;
   // Whoever announced the sleep may be gone before it tells of the end. This clock stands still during sleep.
   const QPointer<HelperEngine> self(this);
   _awake = _platform.scheduler.after(kLongestFallingAsleep, [self] {
-    if (self) self->resume();
+    if (!self) return;
+    self->_suspended = false;
+    if (self->_readAgain) self->requestRead();
   });
 }
 
 void HelperEngine::resume() {
-  if (!_suspended) return;
+  if (!_isSleepAnnounced) return;
+  _isSleepAnnounced = false;
   _awake.reset();
   _suspended = false;
   requestRead();

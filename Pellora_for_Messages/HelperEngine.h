@@ -25,7 +25,7 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
   static constexpr std::chrono::seconds kReadInterval{900};
   static constexpr std::chrono::seconds kDebounce{30};
   // Still running so long after the announcement, the machine did not go to sleep or is awake again.
-  static constexpr std::chrono::seconds kLongestFallingAsleep{60};
+  static constexpr std::chrono::seconds kLongestFallingAsleep{120};
 
   explicit HelperEngine(HelperPlatform platform, QObject* parent = nullptr);
   ~HelperEngine() override;
@@ -90,6 +90,7 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
   std::int64_t _daysAnalysed = 0;
   bool _started = false;
   bool _suspended = false;
+  bool _isSleepAnnounced = false;
   bool _isReading = false;
   bool _readAgain = false;
   std::unique_ptr<ScheduledCall> _timer;

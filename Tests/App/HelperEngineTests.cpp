@@ -189,12 +189,15 @@ TEST(HelperEngine, ReadsAgainWhenNobodyTellsOfTheEndOfASleep) {
   const auto engine = world.makeEngine();
   engine->start();
   engine->suspend();
-  world.scheduler.advance(59s);
+  world.notifications.post("app.pellora.messages.readNow");
+  world.scheduler.advance(119s);
   EXPECT_EQ(readsOf(world), 1);
   world.scheduler.advance(1s);
-  EXPECT_EQ(readsOf(world), 2);
+  EXPECT_EQ(readsOf(world), 2) << "what was asked for meanwhile";
   world.notifications.post("app.pellora.messages.readNow");
   EXPECT_EQ(readsOf(world), 3);
+  engine->resume();
+  EXPECT_EQ(readsOf(world), 4) << "the end of the sleep is heard of after all";
 }
 
 TEST(HelperEngine, TellsHowManyDaysAreAnalysed) {
