@@ -64,7 +64,7 @@ Cast makeChats(MessageInserter& inserter, const SampleOptions& options, const st
 
 // A moment of the day when people write, `daysAgo` before the end.
 Instant daytime(SampleRandom& random, const SampleOptions& options, std::int64_t daysAgo) {
-  const auto second = static_cast<std::int64_t>(random.below(15U * 3600U));
+  const auto second = static_cast<std::int64_t>(random.below(54'000));
   const Instant midnight = std::chrono::floor<std::chrono::days>(options.now) - std::chrono::days(daysAgo);
   const Instant moment = midnight + std::chrono::hours(8) + std::chrono::seconds(second);
   return std::min(moment, options.now - std::chrono::hours(1));
