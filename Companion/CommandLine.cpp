@@ -97,6 +97,11 @@ constexpr char kModelExamples[] =
 
 constexpr char kJsonHelp[] = "for scripts: one line of JSON";
 
+// A script's variable that is not set must not mean everybody, nor a file without a name.
+std::string refuseEmpty(const std::string& argument) {
+  return text::trimmed(argument).empty() ? "must not be empty." : "";
+}
+
 class Commands {
  public:
   Commands() : _app("The companion side of Pellora for Messages: people in, lately records out.", "pellora-companion") {
@@ -143,9 +148,9 @@ class Commands {
   void addLooking() {
     addCommand(_app, _status, "status", "whether everything is in place, and what to do next", kStatusExamples);
     CLI::App* lately = addCommand(_app, _lately, "lately", "show the lately records", kLatelyExamples);
-    lately->add_option("PERSON", _lately.person, "only this person");
+    lately->add_option("PERSON", _lately.person, "only this person")->check(refuseEmpty);
     CLI::Option* html = lately->add_option("--html", _lately.htmlFile, "write a page for a browser into this file");
-    html->type_name("FILE")->excludes(lately->get_option("--json"));
+    html->type_name("FILE")->check(refuseEmpty)->excludes(lately->get_option("--json"));
     addCommand(_app, _key, "key", "whether there is an exchange key", kKeyExamples);
   }
 
@@ -169,7 +174,9 @@ class Commands {
     readNow->add_flag("--json", _readNow.json, kJsonHelp);
     readNow->callback([this] { _run = [this] { return _readNow.run(); }; });
     CLI::App* remove = addCommand(_app, _delete, "delete", "remove one person's lately record", kDeleteExamples);
-    remove->add_option("PERSON", _delete.person, "a first name, number, address or identifier")->required();
+    remove->add_option("PERSON", _delete.person, "a first name, number, address or identifier")
+        ->required()
+        ->check(refuseEmpty);
     addCommand(_app, _sweep, "sweep", "remove record files that do not open", kSweepExamples);
   }
 

@@ -17,9 +17,9 @@ namespace pellora {
 namespace {
 
 // The records asked for, each once.
-std::vector<NamedLately> chosen(const std::string& person, const LatelyStore& store) {
-  if (person.empty()) return store.records;
-  const PersonChoice choice = PersonChoice::find(person, store);
+std::vector<NamedLately> chosen(const std::optional<std::string>& person, const LatelyStore& store) {
+  if (!person) return store.records;
+  const PersonChoice choice = PersonChoice::find(*person, store);
   const NamedLately* lately = store.find(choice.id);
   if (lately == nullptr)
     throw CompanionFailure("There is no lately record of " + display::printable(choice.title) + " yet.");
@@ -46,8 +46,8 @@ CommandResult LatelyCommand::run(const CompanionContext& context) const {
     result.output = "Wrote " + display::printable(htmlFile) + ".\n";
   }
   if (json)
-    result.output = person.empty() ? companion_json::text(records) : companion_json::text(records.front());
-  else if (htmlFile.empty() && person.empty())
+    result.output = person ? companion_json::text(records.front()) : companion_json::text(records);
+  else if (htmlFile.empty() && !person)
     result.output = lately_text::overview(store, context);
   else if (htmlFile.empty())
     result.output = lately_text::page(

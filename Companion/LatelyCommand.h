@@ -1,6 +1,7 @@
 // `lately`: the lately records, all or one person's, for people, for scripts or as a page for a browser.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "Companion/CommandResult.h"
@@ -9,7 +10,7 @@
 namespace pellora {
 
 struct LatelyCommand {
-  std::string person;  // as PersonChoice takes it; empty: everybody
+  std::optional<std::string> person;  // as PersonChoice takes it; absent: everybody
   bool json = false;
   std::string htmlFile;  // empty: to standard output as text
 

@@ -51,7 +51,8 @@ std::vector<Candidate> matching(std::string_view wanted, const std::vector<Candi
     return found;
   };
   if (const auto id = Uuid::parse(wanted)) return where([&id](const Candidate& one) { return one.id == *id; });
-  auto named = where([wanted](const Candidate& one) { return text::equalIgnoringCase(one.name, wanted); });
+  auto named =
+      where([wanted](const Candidate& one) { return !one.name.empty() && text::equalIgnoringCase(one.name, wanted); });
   if (!named.empty() || !looksLikeHandle(wanted)) return named;
   const std::string handle = normalised(wanted);
   return where([&handle](const Candidate& one) {
@@ -75,6 +76,8 @@ std::string names(const std::vector<Candidate>& some, bool withIdentifiers) {
 
 PersonChoice PersonChoice::find(std::string_view wanted, const LatelyStore& store) {
   const std::string text = text::repairedUtf8(text::trimmed(wanted));
+  if (text.empty())
+    throw CompanionFailure("An empty text names nobody; give a first name, number, address or identifier.");
   const auto all = candidates(store);
   const auto found = matching(text, all);
   const std::string shown = "\"" + display::printable(text) + "\"";

@@ -1,4 +1,5 @@
-// Finds the one person that somebody means: by identifier, number, address or first name, ignoring case. Pure.
+// Finds the one person that somebody means: by identifier, number, address or first name, ignoring case. An empty
+// text means nobody, not even somebody without a name. Pure.
 // Tested by Tests/Companion/PersonChoiceTests.cpp.
 #pragma once
 

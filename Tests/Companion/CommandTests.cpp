@@ -212,7 +212,7 @@ TEST(LatelyCommand, JsonIsTheExchangeFormWithTheName) {
   EXPECT_EQ(one["name"], "Anna");
   one.erase("name");
   EXPECT_EQ(one, Json::parse(ExchangeCoding::encode(record)));
-  const Json all = Json::parse(LatelyCommand{"", true, {}}.run(world.context()).output);
+  const Json all = Json::parse(LatelyCommand{std::nullopt, true, {}}.run(world.context()).output);
   ASSERT_EQ(all.size(), 2U);
   EXPECT_TRUE(all[1]["name"].is_null());
 }
@@ -289,7 +289,7 @@ TEST(LatelyCommand, WritesAPageThatRunsNothingAndFetchesNothing) {
                       {"https://e.org/\"><img src=x>", record.lastMessageAt}};
   world.writeLately(record);
   const std::string file = world.shared() / "page.html";
-  LatelyCommand{"", false, file}.run(world.context());
+  LatelyCommand{std::nullopt, false, file}.run(world.context());
   const std::string html = *AtomicFile::read(file);
   EXPECT_THAT(html, HasSubstr("&lt;script&gt;alert(&#39;x&#39;)&lt;/script&gt;&quot;&amp;"));
   EXPECT_THAT(html, HasSubstr("default-src 'none'"));
@@ -310,6 +310,19 @@ TEST(DeleteCommand, RemovesTheRecordOfOnePersonOnly) {
   world.secrets().setState(Secrets::locked);
   EXPECT_EQ(DeleteCommand({CompanionWorld::bob().id.toString(), true}).run(world.context()).output,
             "{\"deleted\":\"" + CompanionWorld::bob().id.toString() + "\"}\n");
+}
+
+TEST(PersonChoice, AnEmptyTextNamesNobody) {
+  CompanionWorld world;
+  HelperPerson nameless = CompanionWorld::bob();
+  nameless.firstName.clear();
+  world.writePeople({nameless});
+  world.writeLately(CompanionWorld::record(nameless, 7200));
+  for (const char* empty : {"", " ", "\t\u200B"}) {
+    EXPECT_THAT(failureOf(DeleteCommand{empty, false}, world), HasSubstr("names nobody"));
+    EXPECT_THAT(failureOf(LatelyCommand{empty, false, {}}, world), HasSubstr("names nobody"));
+  }
+  EXPECT_TRUE(std::filesystem::exists(LatelyStore::file(world.shared(), nameless.id)));
 }
 
 TEST(SweepCommand, SaysHowManyFilesWentAndKeepsTheRest) {

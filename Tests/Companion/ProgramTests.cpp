@@ -82,9 +82,14 @@ TEST_F(Program, WrongUsageIsOneSentenceAndTwo) {
                               {"people", "list", "--bogus"},
                               {"status", "extra"},
                               {"lately", "Anna", "Bob"},
+                              {"lately", ""},
+                              {"lately", " "},
+                              {"lately", "--html", ""},
                               {"lately", "--html"},
                               {"lately", "--html", "x.html", "--json"},
                               {"delete"},
+                              {"delete", ""},
+                              {"delete", " "},
                               {"key", "\x1B[31m"},
                               {"--bogus"}};
   for (const Arguments& arguments : kWrong) {
