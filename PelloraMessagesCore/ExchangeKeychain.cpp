@@ -24,21 +24,26 @@ std::optional<ExchangeKey> load(SecretStore& store) {
   return keyIn(store.find(attributes()));
 }
 
-std::optional<ExchangeKey> loadOrCreate(SecretStore& store) {
-  const SecretLookup lookup = store.find(attributes());
+std::optional<ExchangeKey> loadOrCreate(SecretStore& store, std::string* reason) {
+  SecretLookup lookup = store.find(attributes());
   // A locked store may hold a key already, and a value of the wrong size is not ours to replace.
-  if (lookup.outcome != SecretLookup::Outcome::absent) return keyIn(lookup);
-  ExchangeKey created = ExchangeKey::random();
-  switch (store.add(attributes(), kLabel, created.data()).outcome) {
-    case SecretAddition::Outcome::added:
-      return created;
-    case SecretAddition::Outcome::duplicate:
-      return load(store);
-    case SecretAddition::Outcome::locked:
-    case SecretAddition::Outcome::failed:
-      break;
+  if (lookup.outcome == SecretLookup::Outcome::absent) {
+    ExchangeKey created = ExchangeKey::random();
+    const SecretAddition addition = store.add(attributes(), kLabel, created.data());
+    switch (addition.outcome) {
+      case SecretAddition::Outcome::added:
+        return created;
+      case SecretAddition::Outcome::duplicate:
+        lookup = store.find(attributes());
+        break;
+      case SecretAddition::Outcome::locked:
+      case SecretAddition::Outcome::failed:
+        if (reason != nullptr) *reason = addition.reason;
+        return std::nullopt;
+    }
   }
-  return std::nullopt;
+  if (reason != nullptr) *reason = lookup.reason;
+  return keyIn(lookup);
 }
 
 }  // namespace pellora::ExchangeKeychain

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 
 #include "PelloraMessagesCore/ExchangeKey.h"
 #include "PelloraMessagesCore/Ports/SecretStore.h"
@@ -20,7 +21,8 @@ SecretAttributes attributes();
 std::optional<ExchangeKey> load(SecretStore& store);
 
 // As load, and adds a new random key when there is none. Of two that add at once the first one's key counts.
-std::optional<ExchangeKey> loadOrCreate(SecretStore& store);
+// `reason` gets the store's own sentence when it gives or takes no key, and is empty when it has none to say.
+std::optional<ExchangeKey> loadOrCreate(SecretStore& store, std::string* reason = nullptr);
 
 }  // namespace ExchangeKeychain
 

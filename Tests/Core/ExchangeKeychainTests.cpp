@@ -97,8 +97,22 @@ TEST(ExchangeKeychain, LockedOrMissingStoreGivesNoKeyAndCreatesNone) {
 TEST(ExchangeKeychain, RefusedAdditionGivesNoKey) {
   for (const auto outcome : {SecretAddition::Outcome::locked, SecretAddition::Outcome::failed}) {
     RefusingSecretStore store(outcome);
-    EXPECT_EQ(ExchangeKeychain::loadOrCreate(store), std::nullopt);
+    std::string reason;
+    EXPECT_EQ(ExchangeKeychain::loadOrCreate(store, &reason), std::nullopt);
+    EXPECT_EQ(reason, "No.");
   }
+}
+
+TEST(ExchangeKeychain, TellsTheStoresReasonForGivingNoKey) {
+  InMemorySecretStore store;
+  std::string reason = "old";
+  EXPECT_TRUE(ExchangeKeychain::loadOrCreate(store, &reason).has_value());
+  store.setState(InMemorySecretStore::State::locked);
+  EXPECT_EQ(ExchangeKeychain::loadOrCreate(store, &reason), std::nullopt);
+  EXPECT_EQ(reason, "The keyring is locked.");
+  RacedSecretStore raced(bytesOf(31));
+  EXPECT_EQ(ExchangeKeychain::loadOrCreate(raced, &reason), std::nullopt);
+  EXPECT_EQ(reason, "");
 }
 
 TEST(ExchangeKeychain, SecretsOfOthersAreNotTaken) {
