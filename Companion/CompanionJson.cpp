@@ -78,7 +78,8 @@ std::string_view word(PeopleStore::Kind kind) {
   switch (kind) {
     case PeopleStore::Kind::missing:
       return "missing";
-    case PeopleStore::Kind::unreadable:
+    case PeopleStore::Kind::inaccessible:
+    case PeopleStore::Kind::sealed:
       return "unreadable";
     case PeopleStore::Kind::read:
       return "read";
@@ -119,8 +120,10 @@ std::string text(const StatusReport& report) {
                      {"messages", report.store.messages ? Json(*report.store.messages) : Json(nullptr)},
                      {"reason", report.store.reason}};
   object["key"] = {{"state", report.key.word()}, {"reason", report.key.reason}};
-  object["people"] = {
-      {"state", word(report.peopleKind)}, {"count", report.people}, {"sharedHandles", report.sharedHandles}};
+  object["people"] = {{"state", word(report.peopleKind)},
+                      {"reason", report.peopleReason},
+                      {"count", report.people},
+                      {"sharedHandles", report.sharedHandles}};
   object["latelyRecords"] = report.latelyRecords;
   object["lastReadAt"] = date(report.lastReadAt);
   object["heartbeat"] = report.heartbeat ? json(*report.heartbeat, report.now) : Json(nullptr);

@@ -28,17 +28,32 @@ FileLock takeLock(const CompanionContext& context) {
   return std::move(*lock);
 }
 
+// The state with a key, or with none although the store can be asked: one may be made then. Throws CompanionFailure.
+KeyState keyState(const CompanionContext& context) {
+  KeyState state = KeyState::find(context.secrets);
+  if (!state.key && state.kind != KeyState::Kind::none) throw CompanionFailure(state.sentence());
+  return state;
+}
+
+// The people file to add to. Throws CompanionFailure when there is one that cannot be read: its people would be lost.
+PeopleStore storeToChange(const CompanionContext& context, const KeyState& state, bool replaces) {
+  PeopleStore store = PeopleStore::find(context, state.key);
+  if (replaces || store.file || store.kind == PeopleStore::Kind::missing) return store;
+  std::string sentence = store.sentence(state.key.has_value());
+  sentence.pop_back();
+  const bool isOnlyForThisKey = store.kind == PeopleStore::Kind::sealed && state.key;
+  throw CompanionFailure(sentence + "; nothing was changed" +
+                         (isOnlyForThisKey ? " (--replace writes it anew)." : "."));
+}
+
 // The key that is there, else a new one. Throws CompanionFailure.
 ExchangeKey keyForWriting(const CompanionContext& context, const KeyState& state, bool& madeKey) {
   if (state.key) return *state.key;
-  if (state.kind != KeyState::Kind::none) throw CompanionFailure(state.sentence());
-  if (const auto key = ExchangeKeychain::loadOrCreate(context.secrets)) {
-    madeKey = true;
-    return *key;
-  }
-  const KeyState after = KeyState::find(context.secrets);
-  throw CompanionFailure(after.kind == KeyState::Kind::none ? "The secret store does not take the exchange key."
-                                                            : after.sentence());
+  std::string reason;
+  const auto key = ExchangeKeychain::loadOrCreate(context.secrets, &reason);
+  if (!key) throw CompanionFailure(reason.empty() ? "The secret store does not take the exchange key." : reason);
+  madeKey = true;
+  return *key;
 }
 
 }  // namespace
@@ -64,13 +79,8 @@ CommandResult PeopleImportCommand::run(const CompanionContext& context, const Im
                                                   " skipped, the first for: " + reasons + ")."));
   }
   const FileLock lock = takeLock(context);
-  const KeyState state = KeyState::find(context.secrets);
-  const PeopleStore store = PeopleStore::find(context, state.key);
-  if (store.kind == PeopleStore::Kind::unreadable && !replaces) {
-    throw CompanionFailure("The people file exists but does not open" +
-                           std::string(state.key ? " with the exchange key" : " without the exchange key") +
-                           "; nothing was changed (--replace writes it anew).");
-  }
+  const KeyState state = keyState(context);
+  const PeopleStore store = storeToChange(context, state, replaces);
   const auto mode = replaces ? PeopleMerge::Mode::replace : PeopleMerge::Mode::add;
   PeopleMerge merge = PeopleMerge::merge(store.people(), imported.people, mode);
   outcome.changes = std::move(merge.changes);

@@ -20,10 +20,7 @@ std::string joined(const std::vector<std::string>& texts) {
 
 CommandResult PeopleListCommand::run(const CompanionContext& context) const {
   const PeopleStore store = PeopleStore::find(context, context.key());
-  if (store.kind == PeopleStore::Kind::missing)
-    throw CompanionFailure("There is no people file yet; \"pellora-companion people import FILE\" writes it.");
-  if (store.kind == PeopleStore::Kind::unreadable)
-    throw CompanionFailure("The people file exists but does not open with the exchange key.");
+  if (!store.file) throw CompanionFailure(store.sentence(true));
   const auto& people = store.file->people;
   if (json) return {companion_json::text(people), {}};
   if (people.empty()) return {"The people file is empty.\n", {}};

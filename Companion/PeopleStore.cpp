@@ -1,9 +1,26 @@
 #include "Companion/PeopleStore.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <system_error>
 
+#include "PelloraMessagesCore/FileDescriptor.h"
+
 namespace pellora {
+
+namespace {
+
+// Why the file that is there cannot be read, a short phrase; empty when it can.
+std::string obstacle(const std::filesystem::path& file) {
+  const FileDescriptor descriptor = FileDescriptor::open(file, O_RDONLY | O_NONBLOCK);
+  struct stat status{};
+  if (!descriptor.isOpen() || ::fstat(descriptor.number(), &status) != 0) return std::generic_category().message(errno);
+  return S_ISREG(status.st_mode) ? "" : "not a regular file";
+}
+
+}  // namespace
 
 PeopleStore PeopleStore::find(const CompanionContext& context, const std::optional<ExchangeKey>& key) {
   PeopleStore store;
@@ -12,10 +29,26 @@ PeopleStore PeopleStore::find(const CompanionContext& context, const std::option
   std::error_code error;
   const auto status = std::filesystem::symlink_status(*url, error);
   if (status.type() == std::filesystem::file_type::not_found) return store;
-  store.kind = Kind::unreadable;
+  store.reason = obstacle(*url);
+  store.kind = store.reason.empty() ? Kind::sealed : Kind::inaccessible;
   if (key) store.file = HelperPeopleFile::read(*key, context.folder);
   if (store.file) store.kind = Kind::read;
   return store;
+}
+
+std::string PeopleStore::sentence(bool hasKey) const {
+  switch (kind) {
+    case Kind::missing:
+      return "There is no people file yet; \"pellora-companion people import FILE\" writes it.";
+    case Kind::inaccessible:
+      return "The people file cannot be read: " + reason + ".";
+    case Kind::sealed:
+      return hasKey ? "The people file exists but does not open with the exchange key."
+                    : "The people file exists but there is no exchange key that opens it.";
+    case Kind::read:
+      break;
+  }
+  return "There is a people file.";
 }
 
 }  // namespace pellora

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "Companion/CompanionContext.h"
@@ -10,13 +11,22 @@
 namespace pellora {
 
 struct PeopleStore {
-  enum class Kind { missing, unreadable, read };
+  enum class Kind {
+    missing,
+    inaccessible,  // it is there, or may be, and the system does not let it be read
+    sealed,        // it can be read and does not open: no key, another one, or damaged
+    read,
+  };
 
   Kind kind = Kind::missing;
+  std::string reason;  // when inaccessible why, a short phrase
   std::optional<HelperPeopleFile> file;
 
-  // Without a key a file that is there is unreadable.
+  // Without a key a file that can be read is sealed.
   static PeopleStore find(const CompanionContext& context, const std::optional<ExchangeKey>& key);
+
+  // The kind in one sentence.
+  std::string sentence(bool hasKey) const;
 
   // Everybody in it; nobody when it cannot be read.
   std::vector<HelperPerson> people() const { return file ? file->people : std::vector<HelperPerson>(); }

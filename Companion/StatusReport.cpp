@@ -48,7 +48,9 @@ std::string peopleText(const StatusReport& report) {
   switch (report.peopleKind) {
     case PeopleStore::Kind::missing:
       return "none yet";
-    case PeopleStore::Kind::unreadable:
+    case PeopleStore::Kind::inaccessible:
+      return "the people file cannot be read: " + report.peopleReason;
+    case PeopleStore::Kind::sealed:
       return report.key.key ? "the people file does not open with the key"
                             : "the people file cannot be opened without the key";
     case PeopleStore::Kind::read:
@@ -84,6 +86,7 @@ StatusReport StatusReport::gather(const CompanionContext& context, const std::fi
   report.key = KeyState::find(context.secrets);
   const PeopleStore people = PeopleStore::find(context, report.key.key);
   report.peopleKind = people.kind;
+  report.peopleReason = people.reason;
   report.people = people.people().size();
   report.sharedHandles = SharedHandle::find(people.people()).size();
   if (report.key.key) report.latelyRecords = MessagesLatelyInbox::readAll(*report.key.key, context.folder).size();
@@ -100,7 +103,11 @@ std::string StatusReport::nextStep() const {
            " (copy it there, or give yourself access to it).";
   if (key.kind == Kind::locked) return "Unlock the keyring, then ask again.";
   if (key.kind == Kind::unavailable || key.kind == Kind::damaged) return key.sentence();
-  if (peopleKind == PeopleStore::Kind::unreadable)
+  if (peopleKind == PeopleStore::Kind::inaccessible)
+    return "Give yourself access to the people file, people.json in the shared folder (" + peopleReason + ").";
+  if (peopleKind == PeopleStore::Kind::sealed && !key.key)
+    return "Bring back the exchange key of the people file: is PELLORA_SECRET_STORE set as when it was written?";
+  if (peopleKind == PeopleStore::Kind::sealed)
     return "Import the people anew: pellora-companion people import --replace FILE";
   if (!key.key || people == 0) return "Choose the people: pellora-companion people import FILE";
   if (!isHelperFresh()) return "Start the helper: pellora-for-messages";

@@ -18,6 +18,7 @@ struct StatusReport {
   StoreProbe store;
   KeyState key;
   PeopleStore::Kind peopleKind = PeopleStore::Kind::missing;
+  std::string peopleReason;  // when the file is inaccessible why
   std::size_t people = 0;
   std::size_t sharedHandles = 0;  // numbers and addresses that several people claim
   std::size_t latelyRecords = 0;

@@ -12,6 +12,8 @@ SecretLookup InMemorySecretStore::find(const SecretAttributes& attributes) {
 
 SecretAddition InMemorySecretStore::add(const SecretAttributes& attributes, const std::string& label,
                                         const SecretBytes& data) {
+  if (_state == State::withoutCollection)
+    return {SecretAddition::Outcome::failed, "There is no keyring yet that could keep the key."};
   switch (find(attributes).outcome) {
     case SecretLookup::Outcome::found:
       return {SecretAddition::Outcome::duplicate, {}};

@@ -10,7 +10,7 @@ namespace pellora {
 
 class InMemorySecretStore : public SecretStore {
  public:
-  enum class State { open, locked, unavailable };
+  enum class State { open, locked, unavailable, withoutCollection };
 
   SecretLookup find(const SecretAttributes& attributes) override;
   SecretAddition add(const SecretAttributes& attributes, const std::string& label, const SecretBytes& data) override;

@@ -1,5 +1,6 @@
 // The commands in memory: what they do to the files and what they say.
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
@@ -137,6 +138,94 @@ TEST(PeopleImportCommand, WritesNothingWithoutAccessToTheKey) {
     EXPECT_THROW(import(world, kCsv), CompanionFailure);
     EXPECT_FALSE(std::filesystem::exists(world.shared() / "people.json"));
   }
+}
+
+std::string failureOfImport(CompanionWorld& world, PeopleImportCommand command = {}) {
+  try {
+    import(world, kCsv, command);
+  } catch (const CompanionFailure& failure) {
+    return failure.what();
+  }
+  return {};
+}
+
+TEST(PeopleImportCommand, BlamesTheStoreThatGivesNoKeyAndNotThePeopleFile) {
+  struct {
+    Secrets state;
+    const char* sentence;
+  } const kCases[] = {{Secrets::locked, "The keyring is locked."}, {Secrets::unavailable, "There is no keyring."}};
+  for (const auto& each : kCases) {
+    CompanionWorld world;
+    world.writePeople({CompanionWorld::anna()});
+    world.secrets().setState(each.state);
+    EXPECT_EQ(failureOfImport(world), each.sentence);
+    EXPECT_EQ(failureOfImport(world, {{}, true}), each.sentence) << "replacing";
+    EXPECT_EQ(failureOfImport(world, {{}, false, true}), each.sentence) << "trial";
+    world.secrets().setState(Secrets::open);
+    EXPECT_THAT(world.readPeople(), SizeIs(1));
+  }
+}
+
+TEST(PeopleImportCommand, OffersToReplaceOnlyAFileThatTheKeyDoesNotOpen) {
+  CompanionWorld world;
+  AtomicFile::write(world.shared() / "people.json", "PMX1 of a lost key");
+  EXPECT_EQ(failureOfImport(world),
+            "The people file exists but there is no exchange key that opens it; nothing was changed.");
+  world.key();
+  EXPECT_EQ(failureOfImport(world),
+            "The people file exists but does not open with the exchange key; nothing was changed "
+            "(--replace writes it anew).");
+}
+
+// Each puts something that cannot be read where the people file belongs.
+struct Obstacle {
+  const char* reason;
+  void (*put)(const std::filesystem::path& shared);
+};
+
+const Obstacle kObstacles[] = {
+    {"Too many levels of symbolic links",
+     [](const std::filesystem::path& shared) {
+       std::filesystem::create_directory(shared);
+       std::filesystem::create_symlink("people.json", shared / "people.json");
+     }},
+    {"Too many levels of symbolic links",
+     [](const std::filesystem::path& shared) { std::filesystem::create_symlink("shared", shared); }},
+    {"not a regular file",
+     [](const std::filesystem::path& shared) { std::filesystem::create_directories(shared / "people.json"); }},
+};
+
+TEST(PeopleStore, SaysWhyThePeopleFileCannotBeRead) {
+  for (const Obstacle& obstacle : kObstacles) {
+    CompanionWorld world;
+    world.key();
+    obstacle.put(world.shared());
+    const std::string sentence = std::string("The people file cannot be read: ") + obstacle.reason;
+    EXPECT_EQ(failureOfImport(world), sentence + "; nothing was changed.");
+    EXPECT_EQ(failureOf(PeopleListCommand(), world), sentence + ".");
+    const auto report = StatusReport::gather(world.context(), world.shared() / "chat.db");
+    EXPECT_THAT(report.text(world.context()), HasSubstr("the people file cannot be read: "));
+    EXPECT_EQ(report.peopleReason, obstacle.reason);
+  }
+}
+
+TEST(PeopleStore, SaysThatPermissionIsMissing) {
+  if (::geteuid() == 0) GTEST_SKIP() << "permission bits do not bind this user";
+  CompanionWorld world;
+  world.writePeople({CompanionWorld::anna()});
+  for (const auto& place : {world.shared() / "people.json", world.shared()}) {
+    std::filesystem::permissions(place, std::filesystem::perms::none);
+    EXPECT_EQ(failureOfImport(world), "The people file cannot be read: Permission denied; nothing was changed.");
+    EXPECT_THAT(StatusReport::gather(world.context(), "/nowhere").text(world.context()),
+                HasSubstr("Permission denied"));
+    std::filesystem::permissions(place, std::filesystem::perms::owner_all);
+  }
+}
+
+TEST(PeopleImportCommand, TellsWhyTheKeyWasNotTaken) {
+  CompanionWorld world;
+  world.secrets().setState(Secrets::withoutCollection);
+  EXPECT_EQ(failureOfImport(world), "There is no keyring yet that could keep the key.");
 }
 
 TEST(PeopleImportCommand, JsonTellsTheSame) {
@@ -352,12 +441,15 @@ struct Step {
 const Step kSteps[] = {
     {"Make the Messages database readable", [](StatusReport&) {}},
     {"Choose the people", [](StatusReport& report) { report.store.messages = 5; }},
+    {"Bring back the exchange key", [](StatusReport& report) { report.peopleKind = PeopleStore::Kind::sealed; }},
+    {"Give yourself access to the people file",
+     [](StatusReport& report) { report.peopleKind = PeopleStore::Kind::inaccessible; }},
     {"Unlock the keyring", [](StatusReport& report) { report.key.kind = KeyState::Kind::locked; }},
     {"Import the people anew",
      [](StatusReport& report) {
        report.key.kind = KeyState::Kind::found;
        report.key.key = ExchangeKey::random();
-       report.peopleKind = PeopleStore::Kind::unreadable;
+       report.peopleKind = PeopleStore::Kind::sealed;
      }},
     {"Start the helper",
      [](StatusReport& report) {
