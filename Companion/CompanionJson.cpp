@@ -124,7 +124,7 @@ std::string text(const StatusReport& report) {
                       {"reason", report.peopleReason},
                       {"count", report.people},
                       {"sharedHandles", report.sharedHandles}};
-  object["latelyRecords"] = report.latelyRecords;
+  object["latelyRecords"] = report.latelyReason.empty() ? Json(report.latelyRecords) : Json(nullptr);
   object["lastReadAt"] = date(report.lastReadAt);
   object["heartbeat"] = report.heartbeat ? json(*report.heartbeat, report.now) : Json(nullptr);
   object["model"] = report.model ? json(*report.model) : Json(nullptr);

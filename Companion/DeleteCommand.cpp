@@ -10,13 +10,22 @@
 
 namespace pellora {
 
+namespace {
+
+// Surely absent: a file that cannot be looked at may be there.
+bool isAbsent(const std::filesystem::path& file) {
+  std::error_code error;
+  return std::filesystem::symlink_status(file, error).type() == std::filesystem::file_type::not_found;
+}
+
+}  // namespace
+
 CommandResult DeleteCommand::run(const CompanionContext& context) const {
   const auto id = Uuid::parse(person);
   const PersonChoice choice =
       id ? PersonChoice{*id, id->toString()} : PersonChoice::find(person, LatelyStore::read(context, context.key()));
   const std::string title = display::printable(choice.title);
-  std::error_code error;
-  if (!context.folder || !std::filesystem::exists(LatelyStore::file(*context.folder, choice.id), error))
+  if (!context.folder || isAbsent(LatelyStore::file(*context.folder, choice.id)))
     throw CompanionFailure("There is no lately record of " + title + ".");
   if (!MessagesLatelyInbox::remove(context.folder, choice.id))
     throw CompanionFailure("The lately record of " + title + " cannot be removed.");

@@ -4,6 +4,8 @@
 #include <system_error>
 #include <unordered_map>
 
+#include "Companion/CompanionFailure.h"
+#include "Companion/DisplayText.h"
 #include "Companion/PeopleStore.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"
@@ -11,16 +13,6 @@
 namespace pellora {
 
 namespace {
-
-std::size_t countFiles(const std::optional<std::filesystem::path>& folder) {
-  if (!folder) return 0;
-  std::size_t count = 0;
-  std::error_code error;
-  std::filesystem::directory_iterator files(*folder / HelperExchange::kLatelyFolder, error);
-  for (; !error && files != std::filesystem::directory_iterator(); files.increment(error))
-    if (files->path().extension() == ".json") ++count;
-  return count;
-}
 
 // People one has written to before people one has not; within each the latest first.
 bool isTalkedToLater(const NamedLately& left, const NamedLately& right) {
@@ -33,7 +25,16 @@ bool isTalkedToLater(const NamedLately& left, const NamedLately& right) {
 
 }  // namespace
 
+std::size_t LatelyStore::countFiles(const CompanionContext& context) {
+  const MessagesLatelyInbox::Listing listing = MessagesLatelyInbox::list(context.folder);
+  if (listing.error)
+    throw CompanionFailure("The lately records cannot be listed: " + listing.error.message() + " (" +
+                           display::printable((*context.folder / HelperExchange::kLatelyFolder).string()) + ").");
+  return listing.names.size();
+}
+
 LatelyStore LatelyStore::read(const CompanionContext& context, const ExchangeKey& key) {
+  const std::size_t files = countFiles(context);
   LatelyStore store;
   store.people = PeopleStore::find(context, key).people();
   std::unordered_map<Uuid, std::string> names;
@@ -44,7 +45,6 @@ LatelyStore LatelyStore::read(const CompanionContext& context, const ExchangeKey
     store.records.push_back({name == names.end() ? std::nullopt : std::optional(name->second), std::move(record)});
   }
   std::sort(store.records.begin(), store.records.end(), isTalkedToLater);
-  const std::size_t files = countFiles(context.folder);
   store.unreadable = files > store.records.size() ? files - store.records.size() : 0;
   return store;
 }

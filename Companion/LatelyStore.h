@@ -16,7 +16,11 @@ struct LatelyStore {
   std::vector<HelperPerson> people;  // of the people file, if it can be read
   std::size_t unreadable = 0;        // files that hold no valid record
 
+  // Throws CompanionFailure when the records cannot be listed; when there is no folder of them, there are none.
   static LatelyStore read(const CompanionContext& context, const ExchangeKey& key);
+
+  // How many files may be records, readable or not. Throws as `read` does.
+  static std::size_t countFiles(const CompanionContext& context);
 
   // The record's file, whatever is in it.
   static std::filesystem::path file(const std::filesystem::path& folder, const Uuid& person);

@@ -89,6 +89,8 @@ StatusReport StatusReport::gather(const CompanionContext& context, const std::fi
   report.peopleReason = people.reason;
   report.people = people.people().size();
   report.sharedHandles = SharedHandle::find(people.people()).size();
+  const std::error_code error = MessagesLatelyInbox::list(context.folder).error;
+  if (error) report.latelyReason = error.message();
   if (report.key.key) report.latelyRecords = MessagesLatelyInbox::readAll(*report.key.key, context.folder).size();
   report.heartbeat = HelperHeartbeat::read(context.folder);
   report.lastReadAt = lastReadOf(report.heartbeat);
@@ -110,6 +112,8 @@ std::string StatusReport::nextStep() const {
   if (peopleKind == PeopleStore::Kind::sealed)
     return "Import the people anew: pellora-companion people import --replace FILE";
   if (!key.key || people == 0) return "Choose the people: pellora-companion people import FILE";
+  if (!latelyReason.empty())
+    return "Give yourself access to the lately records, the folder Lately in the shared folder (" + latelyReason + ").";
   if (!isHelperFresh()) return "Start the helper: pellora-for-messages";
   if (heartbeat->status == HelperHeartbeat::Status::failed)
     return "Open the helper's window to see why the last read failed.";
@@ -127,7 +131,9 @@ std::string StatusReport::text(const CompanionContext& context) const {
               good(lastReadAt.has_value()));
   text += row(context, "Helper", heartbeatText(heartbeat, context),
               good(isHelperFresh() && heartbeat->status == HelperHeartbeat::Status::reading));
-  text += row(context, "Lately records", std::to_string(latelyRecords), good(latelyRecords > 0));
+  text += row(context, "Lately records",
+              latelyReason.empty() ? std::to_string(latelyRecords) : "cannot be listed: " + latelyReason,
+              good(latelyRecords > 0 && latelyReason.empty()));
   if (model) text += row(context, "Language model", modelText(*model), good(model->isAvailable));
   if (protections) text += row(context, "Protections", protectionsText(*protections), Ink::green);
   return text + row(context, "Next step", nextStep(), Ink::bold);

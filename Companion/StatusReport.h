@@ -22,6 +22,7 @@ struct StatusReport {
   std::size_t people = 0;
   std::size_t sharedHandles = 0;  // numbers and addresses that several people claim
   std::size_t latelyRecords = 0;
+  std::string latelyReason;  // when they cannot be listed why
   std::optional<HelperHeartbeat> heartbeat;
   std::optional<Instant> lastReadAt;
   std::optional<ModelReport> model;              // absent when nobody looked

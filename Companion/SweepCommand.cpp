@@ -9,6 +9,7 @@ namespace pellora {
 
 CommandResult SweepCommand::run(const CompanionContext& context) const {
   const ExchangeKey key = context.key();
+  LatelyStore::countFiles(context);  // nothing is said to be swept that could not be looked at
   const std::size_t removed = MessagesLatelyInbox::sweep(key, context.folder);
   const LatelyStore store = LatelyStore::read(context, key);
   CommandResult result;

@@ -26,19 +26,6 @@ std::string fileName(const std::string& name) {
   return std::string(HelperExchange::kLatelyFolder) + "/" + name + kExtension;
 }
 
-// The names without their extension of all files that may be records, sorted by their bytes so that the order does
-// not depend on the file system. An extension is compared as it stands; a name that is nothing but an extension
-// has none.
-std::vector<std::string> listNames(const fs::path& folder) {
-  std::vector<std::string> names;
-  std::error_code error;
-  fs::directory_iterator entry(folder / HelperExchange::kLatelyFolder, error);
-  for (; !error && entry != fs::directory_iterator(); entry.increment(error))
-    if (entry->path().extension() == kExtension) names.push_back(entry->path().stem().string());
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
 // The record in this file, under whatever name it lies.
 std::optional<MessagesLatelyRecord> readNamed(const ExchangeKey& key, const Folder& folder, const std::string& name) {
   const std::optional<std::string> json =
@@ -63,6 +50,21 @@ void removeDaysFolder(const fs::path& folder) {
 
 }  // namespace
 
+Listing list(const Folder& folder) {
+  Listing listing;
+  if (!folder) return listing;
+  fs::directory_iterator entry(*folder / HelperExchange::kLatelyFolder, listing.error);
+  if (listing.error == std::errc::no_such_file_or_directory) listing.error.clear();
+  for (; !listing.error && entry != fs::directory_iterator(); entry.increment(listing.error)) {
+    std::error_code ignored;
+    // The kind of the entry itself: a link to a folder is a file here.
+    const bool isFolder = entry->symlink_status(ignored).type() == fs::file_type::directory;
+    if (entry->path().extension() == kExtension && !isFolder) listing.names.push_back(entry->path().stem().string());
+  }
+  std::sort(listing.names.begin(), listing.names.end());
+  return listing;
+}
+
 void write(const ExchangeKey& key, const Folder& folder, const MessagesLatelyRecord& record) {
   const std::string name = record.personID.toString();
   SealedFile::write(key, folder, fileName(name), HelperExchange::latelyContext(name), ExchangeCoding::encode(record));
@@ -86,8 +88,7 @@ std::optional<MessagesLatelyRecord> read(const ExchangeKey& key, const Folder& f
 
 std::vector<MessagesLatelyRecord> readAll(const ExchangeKey& key, const Folder& folder) {
   std::vector<MessagesLatelyRecord> records;
-  if (!folder) return records;
-  for (const std::string& name : listNames(*folder))
+  for (const std::string& name : list(folder).names)
     if (std::optional<MessagesLatelyRecord> record = readOwn(key, folder, name)) records.push_back(*std::move(record));
   return records;
 }
@@ -104,7 +105,7 @@ std::size_t sweep(const ExchangeKey& key, const Folder& folder) {
   std::error_code ignored;
   // Nothing is ever removed outside the shared folder, so not through a link either.
   if (!fs::is_symlink(*folder / HelperExchange::kLatelyFolder, ignored))
-    for (const std::string& name : listNames(*folder))
+    for (const std::string& name : list(folder).names)
       if (!readOwn(key, folder, name) && ::unlink((*folder / fileName(name)).c_str()) == 0) ++removedCount;
   removeDaysFolder(*folder);
   return removedCount;

@@ -432,6 +432,55 @@ TEST(SweepCommand, WithoutAKeyNothingIsRemoved) {
   EXPECT_TRUE(std::filesystem::exists(LatelyStore::file(world.shared(), CompanionWorld::anna().id)));
 }
 
+TEST(SweepCommand, AFolderIsNoRecordFile) {
+  CompanionWorld world;
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 7200));
+  std::filesystem::create_directories(world.shared() / "Lately/dir.json/inside");
+  EXPECT_THAT(LatelyCommand().run(world.context()).output, Not(HasSubstr("cannot be read")));
+  const CommandResult result = SweepCommand().run(world.context());
+  EXPECT_EQ(result.output, "Removed 0 files, kept 1 lately record.\n");
+  EXPECT_THAT(result.complaint, IsEmpty());
+  EXPECT_TRUE(std::filesystem::exists(world.shared() / "Lately/dir.json/inside"));
+}
+
+TEST(LatelyStore, NoFolderMeansNoRecords) {
+  CompanionWorld world;
+  world.key();
+  EXPECT_THAT(LatelyCommand().run(world.context()).output, HasSubstr("There are no lately records yet"));
+  EXPECT_THAT(SweepCommand().run(world.context()).output, HasSubstr("Removed 0 files"));
+}
+
+void expectNoListing(CompanionWorld& world, const char* reason) {
+  const auto isTold = HasSubstr(std::string("The lately records cannot be listed: ") + reason);
+  EXPECT_THAT(failureOf(LatelyCommand(), world), isTold);
+  EXPECT_THAT(failureOf(LatelyCommand{"Anna", true, {}}, world), isTold);
+  EXPECT_THAT(failureOf(SweepCommand(), world), isTold);
+  EXPECT_THAT(failureOf(DeleteCommand{"Anna", false}, world), isTold);
+  EXPECT_THAT(failureOf(DeleteCommand{CompanionWorld::anna().id.toString(), false}, world),
+              HasSubstr("cannot be removed"));
+  const auto report = StatusReport::gather(world.context(), "/nowhere");
+  EXPECT_THAT(report.text(world.context()), HasSubstr(std::string("cannot be listed: ") + reason));
+}
+
+TEST(LatelyStore, RecordsThatCannotBeListedAreNotTakenForNone) {
+  CompanionWorld world;
+  world.writePeople({CompanionWorld::anna()});
+  std::filesystem::create_symlink("Lately", world.shared() / "Lately");
+  expectNoListing(world, "Too many levels of symbolic links");
+}
+
+TEST(LatelyStore, SaysThatPermissionIsMissing) {
+  if (::geteuid() == 0) GTEST_SKIP() << "permission bits do not bind this user";
+  CompanionWorld world;
+  world.writePeople({CompanionWorld::anna()});
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 7200));
+  for (const auto& place : {world.shared() / "Lately", world.shared()}) {
+    std::filesystem::permissions(place, std::filesystem::perms::none);
+    expectNoListing(world, "Permission denied");
+    std::filesystem::permissions(place, std::filesystem::perms::owner_all);
+  }
+}
+
 struct Step {
   const char* next;
   void (*prepare)(StatusReport&);
@@ -451,11 +500,13 @@ const Step kSteps[] = {
        report.key.key = ExchangeKey::random();
        report.peopleKind = PeopleStore::Kind::sealed;
      }},
-    {"Start the helper",
+    {"Give yourself access to the lately records",
      [](StatusReport& report) {
        report.peopleKind = PeopleStore::Kind::read;
        report.people = 2;
+       report.latelyReason = "Permission denied";
      }},
+    {"Start the helper", [](StatusReport& report) { report.latelyReason.clear(); }},
     {"Ask for a read",
      [](StatusReport& report) {
        report.heartbeat = HelperHeartbeat{report.now, HelperHeartbeat::Status::reading, {}, "1.0"};

@@ -184,6 +184,28 @@ TEST_F(MessagesLatelyInboxTest, WhatIsNoFileIsReadAsNothing) {
   EXPECT_FALSE(fs::exists(fs::symlink_status(lately("dangling.json"))));
 }
 
+TEST_F(MessagesLatelyInboxTest, ListsFilesThatMayBeRecordsAndNoFolders) {
+  EXPECT_TRUE(MessagesLatelyInbox::list(std::nullopt).names.empty());
+  EXPECT_FALSE(MessagesLatelyInbox::list(_folder.path()).error);
+  EXPECT_FALSE(MessagesLatelyInbox::list(_folder / "nowhere").error);
+  for (const char* name : {"b.json", "a.json", "notes.txt", ".json", "C.JSON"}) AtomicFile::write(lately(name), "x");
+  fs::create_directory(lately("folder.json"));
+  fs::create_directory_symlink("folder.json", lately("link.json"));
+  const auto listing = MessagesLatelyInbox::list(_folder.path());
+  EXPECT_EQ(listing.names, (std::vector<std::string>{"a", "b", "link"}));
+  EXPECT_FALSE(listing.error);
+}
+
+TEST_F(MessagesLatelyInboxTest, TellsWhenItCannotList) {
+  fs::create_symlink("Lately", _folder / "Lately");
+  EXPECT_EQ(MessagesLatelyInbox::list(_folder.path()).error, std::errc::too_many_symbolic_link_levels);
+  EXPECT_TRUE(MessagesLatelyInbox::readAll(_key, _folder.path()).empty());
+  EXPECT_EQ(sweep(), 0u);
+  fs::remove(_folder / "Lately");
+  AtomicFile::write(_folder / "Lately", "x");
+  EXPECT_EQ(MessagesLatelyInbox::list(_folder.path()).error, std::errc::not_a_directory);
+}
+
 TEST_F(MessagesLatelyInboxTest, SweepRemovesALinkAndNotWhatItLeadsTo) {
   AtomicFile::write(_folder / "precious", "x");
   fs::create_directories(_folder / "Lately");
