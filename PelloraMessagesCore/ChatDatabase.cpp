@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <pwd.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +15,7 @@
 #include <system_error>
 #include <utility>
 
+#include "PelloraMessagesCore/FileDescriptor.h"
 #include "PelloraMessagesCore/MessageBody.h"
 #include "PelloraMessagesCore/Text.h"
 
@@ -186,10 +188,10 @@ std::filesystem::path ChatDatabase::defaultURL() {
 }
 
 bool ChatDatabase::canRead(const std::filesystem::path& url) {
-  const int descriptor = open(url.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0) return false;
-  close(descriptor);
-  return true;
+  // A pipe or a terminal in the file's place must not make the reader wait.
+  const FileDescriptor descriptor = FileDescriptor::open(url, O_RDONLY | O_NONBLOCK);
+  struct stat status{};
+  return descriptor.isOpen() && ::fstat(descriptor.number(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 ChatDatabase::ChatDatabase(const std::filesystem::path& url) {

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -99,6 +100,18 @@ TEST(ChatDatabaseLocation, CanReadMeansThatTheFileOpens) {
   EXPECT_TRUE(ChatDatabase::canRead(folder / "chat.db"));
   std::filesystem::create_symlink("nowhere", folder / "dangling.db");
   EXPECT_FALSE(ChatDatabase::canRead(folder / "dangling.db"));
+  std::filesystem::create_symlink("chat.db", folder / "link.db");
+  EXPECT_TRUE(ChatDatabase::canRead(folder / "link.db"));
+}
+
+TEST(ChatDatabaseLocation, WhatIsNoRegularFileCannotBeReadAndIsNotWaitedFor) {
+  const TemporaryFolder folder;
+  ASSERT_EQ(::mkfifo((folder / "pipe.db").c_str(), 0600), 0);
+  std::filesystem::create_symlink("pipe.db", folder / "link.db");
+  EXPECT_FALSE(ChatDatabase::canRead(folder / "pipe.db"));
+  EXPECT_FALSE(ChatDatabase::canRead(folder / "link.db"));
+  EXPECT_FALSE(ChatDatabase::canRead(folder.path()));
+  EXPECT_FALSE(ChatDatabase::canRead("/dev/null"));
 }
 
 TEST(ChatDatabaseOpening, AMissingFileCannotBeOpenedAndIsNotCreated) {
