@@ -1,26 +1,11 @@
 #include "Companion/PeopleStore.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <filesystem>
 #include <system_error>
 
-#include "PelloraMessagesCore/FileDescriptor.h"
+#include "Companion/ReadingObstacle.h"
 
 namespace pellora {
-
-namespace {
-
-// Why the file that is there cannot be read, a short phrase; empty when it can.
-std::string obstacle(const std::filesystem::path& file) {
-  const FileDescriptor descriptor = FileDescriptor::open(file, O_RDONLY | O_NONBLOCK);
-  struct stat status{};
-  if (!descriptor.isOpen() || ::fstat(descriptor.number(), &status) != 0) return std::generic_category().message(errno);
-  return S_ISREG(status.st_mode) ? "" : "not a regular file";
-}
-
-}  // namespace
 
 PeopleStore PeopleStore::find(const CompanionContext& context, const std::optional<ExchangeKey>& key) {
   PeopleStore store;
@@ -29,7 +14,7 @@ PeopleStore PeopleStore::find(const CompanionContext& context, const std::option
   std::error_code error;
   const auto status = std::filesystem::symlink_status(*url, error);
   if (status.type() == std::filesystem::file_type::not_found) return store;
-  store.reason = obstacle(*url);
+  store.reason = reading_obstacle::find(*url);
   store.kind = store.reason.empty() ? Kind::sealed : Kind::inaccessible;
   if (key) store.file = HelperPeopleFile::read(*key, context.folder);
   if (store.file) store.kind = Kind::read;

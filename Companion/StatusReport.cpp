@@ -100,6 +100,8 @@ StatusReport StatusReport::gather(const CompanionContext& context, const std::fi
 
 std::string StatusReport::nextStep() const {
   using Kind = KeyState::Kind;
+  if (store.isLocked)
+    return "Close the program that holds the Messages database, or wait until it is done, then ask again.";
   if (!store.messages)
     return "Make the Messages database readable at " + store.file.string() +
            " (copy it there, or give yourself access to it).";

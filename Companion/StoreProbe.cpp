@@ -1,11 +1,10 @@
 #include "Companion/StoreProbe.h"
 
 #include <sqlite3.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <memory>
-#include <system_error>
+
+#include "Companion/ReadingObstacle.h"
 
 namespace pellora {
 
@@ -24,11 +23,9 @@ struct FinalizeStatement {
 }  // namespace
 
 StoreProbe StoreProbe::of(const std::filesystem::path& file) {
-  StoreProbe probe{file, std::nullopt, {}};
-  if (access(file.c_str(), R_OK) != 0) {
-    probe.reason = errno == ENOENT || errno == ENOTDIR ? "not there" : std::generic_category().message(errno);
-    return probe;
-  }
+  StoreProbe probe{file, std::nullopt, {}, false};
+  probe.reason = reading_obstacle::find(file);
+  if (!probe.reason.empty()) return probe;
   sqlite3* opened = nullptr;
   const int code = sqlite3_open_v2(file.c_str(), &opened, SQLITE_OPEN_READONLY, nullptr);
   const std::unique_ptr<sqlite3, CloseDatabase> database(opened);
@@ -40,10 +37,12 @@ StoreProbe StoreProbe::of(const std::filesystem::path& file) {
   sqlite3_stmt* prepared = nullptr;
   sqlite3_prepare_v2(database.get(), "SELECT count(*) FROM message", -1, &prepared, nullptr);
   const std::unique_ptr<sqlite3_stmt, FinalizeStatement> statement(prepared);
-  if (statement && sqlite3_step(statement.get()) == SQLITE_ROW)
+  if (statement && sqlite3_step(statement.get()) == SQLITE_ROW) {
     probe.messages = sqlite3_column_int64(statement.get(), 0);
-  else
-    probe.reason = sqlite3_errmsg(database.get());
+    return probe;
+  }
+  probe.isLocked = sqlite3_errcode(database.get()) == SQLITE_BUSY;
+  probe.reason = sqlite3_errmsg(database.get());
   return probe;
 }
 

@@ -12,6 +12,7 @@ struct StoreProbe {
   std::filesystem::path file;
   std::optional<std::int64_t> messages;  // absent when it cannot be read
   std::string reason;                    // then why, a short phrase
+  bool isLocked = false;                 // another program holds it for itself
 
   static StoreProbe of(const std::filesystem::path& file);
 };

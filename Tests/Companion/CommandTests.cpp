@@ -489,7 +489,8 @@ struct Step {
 // Each makes good what the one before asked for.
 const Step kSteps[] = {
     {"Make the Messages database readable", [](StatusReport&) {}},
-    {"Choose the people", [](StatusReport& report) { report.store.messages = 5; }},
+    {"Close the program that holds the Messages database", [](StatusReport& report) { report.store.isLocked = true; }},
+    {"Choose the people", [](StatusReport& report) { report.store = {{}, 5, {}, false}; }},
     {"Bring back the exchange key", [](StatusReport& report) { report.peopleKind = PeopleStore::Kind::sealed; }},
     {"Give yourself access to the people file",
      [](StatusReport& report) { report.peopleKind = PeopleStore::Kind::inaccessible; }},
