@@ -1,6 +1,7 @@
 #include "Companion/LatelyCommand.h"
 
-#include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 #include "Companion/CompanionFailure.h"
 #include "Companion/CompanionJson.h"
@@ -26,6 +27,18 @@ std::vector<NamedLately> chosen(const std::optional<std::string>& person, const 
   return {*lately};
 }
 
+// Into a folder that is there: one that the user mistyped is not to be made.
+void writePage(const std::string& name, const std::string& html) {
+  const std::filesystem::path file = std::filesystem::absolute(name);
+  std::error_code error;
+  const bool isThere = std::filesystem::is_directory(file.parent_path(), error);
+  if (error || !isThere)
+    throw CompanionFailure("Cannot write " + display::printable(name) + ": " +
+                           (error ? error.message() : "its folder is no folder") + ".");
+  const InterruptionGuard guard;
+  AtomicFile::write(file, html);
+}
+
 }  // namespace
 
 CommandResult LatelyCommand::run(const CompanionContext& context) const {
@@ -40,9 +53,7 @@ CommandResult LatelyCommand::run(const CompanionContext& context) const {
   const auto records = chosen(person, store);
   CommandResult result;
   if (!htmlFile.empty()) {
-    const std::string html = LatelyPage(notes, context).html(records);
-    const InterruptionGuard guard;
-    AtomicFile::write(std::filesystem::absolute(htmlFile), html);
+    writePage(htmlFile, LatelyPage(notes, context).html(records));
     result.output = "Wrote " + display::printable(htmlFile) + ".\n";
   }
   if (json)

@@ -388,6 +388,18 @@ TEST(LatelyCommand, WritesAPageThatRunsNothingAndFetchesNothing) {
   EXPECT_THAT(html, HasSubstr("</html>"));
 }
 
+TEST(LatelyCommand, MakesNoFolderForThePage) {
+  CompanionWorld world;
+  world.key();
+  AtomicFile::write(world.shared() / "file", "x");
+  const std::string missing = world.shared() / "no/where/page.html";
+  EXPECT_EQ(failureOf(LatelyCommand{std::nullopt, false, missing}, world),
+            "Cannot write " + missing + ": No such file or directory.");
+  EXPECT_FALSE(std::filesystem::exists(world.shared() / "no"));
+  const std::string below = world.shared() / "file/page.html";
+  EXPECT_THAT(failureOf(LatelyCommand{std::nullopt, false, below}, world), HasSubstr("Cannot write " + below));
+}
+
 TEST(DeleteCommand, RemovesTheRecordOfOnePersonOnly) {
   CompanionWorld world;
   world.writePeople({CompanionWorld::anna()});
