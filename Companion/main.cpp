@@ -2,8 +2,10 @@
 #include <QCoreApplication>
 
 #include "Companion/CommandLine.h"
+#include "PelloraMessagesCore/StandardDescriptors.h"
 
 int main(int argc, char** argv) {
+  pellora::StandardDescriptors::fillClosed();
   const QCoreApplication application(argc, argv);
   return pellora::CommandLine::run(argc, argv);
 }

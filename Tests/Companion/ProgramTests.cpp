@@ -1,5 +1,6 @@
 // The program itself, in a home of its own with the key in a file: exit codes, sentences, pipes, signals.
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <filesystem>
@@ -204,6 +205,25 @@ TEST_F(Program, AFullDeviceIsAnError) {
   full.output = ProgramRun::Output::fullDevice;
   EXPECT_EQ(runProgram(full), 1);
   EXPECT_THAT(errors, HasSubstr("No space left on device"));
+}
+
+// A file that the program opens must not get the number of the output and take what is printed.
+TEST_F(Program, AClosedOutputIsAnErrorAndNoFileTakesItsPlace) {
+  const std::string program = PELLORA_COMPANION_PROGRAM;
+  ASSERT_EQ(run({"people", "import", "-"}, kPeople), 0);
+  EXPECT_EQ(runProgram({"/bin/sh", {"-c", "exec \"$0\" status 1>&-", program}, {}}), 1);
+  EXPECT_EQ(errors, "pellora-companion: Cannot write the output: Bad file descriptor.\n");
+  EXPECT_EQ(runProgram({"/bin/sh", {"-c", "exec \"$0\" people import - 0<&-", program}, {}}), 1);
+  EXPECT_THAT(errors, HasSubstr("Cannot read standard input: Bad file descriptor"));
+  EXPECT_EQ(runProgram({"/bin/sh", {"-c", "exec \"$0\" bogus 0<&- 1>&- 2>&-", program}, {}}), 2);
+  EXPECT_EQ(run({"people", "list"}), 0);
+}
+
+TEST_F(Program, APipeInPlaceOfTheStoreDoesNotStopStatus) {
+  std::filesystem::create_directories(_folder / "Library/Messages");
+  ASSERT_EQ(::mkfifo((_folder / "Library/Messages/chat.db").c_str(), 0600), 0);
+  EXPECT_EQ(run({"status"}), 0);
+  EXPECT_THAT(output, HasSubstr("not readable: not a regular file"));
 }
 
 TEST_F(Program, CtrlCLeavesNothingBehind) {
