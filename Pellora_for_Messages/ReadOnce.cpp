@@ -7,6 +7,7 @@
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "Pellora_for_Messages/HelperEngine.h"
 #include "Pellora_for_Messages/PlatformAdapters.h"
+#include "Pellora_for_Messages/PrintedText.h"
 #include "Pellora_for_Messages/StatusLine.h"
 
 namespace pellora::ReadOnce {
@@ -15,8 +16,8 @@ namespace {
 
 int report(const HelperEngine& engine, const HelperPlatform& platform) {
   using Kind = HelperEngine::State::Kind;
-  std::cout << statusLine(engine.state(), engine.lastReadAt(), platform.scheduler.now(), platform.calendar()) << '\n'
-            << std::flush;
+  // What the exit code says stays true when nobody gets the line.
+  printText(statusLine(engine.state(), engine.lastReadAt(), platform.scheduler.now(), platform.calendar()) + "\n");
   switch (engine.state().kind) {
     case Kind::idle:
       return kRead;

@@ -6,13 +6,16 @@
 #include <string>
 #include <vector>
 
+#include "PelloraMessagesCore/StandardDescriptors.h"
 #include "Pellora_for_Messages/HelperApp.h"
 #include "Pellora_for_Messages/HelperOptions.h"
 #include "Pellora_for_Messages/PlatformAdapters.h"
+#include "Pellora_for_Messages/PrintedText.h"
 #include "Pellora_for_Messages/ReadOnce.h"
 
 namespace {
 
+constexpr int kCouldNotPrint = 1;
 constexpr int kWrongUsage = 2;
 
 int readOnce(int argc, char** argv) {
@@ -25,6 +28,7 @@ int readOnce(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   using pellora::HelperOptions;
+  pellora::StandardDescriptors::fillClosed();
   // A size limit on files and a closed pipe are errors to report, not reasons to die.
   signal(SIGXFSZ, SIG_IGN);
   signal(SIGPIPE, SIG_IGN);
@@ -36,11 +40,10 @@ int main(int argc, char** argv) {
   }
   switch (options->mode) {
     case HelperOptions::Mode::help:
-      std::cout << HelperOptions::helpText();
-      return 0;
+      return pellora::printText(HelperOptions::helpText()) ? 0 : kCouldNotPrint;
     case HelperOptions::Mode::version:
-      std::cout << "pellora-for-messages " << pellora::PlatformAdapters::version() << '\n';
-      return 0;
+      return pellora::printText("pellora-for-messages " + pellora::PlatformAdapters::version() + "\n") ? 0
+                                                                                                       : kCouldNotPrint;
     case HelperOptions::Mode::readOnce:
       return readOnce(argc, argv);
     case HelperOptions::Mode::app:
