@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "PelloraMessagesCore/ExchangeCoding.h"
+#include "PelloraMessagesCore/StandardDescriptors.h"
 #include "SampleStore/SamplePerson.h"
 #include "SampleStore/SampleStoreWriter.h"
 
@@ -108,13 +109,15 @@ void declare(CLI::App& app, Arguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  StandardDescriptors::fillClosed();
   CLI::App app("Writes a Messages store with a made-up history.", "pellora-sample-store");
   Arguments arguments;
   declare(app, arguments);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kWrongUsage;
+    if (app.exit(error) != 0) return kWrongUsage;
+    return std::cout.flush() ? 0 : kFailed;
   }
   arguments.options.now = currentTime();
   if (!arguments.now.empty()) {
@@ -131,6 +134,7 @@ int main(int argc, char** argv) {
     else
       create(arguments);
     if (!arguments.peopleFile.empty()) writePeople(arguments);
+    if (!std::cout.flush()) throw std::runtime_error("The output cannot be written.");
   } catch (const std::exception& error) {
     std::cerr << error.what() << '\n';
     return kFailed;

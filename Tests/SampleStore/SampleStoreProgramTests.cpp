@@ -63,6 +63,17 @@ TEST_F(SampleStoreProgram, ReplacesAStoreOnlyWhenForced) {
   EXPECT_EQ(ChatDatabase(_store).maxRowID(), 30);
 }
 
+TEST_F(SampleStoreProgram, LostOutputIsAnError) {
+  for (const std::string lost : {">/dev/full", ">&-", "<&- >&- 2>&-"}) {
+    const auto exitOf = [&lost](const std::string& arguments) {
+      return ChildProcess("/bin/sh", {"-c", "exec \"$0\" " + arguments + lost, PELLORA_SAMPLE_STORE_PROGRAM}).finish();
+    };
+    EXPECT_THAT(exitOf("--help "), StartsWith("exit 1")) << lost;
+    EXPECT_THAT(exitOf("--force --messages 20 '" + _store + "' "), StartsWith("exit 1")) << lost;
+    EXPECT_EQ(ChatDatabase(_store).maxRowID(), 20);
+  }
+}
+
 TEST_F(SampleStoreProgram, ExplainsItself) {
   EXPECT_THAT(run({"--help"}), AllOf(HasSubstr("Examples:"), HasSubstr("--append"), HasSubstr("--people-file")));
 }
