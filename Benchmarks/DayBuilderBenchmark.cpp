@@ -98,6 +98,12 @@ void startOfEveryMessagesDay(benchmark::State& state) {
 }
 BENCHMARK(startOfEveryMessagesDay)->Unit(benchmark::kMillisecond);
 
+// Once a read: finds and reads the rules of the time zone anew.
+void calendarOfThisMoment(benchmark::State& state) {
+  for (auto _ : state) benchmark::DoNotOptimize(LocalCalendar::current());
+}
+BENCHMARK(calendarOfThisMoment)->Unit(benchmark::kMicrosecond);
+
 void linksOfEveryMessage(benchmark::State& state) {
   const LinkDetector detector;
   for (auto _ : state)

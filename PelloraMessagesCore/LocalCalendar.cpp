@@ -1,27 +1,22 @@
 #include "PelloraMessagesCore/LocalCalendar.h"
 
-#include <unicode/basictz.h>
-#include <unicode/simpletz.h>
-#include <unicode/timezone.h>
-#include <unicode/tztrans.h>
-#include <unicode/unistr.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <limits>
 #include <tuple>
 #include <utility>
+
+#include "PelloraMessagesCore/SystemZone.h"
+#include "PelloraMessagesCore/ZoneStretch.h"
 
 namespace pellora {
 
 namespace {
 
 constexpr std::int64_t kSecondsPerDay = 86'400;
-// Further than any zone ever was from UTC.
-constexpr std::int64_t kWidestOffset = 64'800;  // seconds
+// How far from UTC a zone may be.
+constexpr std::int64_t kWidestOffset = std::max(kEasternmostOffset, -kWesternmostOffset);  // seconds
 // 0001-01-01T00:00:00Z and 9999-12-31T23:59:59Z: instants outside are taken as the nearer of the two.
 constexpr std::int64_t kFirstSecond = -62'135'596'800;
 constexpr std::int64_t kLastSecond = 253'402'300'799;
@@ -64,58 +59,6 @@ std::string text(const LocalCalendar::Date& date) {
   return std::string(buffer.data(), static_cast<std::size_t>(length));
 }
 
-using Zone = std::unique_ptr<icu::BasicTimeZone>;
-
-// Absent for an identifier that the time zone data does not know.
-Zone zone(std::string_view identifier) {
-  const icu::UnicodeString name =
-      icu::UnicodeString::fromUTF8(icu::StringPiece(identifier.data(), static_cast<std::int32_t>(identifier.size())));
-  std::unique_ptr<icu::TimeZone> found(icu::TimeZone::createTimeZone(name));
-  if (!found || *found == icu::TimeZone::getUnknown()) return nullptr;
-  auto* basic = dynamic_cast<icu::BasicTimeZone*>(found.get());
-  if (basic == nullptr) return nullptr;
-  static_cast<void>(found.release());
-  return Zone(basic);
-}
-
-// "Europe/Berlin" of ":/usr/share/zoneinfo/posix/Europe/Berlin" and the like.
-std::string identifierInPath(std::string path) {
-  constexpr std::string_view kFolder = "zoneinfo/";
-  if (path.starts_with(':')) path.erase(0, 1);
-  if (const std::size_t folder = path.rfind(kFolder); folder != std::string::npos)
-    path.erase(0, folder + kFolder.size());
-  for (const std::string_view variant : {"posix/", "right/"})
-    if (path.starts_with(variant)) path.erase(0, variant.size());
-  return path;
-}
-
-// The environment and the system's link are asked each time, because the engine beneath remembers its first answer.
-Zone machineZone() {
-  if (const char* variable = std::getenv("TZ"); variable != nullptr) {
-    if (*variable == '\0') return zone("UTC");
-    if (Zone named = zone(identifierInPath(variable))) return named;
-  } else {
-    std::error_code failure;
-    const std::filesystem::path target = std::filesystem::canonical("/etc/localtime", failure);
-    if (!failure)
-      if (Zone named = zone(identifierInPath(target.string()))) return named;
-  }
-  std::unique_ptr<icu::TimeZone> host(icu::TimeZone::detectHostTimeZone());
-  auto* basic = dynamic_cast<icu::BasicTimeZone*>(host.get());
-  if (basic == nullptr) return nullptr;
-  static_cast<void>(host.release());
-  return Zone(basic);
-}
-
-// A stretch of time [begin, end) in seconds since 1970 with one distance from UTC.
-struct Stretch {
-  std::int64_t begin = 0;
-  std::int64_t end = 0;
-  std::int64_t offset = 0;
-
-  bool contains(std::int64_t seconds) const { return seconds >= begin && seconds < end; }
-};
-
 // The part of a local day that lies in one stretch: the whole day, but for days on which clocks change.
 struct DayPart {
   std::int64_t begin = 1;
@@ -129,12 +72,10 @@ struct DayPart {
 }  // namespace
 
 struct LocalCalendar::State {
-  explicit State(Zone chosen) : _zone(std::move(chosen)) {
-    if (!_zone) _zone = std::make_unique<icu::SimpleTimeZone>(0, icu::UnicodeString("UTC"));
-  }
+  explicit State(ZoneFinder zone) : _zone(std::move(zone)) {}
 
-  const Stretch& stretch(std::int64_t seconds) {
-    if (!_stretch.contains(seconds)) _stretch = findStretch(seconds);
+  const ZoneStretch& stretch(std::int64_t seconds) {
+    if (!_stretch.contains(seconds)) _stretch = _zone(seconds);
     return _stretch;
   }
 
@@ -155,7 +96,7 @@ struct LocalCalendar::State {
     const std::int64_t midnight = days * kSecondsPerDay;
     std::int64_t from = midnight - kWidestOffset;
     while (from < midnight + kSecondsPerDay + kWidestOffset) {
-      const Stretch each = stretch(from);
+      const ZoneStretch each = stretch(from);
       const std::int64_t begin = std::max(from, midnight - each.offset);
       if (begin < std::min(each.end, midnight + kSecondsPerDay - each.offset)) return begin;
       from = each.end;
@@ -166,51 +107,33 @@ struct LocalCalendar::State {
   // The second at which clocks show `local`. Of two such seconds the one with the preferred offset, else either;
   // where clocks skip that time, as much later as they skip.
   std::int64_t secondShowing(std::int64_t local, std::int64_t preferredOffset) {
-    const std::array<std::int64_t, 3> offsets = {preferredOffset, offset(local - kSecondsPerDay),
-                                                 offset(local + kSecondsPerDay)};
+    const std::array<std::int64_t, 3> offsets = {preferredOffset, offset(local - kWidestOffset),
+                                                 offset(local + kWidestOffset)};
     for (const std::int64_t each : offsets)
       if (offset(local - each) == each) return local - each;
     return local - std::min(offsets[1], offsets[2]);
   }
 
  private:
-  Stretch findStretch(std::int64_t seconds) const {
-    constexpr double kMilliseconds = 1'000;
-    UErrorCode status = U_ZERO_ERROR;
-    std::int32_t raw = 0;
-    std::int32_t daylight = 0;
-    const UDate date = static_cast<double>(seconds) * kMilliseconds;
-    _zone->getOffset(date, false, raw, daylight, status);
-    Stretch result{kFirstSecond - kSecondsPerDay, kLastSecond + kSecondsPerDay, (raw + daylight) / 1'000};
-    icu::TimeZoneTransition transition;
-    if (_zone->getPreviousTransition(date, true, transition))
-      result.begin = std::max(result.begin, static_cast<std::int64_t>(transition.getTime() / kMilliseconds));
-    if (_zone->getNextTransition(date, false, transition))
-      result.end = std::min(result.end, static_cast<std::int64_t>(transition.getTime() / kMilliseconds));
-    result.begin = std::min(result.begin, seconds);
-    result.end = std::max(result.end, seconds + 1);
-    return result;
-  }
-
   DayPart findDayPart(std::int64_t seconds) {
-    const Stretch& around = stretch(seconds);
+    const ZoneStretch& around = stretch(seconds);
     const std::int64_t days = floorDiv(seconds + around.offset, kSecondsPerDay);
     const std::int64_t midnight = days * kSecondsPerDay - around.offset;
     return {std::max(around.begin, midnight), std::min(around.end, midnight + kSecondsPerDay), days,
             text(civilDate(days))};
   }
 
-  Zone _zone;
-  Stretch _stretch;
+  ZoneFinder _zone;
+  ZoneStretch _stretch{0, 0, 0};  // the one asked for last
   std::array<std::array<DayPart, 2>, kCachedDays> _days;
 };
 
 LocalCalendar LocalCalendar::current() {
-  return LocalCalendar(std::make_shared<State>(machineZone()));
+  return LocalCalendar(std::make_shared<State>(SystemZone::current(SystemZone::places())));
 }
 
 LocalCalendar LocalCalendar::inTimeZone(std::string_view identifier) {
-  return LocalCalendar(std::make_shared<State>(zone(identifier)));
+  return LocalCalendar(std::make_shared<State>(SystemZone::named(identifier, SystemZone::places())));
 }
 
 LocalCalendar::Date LocalCalendar::date(Instant instant) const {
