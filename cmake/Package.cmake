@@ -54,7 +54,7 @@ set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
-  "default-dbus-session-bus | dbus-session-bus, gnome-keyring | keepassxc, qt6-wayland, hicolor-icon-theme")
+  "default-dbus-session-bus | dbus-session-bus, gnome-keyring | keepassxc, qt6-wayland, hicolor-icon-theme, tzdata")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS curl)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
