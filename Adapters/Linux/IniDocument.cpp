@@ -123,19 +123,20 @@ std::vector<std::array<std::string, 3>> IniDocument::entries() const {
   return result;
 }
 
-// What stands at the front is read whatever follows. Before the first group that is the implicit one. Taking an entry
-// out can bring a swallowed one to light, which then goes too.
+// What stands at the front is read whatever follows. Before the first group that is the implicit one. Entries of the
+// key that stand further behind get another name: taken out, they would open and close quotes for others.
 void IniDocument::placeAtFront(std::string_view group, std::string_view key, std::string_view rawValue) {
-  const std::string_view mark = bytes().starts_with(kByteOrderMark) ? kByteOrderMark : std::string_view();
+  constexpr std::string_view kDamaged = ".damaged";
+  for (Line& line : _lines)
+    if (line.kind == Line::Kind::entry && line.group == group && line.key == key)
+      line.raw.insert(line.raw.find(key) + key.size(), kDamaged);
+  std::string rest = bytes();
+  const std::string_view mark = rest.starts_with(kByteOrderMark) ? kByteOrderMark : std::string_view();
+  rest.erase(0, mark.size());
   std::string front = std::string(key) + "=" + std::string(rawValue) + "\n";
   if (group != kImplicitGroup)
     front = "[" + std::string(group) + "]\n" + front + "[" + std::string(kImplicitGroup) + "]\n";
-  do {
-    erase(group, key);
-    std::string rest = bytes();
-    if (rest.starts_with(kByteOrderMark)) rest.erase(0, kByteOrderMark.size());
-    *this = IniDocument(std::string(mark) + front + rest, _dialect);
-  } while (value(group, key) != rawValue);
+  *this = IniDocument(std::string(mark) + front + rest, _dialect);
 }
 
 void IniDocument::place(std::string_view group, std::string_view key, std::string_view rawValue) {

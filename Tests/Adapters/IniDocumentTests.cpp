@@ -73,4 +73,14 @@ TEST(IniDocument, WhatIsSetInADamagedFileIsReadAgainAndTheRestStays) {
   }
 }
 
+TEST(IniDocument, WhatWasSetStaysWhenADamagedValueIsReplaced) {
+  IniDocument document("e=1\\\na=\"\\", Dialect::settings);
+  document.set("General", "n", "42");
+  document.set("General", "a", "\"1, 2\"");
+  document.set("General", "a", "\"3, 4\"");
+  const IniDocument again(document.bytes(), Dialect::settings);
+  EXPECT_EQ(again.value("General", "n"), "42");
+  EXPECT_EQ(again.value("General", "a"), "\"3, 4\"");
+}
+
 }  // namespace pellora
