@@ -191,7 +191,9 @@ bool ChatDatabase::canRead(const std::filesystem::path& url) {
   // A pipe or a terminal in the file's place must not make the reader wait.
   const FileDescriptor descriptor = FileDescriptor::open(url, O_RDONLY | O_NONBLOCK);
   struct stat status{};
-  return descriptor.isOpen() && ::fstat(descriptor.number(), &status) == 0 && S_ISREG(status.st_mode);
+  if (!descriptor.isOpen() || ::fstat(descriptor.number(), &status) != 0) return false;
+  // A folder can be opened too; that it is no database is for the opening of the database to say.
+  return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
 }
 
 ChatDatabase::ChatDatabase(const std::filesystem::path& url) {

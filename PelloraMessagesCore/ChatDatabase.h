@@ -55,7 +55,7 @@ class ChatDatabase {
   // "Library/Messages/chat.db" under the user's home.
   static std::filesystem::path defaultURL();
 
-  // Whether the file can be opened for reading at all, and is a regular one. Never waits.
+  // Whether the file can be opened for reading at all; a pipe or a device never counts. Never waits.
   static bool canRead(const std::filesystem::path& url);
 
   // Throws Failure.cannotOpen.
