@@ -1,7 +1,6 @@
 #include "PelloraMessagesCore/ZoneRules.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 namespace pellora {
@@ -26,18 +25,6 @@ ZoneStretch ZoneRules::stretch(std::int64_t seconds) const {
     result.offset = std::prev(next)->offset;
   }
   return result;
-}
-
-std::optional<std::int64_t> ZoneRules::previousTransition(std::int64_t seconds) const {
-  const std::int64_t begin = stretch(seconds).begin;
-  if (begin == std::numeric_limits<std::int64_t>::min()) return std::nullopt;
-  return begin;
-}
-
-std::optional<std::int64_t> ZoneRules::nextTransition(std::int64_t seconds) const {
-  const std::int64_t end = stretch(seconds).end;
-  if (end == std::numeric_limits<std::int64_t>::max()) return std::nullopt;
-  return end;
 }
 
 }  // namespace pellora

@@ -27,10 +27,6 @@ class ZoneRules {
 
   ZoneStretch stretch(std::int64_t seconds) const;
 
-  // The nearest instants at which clocks may change: not after `seconds`, and after it. Absent when there is none.
-  std::optional<std::int64_t> previousTransition(std::int64_t seconds) const;
-  std::optional<std::int64_t> nextTransition(std::int64_t seconds) const;
-
  private:
   std::int64_t _before = 0;
   std::vector<Transition> _transitions;

@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -108,6 +109,33 @@ class ProcessConfinementTest : public testing::Test {
       attempt(attempts);
       return attempts.report();
     });
+  }
+
+  // The same, with somebody outside who acts once when told to, and keeps what that gave until the attempts are over.
+  static std::string confinedBeside(
+      const ConfinementPlan& plan, const std::function<std::shared_ptr<void>()>& act,
+      const std::function<void(Attempts&, const std::function<void()>& letOutsideAct)>& attempt) {
+    int toOutside[2];
+    int toInside[2];
+    if (pipe(toOutside) != 0 || pipe(toInside) != 0) return "no pipes";
+    std::thread outside([&] {
+      char byte = 0;
+      if (::read(toOutside[0], &byte, 1) != 1) return;
+      const std::shared_ptr<void> kept = act();
+      if (::write(toInside[1], "x", 1) != 1) return;
+      if (::read(toOutside[0], &byte, 1) != 1) return;
+    });
+    std::string report = confined(plan, [&](Attempts& attempts) {
+      attempt(attempts, [&] {
+        char byte = 0;
+        attempts.works("telling", ::write(toOutside[1], "x", 1));
+        attempts.works("waiting", ::read(toInside[0], &byte, 1));
+      });
+    });
+    if (::write(toOutside[1], "xx", 2) != 2) report += "telling of the end failed\n";
+    outside.join();
+    for (const int end : {toOutside[0], toOutside[1], toInside[0], toInside[1]}) close(end);
+    return report;
   }
 
   static std::size_t messageCount(const fs::path& store) {
@@ -295,56 +323,38 @@ TEST_F(ProcessConfinementTest, StoreWithoutLogIsRead) {
 }
 
 TEST_F(ProcessConfinementTest, LogThatAppearsAfterTheStartIsRead) {
-  int toOwner[2];
-  int toReader[2];
-  ASSERT_EQ(pipe(toOwner), 0);
-  ASSERT_EQ(pipe(toReader), 0);
-  std::thread owner([&] {
-    char byte = 0;
-    if (::read(toOwner[0], &byte, 1) != 1) return;
-    StoreConnection connection(_store, StoreConnection::Mode::existing);
-    connection.execute("INSERT INTO message (guid, date, text) VALUES ('new', 5, 'later')");
-    connection.execute("INSERT INTO chat_message_join (chat_id, message_id) VALUES (1, last_insert_rowid())");
-    if (::write(toReader[1], "x", 1) != 1) return;
-    if (::read(toOwner[0], &byte, 1) != 1) return;
-  });
-  const std::string report = confined(plan(), [&](Attempts& attempts) {
-    char byte = 0;
-    attempts.works("telling", ::write(toOwner[1], "x", 1));
-    attempts.works("waiting", ::read(toReader[0], &byte, 1));
-    attempts.holds("reading what is in the new log", messageCount(_store) == 2);
-    attempts.holds("reading again", messageCount(_store) == 2);
-  });
-  EXPECT_EQ(::write(toOwner[1], "xx", 2), 2);
-  owner.join();
-  EXPECT_EQ(report, "");
+  const auto writeLater = [this] {
+    auto connection = std::make_shared<StoreConnection>(_store, StoreConnection::Mode::existing);
+    connection->execute("INSERT INTO message (guid, date, text) VALUES ('new', 5, 'later')");
+    connection->execute("INSERT INTO chat_message_join (chat_id, message_id) VALUES (1, last_insert_rowid())");
+    return connection;
+  };
+  EXPECT_EQ(confinedBeside(plan(), writeLater,
+                           [this](Attempts& attempts, const std::function<void()>& letOutsideAct) {
+                             letOutsideAct();
+                             attempts.holds("reading what is in the new log", messageCount(_store) == 2);
+                             attempts.holds("reading again", messageCount(_store) == 2);
+                           }),
+            "");
 }
 
 TEST_F(ProcessConfinementTest, StoreInAFolderThatReplacedTheOldOneIsRead) {
-  int toOwner[2];
-  int toReader[2];
-  ASSERT_EQ(pipe(toOwner), 0);
-  ASSERT_EQ(pipe(toReader), 0);
-  std::thread owner([&] {
-    char byte = 0;
-    if (::read(toOwner[0], &byte, 1) != 1) return;
+  const auto replaceFolder = [this] {
     const fs::path messages = _store.parent_path();
     fs::rename(messages, _folder / "old");
     fs::create_directory(messages);
     fs::copy_file(_folder / "old/chat.db", _store);
-    if (::write(toReader[1], "x", 1) != 1) return;
-  });
-  const std::string report = confined(plan(), [&](Attempts& attempts) {
-    char byte = 0;
-    attempts.holds("reading", messageCount(_store) == 1);
-    attempts.works("telling", ::write(toOwner[1], "x", 1));
-    attempts.works("waiting", ::read(toReader[0], &byte, 1));
-    attempts.holds("reading the new store", messageCount(_store) == 1);
-    attempts.refused("writing beside it", open((_store.parent_path() / "new").c_str(), O_WRONLY | O_CREAT, 0600));
-  });
-  EXPECT_EQ(::write(toOwner[1], "xx", 2), 2);
-  owner.join();
-  EXPECT_EQ(report, "");
+    return nullptr;
+  };
+  EXPECT_EQ(confinedBeside(plan(), replaceFolder,
+                           [this](Attempts& attempts, const std::function<void()>& letOutsideAct) {
+                             attempts.holds("reading", messageCount(_store) == 1);
+                             letOutsideAct();
+                             attempts.holds("reading the new store", messageCount(_store) == 1);
+                             attempts.refused("writing beside it",
+                                              open((_store.parent_path() / "new").c_str(), O_WRONLY | O_CREAT, 0600));
+                           }),
+            "");
 }
 
 TEST_F(ProcessConfinementTest, StoreBehindLinkIsRead) {
