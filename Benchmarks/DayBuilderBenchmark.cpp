@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "PelloraMessagesCore/BirthdayFinder.h"
-#include "PelloraMessagesCore/LinkDetector.h"
-#include "PelloraMessagesCore/LocalCalendar.h"
 #include "PelloraMessagesCore/MessagesDayBuilder.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/LinkDetector.h"
+#include "PelloraMessagesCore/Text/Text.h"
+#include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {
 namespace {

@@ -7,11 +7,11 @@
 
 #include <filesystem>
 
-#include "PelloraMessagesCore/AtomicFile.h"
 #include "PelloraMessagesCore/ExchangeCoding.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/SealedEnvelope.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"
-#include "PelloraMessagesCore/SealedEnvelope.h"
 
 namespace pellora {
 namespace {

@@ -9,7 +9,7 @@
 #include "PelloraMessagesCore/BirthdayFinder.h"
 #include "PelloraMessagesCore/MeetupGuard.h"
 #include "PelloraMessagesCore/NewsGuard.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
 namespace {

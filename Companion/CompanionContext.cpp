@@ -1,7 +1,7 @@
 #include "Companion/CompanionContext.h"
 
-#include "Companion/CompanionFailure.h"
 #include "Companion/KeyState.h"
+#include "Companion/Output/CompanionFailure.h"
 
 namespace pellora {
 

@@ -5,11 +5,11 @@
 #include <filesystem>
 #include <optional>
 
-#include "Companion/OutputStyle.h"
-#include "PelloraMessagesCore/ExchangeKey.h"
-#include "PelloraMessagesCore/Instant.h"
-#include "PelloraMessagesCore/LocalCalendar.h"
+#include "Companion/Output/OutputStyle.h"
+#include "PelloraMessagesCore/Files/ExchangeKey.h"
 #include "PelloraMessagesCore/Ports/SecretStore.h"
+#include "PelloraMessagesCore/Time/Instant.h"
+#include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {
 

@@ -1,8 +1,8 @@
 // pellora-companion: the companion side of the exchange on the command line.
 #include <QCoreApplication>
 
-#include "Companion/CommandLine.h"
-#include "PelloraMessagesCore/StandardDescriptors.h"
+#include "Companion/Commands/CommandLine.h"
+#include "PelloraMessagesCore/Files/StandardDescriptors.h"
 
 int main(int argc, char** argv) {
   pellora::StandardDescriptors::fillClosed();

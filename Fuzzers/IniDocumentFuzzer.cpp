@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "Adapters/Linux/IniDocument.h"
-#include "Adapters/Linux/IniValue.h"
-#include "PelloraMessagesCore/Text.h"
+#include "Adapters/Linux/Files/IniDocument.h"
+#include "Adapters/Linux/Files/IniValue.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 using pellora::IniDocument;
 

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "PelloraMessagesCore/LinkDetector.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/LinkDetector.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const pellora::LinkDetector detector;

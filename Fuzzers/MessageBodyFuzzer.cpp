@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "PelloraMessagesCore/MessageBody.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;

@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/FoundMeetups.h"
-#include "PelloraMessagesCore/FoundNews.h"
+#include "PelloraMessagesCore/Language/FoundMeetups.h"
+#include "PelloraMessagesCore/Language/FoundNews.h"
 #include "PelloraMessagesCore/MeetupGuard.h"
 #include "PelloraMessagesCore/NewsGuard.h"
 #include "PelloraMessagesCore/SummaryGuard.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "Companion/PeopleParser.h"
-#include "PelloraMessagesCore/Text.h"
+#include "Companion/People/PeopleParser.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto people = pellora::parsePeople({reinterpret_cast<const char*>(data), size});

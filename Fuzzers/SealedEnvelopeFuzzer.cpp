@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "PelloraMessagesCore/SealedEnvelope.h"
+#include "PelloraMessagesCore/Files/SealedEnvelope.h"
 
 using pellora::ExchangeKey;
 namespace SealedEnvelope = pellora::SealedEnvelope;

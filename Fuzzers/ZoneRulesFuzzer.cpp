@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <limits>
 
-#include "PelloraMessagesCore/PosixZoneRule.h"
-#include "PelloraMessagesCore/ZoneFile.h"
-#include "PelloraMessagesCore/ZoneRules.h"
+#include "PelloraMessagesCore/Time/PosixZoneRule.h"
+#include "PelloraMessagesCore/Time/ZoneFile.h"
+#include "PelloraMessagesCore/Time/ZoneRules.h"
 
 namespace {
 

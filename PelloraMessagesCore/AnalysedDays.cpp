@@ -3,8 +3,8 @@
 #include <system_error>
 
 #include "PelloraMessagesCore/ExchangeCoding.h"
+#include "PelloraMessagesCore/Files/SealedFile.h"
 #include "PelloraMessagesCore/HelperExchange.h"
-#include "PelloraMessagesCore/SealedFile.h"
 
 namespace pellora {
 

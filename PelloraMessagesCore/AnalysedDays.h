@@ -9,7 +9,7 @@
 #include <optional>
 #include <vector>
 
-#include "PelloraMessagesCore/ExchangeKey.h"
+#include "PelloraMessagesCore/Files/ExchangeKey.h"
 #include "PelloraMessagesCore/MessagesDayRecord.h"
 
 namespace pellora {

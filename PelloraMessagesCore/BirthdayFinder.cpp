@@ -7,9 +7,9 @@
 #include <string>
 #include <unordered_set>
 
-#include "PelloraMessagesCore/ByteWindows.h"
-#include "PelloraMessagesCore/Regex.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/ByteWindows.h"
+#include "PelloraMessagesCore/Text/Regex.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::BirthdayFinder {
 

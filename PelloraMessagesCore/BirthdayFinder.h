@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "PelloraMessagesCore/LocalCalendar.h"
-#include "PelloraMessagesCore/MessageLine.h"
+#include "PelloraMessagesCore/Language/MessageLine.h"
 #include "PelloraMessagesCore/MessagesBirthday.h"
+#include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {
 

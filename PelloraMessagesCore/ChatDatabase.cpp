@@ -15,9 +15,9 @@
 #include <system_error>
 #include <utility>
 
-#include "PelloraMessagesCore/FileDescriptor.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/MessageBody.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
 

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "PelloraMessagesCore/HistoryMessage.h"
-#include "PelloraMessagesCore/Instant.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 struct sqlite3;
 

@@ -1,6 +1,6 @@
 #include "PelloraMessagesCore/ContactNormalization.h"
 
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::ContactNormalization {
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "PelloraMessagesCore/Instant.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 

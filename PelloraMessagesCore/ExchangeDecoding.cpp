@@ -3,7 +3,7 @@
 
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/ExchangeFields.h"
-#include "PelloraMessagesCore/JsonReader.h"
+#include "PelloraMessagesCore/Json/JsonReader.h"
 
 namespace pellora::ExchangeCoding {
 
@@ -58,7 +58,7 @@ bool getName(JsonReader& json, const std::array<std::string_view, count>& names,
 }
 
 bool get(JsonReader& json, MessagesNews::Kind& value) {
-  return getName(json, MessagesNews::kKindNames, value);
+  return getName(json, kNewsKindNames, value);
 }
 
 bool get(JsonReader& json, HelperHeartbeat::Status& value) {

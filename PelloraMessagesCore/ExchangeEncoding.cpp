@@ -1,6 +1,6 @@
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/ExchangeFields.h"
-#include "PelloraMessagesCore/JsonWriter.h"
+#include "PelloraMessagesCore/Json/JsonWriter.h"
 
 namespace pellora::ExchangeCoding {
 
@@ -37,7 +37,7 @@ void put(JsonWriter& json, Instant value) {
 }
 
 void put(JsonWriter& json, MessagesNews::Kind value) {
-  json.plainString(MessagesNews::kKindNames[static_cast<std::size_t>(value)]);
+  json.plainString(kNewsKindNames[static_cast<std::size_t>(value)]);
 }
 
 void put(JsonWriter& json, HelperHeartbeat::Status value) {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "PelloraMessagesCore/ExchangeKey.h"
+#include "PelloraMessagesCore/Files/ExchangeKey.h"
 #include "PelloraMessagesCore/Ports/SecretStore.h"
 
 namespace pellora {

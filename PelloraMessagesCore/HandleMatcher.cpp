@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "PelloraMessagesCore/ContactNormalization.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
 

@@ -8,7 +8,7 @@
 #include <unordered_map>
 
 #include "PelloraMessagesCore/HelperPeopleFile.h"
-#include "PelloraMessagesCore/Uuid.h"
+#include "PelloraMessagesCore/Text/Uuid.h"
 
 namespace pellora {
 

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "PelloraMessagesCore/ExchangeCoding.h"
+#include "PelloraMessagesCore/Files/SealedFile.h"
 #include "PelloraMessagesCore/HelperExchange.h"
-#include "PelloraMessagesCore/SealedFile.h"
 
 namespace pellora {
 

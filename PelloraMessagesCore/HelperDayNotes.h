@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/ExchangeKey.h"
+#include "PelloraMessagesCore/Files/ExchangeKey.h"
 #include "PelloraMessagesCore/MessagesDayRecord.h"
 
 namespace pellora {

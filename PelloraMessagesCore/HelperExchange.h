@@ -6,7 +6,7 @@
 #include <string>
 
 #include "PelloraMessagesCore/Ports/GroupContainer.h"
-#include "PelloraMessagesCore/Uuid.h"
+#include "PelloraMessagesCore/Text/Uuid.h"
 
 namespace pellora {
 

@@ -1,8 +1,8 @@
 #include "PelloraMessagesCore/HelperHeartbeat.h"
 
-#include "PelloraMessagesCore/AtomicFile.h"
 #include "PelloraMessagesCore/ExchangeCoding.h"
-#include "PelloraMessagesCore/FileError.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/FileError.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 
 namespace pellora {

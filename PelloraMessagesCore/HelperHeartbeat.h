@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "PelloraMessagesCore/Instant.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 

@@ -1,8 +1,8 @@
 #include "PelloraMessagesCore/HelperPeopleFile.h"
 
 #include "PelloraMessagesCore/ExchangeCoding.h"
+#include "PelloraMessagesCore/Files/SealedFile.h"
 #include "PelloraMessagesCore/HelperExchange.h"
-#include "PelloraMessagesCore/SealedFile.h"
 
 namespace pellora {
 

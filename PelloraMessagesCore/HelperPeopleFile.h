@@ -6,9 +6,9 @@
 #include <optional>
 #include <vector>
 
-#include "PelloraMessagesCore/ExchangeKey.h"
+#include "PelloraMessagesCore/Files/ExchangeKey.h"
 #include "PelloraMessagesCore/HelperPerson.h"
-#include "PelloraMessagesCore/Instant.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/Uuid.h"
+#include "PelloraMessagesCore/Text/Uuid.h"
 
 namespace pellora {
 

@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
-#include "PelloraMessagesCore/GuardText.h"
-#include "PelloraMessagesCore/MeetupWords.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Language/GuardText.h"
+#include "PelloraMessagesCore/Language/MeetupWords.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::MeetupDay {
 

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "PelloraMessagesCore/LocalCalendar.h"
+#include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {
 

@@ -4,13 +4,13 @@
 #include <unordered_set>
 #include <utility>
 
-#include "PelloraMessagesCore/GuardText.h"
+#include "PelloraMessagesCore/Language/GuardText.h"
+#include "PelloraMessagesCore/Language/MeetupWords.h"
 #include "PelloraMessagesCore/MeetupDay.h"
-#include "PelloraMessagesCore/MeetupWords.h"
-#include "PelloraMessagesCore/PhraseTable.h"
-#include "PelloraMessagesCore/Regex.h"
 #include "PelloraMessagesCore/SummaryGuard.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/PhraseTable.h"
+#include "PelloraMessagesCore/Text/Regex.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::MeetupGuard {
 

@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "PelloraMessagesCore/LocalCalendar.h"
-#include "PelloraMessagesCore/MessageLine.h"
+#include "PelloraMessagesCore/Language/MessageLine.h"
 #include "PelloraMessagesCore/MessagesMeetup.h"
+#include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
 

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "PelloraMessagesCore/BirthdayFinder.h"
-#include "PelloraMessagesCore/LinkDetector.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/LinkDetector.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::MessagesDayBuilder {
 

@@ -13,8 +13,8 @@
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/HandleMatcher.h"
 #include "PelloraMessagesCore/HistoryMessage.h"
-#include "PelloraMessagesCore/LocalCalendar.h"
 #include "PelloraMessagesCore/MessagesDayDraft.h"
+#include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {
 

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "PelloraMessagesCore/MessageLine.h"
+#include "PelloraMessagesCore/Language/MessageLine.h"
 #include "PelloraMessagesCore/MessagesDayRecord.h"
 
 namespace pellora {

@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/Instant.h"
 #include "PelloraMessagesCore/MessagesBirthday.h"
 #include "PelloraMessagesCore/MessagesMeetup.h"
 #include "PelloraMessagesCore/MessagesNews.h"
-#include "PelloraMessagesCore/Uuid.h"
+#include "PelloraMessagesCore/Text/Uuid.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 

@@ -7,12 +7,12 @@
 #include <string>
 #include <system_error>
 
-#include "PelloraMessagesCore/AtomicFile.h"
 #include "PelloraMessagesCore/ExchangeCoding.h"
-#include "PelloraMessagesCore/FileError.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/FileError.h"
+#include "PelloraMessagesCore/Files/SealedEnvelope.h"
+#include "PelloraMessagesCore/Files/SealedFile.h"
 #include "PelloraMessagesCore/HelperExchange.h"
-#include "PelloraMessagesCore/SealedEnvelope.h"
-#include "PelloraMessagesCore/SealedFile.h"
 
 namespace pellora::MessagesLatelyInbox {
 

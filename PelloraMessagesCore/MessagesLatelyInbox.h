@@ -8,9 +8,9 @@
 #include <system_error>
 #include <vector>
 
-#include "PelloraMessagesCore/ExchangeKey.h"
+#include "PelloraMessagesCore/Files/ExchangeKey.h"
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
-#include "PelloraMessagesCore/Uuid.h"
+#include "PelloraMessagesCore/Text/Uuid.h"
 
 namespace pellora {
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "PelloraMessagesCore/NewsGuard.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/LocalCalendar.h"
 #include "PelloraMessagesCore/MessagesDayRecord.h"
+#include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {
 

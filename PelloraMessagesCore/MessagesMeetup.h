@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "PelloraMessagesCore/Instant.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 

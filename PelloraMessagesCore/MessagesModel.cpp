@@ -5,14 +5,14 @@
 #include <string_view>
 #include <utility>
 
-#include "PelloraMessagesCore/FoundMeetups.h"
-#include "PelloraMessagesCore/FoundNews.h"
+#include "PelloraMessagesCore/Language/FoundMeetups.h"
+#include "PelloraMessagesCore/Language/FoundNews.h"
+#include "PelloraMessagesCore/Language/ModelInstructions.h"
+#include "PelloraMessagesCore/Language/PromptLines.h"
 #include "PelloraMessagesCore/MeetupGuard.h"
-#include "PelloraMessagesCore/ModelInstructions.h"
 #include "PelloraMessagesCore/NewsGuard.h"
-#include "PelloraMessagesCore/PromptLines.h"
 #include "PelloraMessagesCore/SummaryGuard.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::MessagesModel {
 

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/LocalCalendar.h"
 #include "PelloraMessagesCore/MessagesDayDraft.h"
 #include "PelloraMessagesCore/Ports/LanguageModel.h"
+#include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {
 

@@ -4,11 +4,11 @@
 #include <array>
 #include <utility>
 
-#include "PelloraMessagesCore/GuardText.h"
-#include "PelloraMessagesCore/NewsWords.h"
-#include "PelloraMessagesCore/PhraseTable.h"
+#include "PelloraMessagesCore/Language/GuardText.h"
+#include "PelloraMessagesCore/Language/NewsWords.h"
 #include "PelloraMessagesCore/SummaryGuard.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/PhraseTable.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::NewsGuard {
 

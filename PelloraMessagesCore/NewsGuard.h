@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "PelloraMessagesCore/MessageLine.h"
+#include "PelloraMessagesCore/Language/MessageLine.h"
 #include "PelloraMessagesCore/MessagesNews.h"
 
 namespace pellora {

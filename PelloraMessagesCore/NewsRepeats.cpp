@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
+#include "PelloraMessagesCore/Language/NewsWords.h"
 #include "PelloraMessagesCore/NewsGuard.h"
-#include "PelloraMessagesCore/NewsWords.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
 

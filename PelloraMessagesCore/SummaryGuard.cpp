@@ -2,9 +2,9 @@
 
 #include <array>
 
-#include "PelloraMessagesCore/GuardText.h"
-#include "PelloraMessagesCore/LinkDetector.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Language/GuardText.h"
+#include "PelloraMessagesCore/Text/LinkDetector.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::SummaryGuard {
 

@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "Pellora_for_Messages/HelperLook.h"
 #include "Pellora_for_Messages/PlatformAdapters.h"
+#include "Pellora_for_Messages/Window/HelperLook.h"
 
 namespace pellora {
 

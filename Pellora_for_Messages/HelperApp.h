@@ -4,13 +4,13 @@
 
 #include <memory>
 
+#include "Pellora_for_Messages/Engine/HelperEngine.h"
 #include "Pellora_for_Messages/HelperAppDelegate.h"
 #include "Pellora_for_Messages/HelperDesktop.h"
-#include "Pellora_for_Messages/HelperEngine.h"
-#include "Pellora_for_Messages/HelperMenu.h"
-#include "Pellora_for_Messages/HelperOptions.h"
-#include "Pellora_for_Messages/HelperTray.h"
-#include "Pellora_for_Messages/HelperWindow.h"
+#include "Pellora_for_Messages/Engine/HelperOptions.h"
+#include "Pellora_for_Messages/Window/HelperMenu.h"
+#include "Pellora_for_Messages/Window/HelperTray.h"
+#include "Pellora_for_Messages/Window/HelperWindow.h"
 
 class QApplication;
 

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "PelloraMessagesCore/Ports/AppInstance.h"
+#include "Pellora_for_Messages/Engine/HelperPlatform.h"
 #include "Pellora_for_Messages/HelperDesktop.h"
-#include "Pellora_for_Messages/HelperPlatform.h"
 
 namespace pellora {
 

@@ -6,7 +6,7 @@
 #include <iostream>
 #include <system_error>
 
-#include "PelloraMessagesCore/FileDescriptor.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 
 namespace pellora {
 

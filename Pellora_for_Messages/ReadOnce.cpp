@@ -3,12 +3,12 @@
 #include <QCoroTask>
 #include <iostream>
 
-#include "Adapters/Linux/InstanceLock.h"
+#include "Adapters/Linux/Process/InstanceLock.h"
 #include "PelloraMessagesCore/HelperExchange.h"
-#include "Pellora_for_Messages/HelperEngine.h"
+#include "Pellora_for_Messages/Engine/HelperEngine.h"
+#include "Pellora_for_Messages/Engine/StatusLine.h"
 #include "Pellora_for_Messages/PlatformAdapters.h"
 #include "Pellora_for_Messages/PrintedText.h"
-#include "Pellora_for_Messages/StatusLine.h"
 
 namespace pellora::ReadOnce {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/StandardDescriptors.h"
+#include "PelloraMessagesCore/Files/StandardDescriptors.h"
 #include "Pellora_for_Messages/HelperApp.h"
-#include "Pellora_for_Messages/HelperOptions.h"
+#include "Pellora_for_Messages/Engine/HelperOptions.h"
 #include "Pellora_for_Messages/PlatformAdapters.h"
 #include "Pellora_for_Messages/PrintedText.h"
 #include "Pellora_for_Messages/ReadOnce.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/Instant.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 #include "SampleStore/SampleLine.h"
 #include "SampleStore/SampleRandom.h"
 #include "SampleStore/StoreConnection.h"

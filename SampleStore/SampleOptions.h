@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "PelloraMessagesCore/Instant.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 

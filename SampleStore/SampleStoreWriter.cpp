@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "PelloraMessagesCore/FileError.h"
+#include "PelloraMessagesCore/Files/FileError.h"
 #include "SampleStore/MessageInserter.h"
 #include "SampleStore/MessagesSchema.h"
 #include "SampleStore/SampleDialogue.h"

@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "PelloraMessagesCore/ExchangeCoding.h"
-#include "PelloraMessagesCore/StandardDescriptors.h"
+#include "PelloraMessagesCore/Files/StandardDescriptors.h"
 #include "SampleStore/SamplePerson.h"
 #include "SampleStore/SampleStoreWriter.h"
 

@@ -3,7 +3,10 @@ add_library(pellora_options INTERFACE)
 target_compile_options(pellora_options INTERFACE -Wall -Wextra -Wpedantic -fstack-protector-strong)
 target_compile_definitions(pellora_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII
   $<$<BOOL:${PELLORA_TEAM_PREFIX}>:PELLORA_TEAM_PREFIX="${PELLORA_TEAM_PREFIX}">)
-target_include_directories(pellora_options INTERFACE ${CMAKE_SOURCE_DIR})
+# Tests, benchmarks and fuzzers may look into every folder; the programs see what their folders name (Folder.cmake).
+add_library(pellora_whole_tree INTERFACE)
+target_include_directories(pellora_whole_tree INTERFACE ${CMAKE_SOURCE_DIR})
+target_link_libraries(pellora_whole_tree INTERFACE pellora_options)
 # libstdc++ 12 calls its own deprecated std::get_temporary_buffer inside std::stable_sort, which clang reports.
 target_compile_options(pellora_options INTERFACE -Wno-deprecated-declarations)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)

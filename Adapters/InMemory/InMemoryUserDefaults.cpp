@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-#include "PelloraMessagesCore/FileError.h"
+#include "PelloraMessagesCore/Files/FileError.h"
 
 namespace pellora {
 

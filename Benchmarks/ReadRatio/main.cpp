@@ -27,7 +27,7 @@
 #include "PelloraMessagesCore/ContactNormalization.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"
-#include "Pellora_for_Messages/HelperEngine.h"
+#include "Pellora_for_Messages/Engine/HelperEngine.h"
 
 namespace {
 

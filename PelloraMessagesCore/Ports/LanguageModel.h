@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "PelloraMessagesCore/GenerationSchema.h"
+#include "PelloraMessagesCore/Language/GenerationSchema.h"
 #include "PelloraMessagesCore/Ports/Task.h"
 
 namespace pellora {

@@ -6,8 +6,8 @@
 #include <functional>
 #include <memory>
 
-#include "PelloraMessagesCore/Instant.h"
 #include "PelloraMessagesCore/Ports/Task.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 

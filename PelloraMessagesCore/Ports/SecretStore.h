@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "PelloraMessagesCore/SecretBytes.h"
+#include "PelloraMessagesCore/Files/SecretBytes.h"
 
 namespace pellora {
 

@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-#include "PelloraMessagesCore/Instant.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 

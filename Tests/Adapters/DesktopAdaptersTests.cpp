@@ -4,9 +4,9 @@
 #include <csignal>
 #include <fstream>
 
-#include "Adapters/Linux/FileManagerPrivacySettings.h"
-#include "Adapters/Linux/ResidentMemory.h"
-#include "Adapters/Linux/SignalQuitRequests.h"
+#include "Adapters/Linux/Desktop/FileManagerPrivacySettings.h"
+#include "Adapters/Linux/Process/ResidentMemory.h"
+#include "Adapters/Linux/Process/SignalQuitRequests.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/TemporaryFolder.h"
 

@@ -11,9 +11,9 @@
 #include <QUrl>
 #include <optional>
 
-#include "Adapters/Linux/FileManagerPrivacySettings.h"
-#include "Adapters/Linux/PortalAppearance.h"
-#include "Adapters/Linux/StatusNotifierHost.h"
+#include "Adapters/Linux/Desktop/FileManagerPrivacySettings.h"
+#include "Adapters/Linux/Desktop/PortalAppearance.h"
+#include "Adapters/Linux/Desktop/StatusNotifierHost.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/PrivateBus.h"
 

@@ -6,7 +6,7 @@
 #include <fstream>
 
 #include "Adapters/InMemory/InMemoryFileEvents.h"
-#include "Adapters/Linux/InotifyFileEvents.h"
+#include "Adapters/Linux/Files/InotifyFileEvents.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/TemporaryFolder.h"

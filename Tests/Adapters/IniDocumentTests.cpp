@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Adapters/Linux/IniDocument.h"
+#include "Adapters/Linux/Files/IniDocument.h"
 
 namespace pellora {
 

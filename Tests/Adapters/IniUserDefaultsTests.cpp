@@ -6,10 +6,10 @@
 #include <QSettings>
 #include <fstream>
 
-#include "Adapters/Linux/IniUserDefaults.h"
-#include "Adapters/Linux/IniValue.h"
-#include "Adapters/Linux/InstantText.h"
-#include "PelloraMessagesCore/FileError.h"
+#include "Adapters/Linux/Files/IniUserDefaults.h"
+#include "Adapters/Linux/Files/IniValue.h"
+#include "Adapters/Linux/Files/InstantText.h"
+#include "PelloraMessagesCore/Files/FileError.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryFolder.h"

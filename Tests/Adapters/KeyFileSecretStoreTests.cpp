@@ -6,7 +6,7 @@
 #include <fstream>
 #include <set>
 
-#include "Adapters/Linux/KeyFileSecretStore.h"
+#include "Adapters/Linux/Secrets/KeyFileSecretStore.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/ScopedEnvironment.h"

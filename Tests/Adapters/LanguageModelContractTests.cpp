@@ -4,7 +4,7 @@
 #include <functional>
 
 #include "Adapters/InMemory/ScriptedLanguageModel.h"
-#include "Adapters/Linux/ChatCompletionsLanguageModel.h"
+#include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
 #include "Tests/Support/Awaiting.h"
 #include "Tests/Support/ModelServerProcess.h"
 

@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "Adapters/InMemory/InMemoryLoginItem.h"
-#include "Adapters/Linux/XdgAutostartLoginItem.h"
+#include "Adapters/Linux/Desktop/XdgAutostartLoginItem.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryFolder.h"

@@ -11,8 +11,8 @@
 #include <chrono>
 #include <nlohmann/json.hpp>
 
-#include "Adapters/Linux/ChatCompletionsLanguageModel.h"
-#include "PelloraMessagesCore/GenerationSchema.h"
+#include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
+#include "PelloraMessagesCore/Language/GenerationSchema.h"
 #include "Tests/Support/Awaiting.h"
 #include "Tests/Support/ModelServerProcess.h"
 #include "Tests/Support/TemporaryFolder.h"

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "Adapters/Linux/ModelEndpoint.h"
+#include "Adapters/Linux/Model/ModelEndpoint.h"
 
 namespace pellora {
 

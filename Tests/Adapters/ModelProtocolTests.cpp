@@ -3,12 +3,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Adapters/Linux/AnswerText.h"
-#include "Adapters/Linux/ChatCompletionsProtocol.h"
-#include "Adapters/Linux/ModelChoice.h"
-#include "Adapters/Linux/OllamaProtocol.h"
+#include "Adapters/Linux/Model/AnswerText.h"
+#include "Adapters/Linux/Model/ChatCompletionsProtocol.h"
+#include "Adapters/Linux/Model/ModelChoice.h"
+#include "Adapters/Linux/Model/OllamaProtocol.h"
 #include "PelloraMessagesCore/Ports/LanguageModel.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
 

@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-#include "Adapters/Linux/ChatCompletionsLanguageModel.h"
+#include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
 #include "PelloraMessagesCore/MessagesModel.h"
 #include "Tests/Support/Awaiting.h"
 #include "Tests/Support/ModelServerProcess.h"

@@ -5,7 +5,7 @@
 #include <QDBusMessage>
 
 #include "Adapters/InMemory/InMemoryNotificationCenter.h"
-#include "Adapters/Linux/DBusNotificationCenter.h"
+#include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/PrivateBus.h"
 

@@ -19,11 +19,11 @@
 #include <string>
 #include <thread>
 
-#include "Adapters/Linux/Landlock.h"
-#include "Adapters/Linux/ProcessConfinement.h"
-#include "PelloraMessagesCore/AtomicFile.h"
+#include "Adapters/Linux/Process/Landlock.h"
+#include "Adapters/Linux/Process/ProcessConfinement.h"
 #include "PelloraMessagesCore/ChatDatabase.h"
-#include "PelloraMessagesCore/FileDescriptor.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "Tests/Support/ReportingProcess.h"
 #include "Tests/Support/SmallStore.h"
 #include "Tests/Support/TemporaryFolder.h"

@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "Adapters/InMemory/VirtualScheduler.h"
-#include "Adapters/Linux/EventLoopScheduler.h"
+#include "Adapters/Linux/Process/EventLoopScheduler.h"
 #include "Tests/Support/EventLoopWait.h"
 
 namespace pellora {

@@ -8,9 +8,9 @@
 #include <QDBusVirtualObject>
 #include <set>
 
-#include "Adapters/Linux/MakeSecretStore.h"
-#include "Adapters/Linux/SecretServiceSession.h"
-#include "Adapters/Linux/SecretServiceStore.h"
+#include "Adapters/Linux/Secrets/MakeSecretStore.h"
+#include "Adapters/Linux/Secrets/SecretServiceSession.h"
+#include "Adapters/Linux/Secrets/SecretServiceStore.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/PrivateKeyring.h"

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "Adapters/InMemory/InMemorySecretStore.h"
-#include "Adapters/Linux/KeyFileSecretStore.h"
-#include "Adapters/Linux/SecretServiceStore.h"
+#include "Adapters/Linux/Secrets/KeyFileSecretStore.h"
+#include "Adapters/Linux/Secrets/SecretServiceStore.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "Tests/Support/PrivateKeyring.h"
 

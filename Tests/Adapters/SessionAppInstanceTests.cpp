@@ -1,8 +1,8 @@
 // One helper at a time where there is no session bus. With one: Tests/Desktop/desktop-test.
 #include <gtest/gtest.h>
 
-#include "Adapters/Linux/ActivationSocket.h"
-#include "Adapters/Linux/SessionAppInstance.h"
+#include "Adapters/Linux/Desktop/ActivationSocket.h"
+#include "Adapters/Linux/Desktop/SessionAppInstance.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryFolder.h"

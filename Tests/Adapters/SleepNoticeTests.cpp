@@ -6,7 +6,7 @@
 #include <QDBusMessage>
 
 #include "Adapters/InMemory/InMemorySleepNotice.h"
-#include "Adapters/Linux/LogindSleepNotice.h"
+#include "Adapters/Linux/Desktop/LogindSleepNotice.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/PrivateBus.h"
 

@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "Adapters/InMemory/InMemoryUserDefaults.h"
-#include "Adapters/Linux/IniUserDefaults.h"
-#include "PelloraMessagesCore/FileError.h"
+#include "Adapters/Linux/Files/IniUserDefaults.h"
+#include "PelloraMessagesCore/Files/FileError.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace pellora {

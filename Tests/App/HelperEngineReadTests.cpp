@@ -9,10 +9,10 @@
 
 #include "PelloraMessagesCore/AnalysedDays.h"
 #include "PelloraMessagesCore/ChatDatabase.h"
+#include "PelloraMessagesCore/Files/SealedEnvelope.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/MessagesDayBuilder.h"
 #include "PelloraMessagesCore/PeopleFingerprint.h"
-#include "PelloraMessagesCore/SealedEnvelope.h"
 #include "Tests/Support/EngineWorld.h"
 #include "Tests/Support/GatedLanguageModel.h"
 

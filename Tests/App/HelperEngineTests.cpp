@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "Pellora_for_Messages/HelperEngine.h"
+#include "Pellora_for_Messages/Engine/HelperEngine.h"
 #include "Tests/Support/EngineWorld.h"
 #include "Tests/Support/GatedLanguageModel.h"
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "Pellora_for_Messages/HelperOptions.h"
+#include "Pellora_for_Messages/Engine/HelperOptions.h"
 
 namespace pellora {
 namespace {

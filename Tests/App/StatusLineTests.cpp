@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "Pellora_for_Messages/StatusLine.h"
+#include "Pellora_for_Messages/Engine/StatusLine.h"
 
 namespace pellora {
 namespace {

@@ -4,18 +4,18 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Companion/CompanionFailure.h"
-#include "Companion/DeleteCommand.h"
-#include "Companion/KeyCommand.h"
-#include "Companion/LatelyCommand.h"
-#include "Companion/LatelyStore.h"
-#include "Companion/PeopleImportCommand.h"
-#include "Companion/PeopleListCommand.h"
-#include "Companion/PeopleParser.h"
-#include "Companion/StatusReport.h"
-#include "Companion/SweepCommand.h"
-#include "PelloraMessagesCore/AtomicFile.h"
+#include "Companion/Commands/DeleteCommand.h"
+#include "Companion/Commands/KeyCommand.h"
+#include "Companion/Commands/LatelyCommand.h"
+#include "Companion/Commands/PeopleImportCommand.h"
+#include "Companion/Commands/PeopleListCommand.h"
+#include "Companion/Commands/StatusReport.h"
+#include "Companion/Commands/SweepCommand.h"
+#include "Companion/Lately/LatelyStore.h"
+#include "Companion/Output/CompanionFailure.h"
+#include "Companion/People/PeopleParser.h"
 #include "PelloraMessagesCore/ExchangeCoding.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "Tests/Companion/CompanionWorld.h"
 
 namespace pellora {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
-#include "Companion/CsvPeople.h"
-#include "Companion/PeopleParser.h"
+#include "Companion/People/CsvPeople.h"
+#include "Companion/People/PeopleParser.h"
 
 namespace pellora {
 namespace {

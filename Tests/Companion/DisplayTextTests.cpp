@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
-#include "Companion/DisplayText.h"
-#include "Companion/TextTable.h"
+#include "Companion/Output/DisplayText.h"
+#include "Companion/Output/TextTable.h"
 
 namespace pellora {
 namespace {

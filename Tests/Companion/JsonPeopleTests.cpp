@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
-#include "Companion/JsonPeople.h"
-#include "Companion/PeopleParser.h"
+#include "Companion/People/JsonPeople.h"
+#include "Companion/People/PeopleParser.h"
 
 namespace pellora {
 namespace {

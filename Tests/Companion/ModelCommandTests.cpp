@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "Companion/ModelCommand.h"
+#include "Companion/Commands/ModelCommand.h"
 #include "Tests/Support/ModelServerProcess.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryFolder.h"

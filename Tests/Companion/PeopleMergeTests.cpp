@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 
-#include "Companion/PeopleMerge.h"
-#include "Companion/SharedHandle.h"
-#include "Companion/StableUuid.h"
+#include "Companion/People/PeopleMerge.h"
+#include "Companion/People/SharedHandle.h"
+#include "Companion/People/StableUuid.h"
 
 namespace pellora {
 namespace {

@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "Companion/PeopleParser.h"
+#include "Companion/People/PeopleParser.h"
 
 namespace pellora {
 namespace {

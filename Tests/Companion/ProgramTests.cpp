@@ -8,8 +8,8 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "Adapters/Linux/DBusNotificationCenter.h"
-#include "Adapters/Linux/PrivateBusConnection.h"
+#include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
+#include "Adapters/Linux/Desktop/PrivateBusConnection.h"
 #include "PelloraMessagesCore/HelperReadRequest.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/PrivateBus.h"

@@ -3,7 +3,7 @@
 
 #include <fstream>
 
-#include "Companion/StoreProbe.h"
+#include "Companion/History/StoreProbe.h"
 #include "Tests/Support/SmallStore.h"
 #include "Tests/Support/TemporaryFolder.h"
 

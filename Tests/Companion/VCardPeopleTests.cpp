@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
-#include "Companion/PeopleParser.h"
-#include "Companion/VCardPeople.h"
+#include "Companion/People/PeopleParser.h"
+#include "Companion/People/VCardPeople.h"
 
 namespace pellora {
 namespace {

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "PelloraMessagesCore/AnalysedDays.h"
-#include "PelloraMessagesCore/AtomicFile.h"
-#include "PelloraMessagesCore/FileError.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/FileError.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "Tests/Support/SampleRecords.h"
 #include "Tests/Support/TemporaryFolder.h"

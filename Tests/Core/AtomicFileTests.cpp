@@ -7,8 +7,8 @@
 #include <cerrno>
 #include <fstream>
 
-#include "PelloraMessagesCore/AtomicFile.h"
-#include "PelloraMessagesCore/FileError.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/FileError.h"
 #include "Tests/Support/ForkedProcess.h"
 #include "Tests/Support/TemporaryFolder.h"
 

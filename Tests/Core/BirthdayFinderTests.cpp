@@ -3,7 +3,7 @@
 #include <random>
 
 #include "PelloraMessagesCore/BirthdayFinder.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
 namespace {

@@ -7,7 +7,7 @@
 #include <limits>
 
 #include "PelloraMessagesCore/ChatDatabase.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/SmallStore.h"
 #include "Tests/Support/TemporaryFolder.h"

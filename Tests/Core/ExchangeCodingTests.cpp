@@ -7,7 +7,7 @@
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/HelperHeartbeat.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 #include "Tests/Support/SampleRecords.h"
 
 namespace pellora {
@@ -171,7 +171,7 @@ TEST(ExchangeCoding, EveryStatusAndKindHasItsName) {
     ASSERT_TRUE(heartbeat.has_value()) << name;
     EXPECT_EQ(encode(*heartbeat), text);
   }
-  for (const std::string_view name : MessagesNews::kKindNames) {
+  for (const std::string_view name : kNewsKindNames) {
     const std::string text = sampleNotesWith("news", R"([{"kind":")" + std::string(name) +
                                                          R"(","messageAt":"1970-01-01T00:00:00Z","sentence":"",)"
                                                          R"("when":""}])");

@@ -3,7 +3,7 @@
 #include <set>
 #include <vector>
 
-#include "PelloraMessagesCore/ExchangeKey.h"
+#include "PelloraMessagesCore/Files/ExchangeKey.h"
 
 namespace pellora {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "PelloraMessagesCore/FoundMeetups.h"
+#include "PelloraMessagesCore/Language/FoundMeetups.h"
 
 namespace pellora {
 namespace {

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
-#include "PelloraMessagesCore/FoundNews.h"
+#include "PelloraMessagesCore/Language/FoundNews.h"
 
 namespace pellora {
 namespace {
 
-using Kind = MessagesNews::Kind;
+using Kind = NewsKind;
 
 std::string item(std::string_view kind) {
   return R"({"message":1,"what":"Sam","kind":")" + std::string(kind) + R"(","when":"now"})";

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "PelloraMessagesCore/GeneratedContent.h"
+#include "PelloraMessagesCore/Language/GeneratedContent.h"
 
 namespace pellora {
 namespace {

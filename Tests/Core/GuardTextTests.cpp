@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "PelloraMessagesCore/GuardText.h"
+#include "PelloraMessagesCore/Language/GuardText.h"
 
 namespace pellora::GuardText {
 namespace {

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include "PelloraMessagesCore/AtomicFile.h"
 #include "PelloraMessagesCore/ExchangeCoding.h"
-#include "PelloraMessagesCore/FileError.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/FileError.h"
+#include "PelloraMessagesCore/Files/SealedEnvelope.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"
-#include "PelloraMessagesCore/SealedEnvelope.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace pellora {

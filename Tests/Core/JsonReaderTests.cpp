@@ -7,7 +7,7 @@
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/HelperHeartbeat.h"
-#include "PelloraMessagesCore/JsonReader.h"
+#include "PelloraMessagesCore/Json/JsonReader.h"
 #include "Tests/Support/SampleRecords.h"
 
 namespace pellora {

@@ -3,8 +3,8 @@
 #include <chrono>
 #include <random>
 
-#include "PelloraMessagesCore/LinkDetector.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/LinkDetector.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
 namespace {

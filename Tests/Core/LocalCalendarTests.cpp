@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <random>
 
-#include "PelloraMessagesCore/LocalCalendar.h"
+#include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {
 namespace {

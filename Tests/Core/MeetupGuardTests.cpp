@@ -1,10 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "PelloraMessagesCore/GuardText.h"
+#include "PelloraMessagesCore/Language/GuardText.h"
+#include "PelloraMessagesCore/Language/MeetupWords.h"
 #include "PelloraMessagesCore/MeetupGuard.h"
-#include "PelloraMessagesCore/MeetupWords.h"
-#include "PelloraMessagesCore/Regex.h"
+#include "PelloraMessagesCore/Text/Regex.h"
 
 namespace pellora::MeetupGuard {
 namespace {

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "PelloraMessagesCore/MessageBody.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 #include "SampleStore/AttributedBodyEncoder.h"
 
 namespace pellora {

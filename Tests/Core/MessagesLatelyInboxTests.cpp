@@ -3,11 +3,11 @@
 
 #include <algorithm>
 
-#include "PelloraMessagesCore/AtomicFile.h"
 #include "PelloraMessagesCore/ExchangeCoding.h"
-#include "PelloraMessagesCore/FileError.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/FileError.h"
+#include "PelloraMessagesCore/Files/SealedEnvelope.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"
-#include "PelloraMessagesCore/SealedEnvelope.h"
 #include "Tests/Support/SampleRecords.h"
 #include "Tests/Support/TemporaryFolder.h"
 

@@ -3,7 +3,7 @@
 
 #include "Adapters/InMemory/ScriptedLanguageModel.h"
 #include "PelloraMessagesCore/MessagesModel.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 #include "Tests/Support/Awaiting.h"
 
 namespace pellora {

@@ -2,12 +2,12 @@
 
 #include <random>
 
-#include "PelloraMessagesCore/GuardText.h"
+#include "PelloraMessagesCore/Language/GuardText.h"
+#include "PelloraMessagesCore/Language/NewsWords.h"
 #include "PelloraMessagesCore/NewsGuard.h"
-#include "PelloraMessagesCore/NewsWords.h"
-#include "PelloraMessagesCore/PhraseTable.h"
-#include "PelloraMessagesCore/Regex.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/PhraseTable.h"
+#include "PelloraMessagesCore/Text/Regex.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::NewsGuard {
 namespace {

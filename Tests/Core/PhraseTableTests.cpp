@@ -3,8 +3,8 @@
 #include <random>
 #include <string>
 
-#include "PelloraMessagesCore/MeetupWords.h"
-#include "PelloraMessagesCore/PhraseTable.h"
+#include "PelloraMessagesCore/Language/MeetupWords.h"
+#include "PelloraMessagesCore/Text/PhraseTable.h"
 
 namespace pellora {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/PosixZoneRule.h"
+#include "PelloraMessagesCore/Time/PosixZoneRule.h"
 
 namespace pellora {
 namespace {

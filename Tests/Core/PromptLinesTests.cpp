@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "PelloraMessagesCore/PromptLines.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Language/PromptLines.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::PromptLines {
 namespace {

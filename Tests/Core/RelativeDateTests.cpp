@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "PelloraMessagesCore/RelativeDate.h"
+#include "PelloraMessagesCore/Time/RelativeDate.h"
 
 namespace pellora {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "PelloraMessagesCore/SealedEnvelope.h"
+#include "PelloraMessagesCore/Files/SealedEnvelope.h"
 
 namespace pellora {
 namespace {

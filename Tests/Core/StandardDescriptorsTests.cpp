@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <set>
 
-#include "PelloraMessagesCore/StandardDescriptors.h"
+#include "PelloraMessagesCore/Files/StandardDescriptors.h"
 #include "Tests/Support/ForkedProcess.h"
 
 namespace pellora {

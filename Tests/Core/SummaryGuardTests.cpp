@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "PelloraMessagesCore/SummaryGuard.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::SummaryGuard {
 namespace {

@@ -4,9 +4,9 @@
 #include <filesystem>
 #include <fstream>
 
-#include "PelloraMessagesCore/BuiltInZones.h"
-#include "PelloraMessagesCore/LocalCalendar.h"
-#include "PelloraMessagesCore/SystemZone.h"
+#include "PelloraMessagesCore/Time/BuiltInZones.h"
+#include "PelloraMessagesCore/Time/LocalCalendar.h"
+#include "PelloraMessagesCore/Time/SystemZone.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryFolder.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/ZoneFile.h"
+#include "PelloraMessagesCore/Time/ZoneFile.h"
 
 namespace pellora {
 namespace {

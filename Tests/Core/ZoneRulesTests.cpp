@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "PelloraMessagesCore/ZoneRules.h"
+#include "PelloraMessagesCore/Time/ZoneRules.h"
 
 namespace pellora {
 namespace {

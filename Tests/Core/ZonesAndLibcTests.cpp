@@ -7,8 +7,8 @@
 #include <random>
 #include <set>
 
-#include "PelloraMessagesCore/LocalCalendar.h"
-#include "PelloraMessagesCore/SystemZone.h"
+#include "PelloraMessagesCore/Time/LocalCalendar.h"
+#include "PelloraMessagesCore/Time/SystemZone.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryFolder.h"
 

@@ -4,8 +4,8 @@
 #include <QDir>
 #include <iostream>
 
-#include "Pellora_for_Messages/HelperLook.h"
-#include "Pellora_for_Messages/HelperWindow.h"
+#include "Pellora_for_Messages/Window/HelperLook.h"
+#include "Pellora_for_Messages/Window/HelperWindow.h"
 #include "Tests/Window/WindowWorld.h"
 
 namespace {

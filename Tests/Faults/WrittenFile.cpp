@@ -2,12 +2,12 @@
 
 #include <array>
 
-#include "Adapters/Linux/IniUserDefaults.h"
-#include "Adapters/Linux/KeyFileSecretStore.h"
-#include "Adapters/Linux/XdgAutostartLoginItem.h"
+#include "Adapters/Linux/Desktop/XdgAutostartLoginItem.h"
+#include "Adapters/Linux/Files/IniUserDefaults.h"
+#include "Adapters/Linux/Secrets/KeyFileSecretStore.h"
 #include "PelloraMessagesCore/AnalysedDays.h"
-#include "PelloraMessagesCore/AtomicFile.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/HelperHeartbeat.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"

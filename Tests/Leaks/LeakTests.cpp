@@ -9,8 +9,8 @@
 #include <iterator>
 #include <thread>
 
-#include "PelloraMessagesCore/AtomicFile.h"
-#include "PelloraMessagesCore/SealedEnvelope.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/SealedEnvelope.h"
 #include "Tests/Support/ModelServerProcess.h"
 #include "Tests/Support/ProgramRun.h"
 #include "Tests/Support/ReportingProcess.h"

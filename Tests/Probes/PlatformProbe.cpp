@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "Adapters/Linux/DBusNotificationCenter.h"
-#include "Adapters/Linux/IniUserDefaults.h"
-#include "Adapters/Linux/MakeSecretStore.h"
+#include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
+#include "Adapters/Linux/Files/IniUserDefaults.h"
+#include "Adapters/Linux/Secrets/MakeSecretStore.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <sstream>
 
 #include "PelloraMessagesCore/ChatDatabase.h"
-#include "PelloraMessagesCore/Uuid.h"
+#include "PelloraMessagesCore/Text/Uuid.h"
 #include "SampleStore/SampleStoreWriter.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/TemporaryFolder.h"

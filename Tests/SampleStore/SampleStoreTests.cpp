@@ -9,7 +9,7 @@
 #include "PelloraMessagesCore/ContactNormalization.h"
 #include "PelloraMessagesCore/MeetupGuard.h"
 #include "PelloraMessagesCore/MessagesDayBuilder.h"
-#include "PelloraMessagesCore/Text.h"
+#include "PelloraMessagesCore/Text/Text.h"
 #include "SampleStore/MessagesSchema.h"
 #include "SampleStore/SamplePerson.h"
 #include "SampleStore/SampleStoreWriter.h"

@@ -21,7 +21,7 @@
 #include "PelloraMessagesCore/HelperHeartbeat.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"
-#include "Pellora_for_Messages/HelperEngine.h"
+#include "Pellora_for_Messages/Engine/HelperEngine.h"
 #include "Tests/Support/SmallStore.h"
 #include "Tests/Support/TemporaryFolder.h"
 

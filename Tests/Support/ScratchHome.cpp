@@ -3,7 +3,7 @@
 #include <array>
 #include <chrono>
 
-#include "PelloraMessagesCore/AtomicFile.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/ExchangeKey.h"
+#include "PelloraMessagesCore/Files/ExchangeKey.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/HelperPerson.h"
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/Instant.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 #include "SampleStore/StoreConnection.h"
 
 namespace pellora::support {

@@ -4,7 +4,7 @@
 
 #include <QCoreApplication>
 
-#include "Adapters/Linux/EventLoopScheduler.h"
+#include "Adapters/Linux/Process/EventLoopScheduler.h"
 #include "Tests/Support/EngineWorld.h"
 #include "Tests/Support/EventLoopWait.h"
 

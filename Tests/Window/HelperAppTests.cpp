@@ -6,7 +6,7 @@
 #include <QTimer>
 
 #include "Pellora_for_Messages/HelperApp.h"
-#include "Pellora_for_Messages/HelperLook.h"
+#include "Pellora_for_Messages/Window/HelperLook.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Window/WindowWorld.h"
 

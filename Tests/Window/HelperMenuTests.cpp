@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "Pellora_for_Messages/HelperMenu.h"
+#include "Pellora_for_Messages/Window/HelperMenu.h"
 #include "Tests/Window/WindowWorld.h"
 
 namespace pellora {

@@ -10,10 +10,10 @@
 #include <QPushButton>
 #include <QTest>
 
-#include "Pellora_for_Messages/HelperLook.h"
-#include "Pellora_for_Messages/HelperView.h"
-#include "Pellora_for_Messages/HelperWindow.h"
-#include "Pellora_for_Messages/NoticeCard.h"
+#include "Pellora_for_Messages/Window/HelperLook.h"
+#include "Pellora_for_Messages/Window/HelperView.h"
+#include "Pellora_for_Messages/Window/HelperWindow.h"
+#include "Pellora_for_Messages/Window/NoticeCard.h"
 #include "Tests/Window/WindowWorld.h"
 
 namespace pellora {

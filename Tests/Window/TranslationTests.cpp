@@ -9,8 +9,8 @@
 #include <QRegularExpression>
 #include <QTranslator>
 
-#include "Pellora_for_Messages/HelperMenu.h"
-#include "Pellora_for_Messages/HelperWindow.h"
+#include "Pellora_for_Messages/Window/HelperMenu.h"
+#include "Pellora_for_Messages/Window/HelperWindow.h"
 #include "Tests/Window/WindowWorld.h"
 
 namespace pellora {

@@ -1,0 +1,1 @@
+#include "Adapters/Linux/Desktop/ApplicationInterface.h"

@@ -1,0 +1,90 @@
+#include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
+
+#include <QDBusMessage>
+#include <algorithm>
+#include <optional>
+
+#include "Adapters/Linux/Desktop/BusSignalReceiver.h"
+#include "Adapters/Linux/Desktop/PrivateBusConnection.h"
+#include "Adapters/Linux/Desktop/SessionBusAddress.h"
+
+namespace pellora {
+
+namespace {
+
+struct SignalName {
+  QString interface;
+  QString member;
+  QString path;  // the interface's name as an object path
+};
+
+// What the bus takes as one element of a name.
+bool isElement(std::string_view text) {
+  const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; };
+  return !text.empty() && isLetter(text.front()) &&
+         std::ranges::all_of(text, [&](char c) { return isLetter(c) || (c >= '0' && c <= '9'); });
+}
+
+// Absent for a name that the bus would not take: an interface has two elements at least.
+std::optional<SignalName> signalName(const std::string& name) {
+  const std::size_t dot = name.rfind('.');
+  if (std::ranges::count(name, '.') < 2) return std::nullopt;
+  for (std::size_t begin = 0; begin <= name.size();) {
+    const std::size_t end = std::min(name.find('.', begin), name.size());
+    if (!isElement(std::string_view(name).substr(begin, end - begin))) return std::nullopt;
+    begin = end + 1;
+  }
+  std::string path = "/" + name.substr(0, dot);
+  std::ranges::replace(path, '.', '/');
+  return SignalName{QString::fromStdString(name.substr(0, dot)), QString::fromStdString(name.substr(dot + 1)),
+                    QString::fromStdString(path)};
+}
+
+class DBusObserver : public NotificationObserver {
+ public:
+  DBusObserver(std::shared_ptr<PrivateBusConnection> connection, std::function<void()> handler)
+      : _connection(std::move(connection)), _receiver([handler = std::move(handler)](bool) { handler(); }) {}
+
+  bool listen(const SignalName& name) {
+    return _connection->bus().connect(QString(), name.path, name.interface, name.member, &_receiver,
+                                      BusSignalReceiver::plainSlot());
+  }
+
+ private:
+  std::shared_ptr<PrivateBusConnection> _connection;
+  BusSignalReceiver _receiver;
+};
+
+}  // namespace
+
+DBusNotificationCenter::DBusNotificationCenter() = default;
+DBusNotificationCenter::~DBusNotificationCenter() = default;
+
+PrivateBusConnection* DBusNotificationCenter::connection() {
+  if (_connection && _connection->isConnected()) return _connection.get();
+  const auto address = SessionBusAddress::find();
+  if (!address) return nullptr;
+  auto fresh = std::make_shared<PrivateBusConnection>(*address);
+  if (!fresh->isConnected()) return nullptr;
+  _connection = std::move(fresh);
+  return _connection.get();
+}
+
+bool DBusNotificationCenter::post(const std::string& name) {
+  const auto signal = signalName(name);
+  PrivateBusConnection* bus = signal ? connection() : nullptr;
+  if (bus == nullptr) return false;
+  const QDBusMessage message = QDBusMessage::createSignal(signal->path, signal->interface, signal->member);
+  return bus->bus().send(message) && bus->flush();
+}
+
+std::unique_ptr<NotificationObserver> DBusNotificationCenter::observe(const std::string& name,
+                                                                      std::function<void()> handler) {
+  const auto signal = signalName(name);
+  if (!signal || connection() == nullptr) return nullptr;
+  auto observer = std::make_unique<DBusObserver>(_connection, std::move(handler));
+  if (!observer->listen(*signal) || !_connection->flush()) return nullptr;
+  return observer;
+}
+
+}  // namespace pellora

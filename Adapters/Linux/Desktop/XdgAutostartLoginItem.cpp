@@ -1,0 +1,172 @@
+#include "Adapters/Linux/Desktop/XdgAutostartLoginItem.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <sstream>
+
+#include "Adapters/Linux/Files/IniDocument.h"
+#include "Adapters/Linux/Files/XdgFolders.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/FileError.h"
+
+namespace pellora {
+
+namespace {
+
+constexpr char kEntryPath[] = "autostart/app.pellora.Messages.desktop";
+constexpr char kGroup[] = "Desktop Entry";
+constexpr char kExec[] = "Exec";
+constexpr char kHidden[] = "Hidden";
+constexpr char kEnabled[] = "X-GNOME-Autostart-enabled";
+constexpr std::size_t kMaximumSize = std::size_t{256} << 10;  // bytes
+
+struct Pair {
+  const char* key;
+  const char* value;
+};
+
+constexpr std::array<Pair, 7> kFixedPairs{{{"Type", "Application"},
+                                           {"Version", "1.0"},
+                                           {"Name", "Pellora for Messages"},
+                                           {"Comment", "Reads Messages for Pellora"},
+                                           {"Icon", "app.pellora.Messages"},
+                                           {"Terminal", "false"},
+                                           {"StartupNotify", "false"}}};
+
+// Quoted as an argument of a command line, percent signs doubled; then escaped as the value of a text key, where a
+// backslash and line breaks have escapes of their own.
+std::string quoted(const std::string& argument) {
+  std::string result = "\"";
+  for (const char c : argument) {
+    if (c == '"' || c == '`' || c == '$') {
+      result += "\\\\";
+      result += c;
+    } else if (c == '\\') {
+      result += "\\\\\\\\";
+    } else if (c == '%') {
+      result += "%%";
+    } else if (c == '\n') {
+      result += "\\n";
+    } else if (c == '\t') {
+      result += "\\t";
+    } else if (c == '\r') {
+      result += "\\r";
+    } else {
+      result += c;
+    }
+  }
+  return result + "\"";
+}
+
+IniDocument parsed(const std::string& bytes) {
+  return IniDocument(bytes, IniDocument::Dialect::desktopEntry);
+}
+
+bool startsSomething(const std::string& bytes) {
+  const IniDocument entry = parsed(bytes);
+  return !entry.value(kGroup, kExec).value_or("").empty() && entry.value(kGroup, kHidden) != "true" &&
+         entry.value(kGroup, kEnabled) != "false";
+}
+
+bool isOwnKey(const std::string& key) {
+  return key == kExec || key == kHidden || key == kEnabled ||
+         std::ranges::any_of(kFixedPairs, [&](const Pair& pair) { return key == pair.key; });
+}
+
+bool hasForeignParts(const std::string& bytes) {
+  const IniDocument entry = parsed(bytes);
+  const std::vector<std::string> groups = entry.groups();
+  return std::ranges::any_of(groups, [](const std::string& group) { return group != kGroup; }) ||
+         !std::ranges::all_of(entry.keys(kGroup), isOwnKey) || bytes.find('#') != std::string::npos;
+}
+
+// What the entry lacks to be whole; what it has stays.
+std::string completed(const std::string& bytes, const std::string& command, bool enabled) {
+  IniDocument entry = parsed(bytes);
+  for (const Pair& pair : kFixedPairs)
+    if (!entry.value(kGroup, pair.key)) entry.set(kGroup, pair.key, pair.value);
+  entry.set(kGroup, kExec, command);
+  entry.set(kGroup, kEnabled, enabled ? "true" : "false");
+  if (enabled)
+    entry.erase(kGroup, kHidden);
+  else
+    entry.set(kGroup, kHidden, "true");
+  return entry.bytes();
+}
+
+std::optional<std::string> read(const std::filesystem::path& file) {
+  return AtomicFile::read(file, kMaximumSize);
+}
+
+bool isThere(const std::filesystem::path& file) {
+  std::error_code error;
+  return std::filesystem::symlink_status(file, error).type() != std::filesystem::file_type::not_found;
+}
+
+std::vector<std::filesystem::path> systemConfigurations() {
+  const char* value = std::getenv("XDG_CONFIG_DIRS");
+  std::istringstream list(value == nullptr || *value == '\0' ? "/etc/xdg" : value);
+  std::vector<std::filesystem::path> folders;
+  for (std::string folder; std::getline(list, folder, ':');)
+    if (folder.starts_with('/')) folders.emplace_back(folder);
+  return folders;
+}
+
+}  // namespace
+
+XdgAutostartLoginItem::XdgAutostartLoginItem(const std::filesystem::path& program)
+    : XdgAutostartLoginItem(program, XdgFolders::config(), systemConfigurations()) {}
+
+XdgAutostartLoginItem::XdgAutostartLoginItem(const std::filesystem::path& program,
+                                             const std::optional<std::filesystem::path>& userConfiguration,
+                                             const std::vector<std::filesystem::path>& systemConfigurations)
+    : _command(quoted(program.string()) + " --background") {
+  if (userConfiguration) _userFile = *userConfiguration / kEntryPath;
+  for (const std::filesystem::path& folder : systemConfigurations) _systemFiles.push_back(folder / kEntryPath);
+}
+
+std::optional<std::string> XdgAutostartLoginItem::systemEntry() const {
+  for (const std::filesystem::path& file : _systemFiles)
+    if (auto bytes = read(file)) return bytes;
+  return std::nullopt;
+}
+
+bool XdgAutostartLoginItem::isEnabled() const {
+  if (_userFile && isThere(*_userFile)) return startsSomething(read(*_userFile).value_or(""));
+  return startsSomething(systemEntry().value_or(""));
+}
+
+void XdgAutostartLoginItem::write(const std::string& bytes) const {
+  if (!_userFile) return;
+  try {
+    // A link to a file stays a link; one to a device (a way to say "disabled") is replaced.
+    std::error_code error;
+    const std::filesystem::path target = std::filesystem::canonical(*_userFile, error);
+    AtomicFile::write(std::filesystem::is_regular_file(target, error) ? target : *_userFile, bytes);
+  } catch (const FileError&) {
+    // Whoever wants to know asks isEnabled.
+  }
+}
+
+void XdgAutostartLoginItem::enable() {
+  if (isEnabled()) return refresh();
+  if (_userFile) write(completed(read(*_userFile).value_or(""), _command, true));
+}
+
+void XdgAutostartLoginItem::disable() {
+  if (!_userFile || !isEnabled()) return;
+  const std::string bytes = read(*_userFile).value_or("");
+  if (systemEntry() || hasForeignParts(bytes)) return write(completed(bytes, _command, false));
+  std::error_code error;
+  std::filesystem::remove(*_userFile, error);
+}
+
+void XdgAutostartLoginItem::refresh() {
+  if (!_userFile || !isEnabled()) return;
+  const auto bytes = read(*_userFile);
+  if (!bytes || parsed(*bytes).value(kGroup, kExec) == _command) return;
+  write(completed(*bytes, _command, true));
+}
+
+}  // namespace pellora

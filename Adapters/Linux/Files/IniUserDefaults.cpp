@@ -1,0 +1,109 @@
+#include "Adapters/Linux/Files/IniUserDefaults.h"
+
+#include <cerrno>
+#include <charconv>
+
+#include "Adapters/Linux/Files/FileLock.h"
+#include "Adapters/Linux/Files/IniDocument.h"
+#include "Adapters/Linux/Files/IniValue.h"
+#include "Adapters/Linux/Files/InstantText.h"
+#include "Adapters/Linux/Files/XdgFolders.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/FileError.h"
+
+namespace pellora {
+
+namespace {
+
+constexpr std::string_view kGroup = "General";
+constexpr std::size_t kMaximumSize = std::size_t{1} << 20;  // bytes
+constexpr std::chrono::milliseconds kLockPatience(2000);
+
+std::string spelling(bool value) {
+  return value ? "true" : "false";
+}
+
+std::string spelling(std::int64_t value) {
+  return std::to_string(value);
+}
+
+std::string spelling(const std::string& value) {
+  return IniValue::encoded(value);
+}
+
+std::string spelling(Instant value) {
+  return InstantText::format(value);
+}
+
+void apply(IniDocument& document, const UserDefaults::Change& change) {
+  const std::string key = IniValue::escapedKey(change.first);
+  std::string value = std::visit([](const auto& typed) { return spelling(typed); }, change.second);
+  if (const auto old = document.value(kGroup, key)) value += IniValue::trailingComment(*old);
+  document.set(kGroup, key, value);
+}
+
+// Where the file lies when its name is a link, so that the link stays one.
+std::filesystem::path resolved(const std::filesystem::path& file) {
+  std::error_code error;
+  const std::filesystem::path target = std::filesystem::canonical(file, error);
+  return error ? file : target;
+}
+
+// A file that is there but cannot be read must not be replaced by one without its content.
+std::string content(const std::filesystem::path& file) {
+  if (auto bytes = AtomicFile::read(file, kMaximumSize)) return std::move(*bytes);
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::status(file, error);
+  if (status.type() == std::filesystem::file_type::not_found) return {};
+  if (status.type() == std::filesystem::file_type::directory) throw FileError("read", file, EISDIR);
+  if (std::filesystem::file_size(file, error) > kMaximumSize && !error) throw FileError("read", file, EFBIG);
+  throw FileError("read", file, EACCES);
+}
+
+}  // namespace
+
+std::optional<std::filesystem::path> IniUserDefaults::standardFile() {
+  const auto config = XdgFolders::config();
+  if (!config) return std::nullopt;
+  return *config / "app.pellora.messages" / "defaults.ini";
+}
+
+std::optional<std::string> IniUserDefaults::text(const std::string& key) const {
+  const auto bytes = AtomicFile::read(_file, kMaximumSize);
+  if (!bytes) return std::nullopt;
+  const auto raw = IniDocument(*bytes, IniDocument::Dialect::settings).value(kGroup, IniValue::escapedKey(key));
+  if (!raw) return std::nullopt;
+  return IniValue::decoded(*raw);
+}
+
+std::optional<std::int64_t> IniUserDefaults::integer(const std::string& key) const {
+  const auto spelt = text(key);
+  if (!spelt) return std::nullopt;
+  std::int64_t value = 0;
+  const char* end = spelt->data() + spelt->size();
+  const std::from_chars_result result = std::from_chars(spelt->data(), end, value);
+  if (result.ec != std::errc() || result.ptr != end) return std::nullopt;
+  return value;
+}
+
+std::optional<Instant> IniUserDefaults::date(const std::string& key) const {
+  const auto spelt = text(key);
+  if (!spelt) return std::nullopt;
+  return InstantText::parse(*spelt);
+}
+
+bool IniUserDefaults::boolean(const std::string& key) const {
+  return text(key) == "true";
+}
+
+void IniUserDefaults::store(const std::vector<Change>& changes) {
+  const std::filesystem::path file = resolved(_file);
+  // Two processes that store at once must not undo each other. Without the lock (a first store, a folder on a file
+  // system without locks) the last one counts, which loses no file.
+  const auto lock = FileLock::onFolder(file.parent_path(), kLockPatience);
+  IniDocument document(content(file), IniDocument::Dialect::settings);
+  for (const Change& change : changes) apply(document, change);
+  AtomicFile::write(file, document.bytes());
+}
+
+}  // namespace pellora

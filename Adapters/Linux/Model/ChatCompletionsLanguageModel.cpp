@@ -1,0 +1,50 @@
+#include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
+
+#include <cstdlib>
+
+#include "Adapters/Linux/Model/ModelServer.h"
+
+namespace pellora {
+
+ChatCompletionsLanguageModel::ChatCompletionsLanguageModel(ModelEndpoint endpoint, std::string model)
+    : _server(std::make_shared<ModelServer>(std::move(endpoint), std::move(model))) {}
+
+ChatCompletionsLanguageModel::~ChatCompletionsLanguageModel() {
+  close();
+}
+
+std::unique_ptr<ChatCompletionsLanguageModel> ChatCompletionsLanguageModel::fromEnvironment() {
+  const char* model = std::getenv("PELLORA_MODEL");
+  return std::make_unique<ChatCompletionsLanguageModel>(ModelEndpoint::fromEnvironment(), model ? model : "");
+}
+
+void ChatCompletionsLanguageModel::close() {
+  _server->close();
+}
+
+Task<bool> ChatCompletionsLanguageModel::isAvailable() {
+  return ModelServer::isAvailable(_server);
+}
+
+Task<ModelReport> ChatCompletionsLanguageModel::report() {
+  return ModelServer::report(_server);
+}
+
+Task<std::string> ChatCompletionsLanguageModel::respond(std::string instructions, std::string prompt) {
+  ModelQuestion question;
+  question.instructions = std::move(instructions);
+  question.prompt = std::move(prompt);
+  return ModelServer::ask(_server, std::move(question));
+}
+
+Task<std::string> ChatCompletionsLanguageModel::respond(std::string instructions, std::string prompt,
+                                                        const GenerationSchema& schema) {
+  ModelQuestion question;
+  question.instructions = std::move(instructions);
+  question.prompt = std::move(prompt);
+  question.schemaName = schema.name;
+  question.schemaText = schema.jsonSchema();
+  return ModelServer::ask(_server, std::move(question));
+}
+
+}  // namespace pellora

@@ -1,0 +1,260 @@
+#include "Companion/Commands/CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <iostream>
+#include <sstream>
+
+#include "Adapters/Linux/Files/RuntimeFolder.h"
+#include "Adapters/Linux/Files/XdgGroupContainer.h"
+#include "Adapters/Linux/Secrets/MakeSecretStore.h"
+#include "Companion/Commands/DeleteCommand.h"
+#include "Companion/Commands/KeyCommand.h"
+#include "Companion/Commands/LatelyCommand.h"
+#include "Companion/Commands/ModelCommand.h"
+#include "Companion/Commands/PeopleImportCommand.h"
+#include "Companion/Commands/PeopleListCommand.h"
+#include "Companion/Commands/ReadNowCommand.h"
+#include "Companion/Commands/StatusCommand.h"
+#include "Companion/Commands/SweepCommand.h"
+#include "Companion/Output/CompanionFailure.h"
+#include "Companion/Output/DisplayText.h"
+#include "Companion/Output/Progress.h"
+#include "Companion/Output/StandardOutput.h"
+#include "PelloraMessagesCore/HelperExchange.h"
+#include "PelloraMessagesCore/Text/Text.h"
+
+namespace pellora::CommandLine {
+
+namespace {
+
+constexpr char kExitCodes[] =
+    "\nExit codes: 0 done, 1 could not (one sentence on standard error), 2 wrong usage.\n"
+    "Environment: PELLORA_SECRET_STORE=file (the key in a file instead of the keyring), NO_COLOR, COLUMNS.";
+
+constexpr char kExamples[] =
+    "Examples:\n"
+    "  pellora-companion people import contacts.vcf\n"
+    "  pellora-companion status\n"
+    "  pellora-companion lately\n"
+    "  pellora-companion lately Anna --json\n";
+
+constexpr char kImportExamples[] =
+    "FILE is a JSON list, a table (CSV) or vCards, told apart by content.\n"
+    "People who are there stay; the same person is updated. Organisations, groups\n"
+    "and entries without a number or address are skipped, and the output says why.\n\n"
+    "Examples:\n"
+    "  pellora-companion people import contacts.vcf\n"
+    "  pellora-companion people import --dry-run people.csv\n"
+    "  pellora-companion people import --replace people.json\n"
+    "  pellora-companion people list --json | pellora-companion people import -\n";
+
+constexpr char kListExamples[] =
+    "Examples:\n"
+    "  pellora-companion people list\n"
+    "  pellora-companion people list --json\n";
+
+constexpr char kStatusExamples[] =
+    "Examples:\n"
+    "  pellora-companion status\n"
+    "  pellora-companion status --json\n";
+
+constexpr char kReadNowExamples[] =
+    "Needs a running helper (pellora-for-messages) on the session bus.\n\n"
+    "Example:\n"
+    "  pellora-companion read-now && pellora-companion status\n";
+
+constexpr char kLatelyExamples[] =
+    "PERSON is a first name (upper or lower case), a number, an address or an\n"
+    "identifier; without it everybody, most recently talked to first.\n\n"
+    "Examples:\n"
+    "  pellora-companion lately\n"
+    "  pellora-companion lately Anna\n"
+    "  pellora-companion lately anna@example.org --json\n"
+    "  pellora-companion lately --html lately.html\n";
+
+constexpr char kDeleteExamples[] =
+    "While the person is in the people file, the helper's next read writes a new record.\n\n"
+    "Example:\n"
+    "  pellora-companion delete Anna\n";
+
+constexpr char kSweepExamples[] =
+    "Records of people who left the people file stay; \"delete\" removes one.\n\n"
+    "Example:\n"
+    "  pellora-companion sweep\n";
+
+constexpr char kKeyExamples[] =
+    "The key itself is never shown. Done (0) only if there is one.\n\n"
+    "Example:\n"
+    "  pellora-companion key || pellora-companion people import contacts.vcf\n";
+
+constexpr char kModelExamples[] =
+    "Environment: PELLORA_MODEL_URL (http://127.0.0.1:PORT or unix:/path/to.sock),\n"
+    "PELLORA_MODEL (which one, when the server lists several).\n\n"
+    "Examples:\n"
+    "  pellora-companion model\n"
+    "  pellora-companion model --try\n";
+
+constexpr char kJsonHelp[] = "for scripts: one line of JSON";
+
+// A script's variable that is not set must not mean everybody, nor a file without a name.
+std::string refuseEmpty(const std::string& argument) {
+  return text::trimmed(argument).empty() ? "must not be empty." : "";
+}
+
+class Commands {
+ public:
+  Commands() : _app("The companion side of Pellora for Messages: people in, lately records out.", "pellora-companion") {
+    _app.set_version_flag("--version", "pellora-companion " PELLORA_VERSION, "print the version and exit");
+    _app.set_help_flag("-h,--help", "print this help and exit");
+    _app.footer(std::string(kExamples) + kExitCodes);
+    _app.require_subcommand(1);
+    addPeople();
+    addLooking();
+    addModel();
+    addChanging();
+  }
+
+  CLI::App& app() { return _app; }
+
+  CommandResult run() const { return _run(); }
+
+ private:
+  CLI::App* add(CLI::App& parent, const char* name, const char* summary, const char* footer) {
+    CLI::App* command = parent.add_subcommand(name, summary);
+    command->footer(std::string(footer) + kExitCodes);
+    return command;
+  }
+
+  template <class Command>
+  CLI::App* addCommand(CLI::App& parent, Command& command, const char* name, const char* summary, const char* footer) {
+    CLI::App* added = add(parent, name, summary, footer);
+    added->add_flag("--json", command.json, kJsonHelp);
+    added->callback([this, &command] { _run = [&command] { return runWithContext(command); }; });
+    return added;
+  }
+
+  void addPeople() {
+    CLI::App* people = add(_app, "people", "whom the helper looks for: import, list", kImportExamples);
+    people->require_subcommand(1);
+    CLI::App* import =
+        addCommand(*people, _import, "import", "take people from an address book's file", kImportExamples);
+    import->add_option("FILE", _import.source, "the file; - is standard input")->required();
+    import->add_flag("--replace", _import.replaces, "the people file becomes exactly this import");
+    import->add_flag("--dry-run", _import.isTrial, "say what would be done and write nothing");
+    addCommand(*people, _list, "list", "show the people", kListExamples);
+  }
+
+  void addLooking() {
+    addCommand(_app, _status, "status", "whether everything is in place, and what to do next", kStatusExamples);
+    CLI::App* lately = addCommand(_app, _lately, "lately", "show the lately records", kLatelyExamples);
+    lately->add_option("PERSON", _lately.person, "only this person")->check(refuseEmpty);
+    CLI::Option* html = lately->add_option("--html", _lately.htmlFile, "write a page for a browser into this file");
+    html->type_name("FILE")->check(refuseEmpty)->excludes(lately->get_option("--json"));
+    addCommand(_app, _key, "key", "whether there is an exchange key", kKeyExamples);
+  }
+
+  void addModel() {
+    CLI::App* model = add(_app, "model", "whether there is a language model, and which", kModelExamples);
+    model->add_flag("--try", _model.tries, "ask it two questions about invented texts and show the answers");
+    model->add_flag("--json", _model.asJson, kJsonHelp);
+    model->callback([this] { _run = [this] { return runModel(_model); }; });
+  }
+
+  static CommandResult runModel(const ModelCommandOptions& options) {
+    std::ostringstream output;
+    std::ostringstream complaint;
+    const Progress progress("Asking the language model");
+    runModelCommand(options, output, complaint);
+    return {output.str(), std::string(text::trimmed(complaint.str()))};
+  }
+
+  void addChanging() {
+    CLI::App* readNow = add(_app, "read-now", "ask the helper to read at once", kReadNowExamples);
+    readNow->add_flag("--json", _readNow.json, kJsonHelp);
+    readNow->callback([this] { _run = [this] { return _readNow.run(); }; });
+    CLI::App* remove = addCommand(_app, _delete, "delete", "remove one person's lately record", kDeleteExamples);
+    remove->add_option("PERSON", _delete.person, "a first name, number, address or identifier")
+        ->required()
+        ->check(refuseEmpty);
+    addCommand(_app, _sweep, "sweep", "remove record files that do not open", kSweepExamples);
+  }
+
+  template <class Command>
+  static CommandResult runWithContext(const Command& command) {
+    const auto secrets = makeSecretStore();
+    const CompanionContext context{*secrets,
+                                   HelperExchange::folderURL(XdgGroupContainer()),
+                                   RuntimeFolder::own(),
+                                   std::chrono::time_point_cast<Nanoseconds>(std::chrono::system_clock::now()),
+                                   LocalCalendar::current(),
+                                   OutputStyle::ofStandardOutput()};
+    return command.run(context);
+  }
+
+  CLI::App _app;
+  PeopleImportCommand _import;
+  PeopleListCommand _list;
+  StatusCommand _status;
+  LatelyCommand _lately;
+  KeyCommand _key;
+  ModelCommandOptions _model;
+  ReadNowCommand _readNow;
+  DeleteCommand _delete;
+  SweepCommand _sweep;
+  std::function<CommandResult()> _run;
+};
+
+void complain(const std::string& sentence) {
+  std::cerr << "pellora-companion: " << sentence << std::endl;
+}
+
+// The command that was given and does not exist, or that there was none.
+std::string whatIsNoCommand(const CLI::App& app) {
+  const auto rest = app.remaining(true);
+  if (rest.empty()) return "A command is missing.";
+  return "There is no command \"" + display::printable(rest.front()) + "\".";
+}
+
+// Help and version are what was asked; anything else is wrong usage.
+int endParsing(const CLI::App& app, const CLI::ParseError& error) {
+  std::ostringstream output;
+  std::ostringstream ignored;
+  if (app.exit(error, output, ignored) == 0) {
+    standard_output::write(output.str());
+    return kDone;
+  }
+  std::string sentence = display::printable(error.what());
+  if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && sentence.find("subcommand") != std::string::npos)
+    sentence = whatIsNoCommand(app);
+  if (!sentence.ends_with('.')) sentence += '.';
+  complain(sentence + " Try --help.");
+  return kWrongUsage;
+}
+
+int parseAndRun(Commands& commands, int argc, const char* const* argv) {
+  try {
+    commands.app().parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return endParsing(commands.app(), error);
+  }
+  const CommandResult result = commands.run();
+  standard_output::write(result.output);
+  if (result.complaint.empty()) return kDone;
+  complain(result.complaint);
+  return kCouldNot;
+}
+
+}  // namespace
+
+int run(int argc, const char* const* argv) {
+  Commands commands;
+  try {
+    return parseAndRun(commands, argc, argv);
+  } catch (const std::exception& failure) {
+    complain(failure.what());
+    return kCouldNot;
+  }
+}
+
+}  // namespace pellora::CommandLine

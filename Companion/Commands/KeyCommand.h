@@ -1,0 +1,15 @@
+// `key`: whether there is an exchange key. Its bytes are never shown.
+#pragma once
+
+#include "Companion/Commands/CommandResult.h"
+#include "Companion/CompanionContext.h"
+
+namespace pellora {
+
+struct KeyCommand {
+  bool json = false;
+
+  CommandResult run(const CompanionContext& context) const;
+};
+
+}  // namespace pellora

@@ -1,0 +1,16 @@
+// `people list`: whom the helper looks for.
+#pragma once
+
+#include "Companion/Commands/CommandResult.h"
+#include "Companion/CompanionContext.h"
+
+namespace pellora {
+
+struct PeopleListCommand {
+  bool json = false;
+
+  // Throws CompanionFailure.
+  CommandResult run(const CompanionContext& context) const;
+};
+
+}  // namespace pellora

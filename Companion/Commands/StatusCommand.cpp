@@ -1,0 +1,24 @@
+#include "Companion/Commands/StatusCommand.h"
+
+#include <QCoroTask>
+
+#include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
+#include "Companion/Commands/CompanionJson.h"
+#include "Companion/Commands/StatusReport.h"
+#include "Companion/Output/Progress.h"
+#include "PelloraMessagesCore/ChatDatabase.h"
+
+namespace pellora {
+
+CommandResult StatusCommand::run(const CompanionContext& context) const {
+  StatusReport report;
+  {
+    const Progress progress("Looking at the Messages store and the model server");
+    report = StatusReport::gather(context, ChatDatabase::defaultURL());
+    const auto model = ChatCompletionsLanguageModel::fromEnvironment();
+    report.model = QCoro::waitFor(model->report());
+  }
+  return {json ? companion_json::text(report) : report.text(context), {}};
+}
+
+}  // namespace pellora

@@ -1,0 +1,144 @@
+#include "Companion/Commands/StatusReport.h"
+
+#include "Adapters/Linux/Files/IniUserDefaults.h"
+#include "Companion/Commands/HeartbeatText.h"
+#include "Companion/Lately/LatelyStore.h"
+#include "Companion/Output/DisplayText.h"
+#include "Companion/People/SharedHandle.h"
+#include "PelloraMessagesCore/MessagesLatelyInbox.h"
+#include "PelloraMessagesCore/Time/RelativeDate.h"
+
+namespace pellora {
+
+namespace {
+
+using Ink = OutputStyle::Ink;
+
+constexpr char kLastReadKey[] = "messages.lastReadAt";
+constexpr std::size_t kLabelWidth = 17;
+
+std::optional<Instant> lastReadOf(const std::optional<HelperHeartbeat>& heartbeat) {
+  if (heartbeat && heartbeat->lastReadAt) return heartbeat->lastReadAt;
+  const auto file = IniUserDefaults::standardFile();
+  return file ? IniUserDefaults(*file).date(kLastReadKey) : std::nullopt;
+}
+
+std::string row(const CompanionContext& context, const std::string& label, const std::string& value, Ink ink) {
+  const std::size_t available = context.style.textWidth() - std::min(kLabelWidth, context.style.textWidth() / 2);
+  std::string text;
+  for (const std::string& line : display::wrapped(display::printable(value), available)) {
+    const std::string head = display::padded(text.empty() ? label : "", kLabelWidth);
+    text += (text.empty() ? context.style.paint(Ink::dim, head) : head) + context.style.paint(ink, line) + "\n";
+  }
+  return text;
+}
+
+std::string storeText(const StoreProbe& store) {
+  if (!store.messages) return "not readable: " + store.reason + " (" + store.file.string() + ")";
+  return "readable, " + display::counted(static_cast<std::size_t>(*store.messages), "message", "messages") + " (" +
+         store.file.string() + ")";
+}
+
+std::string keyText(const KeyState& key) {
+  if (key.key) return "there";
+  return key.kind == KeyState::Kind::none ? "none yet, the first import creates it" : key.sentence();
+}
+
+std::string peopleText(const StatusReport& report) {
+  switch (report.peopleKind) {
+    case PeopleStore::Kind::missing:
+      return "none yet";
+    case PeopleStore::Kind::inaccessible:
+      return "the people file cannot be read: " + report.peopleReason;
+    case PeopleStore::Kind::sealed:
+      return report.key.key ? "the people file does not open with the key"
+                            : "the people file cannot be opened without the key";
+    case PeopleStore::Kind::read:
+      break;
+  }
+  std::string text = display::counted(report.people, "person", "people");
+  if (report.sharedHandles > 0)
+    text += "; " + display::counted(report.sharedHandles, "number or address", "numbers or addresses") +
+            " claimed more than once";
+  return text;
+}
+
+std::string modelText(const ModelReport& model) {
+  if (!model.isAvailable) return "not available: " + model.reason;
+  return model.model + " (" + model.server + ", " + model.where + ")";
+}
+
+std::string protectionsText(const ConfinementReport& report) {
+  std::vector<std::string> on;
+  std::vector<std::string> off;
+  for (const auto& protection : report.protections) (protection.isOn ? on : off).push_back(protection.name);
+  std::string text = on.empty() ? "none in force" : display::listed(on);
+  if (!off.empty()) text += "; not in force: " + display::listed(off);
+  return text;
+}
+
+}  // namespace
+
+StatusReport StatusReport::gather(const CompanionContext& context, const std::filesystem::path& store) {
+  StatusReport report;
+  report.now = context.now;
+  report.store = StoreProbe::of(store);
+  report.key = KeyState::find(context.secrets);
+  const PeopleStore people = PeopleStore::find(context, report.key.key);
+  report.peopleKind = people.kind;
+  report.peopleReason = people.reason;
+  report.people = people.people().size();
+  report.sharedHandles = SharedHandle::find(people.people()).size();
+  const std::error_code error = MessagesLatelyInbox::list(context.folder).error;
+  if (error) report.latelyReason = error.message();
+  if (report.key.key) report.latelyRecords = MessagesLatelyInbox::readAll(*report.key.key, context.folder).size();
+  report.heartbeat = HelperHeartbeat::read(context.folder);
+  report.lastReadAt = lastReadOf(report.heartbeat);
+  report.protections = ConfinementReport::read(context.runtime);
+  return report;
+}
+
+std::string StatusReport::nextStep() const {
+  using Kind = KeyState::Kind;
+  if (store.isLocked)
+    return "Close the program that holds the Messages database, or wait until it is done, then ask again.";
+  if (!store.messages)
+    return "Make the Messages database readable at " + store.file.string() +
+           " (copy it there, or give yourself access to it).";
+  if (key.kind == Kind::locked) return "Unlock the keyring, then ask again.";
+  if (key.kind == Kind::unavailable || key.kind == Kind::damaged) return key.sentence();
+  if (peopleKind == PeopleStore::Kind::inaccessible)
+    return "Give yourself access to the people file, people.json in the shared folder (" + peopleReason + ").";
+  if (peopleKind == PeopleStore::Kind::sealed && !key.key)
+    return "Bring back the exchange key of the people file: is PELLORA_SECRET_STORE set as when it was written?";
+  if (peopleKind == PeopleStore::Kind::sealed)
+    return "Import the people anew: pellora-companion people import --replace FILE";
+  if (!key.key || people == 0) return "Choose the people: pellora-companion people import FILE";
+  if (!latelyReason.empty())
+    return "Give yourself access to the lately records, the folder Lately in the shared folder (" + latelyReason + ").";
+  if (!isHelperFresh()) return "Start the helper: pellora-for-messages";
+  if (heartbeat->status == HelperHeartbeat::Status::failed)
+    return "Open the helper's window to see why the last read failed.";
+  if (model && !model->isAvailable) return "For summaries and news start a local model server: " + model->reason;
+  if (latelyRecords == 0) return "Ask for a read: pellora-companion read-now";
+  return "Look at the result: pellora-companion lately";
+}
+
+std::string StatusReport::text(const CompanionContext& context) const {
+  const auto good = [](bool isGood) { return isGood ? Ink::green : Ink::yellow; };
+  std::string text = row(context, "Messages store", storeText(store), good(store.messages.has_value()));
+  text += row(context, "Exchange key", keyText(key), good(key.key.has_value()));
+  text += row(context, "People", peopleText(*this), good(people > 0));
+  text += row(context, "Last read", lastReadAt ? RelativeDate::text(*lastReadAt, now, context.calendar) : "never",
+              good(lastReadAt.has_value()));
+  text += row(context, "Helper", heartbeatText(heartbeat, context),
+              good(isHelperFresh() && heartbeat->status == HelperHeartbeat::Status::reading));
+  text += row(context, "Lately records",
+              latelyReason.empty() ? std::to_string(latelyRecords) : "cannot be listed: " + latelyReason,
+              good(latelyRecords > 0 && latelyReason.empty()));
+  if (model) text += row(context, "Language model", modelText(*model), good(model->isAvailable));
+  if (protections) text += row(context, "Protections", protectionsText(*protections), Ink::green);
+  return text + row(context, "Next step", nextStep(), Ink::bold);
+}
+
+}  // namespace pellora

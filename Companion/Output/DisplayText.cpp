@@ -1,0 +1,127 @@
+#include "Companion/Output/DisplayText.h"
+
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+#include <algorithm>
+
+#include "Companion/Output/ForeignText.h"
+#include "PelloraMessagesCore/Text/Text.h"
+
+namespace pellora::display {
+
+namespace {
+
+constexpr UChar32 kEmojiPresentation = 0xFE0F;
+
+bool turnsDirection(UChar32 scalar) {
+  return scalar == 0x200E || scalar == 0x200F || scalar == 0x061C || (scalar >= 0x202A && scalar <= 0x202E) ||
+         (scalar >= 0x2066 && scalar <= 0x2069);
+}
+
+bool takesNoColumn(UChar32 scalar) {
+  const auto category = static_cast<UCharCategory>(u_charType(scalar));
+  return category == U_NON_SPACING_MARK || category == U_ENCLOSING_MARK || category == U_FORMAT_CHAR ||
+         category == U_CONTROL_CHAR;
+}
+
+std::size_t columnsOf(UChar32 scalar) {
+  if (scalar < 0) return 1;
+  if (takesNoColumn(scalar)) return 0;
+  const int eastAsian = u_getIntPropertyValue(scalar, UCHAR_EAST_ASIAN_WIDTH);
+  return eastAsian == U_EA_WIDE || eastAsian == U_EA_FULLWIDTH ? 2 : 1;
+}
+
+// A character takes what its widest scalar takes: emoji are joined out of several wide ones.
+std::size_t characterWidth(std::string_view character) {
+  std::size_t widest = 0;
+  std::int32_t position = 0;
+  const auto length = static_cast<std::int32_t>(character.size());
+  while (position < length) {
+    UChar32 scalar = 0;
+    U8_NEXT(character.data(), position, length, scalar);
+    widest = std::max(widest, scalar == kEmojiPresentation ? std::size_t{2} : columnsOf(scalar));
+  }
+  return widest;
+}
+
+}  // namespace
+
+std::string printable(std::string_view text) {
+  const std::string line = foreign_text::onOneLine(text);
+  std::string result;
+  result.reserve(line.size());
+  std::int32_t position = 0;
+  const auto length = static_cast<std::int32_t>(line.size());
+  while (position < length) {
+    const std::int32_t begin = position;
+    UChar32 scalar = 0;
+    U8_NEXT(line.data(), position, length, scalar);
+    if (!turnsDirection(scalar))
+      result.append(line, static_cast<std::size_t>(begin), static_cast<std::size_t>(position - begin));
+  }
+  return result;
+}
+
+std::size_t width(std::string_view text) {
+  std::size_t columns = 0;
+  for (const std::string_view character : text::characters(text)) columns += characterWidth(character);
+  return columns;
+}
+
+std::string fitted(std::string_view text, std::size_t columns) {
+  if (width(text) <= columns) return std::string(text);
+  std::string result;
+  std::size_t used = 0;
+  for (const std::string_view character : text::characters(text)) {
+    const std::size_t needed = characterWidth(character);
+    if (used + needed + 1 > columns) break;
+    result += character;
+    used += needed;
+  }
+  return columns == 0 ? result : std::string(text::trimmed(result)) + "…";
+}
+
+std::string padded(std::string_view text, std::size_t columns) {
+  const std::size_t used = width(text);
+  return std::string(text) + std::string(columns > used ? columns - used : 0, ' ');
+}
+
+std::vector<std::string> wrapped(std::string_view text, std::size_t columns) {
+  std::vector<std::string> lines;
+  std::string line;
+  std::size_t used = 0;
+  std::size_t begin = 0;
+  while (begin < text.size()) {
+    const std::size_t end = std::min(text.find(' ', begin), text.size());
+    const std::string_view word = text.substr(begin, end - begin);
+    begin = end + 1;
+    if (word.empty()) continue;
+    const std::size_t needed = width(word);
+    if (!line.empty() && used + 1 + needed > columns) {
+      lines.push_back(std::move(line));
+      line.clear();
+      used = 0;
+    }
+    if (!line.empty()) line += ' ';
+    used += needed + (used > 0 ? 1 : 0);
+    line += word;
+  }
+  if (!line.empty()) lines.push_back(std::move(line));
+  return lines;
+}
+
+std::string counted(std::size_t count, std::string_view one, std::string_view many) {
+  return std::to_string(count) + " " + std::string(count == 1 ? one : many);
+}
+
+std::string listed(const std::vector<std::string>& items) {
+  std::string text;
+  for (std::size_t index = 0; index < items.size(); ++index) {
+    if (index > 0) text += index + 1 == items.size() ? " and " : ", ";
+    text += items[index];
+  }
+  return text;
+}
+
+}  // namespace pellora::display

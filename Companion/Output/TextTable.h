@@ -1,0 +1,41 @@
+// Rows and columns for people. Columns are as wide as their widest cell; when a row would not fit the width, the
+// last column gives way first, then the widest, and columns that are worth nothing in part the very last. Cells are
+// made printable. Tested by Tests/Companion/TextTableTests.cpp.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "Companion/Output/OutputStyle.h"
+
+namespace pellora {
+
+class TextTable {
+ public:
+  enum class Side { left, right };
+
+  struct Column {
+    std::string heading;
+    Side side = Side::left;
+    bool isWhole = false;  // gives way only when nothing else can: half an identifier is of no use
+  };
+
+  // Without headings when all are empty.
+  explicit TextTable(std::vector<Column> columns) : _columns(std::move(columns)) {}
+
+  void add(std::vector<std::string> cells);
+
+  // Whole lines, without spaces at their ends.
+  std::string render(const OutputStyle& style, const std::string& indent = {}) const;
+
+ private:
+  std::vector<std::size_t> widths(std::size_t available) const;
+  std::size_t& widestOf(std::vector<std::size_t>& widths, bool withWhole) const;
+  std::string line(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths) const;
+
+  std::vector<Column> _columns;
+  std::vector<std::vector<std::string>> _rows;
+};
+
+}  // namespace pellora

@@ -1,0 +1,145 @@
+#include "Companion/People/PeopleMerge.h"
+
+#include <unicode/unistr.h>
+
+#include <algorithm>
+#include <optional>
+#include <unordered_map>
+
+#include "Companion/People/StableUuid.h"
+#include "PelloraMessagesCore/Text/Text.h"
+
+namespace pellora {
+
+namespace {
+
+constexpr std::string_view kUuidScheme = "urn:uuid:";
+constexpr std::size_t kShortestGlobalUid = 10;  // shorter ones may be row numbers, of which every table has a "1"
+
+std::string folded(const std::string& name) {
+  std::string result;
+  icu::UnicodeString::fromUTF8(text::canonical(name)).foldCase().toUTF8String(result);
+  return text::canonical(result);
+}
+
+std::optional<Uuid> identifier(const ImportedPerson& person) {
+  std::string_view uid = person.uid;
+  if (uid.empty()) return std::nullopt;
+  if (const auto scheme = text::prefixLengthIgnoringCase(uid, kUuidScheme)) uid.remove_prefix(*scheme);
+  if (const auto uuid = Uuid::parse(uid.substr(0, uid.find(':')))) return uuid;
+  const bool isShort = uid.size() < kShortestGlobalUid;
+  return stableUuid(isShort ? std::string(uid) + " " + folded(person.firstName) : std::string(uid));
+}
+
+bool sameTexts(std::vector<std::string> left, std::vector<std::string> right) {
+  std::sort(left.begin(), left.end());
+  std::sort(right.begin(), right.end());
+  return left == right;
+}
+
+void unite(std::vector<std::string>& texts, const std::vector<std::string>& more) {
+  for (const std::string& text : more)
+    if (std::find(texts.begin(), texts.end(), text) == texts.end()) texts.push_back(text);
+}
+
+class Merger {
+ public:
+  explicit Merger(const std::vector<HelperPerson>& present) {
+    for (const HelperPerson& person : present) append({person, person, true, false});
+  }
+
+  void take(const ImportedPerson& imported) {
+    const auto id = identifier(imported);
+    std::optional<std::size_t> known = id ? findId(*id) : std::nullopt;
+    if (!known) known = findNamesake(imported);
+    if (!known) {
+      const HelperPerson person{id.value_or(Uuid::random()), imported.firstName, imported.phones, imported.emails};
+      append({{}, person, false, true});
+      return;
+    }
+    Entry& entry = _entries[*known];
+    HelperPerson& person = entry.person;
+    if (entry.isTaken) {
+      unite(person.phones, imported.phones);
+      unite(person.emails, imported.emails);
+      index(*known);
+      return;
+    }
+    entry.isTaken = true;
+    if (!imported.firstName.empty()) person.firstName = imported.firstName;
+    if (!sameTexts(person.phones, imported.phones)) person.phones = imported.phones;
+    if (!sameTexts(person.emails, imported.emails)) person.emails = imported.emails;
+    index(*known);
+  }
+
+  PeopleMerge finish(PeopleMerge::Mode mode) const {
+    PeopleMerge result;
+    std::vector<PersonChange> removed;
+    for (const Entry& entry : _entries) {
+      if (!entry.isTaken && mode == PeopleMerge::Mode::replace) {
+        removed.push_back({PersonChange::Kind::removed, entry.before, {}});
+        continue;
+      }
+      result.people.push_back(entry.person);
+      if (!entry.isTaken) continue;
+      using Kind = PersonChange::Kind;
+      const Kind kind = !entry.wasThere ? Kind::added : entry.before == entry.person ? Kind::unchanged : Kind::updated;
+      result.changes.push_back({kind, entry.before, entry.person});
+    }
+    result.changes.insert(result.changes.end(), removed.begin(), removed.end());
+    return result;
+  }
+
+ private:
+  struct Entry {
+    HelperPerson before;
+    HelperPerson person;
+    bool wasThere = false;
+    bool isTaken = false;  // by this import
+  };
+
+  static std::string nameKey(const std::string& foldedName, const std::string& handle) {
+    return foldedName + '\n' + handle;
+  }
+
+  void append(Entry entry) {
+    _entries.push_back(std::move(entry));
+    index(_entries.size() - 1);
+  }
+
+  void index(std::size_t position) {
+    const HelperPerson& person = _entries[position].person;
+    _byId.emplace(person.id, position);
+    const std::string name = folded(person.firstName);
+    for (const auto* handles : {&person.phones, &person.emails})
+      for (const std::string& handle : *handles) _byName.emplace(nameKey(name, handle), position);
+  }
+
+  std::optional<std::size_t> findId(const Uuid& id) const {
+    const auto found = _byId.find(id);
+    return found == _byId.end() ? std::nullopt : std::optional(found->second);
+  }
+
+  std::optional<std::size_t> findNamesake(const ImportedPerson& imported) const {
+    const std::string name = folded(imported.firstName);
+    for (const auto* handles : {&imported.phones, &imported.emails})
+      for (const std::string& handle : *handles)
+        if (const auto found = _byName.find(nameKey(name, handle)); found != _byName.end()) return found->second;
+    return std::nullopt;
+  }
+
+  std::vector<Entry> _entries;
+  std::unordered_map<Uuid, std::size_t> _byId;
+  std::unordered_map<std::string, std::size_t> _byName;
+};
+
+}  // namespace
+
+PeopleMerge PeopleMerge::merge(const std::vector<HelperPerson>& present, const std::vector<ImportedPerson>& imported,
+                               Mode mode) {
+  Merger merger(present);
+  for (const ImportedPerson& person : imported) merger.take(person);
+  return merger.finish(mode);
+}
+
+}  // namespace pellora

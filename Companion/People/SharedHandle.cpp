@@ -1,0 +1,61 @@
+#include "Companion/People/SharedHandle.h"
+
+#include <map>
+#include <set>
+
+#include "Companion/Output/DisplayText.h"
+
+namespace pellora {
+
+namespace {
+
+constexpr std::size_t kNamesShown = 6;
+
+struct Claimants {
+  std::vector<const HelperPerson*> people;
+  std::set<Uuid> ids;
+};
+using Owners = std::map<std::string, Claimants>;
+
+void claim(Owners& owners, const std::vector<std::string>& handles, const HelperPerson& person) {
+  for (const std::string& handle : handles) {
+    Claimants& claimants = owners[handle];
+    if (claimants.ids.insert(person.id).second) claimants.people.push_back(&person);
+  }
+}
+
+void collect(const Owners& owners, std::vector<SharedHandle>& shared) {
+  for (const auto& [handle, claimants] : owners) {
+    if (claimants.people.size() < 2) continue;
+    SharedHandle entry{handle, {}};
+    for (const HelperPerson* person : claimants.people) entry.people.push_back(*person);
+    shared.push_back(std::move(entry));
+  }
+}
+
+}  // namespace
+
+std::vector<SharedHandle> SharedHandle::find(const std::vector<HelperPerson>& people) {
+  Owners phones;
+  Owners emails;
+  for (const HelperPerson& person : people) {
+    claim(phones, person.phones, person);
+    claim(emails, person.emails, person);
+  }
+  std::vector<SharedHandle> shared;
+  collect(phones, shared);
+  collect(emails, shared);
+  return shared;
+}
+
+std::string SharedHandle::sentence() const {
+  std::vector<std::string> names;
+  for (const HelperPerson& person : people) {
+    if (names.size() == kNamesShown) break;
+    names.push_back(person.firstName.empty() ? person.id.toString() : display::printable(person.firstName));
+  }
+  if (people.size() > kNamesShown) names.push_back(std::to_string(people.size() - kNamesShown) + " more");
+  return display::printable(handle) + " is claimed by " + display::listed(names) + ", so it will match nobody.";
+}
+
+}  // namespace pellora

@@ -1,0 +1,107 @@
+#include "Companion/People/VCardProperty.h"
+
+#include "Companion/Output/ForeignText.h"
+#include "PelloraMessagesCore/Text/Text.h"
+
+namespace pellora {
+
+namespace {
+
+char upper(char byte) {
+  return byte >= 'a' && byte <= 'z' ? static_cast<char>(byte - 'a' + 'A') : byte;
+}
+
+std::string uppercased(std::string_view text) {
+  std::string result;
+  for (const char byte : text) result += upper(byte);
+  return result;
+}
+
+// The first `mark` outside double quotes; when a quote is never closed, the first at all.
+std::size_t findUnquoted(std::string_view text, char mark) {
+  bool isQuoted = false;
+  for (std::size_t position = 0; position < text.size(); ++position) {
+    if (text[position] == '"') isQuoted = !isQuoted;
+    if (text[position] == mark && !isQuoted) return position;
+  }
+  return isQuoted ? text.find(mark) : std::string_view::npos;
+}
+
+std::string_view unquoted(std::string_view text) {
+  text = text::trimmed(text);
+  if (text.size() >= 2 && text.front() == '"' && text.back() == '"') return text.substr(1, text.size() - 2);
+  return text;
+}
+
+void readParameter(VCardProperty& property, std::string_view parameter) {
+  const std::size_t equals = parameter.find('=');
+  const std::string key = uppercased(text::trimmed(parameter.substr(0, equals)));
+  if (equals == std::string_view::npos) {
+    property.isQuotedPrintable = property.isQuotedPrintable || key == "QUOTED-PRINTABLE";
+    return;
+  }
+  const std::string_view value = unquoted(parameter.substr(equals + 1));
+  if (key == "CHARSET") property.charset = std::string(value);
+  if (key == "ENCODING" && uppercased(value) == "QUOTED-PRINTABLE") property.isQuotedPrintable = true;
+}
+
+}  // namespace
+
+std::optional<VCardProperty> VCardProperty::parse(std::string_view line) {
+  const std::size_t colon = findUnquoted(line, ':');
+  if (colon == std::string_view::npos) return std::nullopt;
+  std::string_view head = line.substr(0, colon);
+  VCardProperty property;
+  property.value = line.substr(colon + 1);
+  const std::size_t nameEnd = head.find(';');
+  std::string_view name = head.substr(0, nameEnd);
+  if (const std::size_t dot = name.rfind('.'); dot != std::string_view::npos) name.remove_prefix(dot + 1);
+  property.name = uppercased(text::trimmed(name));
+  head.remove_prefix(nameEnd == std::string_view::npos ? head.size() : nameEnd + 1);
+  while (!head.empty()) {
+    const std::size_t end = findUnquoted(head, ';');
+    readParameter(property, head.substr(0, end));
+    head.remove_prefix(end == std::string_view::npos ? head.size() : end + 1);
+  }
+  return property;
+}
+
+std::string VCardProperty::text() const {
+  if (!isQuotedPrintable) return foreign_text::fromCharset(value, charset, false);
+  return foreign_text::fromCharset(foreign_text::quotedPrintableDecoded(value), charset, true);
+}
+
+std::vector<std::string_view> VCardProperty::components(std::string_view text, char separator) {
+  std::vector<std::string_view> parts;
+  std::size_t begin = 0;
+  for (std::size_t position = 0; position < text.size(); ++position) {
+    if (text[position] == '\\') {
+      ++position;
+      continue;
+    }
+    if (text[position] != separator) continue;
+    parts.push_back(text.substr(begin, position - begin));
+    begin = position + 1;
+  }
+  parts.push_back(text.substr(begin));
+  return parts;
+}
+
+std::string VCardProperty::unescaped(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  for (std::size_t position = 0; position < text.size(); ++position) {
+    if (text[position] != '\\' || position + 1 == text.size()) {
+      result += text[position];
+      continue;
+    }
+    const char escaped = text[++position];
+    const bool isLineBreak = escaped == 'n' || escaped == 'N';
+    const bool isEscape = escaped == '\\' || escaped == ',' || escaped == ';' || escaped == ':';
+    if (!isLineBreak && !isEscape) result += '\\';
+    result += isLineBreak ? '\n' : escaped;
+  }
+  return result;
+}
+
+}  // namespace pellora

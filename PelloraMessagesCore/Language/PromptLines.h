@@ -1,0 +1,29 @@
+// A day's lines as they stand in a prompt: texts that cannot close the prompt's tags or begin a line of their own,
+// the newest that fit the budget, oldest first. Pure. Tested by Tests/Core/PromptLinesTests.cpp.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "PelloraMessagesCore/Language/MessageLine.h"
+
+namespace pellora {
+
+namespace PromptLines {
+
+// Without line feeds and angle brackets; valid UTF-8 whatever comes in.
+std::string harmless(std::string_view text);
+
+// The lines kept for a numbered prompt, with their texts made harmless. The newest is always among them.
+std::vector<MessageLine> kept(const std::vector<MessageLine>& lines);
+
+// The beginning of a prompt over kept lines: "<messages>", then "[1] Me: text", "[2] Sam: text", ...
+std::string numberedBlock(const std::vector<MessageLine>& keptLines, std::string_view firstName);
+
+// The beginning of a prompt over a day's lines: "<messages>", then "You: text", "Sam: text", ... of those that fit.
+std::string spokenBlock(const std::vector<MessageLine>& lines, std::string_view name);
+
+}  // namespace PromptLines
+
+}  // namespace pellora

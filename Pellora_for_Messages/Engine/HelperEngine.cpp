@@ -1,0 +1,193 @@
+#include "Pellora_for_Messages/Engine/HelperEngine.h"
+
+#include <QPointer>
+
+#include "PelloraMessagesCore/ChatDatabase.h"
+#include "PelloraMessagesCore/Files/FileError.h"
+#include "PelloraMessagesCore/HelperExchange.h"
+#include "PelloraMessagesCore/HelperReadRequest.h"
+#include "Pellora_for_Messages/Engine/HelperEngineKeys.h"
+
+namespace pellora {
+
+namespace {
+
+std::filesystem::path logOf(const std::filesystem::path& database) {
+  return database.string() + "-wal";
+}
+
+}  // namespace
+
+HelperEngine::HelperEngine(HelperPlatform platform, QObject* parent)
+    : QObject(parent),
+      _platform(std::move(platform)),
+      _lastReadAt(_platform.defaults.date(HelperEngineKeys::kLastRead)),
+      _opensAtLogin(_platform.loginItem.isEnabled()) {}
+
+HelperEngine::~HelperEngine() = default;
+
+template <class Field, class Value>
+void HelperEngine::publish(Field& field, Value value) {
+  if (field == value) return;
+  field = std::move(value);
+  Q_EMIT changed();
+}
+
+void HelperEngine::start() {
+  if (_started) return;
+  _started = true;
+  if (!_platform.defaults.boolean(HelperEngineKeys::kLoginChoice)) setOpensAtLogin(true);
+  const QPointer<HelperEngine> self(this);
+  _timer = _platform.scheduler.every(kReadInterval, [self] {
+    if (self) self->requestRead();
+  });
+  armWatcher();
+  _readRequests = HelperReadRequest::observe(_platform.notifications, [self] {
+    if (self) self->requestRead();
+  });
+  requestRead();
+}
+
+void HelperEngine::requestRead() {
+  readOnEventLoop();
+}
+
+Task<void> HelperEngine::readOnEventLoop() {
+  const QPointer<HelperEngine> self(this);
+  if (_isReading) {
+    _readAgain = true;
+    co_return;
+  }
+  co_await _platform.scheduler.yield();
+  if (self) co_await readNow();
+}
+
+Task<void> HelperEngine::readNow() {
+  if (_isReading || _suspended) {
+    _readAgain = true;
+    co_return;
+  }
+  const QPointer<HelperEngine> self(this);
+  _isReading = true;
+  do {
+    _readAgain = false;
+    co_await runCycle();
+    if (!self) co_return;
+  } while (_readAgain && !_suspended);
+  _isReading = false;
+}
+
+Task<void> HelperEngine::runCycle() {
+  const QPointer<HelperEngine> self(this);
+  const auto cycle =
+      std::make_shared<HelperReadCycle>(_platform, _summaries, this, static_cast<HelperReadCycle::Delegate&>(*this));
+  const HelperReadCycle::Outcome outcome = co_await cycle->run();
+  if (self) finishCycle(outcome);
+}
+
+void HelperEngine::finishCycle(const HelperReadCycle::Outcome& outcome) {
+  analysisProgress(0, 0);
+  switch (outcome.kind) {
+    case HelperReadCycle::Outcome::Kind::needsFullDiskAccess:
+      setState({State::Kind::needsFullDiskAccess, {}});
+      writeHeartbeat(HelperHeartbeat::Status::needsFullDiskAccess);
+      break;
+    case HelperReadCycle::Outcome::Kind::waitingForPellora:
+      setState({State::Kind::waitingForPellora, {}});
+      writeHeartbeat(HelperHeartbeat::Status::waitingForPellora);
+      break;
+    case HelperReadCycle::Outcome::Kind::failed:
+      setState(State::failed(outcome.failure));
+      writeHeartbeat(HelperHeartbeat::Status::failed);
+      break;
+    case HelperReadCycle::Outcome::Kind::finished:
+      publish(_lastReadAt, outcome.startedAt);
+      setState({State::Kind::idle, {}});
+      writeHeartbeat(HelperHeartbeat::Status::reading);
+      break;
+    case HelperReadCycle::Outcome::Kind::abandoned:
+      break;
+  }
+}
+
+void HelperEngine::writeHeartbeat(HelperHeartbeat::Status status) {
+  try {
+    HelperHeartbeat{_platform.scheduler.now(), status, _lastReadAt, _platform.version}.write(
+        HelperExchange::folderURL(_platform.container));
+  } catch (const std::exception&) {
+    // The main app sees an old heartbeat grow stale, which is the truth.
+  }
+}
+
+void HelperEngine::setOpensAtLogin(bool on) {
+  if (on)
+    _platform.loginItem.enable();
+  else
+    _platform.loginItem.disable();
+  try {
+    _platform.defaults.store({{HelperEngineKeys::kLoginChoice, true}});
+  } catch (const FileError&) {
+    // The choice is asked for again at the next start; nothing else depends on it.
+  }
+  publish(_opensAtLogin, _platform.loginItem.isEnabled());
+}
+
+void HelperEngine::suspend() {
+  _suspended = _isSleepAnnounced = true;
+  // Whoever announced the sleep may be gone before it tells of the end. This clock stands still during sleep.
+  const QPointer<HelperEngine> self(this);
+  _awake = _platform.scheduler.after(kLongestFallingAsleep, [self] {
+    if (!self) return;
+    self->_suspended = false;
+    if (self->_readAgain) self->requestRead();
+  });
+}
+
+void HelperEngine::resume() {
+  if (!_isSleepAnnounced) return;
+  _isSleepAnnounced = false;
+  _awake.reset();
+  _suspended = false;
+  requestRead();
+}
+
+void HelperEngine::armWatcher() {
+  if (_watcher) return;
+  const QPointer<HelperEngine> self(this);
+  _watcher = _platform.fileEvents.watch(logOf(_platform.chatDatabase), [self] {
+    if (self) self->debounce();
+  });
+}
+
+void HelperEngine::debounce() {
+  const QPointer<HelperEngine> self(this);
+  _pending = _platform.scheduler.after(kDebounce, [self] {
+    if (self) self->requestRead();
+  });
+}
+
+void HelperEngine::databaseIsReadable() {
+  if (_started) armWatcher();
+}
+
+void HelperEngine::peopleFound(std::int64_t count) {
+  publish(_peopleCount, count);
+  setState({State::Kind::reading, {}});
+}
+
+void HelperEngine::analysisProgress(std::int64_t done, std::int64_t total) {
+  if (_daysAnalysed == done && _daysToAnalyse == total) return;
+  _daysAnalysed = done;
+  _daysToAnalyse = total;
+  Q_EMIT changed();
+}
+
+void HelperEngine::recordWritten() {
+  publish(_peopleWritten, _peopleWritten + 1);
+}
+
+void HelperEngine::setState(State state) {
+  publish(_state, std::move(state));
+}
+
+}  // namespace pellora

@@ -1,0 +1,64 @@
+// The content of the status window: header, notice card, login section, footer, privacy paragraph. Holds no state
+// of its own: everything follows the engine's fields. Tested by Tests/Window/HelperViewTests.cpp.
+#pragma once
+
+#include <QWidget>
+#include <functional>
+
+#include "Pellora_for_Messages/Window/HelperNotice.h"
+#include "Pellora_for_Messages/Window/StatusTicker.h"
+
+class QBoxLayout;
+class QCheckBox;
+class QLabel;
+class QPushButton;
+
+namespace pellora {
+
+class HelperEngine;
+class NoticeCard;
+class ProgressLine;
+class SecondaryLabel;
+
+class HelperView : public QWidget {
+  Q_OBJECT
+
+ public:
+  struct Actions {
+    std::function<void()> openFullDiskAccess;
+    std::function<void()> quit;
+  };
+
+  // `engine` must outlive the view.
+  HelperView(HelperEngine& engine, Actions actions, QWidget* parent = nullptr);
+
+  // Puts the keyboard where a user is likely to need it.
+  void focusFirst();
+
+ protected:
+  void showEvent(QShowEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
+
+ private:
+  QWidget* makeHeader();
+  QWidget* makeProgress();
+  QWidget* makeLoginSection();
+  QWidget* makeFooter();
+  QWidget* makePrivacyParagraph();
+  void refresh();
+  void refreshCard();
+  void refreshProgress();
+  void act(HelperNotice::Action action);
+  void chooseOpensAtLogin(bool on);
+
+  HelperEngine& _engine;
+  Actions _actions;
+  SecondaryLabel* _status = nullptr;
+  ProgressLine* _progress = nullptr;
+  NoticeCard* _card = nullptr;
+  QCheckBox* _toggle = nullptr;
+  QPushButton* _quit = nullptr;
+  StatusTicker _ticker;
+};
+
+}  // namespace pellora
