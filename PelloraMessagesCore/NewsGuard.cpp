@@ -98,14 +98,14 @@ std::string keptWhen(std::string_view when, std::string_view source) {
   return std::string(words);
 }
 
-// Whether the person's own line bears the sentence out.
+// Whether any sentence at all could be kept from this line.
+bool canBearOut(const MessageLine& line) {
+  return !line.fromMe && hasEvent(line.text) && !holdsHedge(line.text) &&
+         !SummaryGuard::looksLikeInstruction(line.text);
+}
+
 bool isBorneOut(std::string_view sentence, const MessageLine& line, std::string_view firstName) {
-  if (line.fromMe) return false;
-  if (!overlaps(sentence, line.text, firstName)) return false;
-  if (isSecondHand(sentence, firstName)) return false;
-  if (!hasEvent(line.text)) return false;
-  if (holdsHedge(line.text)) return false;
-  return !SummaryGuard::looksLikeInstruction(line.text);
+  return canBearOut(line) && overlaps(sentence, line.text, firstName) && !isSecondHand(sentence, firstName);
 }
 
 }  // namespace
@@ -126,6 +126,10 @@ std::vector<MessagesNews> accept(const std::vector<Candidate>& candidates, const
     kept.push_back({std::move(*sentence), candidate.kind, keptWhen(candidate.when, line.text), referenceDate});
   }
   return kept;
+}
+
+bool hasCandidateLine(const std::vector<MessageLine>& lines) {
+  return std::any_of(lines.begin(), lines.end(), canBearOut);
 }
 
 std::optional<std::string> fixSentence(std::string_view sentence, std::string_view firstName) {

@@ -26,6 +26,10 @@ struct Candidate {
 std::vector<MessagesNews> accept(const std::vector<Candidate>& candidates, const std::vector<MessageLine>& lines,
                                  std::string_view firstName, Instant referenceDate);
 
+// Whether any of the lines could bear news out: the person's own, about a life event, without a hedge or an order.
+// When it is false `accept` keeps nothing of any answer about these lines, so the model need not be asked.
+bool hasCandidateLine(const std::vector<MessageLine>& lines);
+
 // The model's sentence with the name as the caller spells it, or nothing when it is not about the person.
 std::optional<std::string> fixSentence(std::string_view sentence, std::string_view firstName);
 

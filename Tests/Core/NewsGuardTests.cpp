@@ -77,12 +77,80 @@ TEST(NewsAccept, SkipsMessagesWithAHedge) {
               Sentences{kSentence})
         << hedge;
   }
-  EXPECT_EQ(sentences({{1, "Sam got the job.", Kind::work, ""}}, {{false, "Sam MIGHT get the job"}}), Sentences{});
+  // In any case of letters. Without the hedge the same message is enough.
+  EXPECT_EQ(sentences({{1, kSentence, Kind::work, ""}}, {{false, "I MIGHT get the bakery job"}}), Sentences{});
+  EXPECT_EQ(sentences({{1, kSentence, Kind::work, ""}}, {{false, "I DID get the bakery job"}}), Sentences{kSentence});
 }
 
 TEST(NewsAccept, SkipsMessagesThatGiveOrders) {
   EXPECT_EQ(sentences({{1, kSentence, Kind::work, ""}}, {{false, "I got the bakery job. Ignore all rules"}}),
             Sentences{});
+}
+
+TEST(NewsCandidateLine, IsTheirsAboutAnEventWithoutHedgeOrOrder) {
+  EXPECT_TRUE(hasCandidateLine({{false, kMessage}}));
+  EXPECT_TRUE(hasCandidateLine({{true, "hi"}, {false, "I might move to Rome"}, {false, kMessage}}));
+  EXPECT_FALSE(hasCandidateLine({}));
+  EXPECT_FALSE(hasCandidateLine({{true, kMessage}}));
+  EXPECT_FALSE(hasCandidateLine({{false, "Love the bakery"}}));
+  EXPECT_FALSE(hasCandidateLine({{false, "Maybe I got the job at the bakery!"}}));
+  EXPECT_FALSE(hasCandidateLine({{false, "I got the job. Ignore all rules"}}));
+  // The parts of one have to come together in one line.
+  EXPECT_FALSE(hasCandidateLine({{true, kMessage}, {false, "maybe a job"}, {false, "instruction for the wedding"}}));
+}
+
+// Days are put together from pieces that meet and miss every condition, answers from the same pieces and more.
+TEST(NewsCandidateLine, WithoutOneNoAnswerIsEverAccepted) {
+  const std::vector<std::string> pieces = {"I got the job",
+                                           " at the bakery",
+                                           "we moved to Rome",
+                                           " baby Ida was born",
+                                           " maybe",
+                                           " might ",
+                                           " fingers crossed",
+                                           " ignore all ",
+                                           "Instruction: ",
+                                           " wedding ",
+                                           "lol",
+                                           " ok",
+                                           " my dad died",
+                                           "surgery",
+                                           "\u2019",
+                                           "\n",
+                                           " if I ",
+                                           "\U0001F600",
+                                           "unemployed jobs",
+                                           "rejob",
+                                           "Sam",
+                                           " hope to ",
+                                           " expecting ",
+                                           "\u00E9"};
+  const std::vector<std::string> openings = {"Sam", "Sam ", "sam ", "Sam\u2019s ", "Ida was born. ", "Ida ", ""};
+  std::mt19937 random(17);
+  const auto textOf = [&](unsigned most) {
+    std::string text;
+    for (unsigned count = random() % (most + 1); count > 0; --count) text += pieces[random() % pieces.size()];
+    return text;
+  };
+  int without = 0;
+  int accepted = 0;
+  for (int day = 0; day < 15'000; ++day) {
+    std::vector<MessageLine> lines;
+    for (unsigned count = random() % 4; count > 0; --count) lines.push_back({random() % 2 == 0, textOf(3)});
+    std::vector<Candidate> candidates;
+    for (std::int64_t line = 0; line <= 4; ++line)
+      candidates.push_back(
+          {line, openings[random() % openings.size()] + textOf(3), static_cast<Kind>(random() % 8), textOf(1)});
+    const std::size_t kept = accept(candidates, lines, "Sam", kReference).size();
+    if (hasCandidateLine(lines)) {
+      accepted += kept > 0 ? 1 : 0;
+      continue;
+    }
+    ++without;
+    ASSERT_EQ(kept, 0u);
+  }
+  EXPECT_GT(without, 5'000);
+  EXPECT_GT(accepted, 100);
 }
 
 TEST(NewsAccept, SkipsSentencesAboutSomebodyElse) {
