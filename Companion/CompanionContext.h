@@ -1,9 +1,12 @@
-// What the commands work on: the shared folder, the secret store, the time and how to dress the output. Made once
-// in the command line; tests make their own. References must outlive it.
+// What every command works on (the shared folder, the secret store, the time, the look of the output) and what it
+// gives back. A command is a struct of its options with `CommandResult run(const CompanionContext&) const`, which
+// throws CompanionFailure when it cannot do what was asked. The context is made once, in the command line; tests make
+// their own. References must outlive it.
 #pragma once
 
 #include <filesystem>
 #include <optional>
+#include <string>
 
 #include "Companion/Output/OutputStyle.h"
 #include "PelloraMessagesCore/Files/ExchangeKey.h"
@@ -12,6 +15,11 @@
 #include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {
+
+struct CommandResult {
+  std::string output;     // for standard output, whole lines
+  std::string complaint;  // one sentence for standard error when it was not done, else empty
+};
 
 struct CompanionContext {
   SecretStore& secrets;

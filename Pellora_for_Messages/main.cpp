@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "PelloraMessagesCore/Files/StandardDescriptors.h"
-#include "Pellora_for_Messages/HelperApp.h"
 #include "Pellora_for_Messages/Engine/HelperOptions.h"
+#include "Pellora_for_Messages/HelperApp.h"
 #include "Pellora_for_Messages/PlatformAdapters.h"
 #include "Pellora_for_Messages/PrintedText.h"
 #include "Pellora_for_Messages/ReadOnce.h"
@@ -35,7 +35,7 @@ int main(int argc, char** argv) {
   std::string problem;
   const auto options = HelperOptions::parse(std::vector<std::string>(argv + 1, argv + argc), problem);
   if (!options) {
-    std::cerr << problem << " Try --help.\n";
+    std::cerr << "pellora-for-messages: " << problem << "\nTry \"pellora-for-messages --help\".\n";
     return kWrongUsage;
   }
   switch (options->mode) {

@@ -106,6 +106,13 @@ void declare(CLI::App& app, Arguments& arguments) {
       "Exit codes: 0 done, 1 could not, 2 wrong usage.");
 }
 
+// What is wrong with the command line, and where to look.
+int complain(std::string sentence) {
+  if (!sentence.ends_with('.')) sentence += '.';
+  std::cerr << "pellora-sample-store: " << sentence << "\nTry \"pellora-sample-store --help\".\n";
+  return kWrongUsage;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -116,15 +123,15 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    if (app.exit(error) != 0) return kWrongUsage;
+    if (error.get_exit_code() != 0) return complain(error.what());
+    app.exit(error);
     return std::cout.flush() ? 0 : kFailed;
   }
   arguments.options.now = currentTime();
   if (!arguments.now.empty()) {
     const auto now = ExchangeCoding::parseDate(arguments.now);
     if (!now || *now < kEarliestNow || *now >= kLatestNow) {
-      std::cerr << "--now takes a time of the years 2010 to 2199, like 2026-03-10T12:00:00Z.\n";
-      return kWrongUsage;
+      return complain("--now takes a time of the years 2010 to 2199, like 2026-03-10T12:00:00Z.");
     }
     arguments.options.now = *now;
   }

@@ -19,7 +19,6 @@
 #include "Companion/Commands/SweepCommand.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
-#include "Companion/Output/Progress.h"
 #include "Companion/Output/StandardOutput.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/Text/Text.h"
@@ -155,24 +154,12 @@ class Commands {
   }
 
   void addModel() {
-    CLI::App* model = add(_app, "model", "whether there is a language model, and which", kModelExamples);
+    CLI::App* model = addCommand(_app, _model, "model", "whether there is a language model, and which", kModelExamples);
     model->add_flag("--try", _model.tries, "ask it two questions about invented texts and show the answers");
-    model->add_flag("--json", _model.asJson, kJsonHelp);
-    model->callback([this] { _run = [this] { return runModel(_model); }; });
-  }
-
-  static CommandResult runModel(const ModelCommandOptions& options) {
-    std::ostringstream output;
-    std::ostringstream complaint;
-    const Progress progress("Asking the language model");
-    runModelCommand(options, output, complaint);
-    return {output.str(), std::string(text::trimmed(complaint.str()))};
   }
 
   void addChanging() {
-    CLI::App* readNow = add(_app, "read-now", "ask the helper to read at once", kReadNowExamples);
-    readNow->add_flag("--json", _readNow.json, kJsonHelp);
-    readNow->callback([this] { _run = [this] { return _readNow.run(); }; });
+    addCommand(_app, _readNow, "read-now", "ask the helper to read at once", kReadNowExamples);
     CLI::App* remove = addCommand(_app, _delete, "delete", "remove one person's lately record", kDeleteExamples);
     remove->add_option("PERSON", _delete.person, "a first name, number, address or identifier")
         ->required()
@@ -198,7 +185,7 @@ class Commands {
   StatusCommand _status;
   LatelyCommand _lately;
   KeyCommand _key;
-  ModelCommandOptions _model;
+  ModelCommand _model;
   ReadNowCommand _readNow;
   DeleteCommand _delete;
   SweepCommand _sweep;
@@ -209,11 +196,34 @@ void complain(const std::string& sentence) {
   std::cerr << "pellora-companion: " << sentence << std::endl;
 }
 
-// The command that was given and does not exist, or that there was none.
-std::string whatIsNoCommand(const CLI::App& app) {
-  const auto rest = app.remaining(true);
-  if (rest.empty()) return "A command is missing.";
-  return "There is no command \"" + display::printable(rest.front()) + "\".";
+// The command that was given, as far as it exists: "people import".
+const CLI::App* givenCommand(const CLI::App& app) {
+  const auto given = app.get_subcommands();
+  return given.empty() ? &app : givenCommand(*given.front());
+}
+
+std::string commandLineOf(const CLI::App& command) {
+  const CLI::App* parent = command.get_parent();
+  return parent == nullptr ? command.get_name() : commandLineOf(*parent) + " " + command.get_name();
+}
+
+std::string quoted(const std::string& argument) {
+  return "\"" + display::printable(argument) + "\"";
+}
+
+// What is wrong with the command line, in one sentence.
+std::string whatIsWrong(const CLI::App& command, const CLI::ParseError& error) {
+  const auto rest = command.remaining(true);
+  const bool isExtra = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
+  const bool isCommandMissing = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr &&
+                                command.get_require_subcommand_min() > 0 && command.get_subcommands().empty();
+  const bool isOption = !rest.empty() && rest.front().starts_with("-") && rest.front() != "-";
+  if ((isExtra || isCommandMissing) && isOption) return "There is no option " + quoted(rest.front()) + ".";
+  if (isCommandMissing && rest.empty()) return "A command is missing.";
+  if (isCommandMissing) return "There is no command " + quoted(rest.front()) + ".";
+  if (isExtra && !rest.empty()) return "There is an argument too many: " + quoted(rest.front()) + ".";
+  const std::string sentence = display::printable(error.what());
+  return sentence.ends_with('.') ? sentence : sentence + ".";
 }
 
 // Help and version are what was asked; anything else is wrong usage.
@@ -224,11 +234,9 @@ int endParsing(const CLI::App& app, const CLI::ParseError& error) {
     standard_output::write(output.str());
     return kDone;
   }
-  std::string sentence = display::printable(error.what());
-  if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && sentence.find("subcommand") != std::string::npos)
-    sentence = whatIsNoCommand(app);
-  if (!sentence.ends_with('.')) sentence += '.';
-  complain(sentence + " Try --help.");
+  const CLI::App& command = *givenCommand(app);
+  complain(whatIsWrong(command, error));
+  std::cerr << "Try \"" << commandLineOf(command) << " --help\"." << std::endl;
   return kWrongUsage;
 }
 

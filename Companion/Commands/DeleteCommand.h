@@ -3,7 +3,6 @@
 
 #include <string>
 
-#include "Companion/Commands/CommandResult.h"
 #include "Companion/CompanionContext.h"
 
 namespace pellora {

@@ -1,7 +1,6 @@
 // `key`: whether there is an exchange key. Its bytes are never shown.
 #pragma once
 
-#include "Companion/Commands/CommandResult.h"
 #include "Companion/CompanionContext.h"
 
 namespace pellora {

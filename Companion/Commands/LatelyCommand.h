@@ -4,7 +4,6 @@
 #include <optional>
 #include <string>
 
-#include "Companion/Commands/CommandResult.h"
 #include "Companion/CompanionContext.h"
 
 namespace pellora {

@@ -1,13 +1,16 @@
 #include "Companion/Commands/ModelCommand.h"
 
-#include <QCoreApplication>
+#include <QCoroTask>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <ostream>
+#include <sstream>
 #include <vector>
 
 #include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
 #include "Companion/Commands/ModelTry.h"
+#include "Companion/Output/Progress.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
@@ -77,34 +80,24 @@ void printJson(std::ostream& out, const ModelReport& report, const std::vector<M
   out << object.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << '\n';
 }
 
-int report(const ModelCommandOptions& options, std::ostream& out, std::ostream& err) {
-  const auto model = ChatCompletionsLanguageModel::fromEnvironment();
-  const ModelReport report = QCoro::waitFor(model->report());
-  std::vector<ModelTry> tries;
-  if (report.isAvailable && options.tries) {
-    tries.push_back(QCoro::waitFor(ModelTry::plain(*model)));
-    tries.push_back(QCoro::waitFor(ModelTry::guided(*model)));
-  }
-  options.asJson ? printJson(out, report, tries) : printTable(out, report, tries);
-  out.flush();
-
-  std::string wrong = report.reason;
-  for (const ModelTry& made : tries) {
-    if (wrong.empty() && !made.isAnswered()) wrong = "The " + made.kind + " question failed: " + made.error;
-  }
-  if (!wrong.empty()) err << shown(wrong) << std::endl;
-  return wrong.empty() ? 0 : 1;
-}
-
 }  // namespace
 
-int runModelCommand(const ModelCommandOptions& options, std::ostream& out, std::ostream& err) {
-  if (QCoreApplication::instance() != nullptr) return report(options, out, err);
-  int count = 1;
-  char name[] = "pellora-companion";
-  char* arguments[] = {name, nullptr};
-  const QCoreApplication application(count, arguments);
-  return report(options, out, err);
+CommandResult ModelCommand::run(const CompanionContext&) const {
+  const Progress progress("Asking the language model");
+  const auto model = ChatCompletionsLanguageModel::fromEnvironment();
+  const ModelReport report = QCoro::waitFor(model->report());
+  std::vector<ModelTry> made;
+  if (report.isAvailable && tries) {
+    made.push_back(QCoro::waitFor(ModelTry::plain(*model)));
+    made.push_back(QCoro::waitFor(ModelTry::guided(*model)));
+  }
+  std::ostringstream output;
+  json ? printJson(output, report, made) : printTable(output, report, made);
+  std::string wrong = report.reason;
+  for (const ModelTry& one : made) {
+    if (wrong.empty() && !one.isAnswered()) wrong = "The " + one.kind + " question failed: " + one.error;
+  }
+  return {output.str(), shown(wrong)};
 }
 
 }  // namespace pellora

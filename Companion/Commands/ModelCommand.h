@@ -1,17 +1,18 @@
-// `pellora-companion model`: whether a language model is available, which one and where, or why not. With a try it
-// asks one plain and one guided question about invented text and shows the answers with their seconds.
-// The result is for `out`, a sentence on what is wrong for `err`; nothing else is written and nothing is thrown.
-// Main thread; runs the event loop, and brings a QCoreApplication when there is none.
+// `model`: whether a language model is available, which one and where, or why not. With a try it asks one plain and
+// one guided question about invented text and shows the answers with their seconds. Done only when a model is
+// available and, with a try, gave both answers. Runs the event loop, on the main thread.
 // Tested by Tests/Companion/ModelCommandTests.cpp.
 #pragma once
 
-#include <ostream>
-
-#include "Companion/Commands/ModelCommandOptions.h"
+#include "Companion/CompanionContext.h"
 
 namespace pellora {
 
-// The exit code: 0 only when a model is available and, with a try, gave both answers; 1 otherwise.
-int runModelCommand(const ModelCommandOptions& options, std::ostream& out, std::ostream& err);
+struct ModelCommand {
+  bool tries = false;  // ask two harmless questions and show the answers
+  bool json = false;
+
+  CommandResult run(const CompanionContext& context) const;
+};
 
 }  // namespace pellora

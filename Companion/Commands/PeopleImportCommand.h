@@ -5,7 +5,6 @@
 
 #include <string>
 
-#include "Companion/Commands/CommandResult.h"
 #include "Companion/CompanionContext.h"
 #include "Companion/People/ImportedPeople.h"
 

@@ -1,7 +1,6 @@
 // `people list`: whom the helper looks for.
 #pragma once
 
-#include "Companion/Commands/CommandResult.h"
 #include "Companion/CompanionContext.h"
 
 namespace pellora {

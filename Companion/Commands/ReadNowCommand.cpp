@@ -16,7 +16,7 @@ constexpr char kHelperName[] = "app.pellora.Messages";  // the helper owns it on
 
 }  // namespace
 
-CommandResult ReadNowCommand::run() const {
+CommandResult ReadNowCommand::run(const CompanionContext&) const {
   const auto address = SessionBusAddress::find();
   if (!address) throw CompanionFailure("There is no session bus to ask the helper on.");
   PrivateBusConnection connection(*address);

@@ -1,7 +1,7 @@
 // `read-now`: asks the running helper to read at once.
 #pragma once
 
-#include "Companion/Commands/CommandResult.h"
+#include "Companion/CompanionContext.h"
 
 namespace pellora {
 
@@ -9,7 +9,7 @@ struct ReadNowCommand {
   bool json = false;
 
   // Throws CompanionFailure when there is no session bus or no helper on it.
-  CommandResult run() const;
+  CommandResult run(const CompanionContext& context) const;
 };
 
 }  // namespace pellora

@@ -1,7 +1,6 @@
 // `status`: on one screen whether everything is in place, and what to do next.
 #pragma once
 
-#include "Companion/Commands/CommandResult.h"
 #include "Companion/CompanionContext.h"
 
 namespace pellora {

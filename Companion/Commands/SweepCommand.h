@@ -1,7 +1,6 @@
 // `sweep`: removes the files among the lately records that do not open with the key or are not their person's.
 #pragma once
 
-#include "Companion/Commands/CommandResult.h"
 #include "Companion/CompanionContext.h"
 
 namespace pellora {

@@ -16,7 +16,8 @@ std::optional<HelperOptions> HelperOptions::parse(const std::vector<std::string>
       options.mode = Mode::help;
       return options;
     } else {
-      problem = (argument.starts_with("-") ? "Unknown option: " : "Unexpected argument: ") + argument;
+      problem = (argument.starts_with("-") ? "There is no option \"" : "There is an argument too many: \"") + argument +
+                "\".";
       return std::nullopt;
     }
   }

@@ -17,9 +17,9 @@ TEST(HelperOptions, ReadsEveryOption) {
 TEST(HelperOptions, SaysInOneSentenceWhatIsWrong) {
   std::string problem;
   EXPECT_FALSE(HelperOptions::parse({"--read-twice"}, problem));
-  EXPECT_EQ(problem, "Unknown option: --read-twice");
+  EXPECT_EQ(problem, "There is no option \"--read-twice\".");
   EXPECT_FALSE(HelperOptions::parse({"now"}, problem));
-  EXPECT_EQ(problem, "Unexpected argument: now");
+  EXPECT_EQ(problem, "There is an argument too many: \"now\".");
   EXPECT_FALSE(HelperOptions::parse({"--read-once", "--background"}, problem));
 }
 

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "Companion/Commands/ModelCommand.h"
+#include "Tests/Companion/CompanionWorld.h"
 #include "Tests/Support/ModelServerProcess.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryFolder.h"
@@ -20,7 +20,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
-class ModelCommand : public testing::Test {
+class ModelCommands : public testing::Test {
  protected:
   void serve(const char* options = "") {
     const QStringList words = QString::fromUtf8(options).split(QLatin1Char(' '), Qt::SkipEmptyParts);
@@ -29,24 +29,24 @@ class ModelCommand : public testing::Test {
     _environment.unset("PELLORA_MODEL");
   }
 
-  int run(ModelCommandOptions options = {}) {
-    std::ostringstream out;
-    std::ostringstream err;
-    const int code = runModelCommand(options, out, err);
-    _out = out.str();
-    _err = err.str();
-    return code;
+  // Whether it was not done.
+  bool run(const ModelCommand& command = {}) {
+    const CommandResult result = command.run(_world.context());
+    _out = result.output;
+    _err = result.complaint;
+    return !_err.empty();
   }
 
+  support::CompanionWorld _world;
   support::ScopedEnvironment _environment;
   std::optional<ModelServerProcess> _server;
   std::string _out;
   std::string _err;
 };
 
-TEST_F(ModelCommand, TellsModelPlaceAndContext) {
+TEST_F(ModelCommands, TellsModelPlaceAndContext) {
   serve("--context 8192");
-  EXPECT_EQ(run(), 0);
+  EXPECT_FALSE(run());
   EXPECT_THAT(_out, HasSubstr("Available  yes\n"));
   EXPECT_THAT(_out, HasSubstr("Model      test-model\n"));
   EXPECT_THAT(_out, HasSubstr("Where      " + _server->url() + "\n"));
@@ -55,37 +55,37 @@ TEST_F(ModelCommand, TellsModelPlaceAndContext) {
   EXPECT_EQ(_server->count("/v1/chat/completions"), 0U) << "nothing is asked without a try";
 }
 
-TEST_F(ModelCommand, SaysWhenTheContextIsSmallOrUnknown) {
+TEST_F(ModelCommands, SaysWhenTheContextIsSmallOrUnknown) {
   serve("--context 2048");
-  EXPECT_EQ(run(), 0);
+  EXPECT_FALSE(run());
   EXPECT_THAT(_out, HasSubstr("2048 tokens (small"));
   serve();
-  EXPECT_EQ(run(), 0);
+  EXPECT_FALSE(run());
   EXPECT_THAT(_out, HasSubstr("Context    unknown"));
 }
 
-TEST_F(ModelCommand, TryAsksOnePlainAndOneGuidedQuestion) {
+TEST_F(ModelCommands, TryAsksOnePlainAndOneGuidedQuestion) {
   serve();
-  EXPECT_EQ(run({.tries = true}), 0);
+  EXPECT_FALSE(run({.tries = true}));
   EXPECT_THAT(_out, HasSubstr("Plain question, "));
   EXPECT_THAT(_out, HasSubstr("Guided question, "));
   EXPECT_THAT(_out, HasSubstr(R"({"message":1,"plant":"example"})"));
   EXPECT_EQ(_server->count("/v1/chat/completions"), 2U);
 }
 
-TEST_F(ModelCommand, TryFailsWhenOneOfTheAnswersIsUnusable) {
+TEST_F(ModelCommands, TryFailsWhenOneOfTheAnswersIsUnusable) {
   serve("--guided-answer {\"plant\":7}");
-  EXPECT_EQ(run({.tries = true}), 1);
-  EXPECT_EQ(_err, "The guided question failed: The model's answer does not follow the schema that it was given.\n");
+  EXPECT_TRUE(run({.tries = true}));
+  EXPECT_EQ(_err, "The guided question failed: The model's answer does not follow the schema that it was given.");
   EXPECT_THAT(_out, HasSubstr("{\"plant\":7}"));
   serve("--status 500");
-  EXPECT_EQ(run({.tries = true}), 1);
-  EXPECT_EQ(_err, "The plain question failed: The model server answered with HTTP status 500.\n");
+  EXPECT_TRUE(run({.tries = true}));
+  EXPECT_EQ(_err, "The plain question failed: The model server answered with HTTP status 500.");
 }
 
-TEST_F(ModelCommand, JsonIsOneObject) {
+TEST_F(ModelCommands, JsonIsOneObject) {
   serve("--context 8192");
-  EXPECT_EQ(run({.tries = true, .asJson = true}), 0);
+  EXPECT_FALSE(run({.tries = true, .json = true}));
   EXPECT_THAT(_out, EndsWith("}\n"));
   const json object = json::parse(_out);
   EXPECT_EQ(object["available"], true);
@@ -96,36 +96,36 @@ TEST_F(ModelCommand, JsonIsOneObject) {
   EXPECT_FALSE(object.contains("reason"));
 }
 
-TEST_F(ModelCommand, EachReasonForNoModelIsOneSentence) {
+TEST_F(ModelCommands, EachReasonForNoModelIsOneSentence) {
   serve("--loading-requests 100");
-  EXPECT_EQ(run({.tries = true}), 1);
-  EXPECT_EQ(_err, "The model server is still loading its model.\n");
+  EXPECT_TRUE(run({.tries = true}));
+  EXPECT_EQ(_err, "The model server is still loading its model.");
   EXPECT_THAT(_out, HasSubstr("Available  no\n"));
   serve("--model big-cloud");
-  EXPECT_EQ(run(), 1);
-  EXPECT_EQ(_err, "The model big-cloud runs on another machine, so it is not used.\n");
+  EXPECT_TRUE(run());
+  EXPECT_EQ(_err, "The model big-cloud runs on another machine, so it is not used.");
   serve();
   _environment.set("PELLORA_MODEL", "other");
-  EXPECT_EQ(run(), 1);
-  EXPECT_EQ(_err, "The model server does not list the model other.\n");
+  EXPECT_TRUE(run());
+  EXPECT_EQ(_err, "The model server does not list the model other.");
   _environment.set("PELLORA_MODEL_URL", "http://example.com");
-  EXPECT_EQ(run(), 1);
+  EXPECT_TRUE(run());
   EXPECT_THAT(_err, HasSubstr("not on this device"));
   const support::TemporaryFolder folder;
   _environment.unset("PELLORA_MODEL_URL");
   _environment.set("XDG_RUNTIME_DIR", folder.path().string());
-  EXPECT_EQ(run({.asJson = true}), 1);
+  EXPECT_TRUE(run({.json = true}));
   const std::string path = (folder / "app.pellora.messages/model.sock").string();
-  EXPECT_EQ(_err, "There is no socket at " + path + ".\n");
+  EXPECT_EQ(_err, "There is no socket at " + path + ".");
   EXPECT_EQ(json::parse(_out)["reason"], "There is no socket at " + path + ".");
   EXPECT_EQ(json::parse(_out)["available"], false);
 }
 
-TEST_F(ModelCommand, ControlCharactersOfAnAnswerDoNotReachTheTerminal) {
+TEST_F(ModelCommands, ControlCharactersOfAnAnswerDoNotReachTheTerminal) {
   serve(
       "--answer \x1b[2Jgone\xC2\x9B"
       "0m");
-  EXPECT_EQ(run({.tries = true}), 0);
+  EXPECT_FALSE(run({.tries = true}));
   EXPECT_THAT(_out, Not(HasSubstr("\x1b")));
   EXPECT_THAT(_out, Not(HasSubstr("\xC2\x9B")));
   EXPECT_THAT(_out, HasSubstr("[2Jgone"));

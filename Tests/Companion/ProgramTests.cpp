@@ -97,8 +97,31 @@ TEST_F(Program, WrongUsageIsOneSentenceAndTwo) {
     SCOPED_TRACE(testing::PrintToString(arguments));
     EXPECT_EQ(run(arguments), 2);
     EXPECT_THAT(output, IsEmpty());
-    EXPECT_THAT(errors, AllOf(StartsWith("pellora-companion: "), EndsWith(" Try --help.\n"), Not(HasSubstr("\x1B"))));
-    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1);
+    EXPECT_THAT(errors,
+                AllOf(StartsWith("pellora-companion: "),
+                      ContainsRegex("\nTry \"pellora-companion[a-z -]* --help\"\\.\n"), Not(HasSubstr("\x1B"))));
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 2);
+  }
+}
+
+TEST_F(Program, WrongUsageNamesWhatIsWrongAndWhereToLook) {
+  struct {
+    Arguments arguments;
+    const char* errors;
+  } const kCases[] = {
+      {{"people", "import", "--bogus", "x"},
+       "pellora-companion: There is no option \"--bogus\".\nTry \"pellora-companion people import --help\".\n"},
+      {{"--bogus"}, "pellora-companion: There is no option \"--bogus\".\nTry \"pellora-companion --help\".\n"},
+      {{"people", "bogus"},
+       "pellora-companion: There is no command \"bogus\".\nTry \"pellora-companion people --help\".\n"},
+      {{}, "pellora-companion: A command is missing.\nTry \"pellora-companion --help\".\n"},
+      {{"status", "extra"},
+       "pellora-companion: There is an argument too many: \"extra\".\nTry \"pellora-companion status --help\".\n"},
+      {{"delete"}, "pellora-companion: PERSON is required.\nTry \"pellora-companion delete --help\".\n"},
+  };
+  for (const auto& each : kCases) {
+    EXPECT_EQ(run(each.arguments), 2);
+    EXPECT_EQ(errors, each.errors);
   }
 }
 
