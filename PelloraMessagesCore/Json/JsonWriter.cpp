@@ -1,6 +1,7 @@
 #include "PelloraMessagesCore/Json/JsonWriter.h"
 
 #include <charconv>
+#include <cmath>
 
 #include "PelloraMessagesCore/Text/Text.h"
 
@@ -80,14 +81,25 @@ void JsonWriter::appendEscaped(std::string_view value) {
   _text += value.substr(copied);
 }
 
-void JsonWriter::string(std::string_view value) {
-  separate();
+void JsonWriter::appendQuoted(std::string_view value) {
   _text += '"';
   if (text::isValidUtf8(value))
     appendEscaped(value);
   else
     appendEscaped(text::repairedUtf8(value));
   _text += '"';
+}
+
+void JsonWriter::foreignKey(std::string_view name) {
+  separate();
+  appendQuoted(name);
+  _text += ':';
+  _needsComma = false;
+}
+
+void JsonWriter::string(std::string_view value) {
+  separate();
+  appendQuoted(value);
 }
 
 void JsonWriter::plainString(std::string_view value) {
@@ -104,9 +116,25 @@ void JsonWriter::integer(std::int64_t value) {
   _text.append(digits, end);
 }
 
+void JsonWriter::number(double value) {
+  if (!std::isfinite(value)) {
+    null();
+    return;
+  }
+  separate();
+  char digits[32];
+  const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+  _text.append(digits, end);
+}
+
 void JsonWriter::boolean(bool value) {
   separate();
   _text += value ? "true" : "false";
+}
+
+void JsonWriter::null() {
+  separate();
+  _text += "null";
 }
 
 }  // namespace pellora

@@ -1,7 +1,7 @@
-// Appends JSON to one text: one line, no added white space, characters beyond ASCII as they are in UTF-8, control
-// characters escaped. Members come out in the order in which they are written: writing them sorted is the
-// caller's part. Text that is not valid UTF-8 is repaired.
-// Tested by Tests/Core/ExchangeCodingTests.cpp.
+// Writes JSON as one text: a single line without added white space, characters beyond ASCII in plain UTF-8, control
+// characters escaped. Members appear in the order in which they are written: sorting them is up to the caller. Text
+// that is not valid UTF-8 is repaired.
+// Tested by Tests/Core/ExchangeCodingTests.cpp and Tests/Core/JsonValueTests.cpp.
 #pragma once
 
 #include <cstdint>
@@ -21,12 +21,17 @@ class JsonWriter {
 
   // The next value belongs to this key, which is plain ASCII without quotes and backslashes.
   void key(std::string_view name);
+  // As `key`, for any text.
+  void foreignKey(std::string_view name);
 
   void string(std::string_view value);
-  // As `string`, for what needs no escaping.
+  // As `string`, for text that needs no escaping.
   void plainString(std::string_view value);
   void integer(std::int64_t value);
+  // The shortest digits that read back as the same number; null when it is not finite.
+  void number(double value);
   void boolean(bool value);
+  void null();
 
   std::string take() && { return std::move(_text); }
 
@@ -34,6 +39,7 @@ class JsonWriter {
   void separate();
   void open(char bracket);
   void close(char bracket);
+  void appendQuoted(std::string_view value);
   void appendEscaped(std::string_view value);
 
   std::string _text;

@@ -1,4 +1,5 @@
-// The reader says the same as another, independent one on well-formed and damaged texts alike.
+// The fast reader of our own records and the tree agree with each other and with the library on well-formed and
+// damaged texts alike.
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
@@ -8,6 +9,7 @@
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/HelperHeartbeat.h"
 #include "PelloraMessagesCore/Json/JsonReader.h"
+#include "PelloraMessagesCore/Json/JsonValue.h"
 #include "Tests/Support/SampleRecords.h"
 
 namespace pellora {
@@ -80,6 +82,7 @@ TEST(JsonReader, TellsWellFormedFromDamagedText) {
                                              false},
                                             {"\v1", false}}) {
     EXPECT_EQ(isAccepted(each.text), each.isWellFormed) << each.text;
+    EXPECT_EQ(JsonValue::parse(each.text).has_value(), each.isWellFormed) << each.text;
     EXPECT_EQ(nlohmann::json::accept(each.text), each.isWellFormed) << each.text;
   }
 }
