@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "PelloraMessagesCore/AnalysedDays.h"
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/HelperHeartbeat.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
 
 namespace {
@@ -40,7 +40,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       goRound<pellora::HelperDayNotes>(json);
       break;
     case 3:
-      goRound<pellora::AnalysedDays>(json);
+      goRound<pellora::HelperState>(json);
       break;
     case 4:
       goRound<pellora::MessagesLatelyRecord>(json);

@@ -15,10 +15,10 @@
 
 namespace pellora {
 
-struct AnalysedDays;
 struct HelperDayNotes;
 struct HelperHeartbeat;
 struct HelperPeopleFile;
+struct HelperState;
 struct MessagesLatelyRecord;
 
 namespace ExchangeCoding {
@@ -26,7 +26,7 @@ namespace ExchangeCoding {
 std::string encode(const HelperPeopleFile& value);
 std::string encode(const HelperHeartbeat& value);
 std::string encode(const HelperDayNotes& value);
-std::string encode(const AnalysedDays& value);
+std::string encode(const HelperState& value);
 std::string encode(const MessagesLatelyRecord& value);
 
 // `decode<HelperHeartbeat>(bytes)`, likewise for the other four.

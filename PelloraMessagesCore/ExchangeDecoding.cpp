@@ -132,7 +132,7 @@ std::optional<Value> decode(std::string_view json) {
 template std::optional<HelperPeopleFile> decode(std::string_view json);
 template std::optional<HelperHeartbeat> decode(std::string_view json);
 template std::optional<HelperDayNotes> decode(std::string_view json);
-template std::optional<AnalysedDays> decode(std::string_view json);
+template std::optional<HelperState> decode(std::string_view json);
 template std::optional<MessagesLatelyRecord> decode(std::string_view json);
 
 }  // namespace pellora::ExchangeCoding

@@ -103,8 +103,9 @@ std::string encode(const HelperDayNotes& value) {
   return encodeRecord(value, value.days.size() * kUsualDaySize);
 }
 
-std::string encode(const AnalysedDays& value) {
-  return encodeRecord(value, value.days.size() * kUsualDaySize);
+std::string encode(const HelperState& value) {
+  return encodeRecord(value,
+                      (1 + value.analysed.size() + value.waiting.size() + 4 * value.lately.size()) * kUsualDaySize);
 }
 
 std::string encode(const MessagesLatelyRecord& value) {

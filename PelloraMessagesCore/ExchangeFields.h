@@ -7,10 +7,10 @@
 #include <string_view>
 #include <type_traits>
 
-#include "PelloraMessagesCore/AnalysedDays.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/HelperHeartbeat.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
 
 namespace pellora::ExchangeFields {
@@ -86,9 +86,51 @@ auto withFields(Record& record, Use use) {
   return use(Field{"days", record.days});
 }
 
-template <Is<AnalysedDays> Record, class Use>
+template <Is<LastReadMark> Record, class Use>
 auto withFields(Record& record, Use use) {
-  return use(Field{"days", record.days}, Field{"notesVersion", record.notesVersion});
+  return use(Field{"at", record.at}, Field{"day", record.day}, Field{"lastRowID", record.lastRowID},
+             Field{"notesMark", record.notesMark}, Field{"rowMark", record.rowMark}, Field{"zone", record.zone});
+}
+
+template <Is<WaitingDay> Record, class Use>
+auto withFields(Record& record, Use use) {
+  return use(Field{"areMeetupsAnswered", record.areMeetupsAnswered}, Field{"isNewsAnswered", record.isNewsAnswered},
+             Field{"isSentenceAnswered", record.isSentenceAnswered}, Field{"nextTryAt", record.nextTryAt},
+             Field{"record", record.record}, Field{"triesUsed", record.triesUsed});
+}
+
+template <Is<LatelyAnswer> Record, class Use>
+auto withFields(Record& record, Use use) {
+  return use(Field{"instructions", record.instructions}, Field{"isAnswered", record.isAnswered},
+             Field{"nextTryAt", record.nextTryAt}, Field{"personID", record.personID}, Field{"prompt", record.prompt},
+             Field{"summary", record.summary}, Field{"triesUsed", record.triesUsed});
+}
+
+template <Is<ModelUse> Record, class Use>
+auto withFields(Record& record, Use use) {
+  return use(Field{"answerTokens", record.answerTokens}, Field{"days", record.days},
+             Field{"milliseconds", record.milliseconds}, Field{"promptTokens", record.promptTokens},
+             Field{"questions", record.questions});
+}
+
+template <Is<ModelAccount> Record, class Use>
+auto withFields(Record& record, Use use) {
+  return use(Field{"lastFailure", record.lastFailure}, Field{"lastRead", record.lastRead},
+             Field{"nextTryAt", record.nextTryAt}, Field{"total", record.total},
+             Field{"waitingDays", record.waitingDays});
+}
+
+template <Is<ReadProgress> Record, class Use>
+auto withFields(Record& record, Use use) {
+  return use(Field{"daysDone", record.daysDone}, Field{"daysTotal", record.daysTotal},
+             Field{"startedAt", record.startedAt});
+}
+
+template <Is<HelperState> Record, class Use>
+auto withFields(Record& record, Use use) {
+  return use(Field{"analysed", record.analysed}, Field{"askAgain", record.askAgain}, Field{"lastRead", record.lastRead},
+             Field{"lately", record.lately}, Field{"model", record.model}, Field{"notesVersion", record.notesVersion},
+             Field{"progress", record.progress}, Field{"waiting", record.waiting});
 }
 
 template <Is<MessagesLatelyRecord::SentLink> Record, class Use>

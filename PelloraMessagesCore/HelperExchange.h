@@ -21,12 +21,15 @@ inline constexpr char kGroupIdentifier[] = PELLORA_TEAM_PREFIX "app.pellora.mess
 inline constexpr char kPeopleFile[] = "people.json";
 inline constexpr char kHeartbeatFile[] = "heartbeat.json";
 inline constexpr char kNotesFile[] = "Helper/notes.json";
-inline constexpr char kAnalysedFile[] = "Helper/analysed.json";
+inline constexpr char kStateFile[] = "Helper/state.json";
+inline constexpr char kRereadFile[] = "Helper/reread.json";
 inline constexpr char kLatelyFolder[] = "Lately";
 inline constexpr char kDaysFolder[] = "Days";
 
 inline constexpr char kPeopleContext[] = "people";
 inline constexpr char kNotesContext[] = "helper-notes";
+inline constexpr char kStateContext[] = "helper-state";
+inline constexpr char kRereadContext[] = "helper-reread";
 
 // "lately:" and the name that the record's file has, without its extension.
 std::string latelyContext(const std::string& name);

@@ -121,7 +121,10 @@ Task<void> HelperReadCycle::read(Work& work) {
   if (isAbandoned()) co_return;
   storeProgress(work, fetched.lastRow);
   // Not before: until the notes' version is stored with the progress, a first read would begin without the notes.
-  AnalysedDays::remove(_folder);
+  if (_folder) {
+    std::error_code ignored;
+    std::filesystem::remove(*_folder / HelperExchange::kStateFile, ignored);
+  }
 }
 
 void HelperReadCycle::prepare(Work& work, bool areNotesCurrent) const {
@@ -174,11 +177,12 @@ HelperReadCycle::Fetched HelperReadCycle::fetchNew(Work& work) const {
 
 Task<std::vector<MessagesDayRecord>> HelperReadCycle::recordsOf(std::vector<MessagesDayDraft>& drafts, Work& work) {
   if (drafts.empty()) co_return std::vector<MessagesDayRecord>{};
-  AnalysedDays analysed;
+  HelperState analysed;
   std::vector<MessagesDayRecord> records;
   std::vector<MessagesDayDraft*> others;  // newest first
   co_await inBackground([&] {
-    analysed = AnalysedDays::load(work.key, _folder, HelperEngineKeys::kCurrentNotesVersion);
+    analysed = HelperState::load(work.key, _folder).value_or(HelperState());
+    if (analysed.notesVersion != HelperEngineKeys::kCurrentNotesVersion) analysed.analysed.clear();
     others = withoutKnownDays(drafts, work, analysed, records);
   });
   if (isAbandoned()) co_return records;
@@ -199,10 +203,10 @@ Task<std::vector<MessagesDayRecord>> HelperReadCycle::recordsOf(std::vector<Mess
 
 // The drafts that no known day stands for, newest first; the known days go to `records`.
 std::vector<MessagesDayDraft*> HelperReadCycle::withoutKnownDays(std::vector<MessagesDayDraft>& drafts,
-                                                                 const Work& work, const AnalysedDays& analysed,
+                                                                 const Work& work, const HelperState& analysed,
                                                                  std::vector<MessagesDayRecord>& records) {
   const std::vector<MessagesDayRecord> nothing;
-  const KnownDays known(work.stored ? work.stored->days : nothing, analysed.days);
+  const KnownDays known(work.stored ? work.stored->days : nothing, analysed.analysed);
   std::vector<MessagesDayDraft*> others;
   records.reserve(drafts.size());
   for (auto draft = drafts.rbegin(); draft != drafts.rend(); ++draft) {
@@ -232,9 +236,9 @@ Task<bool> HelperReadCycle::analyse(MessagesDayDraft& draft, const Work& work) {
   co_return isStillThere;
 }
 
-void HelperReadCycle::keepAnalysed(const Work& work, AnalysedDays& analysed, const MessagesDayRecord& record) const {
+void HelperReadCycle::keepAnalysed(const Work& work, HelperState& analysed, const MessagesDayRecord& record) const {
   analysed.notesVersion = HelperEngineKeys::kCurrentNotesVersion;
-  analysed.days.push_back(record);
+  analysed.analysed.push_back(record);
   try {
     analysed.save(work.key, _folder);
   } catch (const std::exception&) {

@@ -13,13 +13,13 @@
 #include <unordered_map>
 #include <vector>
 
-#include "PelloraMessagesCore/AnalysedDays.h"
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/Files/ExchangeKey.h"
 #include "PelloraMessagesCore/HandleMatcher.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/HelperHeartbeat.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/LatelySummaries.h"
 #include "PelloraMessagesCore/MessagesDayDraft.h"
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
@@ -96,10 +96,10 @@ class HelperReadCycle {
   static std::vector<MessagesDayDraft> draftsOf(std::vector<HistoryMessage> messages, const Work& work);
   Task<std::vector<MessagesDayRecord>> recordsOf(std::vector<MessagesDayDraft>& drafts, Work& work);
   static std::vector<MessagesDayDraft*> withoutKnownDays(std::vector<MessagesDayDraft>& drafts, const Work& work,
-                                                         const AnalysedDays& analysed,
+                                                         const HelperState& analysed,
                                                          std::vector<MessagesDayRecord>& records);
   Task<bool> analyse(MessagesDayDraft& draft, const Work& work);
-  void keepAnalysed(const Work& work, AnalysedDays& analysed, const MessagesDayRecord& record) const;
+  void keepAnalysed(const Work& work, HelperState& analysed, const MessagesDayRecord& record) const;
   HelperDayNotes mergedNotes(const std::vector<MessagesDayRecord>& records, HelperDayNotes::Reread reread,
                              Work& work) const;
   Task<void> writeLatelyRecords(HelperDayNotes notes, Work& work);

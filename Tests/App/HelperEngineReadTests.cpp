@@ -7,10 +7,10 @@
 #include <limits>
 #include <utility>
 
-#include "PelloraMessagesCore/AnalysedDays.h"
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/Files/SealedEnvelope.h"
 #include "PelloraMessagesCore/HelperExchange.h"
+#include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/MessagesDayBuilder.h"
 #include "PelloraMessagesCore/PeopleFingerprint.h"
 #include "Tests/Support/EngineWorld.h"
@@ -369,15 +369,14 @@ TEST(HelperEngineRead, AnInterruptedReadKeepsTheDaysItAnalysed) {
     EXPECT_EQ(engine->daysAnalysed(), 1);
   }
   slow.answerAll();
-  EXPECT_EQ(AnalysedDays::load(world.key, world.shared, 9).days.size(), 1U);
-  EXPECT_TRUE(AnalysedDays::load(world.key, world.shared, 8).days.empty());
+  EXPECT_EQ(HelperState::load(world.key, world.shared)->analysed.size(), 1U);
   world.scripted = ScriptedLanguageModel(plainAnswers);
   world.model = &world.scripted;
   world.read();
   for (const auto& asked : world.scripted.asked())
     EXPECT_EQ(asked.prompt.find("newer"), std::string::npos) << "asked again";
   EXPECT_EQ(world.notes().days.size(), 2U);
-  EXPECT_FALSE(std::filesystem::exists(world.shared / HelperExchange::kAnalysedFile));
+  EXPECT_FALSE(std::filesystem::exists(world.shared / HelperExchange::kStateFile));
 }
 
 TEST(HelperEngineRead, AQueryErrorFailsTheReadAndKeepsTheProgress) {
@@ -432,7 +431,7 @@ TEST(HelperEngineRead, AFirstReadThatStopsAfterItsNotesAreSavedAsksForNoDayAgain
   EXPECT_EQ(stateAfterRead(world), Kind::idle);
   EXPECT_EQ(world.scripted.asked().size(), asked);
   EXPECT_TRUE(world.notes().days[0].summary);
-  EXPECT_FALSE(std::filesystem::exists(world.shared / HelperExchange::kAnalysedFile));
+  EXPECT_FALSE(std::filesystem::exists(world.shared / HelperExchange::kStateFile));
 }
 
 TEST(HelperEngineRead, TwoReadsThatWriteRecordsForFivePeopleCountTen) {

@@ -2,11 +2,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include "PelloraMessagesCore/AnalysedDays.h"
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/HelperHeartbeat.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/Text/Text.h"
 #include "Tests/Support/SampleRecords.h"
 
@@ -103,9 +103,8 @@ TEST(ExchangeCoding, WritesTheLatelyRecordWithExactlyItsKeys) {
 TEST(ExchangeCoding, WritesSortedKeysOnOneLine) {
   HelperPeopleFile people{instantAtSeconds(0), {{Uuid(), "A", {"1"}, {"b"}}}};
   const HelperHeartbeat heartbeat{instantAtSeconds(0), HelperHeartbeat::Status::failed, instantAtSeconds(1), "v"};
-  const AnalysedDays analysed{9, {support::sampleDay()}};
   for (const std::string& text :
-       {encode(people), encode(heartbeat), encode(analysed), encode(notesOf(support::sampleDay())),
+       {encode(people), encode(heartbeat), encode(support::sampleState()), encode(notesOf(support::sampleDay())),
         encode(support::sampleLately()), encode(HelperDayNotes{support::sampleDays(50)})}) {
     EXPECT_EQ(text, rewritten(text));
     EXPECT_EQ(text.find('\n'), std::string::npos);
@@ -147,8 +146,8 @@ TEST(ExchangeCoding, ReadsBackWhatItWrote) {
   EXPECT_EQ(decode<HelperDayNotes>(encode(HelperDayNotes())), HelperDayNotes());
   EXPECT_EQ(decode<MessagesLatelyRecord>(encode(support::sampleLately())), support::sampleLately());
   EXPECT_EQ(decode<MessagesLatelyRecord>(encode(MessagesLatelyRecord())), MessagesLatelyRecord());
-  const AnalysedDays analysed{9, {support::sampleDay()}};
-  EXPECT_EQ(decode<AnalysedDays>(encode(analysed)), analysed);
+  EXPECT_EQ(decode<HelperState>(encode(support::sampleState())), support::sampleState());
+  EXPECT_EQ(decode<HelperState>(encode(HelperState())), HelperState());
   MessagesDayRecord extreme = support::sampleDay();
   extreme.sentCount = std::numeric_limits<std::int64_t>::max();
   extreme.receivedCount = std::numeric_limits<std::int64_t>::min();
@@ -231,9 +230,10 @@ TEST(ExchangeCoding, WrongTypesMakeTheWholeAbsent) {
 
 TEST(ExchangeCoding, WholeNumbersMayBeWrittenWithAFractionOfZero) {
   const auto count = [](const std::string& value) -> std::optional<std::int64_t> {
-    const std::string written = encode(AnalysedDays{123, {}});
-    const std::string text = R"({"days":[],"notesVersion":)" + value + "}";
-    const auto read = decode<AnalysedDays>(text);
+    json state = json::parse(encode(HelperState()));
+    state.erase("notesVersion");
+    const std::string text = R"({"notesVersion":)" + value + "," + state.dump().substr(1);
+    const auto read = decode<HelperState>(text);
     if (!read) return std::nullopt;
     return read->notesVersion;
   };

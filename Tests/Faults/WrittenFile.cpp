@@ -5,12 +5,12 @@
 #include "Adapters/Linux/Desktop/XdgAutostartLoginItem.h"
 #include "Adapters/Linux/Files/IniUserDefaults.h"
 #include "Adapters/Linux/Secrets/KeyFileSecretStore.h"
-#include "PelloraMessagesCore/AnalysedDays.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/HelperHeartbeat.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"
 #include "Tests/Support/SampleRecords.h"
 
@@ -22,7 +22,6 @@ namespace fs = std::filesystem;
 using Version = WrittenFile::Version;
 using Found = WrittenFile::Found;
 
-constexpr std::int64_t kNotesVersion = 7;
 constexpr char kKey[] = "messages.lastRowID";
 
 ExchangeKey fixedKey() {
@@ -45,6 +44,12 @@ MessagesLatelyRecord latelyOf(Version version) {
   MessagesLatelyRecord record = sampleLately();
   record.sentCount = static_cast<std::int64_t>(sizeOf(version));
   return record;
+}
+
+HelperState stateOf(Version version) {
+  HelperState state = sampleState();
+  state.analysed = sampleDays(sizeOf(version));
+  return state;
 }
 
 HelperHeartbeat heartbeatOf(Version version) {
@@ -74,8 +79,8 @@ std::string startedProgram(const fs::path& root) {
 }  // namespace
 
 const std::vector<std::string>& WrittenFile::kinds() {
-  static const std::vector<std::string> names = {"people",    "notes",    "analysed", "lately",
-                                                 "heartbeat", "defaults", "key",      "autostart"};
+  static const std::vector<std::string> names = {"people",    "notes",    "state", "lately",
+                                                 "heartbeat", "defaults", "key",   "autostart"};
   return names;
 }
 
@@ -83,7 +88,7 @@ bool WrittenFile::write(Version version) const {
   try {
     if (_kind == "people") peopleOf(version).write(fixedKey(), _root);
     if (_kind == "notes") HelperDayNotes{sampleDays(sizeOf(version))}.save(fixedKey(), _root);
-    if (_kind == "analysed") AnalysedDays{kNotesVersion, sampleDays(sizeOf(version))}.save(fixedKey(), _root);
+    if (_kind == "state") stateOf(version).save(fixedKey(), _root);
     if (_kind == "lately") MessagesLatelyInbox::write(fixedKey(), _root, latelyOf(version));
     if (_kind == "heartbeat") heartbeatOf(version).write(_root);
     if (_kind == "defaults")
@@ -113,10 +118,9 @@ Found WrittenFile::read() const {
     return compareIfThere(_root / "Helper/notes.json", HelperDayNotes::loadIfReadable(key, _root),
                           HelperDayNotes{sampleDays(sizeOf(Version::older))},
                           HelperDayNotes{sampleDays(sizeOf(Version::newer))});
-  if (_kind == "analysed")
-    return compareIfThere(_root / "Helper/analysed.json",
-                          std::optional(AnalysedDays::load(key, _root, kNotesVersion).days),
-                          sampleDays(sizeOf(Version::older)), sampleDays(sizeOf(Version::newer)));
+  if (_kind == "state")
+    return compareIfThere(_root / "Helper/state.json", HelperState::load(key, _root), stateOf(Version::older),
+                          stateOf(Version::newer));
   if (_kind == "lately")
     return compareIfThere(_root / "Lately" / (std::string(kSamplePerson) + ".json"),
                           MessagesLatelyInbox::read(key, _root, latelyOf(Version::older).personID),

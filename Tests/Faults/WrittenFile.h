@@ -13,7 +13,7 @@ class WrittenFile {
   enum class Version { older, newer };
   enum class Found { absent, older, newer, other };
 
-  // "people", "notes", "analysed", "lately", "heartbeat", "defaults", "key", "autostart".
+  // "people", "notes", "state", "lately", "heartbeat", "defaults", "key", "autostart".
   static const std::vector<std::string>& kinds();
 
   WrittenFile(std::string kind, std::filesystem::path root) : _kind(std::move(kind)), _root(std::move(root)) {}

@@ -82,4 +82,20 @@ MessagesLatelyRecord sampleLately() {
   return record;
 }
 
+HelperState sampleState() {
+  const Instant now = instantAtSeconds(kSampleSecond);
+  const Uuid person = *Uuid::parse(kSamplePerson);
+  HelperState state;
+  state.notesVersion = 9;
+  state.lastRead = LastReadMark{now, 4711, "p:0/AB-12 1740821400", "0123abcd", "2025-03-01", "Europe/Berlin"};
+  state.analysed = sampleDays(3);
+  state.waiting = {{sampleDay(), true, false, true, 2, now}};
+  state.lately = {{person, "Write a summary", "<days>\nMar 1: You and Sam", "Lately you and Sam", true, 0, now},
+                  {person, "Write", "<days>", std::nullopt, false, 1, now}};
+  state.askAgain = {sampleDay().id()};
+  state.model = {84, "The model server answered 500", now, {3, 4000, 120, 9500, 1}, {30, 40'000, 1200, 95'000, 10}};
+  state.progress = ReadProgress{now, 3, 84};
+  return state;
+}
+
 }  // namespace pellora::support

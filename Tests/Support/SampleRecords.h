@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/MessagesDayRecord.h"
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
 
@@ -20,5 +21,7 @@ MessagesDayRecord sampleDay();
 std::vector<MessagesDayRecord> sampleDays(std::size_t count);
 
 MessagesLatelyRecord sampleLately();
+
+HelperState sampleState();
 
 }  // namespace pellora::support
