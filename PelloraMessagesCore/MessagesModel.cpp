@@ -79,11 +79,11 @@ Task<std::optional<std::string>> rawAnswer(LanguageModel& model, Question questi
     const bool isAvailable = co_await model.isAvailable();
     if (!isAvailable) co_return std::nullopt;
     if (schema != nullptr) {
-      std::string json = co_await model.respond(question.instructions, question.prompt, *schema);
-      co_return std::optional<std::string>(std::move(json));
+      LanguageModel::Answer json = co_await model.respond(question.instructions, question.prompt, *schema);
+      co_return std::optional<std::string>(std::move(json.text));
     }
-    std::string text = co_await model.respond(question.instructions, question.prompt);
-    co_return std::optional<std::string>(std::move(text));
+    LanguageModel::Answer answer = co_await model.respond(question.instructions, question.prompt);
+    co_return std::optional<std::string>(std::move(answer.text));
   } catch (...) {
     // Whatever went wrong, there is no answer.
   }

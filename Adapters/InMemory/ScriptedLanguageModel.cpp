@@ -2,15 +2,18 @@
 
 namespace pellora {
 
-Task<std::string> ScriptedLanguageModel::respond(std::string instructions, std::string prompt) {
-  _asked.push_back({std::move(instructions), std::move(prompt), {}});
-  co_return _script(Asked(_asked.back()));
+LanguageModel::Answer ScriptedLanguageModel::answerTo(Asked asked) {
+  _asked.push_back(asked);
+  return {_script(asked), _promptTokens, _answerTokens};
 }
 
-Task<std::string> ScriptedLanguageModel::respond(std::string instructions, std::string prompt,
-                                                 const GenerationSchema& schema) {
-  _asked.push_back({std::move(instructions), std::move(prompt), schema.name});
-  co_return _script(Asked(_asked.back()));
+Task<LanguageModel::Answer> ScriptedLanguageModel::respond(std::string instructions, std::string prompt) {
+  co_return answerTo({std::move(instructions), std::move(prompt), {}});
+}
+
+Task<LanguageModel::Answer> ScriptedLanguageModel::respond(std::string instructions, std::string prompt,
+                                                           const GenerationSchema& schema) {
+  co_return answerTo({std::move(instructions), std::move(prompt), schema.name});
 }
 
 }  // namespace pellora

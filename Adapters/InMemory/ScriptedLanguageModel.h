@@ -16,20 +16,31 @@ class ScriptedLanguageModel : public LanguageModel {
     std::string prompt;
     std::string schemaName;  // empty for a plain question
   };
-  // Gives the raw answer; may throw LanguageModelError.
+  // Gives the text of the answer; may throw LanguageModelError.
   using Script = std::function<std::string(const Asked&)>;
 
   explicit ScriptedLanguageModel(Script script) : _script(std::move(script)) {}
 
   Task<bool> isAvailable() override { co_return _available; }
-  Task<std::string> respond(std::string instructions, std::string prompt) override;
-  Task<std::string> respond(std::string instructions, std::string prompt, const GenerationSchema& schema) override;
+  Task<Answer> respond(std::string instructions, std::string prompt) override;
+  Task<Answer> respond(std::string instructions, std::string prompt, const GenerationSchema& schema) override;
 
   void setAvailable(bool available) { _available = available; }
+
+  // What each answer is said to have cost.
+  void setTokens(std::int64_t prompt, std::int64_t answer) {
+    _promptTokens = prompt;
+    _answerTokens = answer;
+  }
+
   const std::vector<Asked>& asked() const { return _asked; }
 
  private:
+  Answer answerTo(Asked asked);
+
   bool _available = true;
+  std::int64_t _promptTokens = 0;
+  std::int64_t _answerTokens = 0;
   Script _script;
   std::vector<Asked> _asked;
 };

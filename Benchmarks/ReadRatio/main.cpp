@@ -101,7 +101,7 @@ std::vector<HelperPerson> people(const char* file) {
 }
 
 std::string noModel(const ScriptedLanguageModel::Asked&) {
-  throw LanguageModelError("There is no model");
+  throw LanguageModelError(LanguageModelError::Reason::server, "is absent");
 }
 
 }  // namespace

@@ -95,7 +95,8 @@ CommandResult ModelCommand::run(const CompanionContext&) const {
   json ? printJson(output, report, made) : printTable(output, report, made);
   std::string wrong = report.reason;
   for (const ModelTry& one : made) {
-    if (wrong.empty() && !one.isAnswered()) wrong = "The " + one.kind + " question failed: " + one.error;
+    if (wrong.empty() && !one.isAnswered())
+      wrong = "The " + one.kind + " question failed: the model server " + one.error + ".";
   }
   return {output.str(), shown(wrong)};
 }

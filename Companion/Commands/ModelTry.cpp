@@ -43,8 +43,8 @@ Task<ModelTry> ModelTry::plain(LanguageModel& model) {
   result.kind = "plain";
   const Clock::time_point start = Clock::now();
   try {
-    const std::string answer = co_await model.respond(kPlainInstructions, kPlainPrompt);
-    result.answer = answer;
+    const LanguageModel::Answer answer = co_await model.respond(kPlainInstructions, kPlainPrompt);
+    result.answer = answer.text;
   } catch (const LanguageModelError& error) {
     result.error = error.what();
   }
@@ -57,9 +57,9 @@ Task<ModelTry> ModelTry::guided(LanguageModel& model) {
   result.kind = "guided";
   const Clock::time_point start = Clock::now();
   try {
-    const std::string answer = co_await model.respond(kGuidedInstructions, kGuidedPrompt, guidedSchema());
-    result.answer = answer;
-    if (!followsSchema(answer)) result.error = "The model's answer does not follow the schema that it was given.";
+    const LanguageModel::Answer answer = co_await model.respond(kGuidedInstructions, kGuidedPrompt, guidedSchema());
+    result.answer = answer.text;
+    if (!followsSchema(answer.text)) result.error = "gave an answer that does not follow its schema";
   } catch (const LanguageModelError& error) {
     result.error = error.what();
   }

@@ -10,7 +10,7 @@ namespace pellora {
 struct ModelTry {
   std::string kind;    // "plain" or "guided"
   std::string answer;  // as the model gave it
-  std::string error;   // why there is no usable answer, one sentence; empty when there is one
+  std::string error;   // why there is no usable answer, a clause about the server; empty when there is one
   double seconds = 0;
 
   bool isAnswered() const { return error.empty(); }

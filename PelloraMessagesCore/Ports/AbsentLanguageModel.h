@@ -9,14 +9,14 @@ class AbsentLanguageModel : public LanguageModel {
  public:
   Task<bool> isAvailable() override { co_return false; }
 
-  Task<std::string> respond(std::string, std::string) override {
-    throw LanguageModelError("There is no language model");
-    co_return {};
+  Task<Answer> respond(std::string, std::string) override {
+    throw LanguageModelError(LanguageModelError::Reason::server, "is absent");
+    co_return Answer();
   }
 
-  Task<std::string> respond(std::string, std::string, const GenerationSchema&) override {
-    throw LanguageModelError("There is no language model");
-    co_return {};
+  Task<Answer> respond(std::string, std::string, const GenerationSchema&) override {
+    throw LanguageModelError(LanguageModelError::Reason::server, "is absent");
+    co_return Answer();
   }
 };
 

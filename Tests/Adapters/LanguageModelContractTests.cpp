@@ -24,7 +24,7 @@ class LanguageModelContract : public testing::TestWithParam<Kind> {
     switch (GetParam()) {
       case Kind::scripted:
         _model = std::make_unique<ScriptedLanguageModel>([fails](const ScriptedLanguageModel::Asked& asked) {
-          if (fails) throw LanguageModelError("told to fail");
+          if (fails) throw LanguageModelError(LanguageModelError::Reason::server, "answered 500");
           return std::string(asked.schemaName.empty() ? "Good day." : R"({"a":1})");
         });
         break;
@@ -52,8 +52,8 @@ INSTANTIATE_TEST_SUITE_P(Of, LanguageModelContract, testing::Values(Kind::script
 TEST_P(LanguageModelContract, AnswersPlainAndGuidedQuestionsWhenAvailable) {
   LanguageModel& asked = model();
   EXPECT_TRUE(awaited(asked.isAvailable()));
-  EXPECT_EQ(awaited(asked.respond("be brief", "hello")), "Good day.");
-  EXPECT_EQ(awaited(asked.respond("be brief", "hello", _schema)), R"({"a":1})");
+  EXPECT_EQ(awaited(asked.respond("be brief", "hello")).text, "Good day.");
+  EXPECT_EQ(awaited(asked.respond("be brief", "hello", _schema)).text, R"({"a":1})");
 }
 
 TEST_P(LanguageModelContract, ModelThatFailsIsStillAvailableAndThrows) {
@@ -65,7 +65,7 @@ TEST_P(LanguageModelContract, ModelThatFailsIsStillAvailableAndThrows) {
 }
 
 TEST_P(LanguageModelContract, QuestionsMayBeAskedBeforeAvailabilityIs) {
-  EXPECT_EQ(awaited(model().respond("be brief", "hello")), "Good day.");
+  EXPECT_EQ(awaited(model().respond("be brief", "hello")).text, "Good day.");
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include "Adapters/Linux/Model/ChatCompletionsProtocol.h"
 #include "Adapters/Linux/Model/ModelChoice.h"
 #include "Adapters/Linux/Model/OllamaProtocol.h"
-#include "PelloraMessagesCore/Ports/LanguageModel.h"
+#include "Adapters/Linux/Model/ServerError.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
@@ -77,15 +77,15 @@ std::string chatAnswer(const json& message, const json& finishReason = "stop") {
 }
 
 TEST(ChatCompletionsAnswer, ContentOfAnEndedAnswerIsTheAnswer) {
-  EXPECT_EQ(ChatCompletionsProtocol::decodeAnswer(chatAnswer({{"content", "Hi."}}), plainQuestion()), "Hi.");
+  EXPECT_EQ(ChatCompletionsProtocol::decodeAnswer(chatAnswer({{"content", "Hi."}}), plainQuestion()).text, "Hi.");
   const json guided{{"content", R"({"a":1})"}, {"reasoning_content", "hm"}};
-  EXPECT_EQ(ChatCompletionsProtocol::decodeAnswer(chatAnswer(guided), guidedQuestion()), R"({"a":1})");
+  EXPECT_EQ(ChatCompletionsProtocol::decodeAnswer(chatAnswer(guided), guidedQuestion()).text, R"({"a":1})");
 }
 
 TEST(ChatCompletionsAnswer, GuidedAnswerIsFoundInTheThinkingWhenTheContentIsEmpty) {
   for (const char* field : {"reasoning_content", "reasoning"}) {
     const json message{{"content", nullptr}, {field, R"({"a":1})"}};
-    EXPECT_EQ(ChatCompletionsProtocol::decodeAnswer(chatAnswer(message), guidedQuestion()), R"({"a":1})");
+    EXPECT_EQ(ChatCompletionsProtocol::decodeAnswer(chatAnswer(message), guidedQuestion()).text, R"({"a":1})");
     EXPECT_THROW(ChatCompletionsProtocol::decodeAnswer(chatAnswer(message), plainQuestion()), LanguageModelError);
     const json idle{{"content", ""}, {field, "I wonder"}};
     EXPECT_THROW(ChatCompletionsProtocol::decodeAnswer(chatAnswer(idle), guidedQuestion()), LanguageModelError);
@@ -93,26 +93,28 @@ TEST(ChatCompletionsAnswer, GuidedAnswerIsFoundInTheThinkingWhenTheContentIsEmpt
 }
 
 TEST(ChatCompletionsAnswer, EverythingElseIsAnErrorThatQuotesNothing) {
-  const std::string good = chatAnswer({{"content", "SECRET"}});
+  ModelQuestion question = plainQuestion();
+  question.prompt = "<messages>\n[1] Sam: SECRET WORDS\n</messages>";
+  const std::string good = chatAnswer({{"content", "SECRET WORDS"}});
   std::vector<std::string> bodies{"",
-                                  "SECRET",
+                                  "SECRET WORDS",
                                   "[]",
                                   "null",
                                   "12",
-                                  "\"SECRET\"",
+                                  "\"SECRET WORDS\"",
                                   "{}",
                                   R"({"choices":[]})",
                                   R"({"choices":{}})",
-                                  R"({"choices":["SECRET"]})",
-                                  R"({"error":"SECRET"})",
-                                  R"({"error":{"message":"SECRET"}})",
+                                  R"({"choices":["SECRET WORDS"]})",
+                                  R"({"error":"SECRET WORDS"})",
+                                  R"({"error":{"message":"SECRET WORDS"}})",
                                   R"({"choices":[{"finish_reason":"stop"}]})",
-                                  chatAnswer({{"content", "SECRET"}}, "length"),
-                                  chatAnswer({{"content", "SECRET"}}, "content_filter"),
-                                  chatAnswer({{"content", "SECRET"}}, nullptr),
+                                  chatAnswer({{"content", "SECRET WORDS"}}, "length"),
+                                  chatAnswer({{"content", "SECRET WORDS"}}, "content_filter"),
+                                  chatAnswer({{"content", "SECRET WORDS"}}, nullptr),
                                   chatAnswer({{"content", 7}}),
                                   chatAnswer({{"content", " \n"}}),
-                                  chatAnswer("SECRET"),
+                                  chatAnswer("SECRET WORDS"),
                                   chatAnswer({{"content", nullptr}}),
                                   R"({"choices":[{"finish_reason":"stop","message":{"content":"a\ud800"}}]})",
                                   "{\"choices\":[{\"finish_reason\":\"stop\",\"message\":{\"content\":\"\xFF\"}}]}",
@@ -121,10 +123,10 @@ TEST(ChatCompletionsAnswer, EverythingElseIsAnErrorThatQuotesNothing) {
   for (std::size_t length = 0; length < good.size(); ++length) bodies.push_back(good.substr(0, length));
   for (const std::string& body : bodies) {
     try {
-      ChatCompletionsProtocol::decodeAnswer(body, plainQuestion());
+      ChatCompletionsProtocol::decodeAnswer(body, question);
       ADD_FAILURE() << body.substr(0, 100);
     } catch (const LanguageModelError& error) {
-      EXPECT_EQ(std::string(error.what()).find("SECRET"), std::string::npos);
+      EXPECT_EQ(std::string(error.what()).find("SECRET WORDS"), std::string::npos);
     }
   }
 }
@@ -163,15 +165,50 @@ TEST(AnswerText, ThinkingIsDroppedWhereverItsTagsStand) {
 }
 
 TEST(ChatCompletionsErrors, OverflowIsRecognisedInEveryForm) {
-  EXPECT_TRUE(ChatCompletionsProtocol::isContextOverflow(R"({"error":{"type":"exceed_context_size_error"}})"));
-  EXPECT_TRUE(ChatCompletionsProtocol::isContextOverflow(R"({"error":{"code":"context_length_exceeded"}})"));
-  EXPECT_TRUE(
-      ChatCompletionsProtocol::isContextOverflow(R"({"error":{"code":400,"message":"maximum context length"}})"));
-  EXPECT_TRUE(ChatCompletionsProtocol::isContextOverflow(R"({"error":"the prompt is too long"})"));
-  EXPECT_TRUE(ChatCompletionsProtocol::isContextOverflow(R"({"object":"error","message":"maximum context length"})"));
-  EXPECT_FALSE(ChatCompletionsProtocol::isContextOverflow(R"({"error":"unknown field"})"));
-  EXPECT_FALSE(ChatCompletionsProtocol::isContextOverflow("context"));
-  EXPECT_FALSE(ChatCompletionsProtocol::isContextOverflow(""));
+  EXPECT_TRUE(ServerError::isContextOverflow(R"({"error":{"type":"exceed_context_size_error"}})"));
+  EXPECT_TRUE(ServerError::isContextOverflow(R"({"error":{"code":"context_length_exceeded"}})"));
+  EXPECT_TRUE(ServerError::isContextOverflow(R"({"error":{"code":400,"message":"maximum context length"}})"));
+  EXPECT_TRUE(ServerError::isContextOverflow(R"({"error":"the prompt is too long"})"));
+  EXPECT_TRUE(ServerError::isContextOverflow(R"({"object":"error","message":"maximum context length"})"));
+  EXPECT_FALSE(ServerError::isContextOverflow(R"({"error":"unknown field"})"));
+  EXPECT_FALSE(ServerError::isContextOverflow("context"));
+  EXPECT_FALSE(ServerError::isContextOverflow(""));
+}
+
+LanguageModelError errorFor(int status, const std::string& body, const std::string& prompt = "hello") {
+  ModelQuestion question = plainQuestion();
+  question.prompt = prompt;
+  return ServerError::toQuestion(status, body, question);
+}
+
+TEST(ChatCompletionsErrors, OnlyWhatIsAboutTheQuestionUsesUpATry) {
+  using Reason = LanguageModelError::Reason;
+  for (const int status : {400, 413, 414, 422}) EXPECT_EQ(errorFor(status, "").reason(), Reason::question) << status;
+  for (const int status : {307, 401, 402, 403, 404, 408, 429, 500, 502, 503, 504})
+    EXPECT_EQ(errorFor(status, "").reason(), Reason::server) << status;
+  EXPECT_EQ(errorFor(200, R"({"error":"x"})").reason(), Reason::question);
+  EXPECT_EQ(errorFor(200, R"({"error":{"code":503,"message":"x"}})").reason(), Reason::server);
+}
+
+TEST(ChatCompletionsErrors, MessageOfTheServerIsRepeatedShortAndPlain) {
+  const auto text = [](const std::string& body) { return std::string(errorFor(500, body).what()); };
+  EXPECT_EQ(text(R"({"error":"model requires more system memory"})"),
+            "answered 500 (model requires more system memory)");
+  EXPECT_EQ(text(R"({"error":{"message":"no slot\nfree"}})"), "answered 500 (no slot free)");
+  EXPECT_EQ(text(R"({"object":"error","message":"busy"})"), "answered 500 (busy)");
+  EXPECT_EQ(text(R"({"detail":"Not authenticated"})"), "answered 500 (Not authenticated)");
+  EXPECT_EQ(text(R"({"error":"a\u001b[2J\u202eb\u009bc"})"), "answered 500 (a [2J?b?c)");
+  EXPECT_EQ(text("{\"error\":\"" + std::string(500, 'x') + "\"}"), "answered 500 (" + std::string(120, 'x') + "...)");
+  for (const char* body : {"", "<html>", "{}", R"({"error":{}})", R"({"error":7})", R"({"error":""})"})
+    EXPECT_EQ(text(body), "answered 500") << body;
+}
+
+TEST(ChatCompletionsErrors, MessageThatRepeatsTheQuestionIsLeftOut) {
+  const std::string prompt = "[1] Sam: my password is hunter2";
+  for (const char* body : {R"({"error":"cannot read: my password is hunter2"})", R"({"error":"near 'hunter2'"})",
+                           R"({"error":"token \"Sam\""})", R"({"error":"at \\u0041"})"})
+    EXPECT_STREQ(errorFor(500, body, prompt).what(), "answered 500") << body;
+  EXPECT_STREQ(errorFor(500, R"({"error":"out of memory"})", prompt).what(), "answered 500 (out of memory)");
 }
 
 TEST(ModelLists, NamesAndContextSizesAreRead) {
@@ -202,7 +239,7 @@ std::string chosen(const std::vector<std::string>& ids, const std::string& wante
   std::vector<ChatCompletionsProtocol::ListedModel> listed;
   for (const std::string& id : ids) listed.push_back({id, std::nullopt, std::nullopt});
   const ModelChoice choice = ModelChoice::among(listed, wanted);
-  EXPECT_NE(choice.model.id.empty(), choice.reason.empty());
+  EXPECT_NE(choice.model.id.empty(), choice.trouble.empty());
   return choice.model.id;
 }
 
@@ -249,8 +286,8 @@ TEST(OllamaRequest, ContextIsTheSameForUsualQuestionsAndGrowsUpToTheModelsLimit)
 
 TEST(OllamaAnswer, OnlyAWholeAnswerOfThisDeviceCounts) {
   const auto decode = [](const char* body) { return OllamaProtocol::decodeAnswer(body, guidedQuestion()); };
-  EXPECT_EQ(decode(R"({"done":true,"done_reason":"stop","message":{"content":"{}"}})"), "{}");
-  EXPECT_EQ(decode(R"({"done":true,"done_reason":"stop","message":{"content":"","thinking":"{}"}})"), "{}");
+  EXPECT_EQ(decode(R"({"done":true,"done_reason":"stop","message":{"content":"{}"}})").text, "{}");
+  EXPECT_EQ(decode(R"({"done":true,"done_reason":"stop","message":{"content":"","thinking":"{}"}})").text, "{}");
   for (const char* body :
        {"", "[]", R"({"error":"x"})", R"({"done":true,"done_reason":"length","message":{"content":"{}"}})",
         R"({"done":false,"done_reason":"stop","message":{"content":"{}"}})",

@@ -327,7 +327,7 @@ TEST(HelperEngineRead, DaysLeftOverWhenTheModelGoesAwayAreAnalysedLaterAndOthers
   world.scripted = ScriptedLanguageModel([&](const ScriptedLanguageModel::Asked& asked) {
     if (++answers == 3) {
       world.scripted.setAvailable(false);
-      throw LanguageModelError("The model went away");
+      throw LanguageModelError(LanguageModelError::Reason::server, "went away");
     }
     return plainAnswers(asked);
   });

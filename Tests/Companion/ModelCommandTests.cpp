@@ -76,11 +76,11 @@ TEST_F(ModelCommands, TryAsksOnePlainAndOneGuidedQuestion) {
 TEST_F(ModelCommands, TryFailsWhenOneOfTheAnswersIsUnusable) {
   serve("--guided-answer {\"plant\":7}");
   EXPECT_TRUE(run({.tries = true}));
-  EXPECT_EQ(_err, "The guided question failed: The model's answer does not follow the schema that it was given.");
+  EXPECT_EQ(_err, "The guided question failed: the model server gave an answer that does not follow its schema.");
   EXPECT_THAT(_out, HasSubstr("{\"plant\":7}"));
   serve("--status 500");
   EXPECT_TRUE(run({.tries = true}));
-  EXPECT_EQ(_err, "The plain question failed: The model server answered with HTTP status 500.");
+  EXPECT_EQ(_err, "The plain question failed: the model server answered 500 (told to fail).");
 }
 
 TEST_F(ModelCommands, JsonIsOneObject) {
@@ -103,7 +103,7 @@ TEST_F(ModelCommands, EachReasonForNoModelIsOneSentence) {
   EXPECT_THAT(_out, HasSubstr("Available  no\n"));
   serve("--model big-cloud");
   EXPECT_TRUE(run());
-  EXPECT_EQ(_err, "The model big-cloud runs on another machine, so it is not used.");
+  EXPECT_EQ(_err, "The model server runs the model big-cloud on another machine, so it is not used.");
   serve();
   _environment.set("PELLORA_MODEL", "other");
   EXPECT_TRUE(run());
@@ -116,8 +116,8 @@ TEST_F(ModelCommands, EachReasonForNoModelIsOneSentence) {
   _environment.set("XDG_RUNTIME_DIR", folder.path().string());
   EXPECT_TRUE(run({.json = true}));
   const std::string path = (folder / "app.pellora.messages/model.sock").string();
-  EXPECT_EQ(_err, "There is no socket at " + path + ".");
-  EXPECT_EQ(json::parse(_out)["reason"], "There is no socket at " + path + ".");
+  EXPECT_EQ(_err, "The model server is not running: there is no socket at " + path + ".");
+  EXPECT_EQ(json::parse(_out)["reason"], "The model server is not running: there is no socket at " + path + ".");
   EXPECT_EQ(json::parse(_out)["available"], false);
 }
 

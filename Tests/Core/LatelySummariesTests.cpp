@@ -26,7 +26,7 @@ class LatelySummariesTest : public testing::Test {
   std::string _answer = "Lately you and Sam talked a lot.";
   bool _fails = false;
   ScriptedLanguageModel _model{[this](const ScriptedLanguageModel::Asked&) {
-    if (_fails) throw LanguageModelError("busy");
+    if (_fails) throw LanguageModelError(LanguageModelError::Reason::server, "is busy");
     return _answer;
   }};
   std::vector<MessagesDayRecord> _days;

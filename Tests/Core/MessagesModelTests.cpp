@@ -21,8 +21,9 @@ ScriptedLanguageModel answering(std::string answer) {
 }
 
 ScriptedLanguageModel failing() {
-  return ScriptedLanguageModel(
-      [](const ScriptedLanguageModel::Asked&) -> std::string { throw LanguageModelError("context window exceeded"); });
+  return ScriptedLanguageModel([](const ScriptedLanguageModel::Asked&) -> std::string {
+    throw LanguageModelError(LanguageModelError::Reason::question, "answered 400");
+  });
 }
 
 // Noon of 2025-06-04, a Wednesday.

@@ -5,7 +5,7 @@ namespace pellora::support {
 namespace {
 
 std::string noAnswer(const ScriptedLanguageModel::Asked&) {
-  throw LanguageModelError("There is no model");
+  throw LanguageModelError(LanguageModelError::Reason::server, "is absent");
 }
 
 }  // namespace

@@ -13,15 +13,15 @@ class GatedLanguageModel : public LanguageModel {
  public:
   Task<bool> isAvailable() override { co_return _available; }
 
-  Task<std::string> respond(std::string, std::string) override {
+  Task<Answer> respond(std::string, std::string) override {
     co_await Gate{_waiting};
-    co_return _available ? std::string("You and them talked about the weather.")
-                         : throw LanguageModelError("The model went away");
+    if (!_available) throw LanguageModelError(LanguageModelError::Reason::server, "went away");
+    co_return Answer{"You and them talked about the weather."};
   }
 
-  Task<std::string> respond(std::string, std::string, const GenerationSchema&) override {
+  Task<Answer> respond(std::string, std::string, const GenerationSchema&) override {
     co_await Gate{_waiting};
-    throw LanguageModelError("No structured answers here");
+    throw LanguageModelError(LanguageModelError::Reason::question, "gives no structured answers");
   }
 
   void setAvailable(bool available) { _available = available; }

@@ -2,12 +2,13 @@
 
 #include <nlohmann/json.hpp>
 
-#include "PelloraMessagesCore/Ports/LanguageModel.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::AnswerText {
 
 namespace {
+
+using Reason = LanguageModelError::Reason;
 
 constexpr std::string_view kOpening = "<think>";
 constexpr std::string_view kClosing = "</think>";
@@ -38,7 +39,20 @@ std::string choose(std::string_view content, std::string_view thinking, bool isG
     answer = withoutThinking(thinking);
     if (nlohmann::json::parse(answer, nullptr, false).is_object()) return answer;
   }
-  throw LanguageModelError("The model gave an empty answer.");
+  throw LanguageModelError(Reason::question, "gave an empty answer");
+}
+
+void requireEnd(const std::string& finishReason) {
+  if (finishReason == "length") throw LanguageModelError(Reason::question, "gave an answer that was cut off");
+  if (finishReason != "stop") throw LanguageModelError(Reason::question, "gave an answer that the model did not end");
+}
+
+LanguageModelError unreadable() {
+  return {Reason::question, "gave an answer that cannot be read"};
+}
+
+LanguageModelError cutPrompt() {
+  return {Reason::question, "read only a part of the question"};
 }
 
 }  // namespace pellora::AnswerText

@@ -30,15 +30,15 @@ Task<ModelReport> ChatCompletionsLanguageModel::report() {
   return ModelServer::report(_server);
 }
 
-Task<std::string> ChatCompletionsLanguageModel::respond(std::string instructions, std::string prompt) {
+Task<LanguageModel::Answer> ChatCompletionsLanguageModel::respond(std::string instructions, std::string prompt) {
   ModelQuestion question;
   question.instructions = std::move(instructions);
   question.prompt = std::move(prompt);
   return ModelServer::ask(_server, std::move(question));
 }
 
-Task<std::string> ChatCompletionsLanguageModel::respond(std::string instructions, std::string prompt,
-                                                        const GenerationSchema& schema) {
+Task<LanguageModel::Answer> ChatCompletionsLanguageModel::respond(std::string instructions, std::string prompt,
+                                                                  const GenerationSchema& schema) {
   ModelQuestion question;
   question.instructions = std::move(instructions);
   question.prompt = std::move(prompt);

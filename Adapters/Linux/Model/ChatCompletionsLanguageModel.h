@@ -31,8 +31,8 @@ class ChatCompletionsLanguageModel : public LanguageModel {
   static std::unique_ptr<ChatCompletionsLanguageModel> fromEnvironment();
 
   Task<bool> isAvailable() override;
-  Task<std::string> respond(std::string instructions, std::string prompt) override;
-  Task<std::string> respond(std::string instructions, std::string prompt, const GenerationSchema& schema) override;
+  Task<Answer> respond(std::string instructions, std::string prompt) override;
+  Task<Answer> respond(std::string instructions, std::string prompt, const GenerationSchema& schema) override;
 
   // Looks at the server now. Never throws.
   Task<ModelReport> report();

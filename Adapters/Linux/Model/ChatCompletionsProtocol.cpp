@@ -2,7 +2,7 @@
 
 #include "Adapters/Linux/Model/AnswerText.h"
 #include "Adapters/Linux/Model/JsonReading.h"
-#include "PelloraMessagesCore/Ports/LanguageModel.h"
+#include "Adapters/Linux/Model/ServerError.h"
 
 namespace pellora::ChatCompletionsProtocol {
 
@@ -23,7 +23,7 @@ void refuseCutPrompt(const json& answer, const ModelQuestion& question) {
   const std::optional<long long> counted = positive(member(member(answer, "usage"), "prompt_tokens"));
   const auto sent = static_cast<long long>(question.systemMessage().size() + question.prompt.size());
   if (counted && *counted >= kSmallestContextTokens && sent / kMostBytesPerToken > *counted)
-    throw LanguageModelError("The model server read only a part of the question.");
+    throw AnswerText::cutPrompt();
 }
 
 }  // namespace
@@ -48,29 +48,22 @@ std::string requestBody(const ModelQuestion& question, Extras extras) {
   return body.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
 
-std::string decodeAnswer(std::string_view body, const ModelQuestion& question) {
+LanguageModel::Answer decodeAnswer(std::string_view body, const ModelQuestion& question) {
   const json answer = json::parse(body, nullptr, false);
-  if (!answer.is_object()) throw LanguageModelError("The model server's answer is not understood.");
-  if (!member(answer, "error").is_null()) throw LanguageModelError("The model server answered with an error.");
+  if (!answer.is_object()) throw AnswerText::unreadable();
+  if (!member(answer, "error").is_null()) throw ServerError::toQuestion(200, body, question);
   const json& choices = member(answer, "choices");
-  if (!choices.is_array() || choices.empty()) throw LanguageModelError("The model server's answer is not understood.");
+  if (!choices.is_array() || choices.empty()) throw AnswerText::unreadable();
   const json& choice = choices.front();
-  const std::string reason = textOf(member(choice, "finish_reason"));
-  if (reason == "length") throw LanguageModelError("The model's answer was cut off because it grew too long.");
-  if (reason != "stop") throw LanguageModelError("The model did not end its answer.");
+  AnswerText::requireEnd(textOf(member(choice, "finish_reason")));
   refuseCutPrompt(answer, question);
   const json& message = member(choice, "message");
   std::string thinking = textOf(member(message, "reasoning_content"));
   if (thinking.empty()) thinking = textOf(member(message, "reasoning"));
-  return AnswerText::choose(textOf(member(message, "content")), thinking, question.isGuided());
-}
-
-bool isContextOverflow(std::string_view body) {
-  const json answer = json::parse(body, nullptr, false);
-  const json& error = member(answer, "error");
-  const std::string said = textOf(error) + textOf(member(error, "type")) + textOf(member(error, "code")) +
-                           textOf(member(error, "message")) + textOf(member(answer, "message"));
-  return said.find("context") != std::string::npos || said.find("too long") != std::string::npos;
+  const json& usage = member(answer, "usage");
+  return {AnswerText::choose(textOf(member(message, "content")), thinking, question.isGuided()),
+          positive(member(usage, "prompt_tokens")).value_or(0),
+          positive(member(usage, "completion_tokens")).value_or(0)};
 }
 
 std::optional<std::vector<ListedModel>> decodeModels(std::string_view body) {

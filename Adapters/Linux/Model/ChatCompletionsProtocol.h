@@ -1,6 +1,6 @@
 // The chat-completions dialect that local model servers share: `POST /v1/chat/completions` and `GET /v1/models`.
 // Readers are total: whatever bytes a server answers with give a value or a LanguageModelError whose text quotes
-// nothing of them. Pure functions. Tested by Tests/Adapters/ModelProtocolTests.cpp.
+// nothing of the question or the answer. Pure functions. Tested by Tests/Adapters/ModelProtocolTests.cpp.
 #pragma once
 
 #include <optional>
@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Adapters/Linux/Model/ModelQuestion.h"
+#include "PelloraMessagesCore/Ports/LanguageModel.h"
 
 namespace pellora {
 
@@ -26,10 +27,7 @@ enum class Extras { both, templateOnly, none };
 std::string requestBody(const ModelQuestion& question, Extras extras);
 
 // Throws LanguageModelError unless the answer is there, whole and ended by the model itself.
-std::string decodeAnswer(std::string_view body, const ModelQuestion& question);
-
-// Whether an error answer says that the question is longer than the model's context.
-bool isContextOverflow(std::string_view body);
+LanguageModel::Answer decodeAnswer(std::string_view body, const ModelQuestion& question);
 
 struct ListedModel {
   std::string id;

@@ -16,11 +16,11 @@ bool canAnswer(const ListedModel& model) {
   return name.find("embed") == std::string::npos && name.find("rerank") == std::string::npos;
 }
 
-std::string forwardedReason(const std::string& id) {
-  return "The model " + id + " runs on another machine, so it is not used.";
-}
-
 }  // namespace
+
+std::string ModelChoice::forwardedTrouble(const std::string& id) {
+  return "runs the model " + id + " on another machine, so it is not used";
+}
 
 bool ModelChoice::isForwarded(std::string_view id) {
   const std::string name = text::lowercased(id);
@@ -28,22 +28,22 @@ bool ModelChoice::isForwarded(std::string_view id) {
 }
 
 ModelChoice ModelChoice::among(const std::vector<ListedModel>& listed, const std::string& wanted) {
-  if (listed.empty()) return {{}, "The model server lists no model."};
+  if (listed.empty()) return {{}, "lists no model"};
   if (!wanted.empty()) {
     const auto named = [&](const std::string& id) {
       return std::find_if(listed.begin(), listed.end(), [&](const ListedModel& model) { return model.id == id; });
     };
     auto found = named(wanted);
     if (found == listed.end()) found = named(wanted + ":latest");
-    if (found == listed.end()) return {{}, "The model server does not list the model " + wanted + "."};
-    if (isForwarded(found->id)) return {{}, forwardedReason(found->id)};
+    if (found == listed.end()) return {{}, "does not list the model " + wanted};
+    if (isForwarded(found->id)) return {{}, forwardedTrouble(found->id)};
     return {*found, {}};
   }
   const auto isHere = [](const ListedModel& model) { return !isForwarded(model.id); };
   const auto fits = [&](const ListedModel& model) { return isHere(model) && canAnswer(model); };
   auto found = std::find_if(listed.begin(), listed.end(), fits);
   if (found == listed.end()) found = std::find_if(listed.begin(), listed.end(), isHere);
-  if (found == listed.end()) return {{}, forwardedReason(listed.front().id)};
+  if (found == listed.end()) return {{}, forwardedTrouble(listed.front().id)};
   return {*found, {}};
 }
 

@@ -12,13 +12,15 @@ namespace pellora {
 
 struct ModelChoice {
   ChatCompletionsProtocol::ListedModel model;  // without an id when there is none to ask
-  std::string reason;                          // why there is none; empty when there is one
+  std::string trouble;                         // why there is none, as a clause about the server; else empty
 
   // An empty `wanted` means the first. Names are taken as they stand, but for the ":latest" that may be left out.
   static ModelChoice among(const std::vector<ChatCompletionsProtocol::ListedModel>& listed, const std::string& wanted);
 
   // Whether the name is one by which local servers list models that run elsewhere.
   static bool isForwarded(std::string_view id);
+
+  static std::string forwardedTrouble(const std::string& id);
 };
 
 }  // namespace pellora

@@ -13,6 +13,7 @@ struct ModelReport {
   std::string server;                      // "Ollama" or "OpenAI-compatible"; empty when not available
   std::optional<long long> contextTokens;  // absent when the server does not tell
   std::string reason;                      // why it is not available, one sentence; empty when it is
+  std::string trouble;                     // the same as a clause: "is still loading its model"
 };
 
 }  // namespace pellora

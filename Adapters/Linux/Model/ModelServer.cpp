@@ -4,7 +4,7 @@
 
 #include "Adapters/Linux/Model/ModelChoice.h"
 #include "Adapters/Linux/Model/OllamaProtocol.h"
-#include "PelloraMessagesCore/Ports/LanguageModel.h"
+#include "Adapters/Linux/Model/ServerError.h"
 
 namespace pellora {
 
@@ -15,6 +15,7 @@ namespace {
 
 constexpr int kLoading = 503;
 constexpr int kNotFound = 404;
+constexpr const char* kNotAModelServer = "does not answer as a model server does";
 
 bool isAnsweredWith(const HttpAnswer& answer, int status) {
   return answer.outcome == HttpAnswer::Outcome::answered && answer.status == status;
@@ -22,7 +23,7 @@ bool isAnsweredWith(const HttpAnswer& answer, int status) {
 
 bool rejectsFields(const HttpAnswer& answer) {
   if (answer.outcome != HttpAnswer::Outcome::answered || (answer.status != 400 && answer.status != 422)) return false;
-  return !ChatCompletionsProtocol::isContextOverflow(answer.body);
+  return !ServerError::isContextOverflow(answer.body);
 }
 
 }  // namespace
@@ -34,25 +35,26 @@ Task<HttpAnswer> ModelServer::get(std::shared_ptr<ModelServer> self, std::string
   return self->_worker.send(std::move(request));
 }
 
-std::string ModelServer::whyNoList(const HttpAnswer& answer) const {
+// Why there is no list of models, as a clause about the server; empty when there is one.
+std::string ModelServer::trouble(const HttpAnswer& answer) const {
   const ModelEndpoint& endpoint = _worker.endpoint();
   std::error_code ignored;
   switch (answer.outcome) {
     case HttpAnswer::Outcome::answered:
       if (answer.status == 200) return {};
-      if (answer.status == kLoading) return "The model server is still loading its model.";
-      return "The model server answered with HTTP status " + std::to_string(answer.status) + ".";
+      if (answer.status == kLoading) return "is still loading its model";
+      return ServerError::clause(answer.status, answer.body);
     case HttpAnswer::Outcome::noServer:
       if (!endpoint.socketPath.empty() && !std::filesystem::exists(endpoint.socketPath, ignored))
-        return "There is no socket at " + endpoint.socketPath + ".";
-      return "No model server listens at " + endpoint.where + ".";
+        return "is not running: there is no socket at " + endpoint.socketPath;
+      return "does not listen at " + endpoint.where;
     case HttpAnswer::Outcome::timedOut:
-      return "The model server did not answer within " + std::to_string(kProbeTimeout.count()) + " seconds.";
+      return "did not answer within " + std::to_string(kProbeTimeout.count()) + " seconds";
     case HttpAnswer::Outcome::tooLarge:
     case HttpAnswer::Outcome::brokenOff:
-      return "What listens at " + endpoint.where + " does not answer as a model server.";
+      return kNotAModelServer;
     case HttpAnswer::Outcome::cancelled:
-      return "The question was cancelled.";
+      return "was not asked: the question was cancelled";
   }
   return {};
 }
@@ -60,22 +62,26 @@ std::string ModelServer::whyNoList(const HttpAnswer& answer) const {
 Task<ModelReport> ModelServer::probe(std::shared_ptr<ModelServer> self) {
   ModelReport report;
   report.where = self->_worker.endpoint().where;
-  report.reason = self->_worker.endpoint().refusal;
-  if (!report.reason.empty()) co_return report;
+  if (!self->_worker.endpoint().isUsable()) {
+    report.trouble = "is not set up";
+    report.reason = self->_worker.endpoint().refusal;
+    co_return report;
+  }
 
   const HttpAnswer answer = co_await get(self, ChatCompletionsProtocol::kModelsPath);
-  report.reason = self->whyNoList(answer);
-  if (report.reason.empty()) {
+  report.trouble = self->trouble(answer);
+  if (report.trouble.empty()) {
     const auto listed = ChatCompletionsProtocol::decodeModels(answer.body);
     const ModelChoice choice = ModelChoice::among(listed.value_or(std::vector<ListedModel>()), self->_wantedModel);
-    report.reason = listed ? choice.reason : "What listens at " + report.where + " does not answer as a model server.";
+    report.trouble = listed ? choice.trouble : kNotAModelServer;
     report.model = choice.model.id;
-    if (report.reason.empty() && (!self->_known || self->_known->model.id != report.model)) {
+    if (report.trouble.empty() && (!self->_known || self->_known->model.id != report.model)) {
       std::string refusal = co_await recognise(self, choice.model);
-      report.reason = std::move(refusal);
+      report.trouble = std::move(refusal);
     }
   }
-  if (!report.reason.empty()) {
+  if (!report.trouble.empty()) {
+    report.reason = "The model server " + report.trouble + ".";
     self->_known.reset();
     co_return report;
   }
@@ -95,7 +101,7 @@ Task<std::string> ModelServer::recognise(std::shared_ptr<ModelServer> self, List
     const HttpAnswer tags = co_await get(self, OllamaProtocol::kTagsPath);
     // Such a server forwards to other machines when it is told to; without its list nobody knows whether it does.
     if (!tags.isOk() && !isAnsweredWith(tags, kNotFound)) {
-      refusal = "The model server did not tell where the model " + known.model.id + " runs, so it is not used.";
+      refusal = "did not tell where the model " + known.model.id + " runs, so it is not used";
       co_return refusal;
     }
     const auto tag = OllamaProtocol::fromTags(tags.isOk() ? tags.body : std::string(), known.model.id);
@@ -107,7 +113,7 @@ Task<std::string> ModelServer::recognise(std::shared_ptr<ModelServer> self, List
       const HttpAnswer shown = co_await self->_worker.send(std::move(request));
       const auto facts = OllamaProtocol::fromShow(shown.isOk() ? shown.body : std::string());
       if (tag->isRemote || (facts && facts->isRemote)) {
-        refusal = "The model " + known.model.id + " runs on another machine, so it is not used.";
+        refusal = ModelChoice::forwardedTrouble(known.model.id);
         co_return refusal;
       }
       known.dialect = Dialect::ollama;
@@ -146,13 +152,13 @@ Task<std::optional<long long>> ModelServer::findContext(std::shared_ptr<ModelSer
   co_return context ? context : known.model.trainedTokens;
 }
 
-Task<std::string> ModelServer::ask(std::shared_ptr<ModelServer> self, ModelQuestion question) {
+Task<LanguageModel::Answer> ModelServer::ask(std::shared_ptr<ModelServer> self, ModelQuestion question) {
   if (!self->_known) {
     const ModelReport report = co_await probe(self);
-    if (!report.isAvailable) throw LanguageModelError(report.reason);
+    if (!report.isAvailable) throw LanguageModelError(LanguageModelError::Reason::server, report.trouble);
   }
   question.model = self->_known->model.id;
-  std::string answer;
+  LanguageModel::Answer answer;
   switch (self->_known->dialect) {
     case Dialect::chatCompletions:
       answer = co_await askChatCompletions(self, std::move(question));
@@ -164,18 +170,18 @@ Task<std::string> ModelServer::ask(std::shared_ptr<ModelServer> self, ModelQuest
   co_return answer;
 }
 
-Task<std::string> ModelServer::askOllama(std::shared_ptr<ModelServer> self, ModelQuestion question) {
+Task<LanguageModel::Answer> ModelServer::askOllama(std::shared_ptr<ModelServer> self, ModelQuestion question) {
   HttpRequest request;
   request.path = OllamaProtocol::kChatPath;
   request.timeout = kAnswerTimeout;
   const long long context = OllamaProtocol::contextFor(question, self->_known->model.contextTokens);
   request.body = OllamaProtocol::requestBody(question, context);
   const HttpAnswer answer = co_await self->_worker.send(std::move(request));
-  self->requireAnswer(answer);
+  self->requireAnswer(answer, question);
   co_return OllamaProtocol::decodeAnswer(answer.body, question);
 }
 
-Task<std::string> ModelServer::askChatCompletions(std::shared_ptr<ModelServer> self, ModelQuestion question) {
+Task<LanguageModel::Answer> ModelServer::askChatCompletions(std::shared_ptr<ModelServer> self, ModelQuestion question) {
   HttpRequest request;
   request.path = ChatCompletionsProtocol::kChatPath;
   request.timeout = kAnswerTimeout;
@@ -193,24 +199,30 @@ Task<std::string> ModelServer::askChatCompletions(std::shared_ptr<ModelServer> s
     // Refused with nothing left to leave out: the fields were not the reason.
     self->_known->areExtrasSettled = answer.isOk() || rejectsFields(answer);
   }
-  self->requireAnswer(answer);
+  self->requireAnswer(answer, question);
   co_return ChatCompletionsProtocol::decodeAnswer(answer.body, question);
 }
 
 // Throws unless there is a body to decode; forgets the server when it went away or became another one.
-void ModelServer::requireAnswer(const HttpAnswer& answer) {
+void ModelServer::requireAnswer(const HttpAnswer& answer, const ModelQuestion& question) {
+  using Reason = LanguageModelError::Reason;
   if (answer.isOk()) return trust();
   const bool answered = answer.outcome == HttpAnswer::Outcome::answered;
   if (!answered || answer.status == kLoading || answer.status == kNotFound) _known.reset();
-  if (answered && ChatCompletionsProtocol::isContextOverflow(answer.body))
-    throw LanguageModelError("The question is longer than the model's context.");
-  if (answer.outcome == HttpAnswer::Outcome::timedOut)
-    throw LanguageModelError("The model gave no answer within " + std::to_string(kAnswerTimeout.count()) + " seconds.");
-  if (answer.outcome == HttpAnswer::Outcome::tooLarge)
-    throw LanguageModelError("The model server's answer is too large.");
-  if (answer.outcome == HttpAnswer::Outcome::brokenOff)
-    throw LanguageModelError("The connection to the model server ended before the answer was whole.");
-  throw LanguageModelError(whyNoList(answer));
+  switch (answer.outcome) {
+    case HttpAnswer::Outcome::answered:
+      throw ServerError::toQuestion(answer.status, answer.body, question);
+    case HttpAnswer::Outcome::timedOut:
+      throw LanguageModelError(Reason::timeOut,
+                               "gave no answer within " + std::to_string(kAnswerTimeout.count()) + " seconds");
+    case HttpAnswer::Outcome::tooLarge:
+      throw LanguageModelError(Reason::question, "gave an answer that is too large");
+    case HttpAnswer::Outcome::brokenOff:
+      throw LanguageModelError(Reason::server, "closed the connection before the answer was whole");
+    case HttpAnswer::Outcome::noServer:
+    case HttpAnswer::Outcome::cancelled:
+      throw LanguageModelError(Reason::server, trouble(answer));
+  }
 }
 
 }  // namespace pellora

@@ -16,6 +16,7 @@
 #include "Adapters/Linux/Model/HttpWorker.h"
 #include "Adapters/Linux/Model/ModelQuestion.h"
 #include "Adapters/Linux/Model/ModelReport.h"
+#include "PelloraMessagesCore/Ports/LanguageModel.h"
 
 namespace pellora {
 
@@ -32,7 +33,7 @@ class ModelServer {
   static Task<bool> isAvailable(std::shared_ptr<ModelServer> self);
 
   // `question.model` is filled in. Throws LanguageModelError.
-  static Task<std::string> ask(std::shared_ptr<ModelServer> self, ModelQuestion question);
+  static Task<LanguageModel::Answer> ask(std::shared_ptr<ModelServer> self, ModelQuestion question);
 
   // Looks now, whatever is known already.
   static Task<ModelReport> report(std::shared_ptr<ModelServer> self);
@@ -55,14 +56,14 @@ class ModelServer {
   // Why the model is not to be used; empty when it may be, and `_known` is set.
   static Task<std::string> recognise(std::shared_ptr<ModelServer> self, ChatCompletionsProtocol::ListedModel model);
   static Task<std::optional<long long>> findContext(std::shared_ptr<ModelServer> self);
-  static Task<std::string> askOllama(std::shared_ptr<ModelServer> self, ModelQuestion question);
-  static Task<std::string> askChatCompletions(std::shared_ptr<ModelServer> self, ModelQuestion question);
+  static Task<LanguageModel::Answer> askOllama(std::shared_ptr<ModelServer> self, ModelQuestion question);
+  static Task<LanguageModel::Answer> askChatCompletions(std::shared_ptr<ModelServer> self, ModelQuestion question);
   static Task<HttpAnswer> get(std::shared_ptr<ModelServer> self, std::string path);
 
   bool isTrusted() const { return _known && Clock::now() < _trustedUntil; }
   void trust() { _trustedUntil = Clock::now() + kTrust; }
-  std::string whyNoList(const HttpAnswer& answer) const;
-  void requireAnswer(const HttpAnswer& answer);
+  std::string trouble(const HttpAnswer& answer) const;
+  void requireAnswer(const HttpAnswer& answer, const ModelQuestion& question);
 
   HttpWorker _worker;
   std::string _wantedModel;

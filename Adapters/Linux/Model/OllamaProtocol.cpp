@@ -4,7 +4,7 @@
 
 #include "Adapters/Linux/Model/AnswerText.h"
 #include "Adapters/Linux/Model/JsonReading.h"
-#include "PelloraMessagesCore/Ports/LanguageModel.h"
+#include "Adapters/Linux/Model/ServerError.h"
 
 namespace pellora::OllamaProtocol {
 
@@ -89,17 +89,17 @@ std::string requestBody(const ModelQuestion& question, long long contextTokens) 
   return body.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
 
-std::string decodeAnswer(std::string_view body, const ModelQuestion& question) {
+LanguageModel::Answer decodeAnswer(std::string_view body, const ModelQuestion& question) {
   const json answer = json::parse(body, nullptr, false);
-  if (!answer.is_object()) throw LanguageModelError("The model server's answer is not understood.");
-  if (!member(answer, "error").is_null()) throw LanguageModelError("The model server answered with an error.");
-  if (isRemote(answer)) throw LanguageModelError("The answer does not come from this device.");
-  const std::string reason = textOf(member(answer, "done_reason"));
-  if (reason == "length") throw LanguageModelError("The model's answer was cut off because it grew too long.");
-  if (member(answer, "done") != true || reason != "stop") throw LanguageModelError("The model did not end its answer.");
+  if (!answer.is_object()) throw AnswerText::unreadable();
+  if (!member(answer, "error").is_null()) throw ServerError::toQuestion(200, body, question);
+  if (isRemote(answer))
+    throw LanguageModelError(LanguageModelError::Reason::server, "gave an answer of another machine's model");
+  AnswerText::requireEnd(member(answer, "done") == true ? textOf(member(answer, "done_reason")) : std::string());
   const json& message = member(answer, "message");
-  return AnswerText::choose(textOf(member(message, "content")), textOf(member(message, "thinking")),
-                            question.isGuided());
+  return {
+      AnswerText::choose(textOf(member(message, "content")), textOf(member(message, "thinking")), question.isGuided()),
+      positive(member(answer, "prompt_eval_count")).value_or(0), positive(member(answer, "eval_count")).value_or(0)};
 }
 
 }  // namespace pellora::OllamaProtocol

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "Adapters/Linux/Model/ModelQuestion.h"
+#include "PelloraMessagesCore/Ports/LanguageModel.h"
 
 namespace pellora {
 
@@ -39,7 +40,7 @@ std::optional<KnownModel> fromShow(std::string_view body);
 long long contextFor(const ModelQuestion& question, std::optional<long long> modelLimit);
 
 std::string requestBody(const ModelQuestion& question, long long contextTokens);
-std::string decodeAnswer(std::string_view body, const ModelQuestion& question);
+LanguageModel::Answer decodeAnswer(std::string_view body, const ModelQuestion& question);
 
 }  // namespace OllamaProtocol
 
