@@ -21,26 +21,23 @@ constexpr std::size_t kLongestWhen = 40;       // characters
 constexpr std::size_t kNameWords = 3;          // of a newborn's sentence, where the name is looked for
 constexpr std::size_t kShortestName = 2;       // letters
 
-// The pair first, so that it becomes one space.
-constexpr auto kLineBreaks =
-    std::to_array<std::string_view>({"\r\n", "\n", "\r", "\v", "\f", "\u0085", "\u2028", "\u2029"});
-
 const PhraseTable& eventStems() {
   static const PhraseTable table(NewsWords::kEventStems);
   return table;
 }
 
 std::string cleaned(std::string_view sentence) {
-  std::string oneLine = text::repairedUtf8(sentence);
-  for (const std::string_view lineBreak : kLineBreaks) oneLine = text::replacingAll(oneLine, lineBreak, " ");
+  const std::string oneLine = GuardText::onOneLine(sentence);
   return std::string(text::trimmed(oneLine));
 }
 
-std::string_view upToFirstMark(std::string_view sentence) {
+// Up to the first "." or "!" behind the `opening` bytes at the beginning: a name may end in a full stop.
+std::string_view upToFirstMark(std::string_view sentence, std::size_t opening) {
   constexpr std::string_view kMarks = ".!";
-  for (std::size_t mark = sentence.find_first_of(kMarks); mark != std::string_view::npos;
+  for (std::size_t mark = sentence.find_first_of(kMarks, opening); mark != std::string_view::npos;
        mark = sentence.find_first_of(kMarks, mark + 1))
-    if (GuardText::isWholeCharacter(sentence, mark)) return sentence.substr(0, mark + 1);
+    if (GuardText::isWholeCharacter(sentence, mark) && !GuardText::isFullStopOfAbbreviation(sentence, mark))
+      return sentence.substr(0, mark + 1);
   return sentence;
 }
 
@@ -134,11 +131,12 @@ bool hasCandidateLine(const std::vector<MessageLine>& lines) {
 
 std::optional<std::string> fixSentence(std::string_view sentence, std::string_view firstName) {
   const std::string whole = cleaned(sentence);
-  const std::string_view first = upToFirstMark(whole);
+  const std::optional<std::size_t> nameLength = leadingName(whole, firstName);
+  if (!nameLength) return std::nullopt;
+  const std::string_view first = upToFirstMark(whole, *nameLength);
   if (GuardText::isLongerThan(first, kLongestSentence)) return std::nullopt;
   if (!GuardText::isLongerThan(first, text::characterCount(firstName) + kEmptyTalk)) return std::nullopt;
-  const std::optional<std::size_t> nameLength = leadingName(first, firstName);
-  if (!nameLength || SummaryGuard::looksLikeLink(first)) return std::nullopt;
+  if (SummaryGuard::looksLikeLink(first)) return std::nullopt;
   return std::string(firstName) + std::string(first.substr(*nameLength));
 }
 
@@ -171,6 +169,21 @@ bool isSecondHand(std::string_view sentence, std::string_view firstName) {
 
 bool hasEvent(std::string_view source) {
   return eventStems().anyBeginsWord(GuardText::prepared(source));
+}
+
+std::vector<MessagesNews> withoutRepeats(const std::vector<MessagesNews>& news, std::string_view firstName) {
+  std::vector<MessagesNews> kept;
+  std::vector<NewsWords::Telling> told;  // by `kept`
+  for (const MessagesNews& item : news) {
+    NewsWords::Telling telling = NewsWords::telling(item.sentence, firstName);
+    bool addsNothing = false;
+    for (std::size_t place = 0; place < kept.size() && !addsNothing; ++place)
+      addsNothing = kept[place].kind == item.kind && telling.addsNothingTo(told[place]);
+    if (addsNothing) continue;
+    kept.push_back(item);
+    told.push_back(std::move(telling));
+  }
+  return kept;
 }
 
 }  // namespace pellora::NewsGuard

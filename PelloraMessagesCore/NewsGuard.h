@@ -1,5 +1,5 @@
 // Keeps of the news that a language model proposes only what the person's own message bears out. Pure.
-// Tested by Tests/Core/NewsGuardTests.cpp.
+// Tested by Tests/Core/NewsGuardTests.cpp and NewsRepeatTests.cpp.
 #pragma once
 
 #include <cstdint>
@@ -45,7 +45,9 @@ bool isSecondHand(std::string_view sentence, std::string_view firstName);
 // Whether the source speaks of a life event.
 bool hasEvent(std::string_view source);
 
-// Oldest first, without items that say the same as a kept one of their kind.
+// Oldest first, without items that add nothing to one kept before them: of the same kind, with every telling word of
+// the item and the same words that turn a meaning round (NewsWords::telling). A repeat too many does less harm than a
+// loss.
 std::vector<MessagesNews> withoutRepeats(const std::vector<MessagesNews>& news, std::string_view firstName);
 
 }  // namespace NewsGuard

@@ -24,7 +24,7 @@ constexpr std::array<std::string_view, 3> kUserWords = {"the user", "user's", "u
 constexpr std::array<std::string_view, 4> kOrders = {"instruction", "ignore previous", "ignore all", "ignore your"};
 
 std::string cleaned(std::string_view answer) {
-  std::string result = text::replacingAll(text::repairedUtf8(answer), "\n", " ");
+  std::string result = GuardText::onOneLine(answer);
   for (const std::string_view quote : kDoubleQuotes) result = text::replacingAll(result, quote, "");
   return std::string(text::trimmed(result));
 }
@@ -51,12 +51,14 @@ bool holdsDetectedLink(std::string_view text) {
   return detector.containsLink(text);
 }
 
-// Opens as it must, and neither links nor speaks of the user as of a third person.
-bool isAcceptable(std::string_view text, std::string_view opening) {
+// The bytes that the opening takes in a text that opens as it must and neither links nor speaks of the user as of a
+// third person.
+std::optional<std::size_t> acceptableOpening(std::string_view text, std::string_view opening) {
   // Case folding makes at most three characters of one, so the rest of a long answer need not be folded.
   const std::size_t rest = text::droppingFirst(text, 3 * text::characterCount(opening) + 3).size();
-  return text::prefixLengthIgnoringCase(text.substr(0, text.size() - rest), opening) && !looksLikeLink(text) &&
-         !mentionsUser(text);
+  const auto length = text::prefixLengthIgnoringCase(text.substr(0, text.size() - rest), opening);
+  if (!length || looksLikeLink(text) || mentionsUser(text)) return std::nullopt;
+  return length;
 }
 
 bool saysSomething(std::string_view text, std::string_view opening) {
@@ -65,7 +67,22 @@ bool saysSomething(std::string_view text, std::string_view opening) {
 
 bool endsSentence(std::string_view text, std::size_t mark) {
   if (!GuardText::isWholeCharacter(text, mark)) return false;
-  return mark + 1 == text.size() || (text[mark + 1] == ' ' && GuardText::isWholeCharacter(text, mark + 1));
+  if (mark + 1 == text.size()) return true;
+  return text[mark + 1] == ' ' && GuardText::isWholeCharacter(text, mark + 1) &&
+         !GuardText::isFullStopOfAbbreviation(text, mark);
+}
+
+// As `firstSentence`, for a text of which the first `opening` bytes end no sentence: a name may end in a full stop.
+std::string firstSentenceAfter(std::string_view text, std::size_t opening) {
+  constexpr std::string_view kMarks = ".!?";
+  for (std::size_t mark = text.find_first_of(kMarks, opening); mark != std::string_view::npos;
+       mark = text.find_first_of(kMarks, mark + 1))
+    if (endsSentence(text, mark)) return std::string(text.substr(0, mark + 1));
+  return std::string(text);
+}
+
+bool isLink(std::string_view lowerCase) {
+  return GuardText::containsAny(lowerCase, kLinkMarks) || holdsDottedName(lowerCase) || holdsDetectedLink(lowerCase);
 }
 
 }  // namespace
@@ -73,8 +90,9 @@ bool endsSentence(std::string_view text, std::size_t mark) {
 std::optional<std::string> checkSentence(std::string_view answer, std::string_view firstName) {
   const std::string text = cleaned(answer);
   const std::string opening = std::string(kSentenceOpening) + std::string(firstName);
-  if (!isAcceptable(text, opening)) return std::nullopt;
-  std::string sentence = firstSentence(text);
+  const auto openingLength = acceptableOpening(text, opening);
+  if (!openingLength) return std::nullopt;
+  std::string sentence = firstSentenceAfter(text, *openingLength);
   if (GuardText::isLongerThan(sentence, kLongestSentence)) return std::nullopt;
   if (!saysSomething(sentence, opening)) return std::nullopt;
   return sentence;
@@ -83,8 +101,9 @@ std::optional<std::string> checkSentence(std::string_view answer, std::string_vi
 std::optional<std::string> checkLately(std::string_view answer, std::string_view firstName) {
   const std::string text = cleaned(answer);
   const std::string opening = std::string(kLatelyOpening) + std::string(firstName);
-  if (!isAcceptable(text, opening)) return std::nullopt;
-  std::string result = firstSentence(text);
+  const auto openingLength = acceptableOpening(text, opening);
+  if (!openingLength) return std::nullopt;
+  std::string result = firstSentenceAfter(text, *openingLength);
   const std::string_view rest = text::trimmed(std::string_view(text).substr(result.size()));
   if (!rest.empty()) result += " " + firstSentence(rest);
   if (GuardText::isLongerThan(result, kLongestLately)) return std::nullopt;
@@ -93,8 +112,7 @@ std::optional<std::string> checkLately(std::string_view answer, std::string_view
 }
 
 bool looksLikeLink(std::string_view text) {
-  const std::string lower = text::lowercased(text);
-  return GuardText::containsAny(lower, kLinkMarks) || holdsDottedName(lower) || holdsDetectedLink(lower);
+  return isLink(text::lowercased(text)) || (!text::isAscii(text) && isLink(GuardText::withoutDisguise(text)));
 }
 
 bool mentionsUser(std::string_view text) {
@@ -106,11 +124,7 @@ bool looksLikeInstruction(std::string_view text) {
 }
 
 std::string firstSentence(std::string_view text) {
-  constexpr std::string_view kMarks = ".!?";
-  for (std::size_t mark = text.find_first_of(kMarks); mark != std::string_view::npos;
-       mark = text.find_first_of(kMarks, mark + 1))
-    if (endsSentence(text, mark)) return std::string(text.substr(0, mark + 1));
-  return std::string(text);
+  return firstSentenceAfter(text, 0);
 }
 
 }  // namespace pellora::SummaryGuard

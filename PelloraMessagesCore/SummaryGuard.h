@@ -16,7 +16,8 @@ std::optional<std::string> checkSentence(std::string_view answer, std::string_vi
 // The lately summary to keep (two sentences at most), or nothing.
 std::optional<std::string> checkLately(std::string_view answer, std::string_view firstName);
 
-// Whether anything in the text could be a web or mail address; deliberately broad.
+// Whether anything in the text could be a web or mail address, in disguise ("evil\u3002com") or not; deliberately
+// broad.
 bool looksLikeLink(std::string_view text);
 
 // Whether the text speaks of "the user".
@@ -25,7 +26,8 @@ bool mentionsUser(std::string_view text);
 // Whether the text tries to give a language model orders.
 bool looksLikeInstruction(std::string_view text);
 
-// Up to the first ".", "!" or "?" that ends the text or stands before a space; all of it without one.
+// Up to the first ".", "!" or "?" that ends the text or is followed by a space; all of it without one. The full stop of
+// an abbreviation or an initial does not count unless it ends the text.
 std::string firstSentence(std::string_view text);
 
 }  // namespace SummaryGuard

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,7 +37,40 @@ inline constexpr auto kStopWords = std::to_array<std::string_view>(
      "them",  "then",  "they",  "this",  "today",  "tomorrow", "very",    "week",      "weeks", "were",
      "will",  "with",  "year",  "years", "month",  "months",   "finally", "officially"});
 
-// What stands between spaces, in order. The views point into `text`.
+// Say nothing by themselves about what happened: articles, pronouns, the commonest prepositions and auxiliaries.
+inline constexpr auto kFunctionWords = std::to_array<std::string_view>(
+    {"a",      "an",   "the",  "and",   "of",    "to",      "in",         "on",     "at",   "for",    "by",
+     "with",   "as",   "into", "i",     "me",    "my",      "we",         "us",     "our",  "you",    "your",
+     "he",     "him",  "his",  "she",   "her",   "hers",    "it",         "its",    "they", "them",   "their",
+     "theirs", "this", "that", "these", "those", "who",     "which",      "there",  "here", "am",     "is",
+     "are",    "was",  "were", "be",    "been",  "being",   "has",        "have",   "had",  "having", "do",
+     "does",   "did",  "will", "just",  "also",  "finally", "officially", "really", "very", "so"});
+
+// Auxiliaries of a passive ("got promoted"), where a participle follows.
+inline constexpr auto kPassiveWords = std::to_array<std::string_view>({"get", "gets", "got", "getting", "gotten"});
+
+// Turn a meaning round or leave it open, so that two sentences with the same other words say different things.
+inline constexpr auto kTurningWords = std::to_array<std::string_view>(
+    {"not",          "no",       "never",     "nor",       "neither",    "none",         "nothing",    "nobody",
+     "cannot",       "without",  "off",       "out",       "away",       "down",         "up",         "over",
+     "back",         "from",     "through",   "against",   "free",       "instead",      "but",        "almost",
+     "nearly",       "hardly",   "barely",    "longer",    "anymore",    "former",       "ex",         "cancel",
+     "cancels",      "canceled", "cancelled", "canceling", "cancelling", "cancellation", "break",      "breaks",
+     "broke",        "broken",   "breaking",  "lose",      "loses",      "lost",         "losing",     "leave",
+     "leaves",       "left",     "leaving",   "quit",      "quits",      "quitting",     "sell",       "sells",
+     "sold",         "selling",  "end",       "ends",      "ended",      "ending",       "stop",       "stops",
+     "stopped",      "stopping", "fail",      "fails",     "failed",     "failing",      "fall",       "falls",
+     "fell",         "fallen",   "reject",    "rejects",   "rejected",   "decline",      "declines",   "declined",
+     "refuse",       "refuses",  "refused",   "deny",      "denies",     "denied",       "delay",      "delays",
+     "delayed",      "postpone", "postpones", "postponed", "withdraw",   "withdrew",     "withdrawn",  "miss",
+     "misses",       "missed",   "fired",     "benign",    "negative",   "gone",         "cured",      "remission",
+     "if",           "could",    "may",       "might",     "must",       "should",       "would",      "maybe",
+     "perhaps",      "probably", "hope",      "hopes",     "hoped",      "hoping",       "want",       "wants",
+     "wanted",       "plan",     "plans",     "planned",   "planning",   "try",          "tries",      "tried",
+     "trying",       "apply",    "applies",   "applied",   "applying",   "interview",    "interviews", "interviewed",
+     "interviewing", "offered",  "fear",      "fears",     "feared"});
+
+// Between spaces, in order. The views point into `text`.
 std::vector<std::string_view> wordsOf(std::string_view text);
 
 // "Sam" for "Sam's", with either apostrophe.
@@ -45,6 +79,18 @@ std::string_view withoutPossessive(std::string_view word);
 // The first five letters (all of a shorter word) of every content word, lower-cased, in order: runs of at least four
 // letters that are neither stop words nor the first name.
 std::vector<std::string> contentStems(std::string_view sentence, std::string_view firstName);
+
+// What a sentence says after the name that it begins with.
+struct Telling {
+  std::set<std::string> stems;    // the first five letters of every other word but function words; with digits, all
+  std::set<std::string> turning;  // the words that turn a meaning round, whole; "n't" counts as "not"
+
+  bool addsNothingTo(const Telling& other) const;
+};
+
+// The leading name is `firstName`, or else the first word. When what happened is about something of the person's
+// ("Sam's dad"), that turns the meaning as well.
+Telling telling(std::string_view sentence, std::string_view firstName);
 
 }  // namespace NewsWords
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "PelloraMessagesCore/Language/GuardText.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::PromptLines {
@@ -38,8 +39,7 @@ std::string block(const std::vector<std::string>& lines) {
 }  // namespace
 
 std::string harmless(std::string_view text) {
-  std::string result = text::replacingAll(text::repairedUtf8(text), "\n", " ");
-  result = text::replacingAll(result, "<", "\u2039");
+  const std::string result = text::replacingAll(GuardText::onOneLine(text), "<", "\u2039");
   return text::replacingAll(result, ">", "\u203A");
 }
 

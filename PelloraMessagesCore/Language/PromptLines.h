@@ -1,5 +1,5 @@
-// A day's lines as they stand in a prompt: texts that cannot close the prompt's tags or begin a line of their own,
-// the newest that fit the budget, oldest first. Pure. Tested by Tests/Core/PromptLinesTests.cpp.
+// A day's lines as a prompt holds them: texts that cannot close the prompt's tags or begin a line of their own, the
+// newest that fit the budget, oldest first. Pure. Tested by Tests/Core/PromptLinesTests.cpp.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ namespace pellora {
 
 namespace PromptLines {
 
-// Without line feeds and angle brackets; valid UTF-8 whatever comes in.
+// Without line breaks and angle brackets; valid UTF-8 whatever comes in.
 std::string harmless(std::string_view text);
 
 // The lines kept for a numbered prompt, with their texts made harmless. The newest is always among them.

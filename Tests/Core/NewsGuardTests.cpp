@@ -240,7 +240,10 @@ INSTANTIATE_TEST_SUITE_P(
                     FixCase{"Sam \U0001F600 moved", "Sam \U0001F600 moved"}));
 
 INSTANTIATE_TEST_SUITE_P(Cuts, NewsFix,
-                         testing::Values(FixCase{"Sam moved to St. Louis.", "Sam moved to St."},
+                         testing::Values(FixCase{"Sam moved to St. Louis. Nice.", "Sam moved to St. Louis."},
+                                         FixCase{"Sam starts at 9 a.m. Monday. Nice", "Sam starts at 9 a.m. Monday."},
+                                         FixCase{"Sam works for J. R. Hill. Nice", "Sam works for J. R. Hill."},
+                                         FixCase{"Sam met St.Nick", std::nullopt},
                                          FixCase{"Sam ran 3.5 miles.", "Sam ran 3."},
                                          FixCase{"Sam has won! Wow.", "Sam has won!"},
                                          FixCase{"Sam won it? Yes it is. No", "Sam won it? Yes it is."},
@@ -267,6 +270,11 @@ INSTANTIATE_TEST_SUITE_P(Links, NewsFix,
 TEST(NewsFix, WritesEveryLineBreakAsOneSpace) {
   for (const char* lineBreak : {"\n", "\r\n", "\r", "\v", "\f", "\u0085", "\u2028", "\u2029"})
     EXPECT_EQ(fixSentence(std::string("Sam is") + lineBreak + "moving to Rome", "Sam"), "Sam is moving to Rome");
+}
+
+TEST(NewsFix, AFullStopOfTheNameEndsNoSentence) {
+  EXPECT_EQ(fixSentence("sam jun. got the job. Yes", "Sam jun."), "Sam jun. got the job.");
+  EXPECT_EQ(fixSentence("Sam Jr. got the job. Yes", "Sam Jr."), "Sam Jr. got the job.");
 }
 
 TEST(NewsFix, KeepsTheCallersSpellingOfAnyName) {

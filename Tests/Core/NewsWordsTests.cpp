@@ -72,6 +72,45 @@ TEST(NewsWords, ContentStemsAreFiveLettersOfWordsOfFourAndMore) {
   EXPECT_THAT(contentStems("Zoe\u0308lle left", "Zo\u00EBlle"), ElementsAre("left"));
 }
 
+TEST(NewsWords, EveryWordButFunctionWordsTellsSomething) {
+  EXPECT_THAT(telling("Sam got a job at the bakery.", "Sam").stems, ElementsAre("baker", "got", "job"));
+  EXPECT_THAT(telling("Sam got promoted", "Sam").stems, ElementsAre("promo"));
+  EXPECT_THAT(telling("Sam\u2019s getting engaged", "Sam").stems, ElementsAre("engag"));
+  EXPECT_THAT(telling("Sam got", "Sam").stems, ElementsAre("got"));
+  EXPECT_THAT(telling("Sam is 100000 days rock\u2019n\u2019roll's", "Sam").stems,
+              ElementsAre("100000", "days", "rock'"));
+  EXPECT_THAT(telling("Mary Jane moved", "Mary Jane").stems, ElementsAre("moved"));
+  EXPECT_THAT(telling("Maryjane moved", "Mary").stems, ElementsAre("moved"));
+  EXPECT_THAT(telling("moved", "Sam").stems, IsEmpty());
+  EXPECT_THAT(telling("", "Sam").stems, IsEmpty());
+  EXPECT_THAT(telling("Sam kept e\u0301te\u0301s", "Sam").stems, ElementsAre("kept", "\u00E9t\u00E9s"));
+}
+
+TEST(NewsWords, TurningWordsAreTheOnesOfTheTableNegationsAndThePossessive) {
+  EXPECT_THAT(telling("Sam broke it off, not back", "Sam").turning, ElementsAre("back", "broke", "not", "off"));
+  EXPECT_THAT(telling("Sam broke it off, not back", "Sam").stems, IsEmpty());
+  EXPECT_THAT(telling("Sam doesn\u2019t", "Sam").turning, ElementsAre("not"));
+  EXPECT_THAT(telling("Sam doesn\u2019t", "Sam").stems, IsEmpty());
+  EXPECT_THAT(telling("Sam's dad", "Sam").turning, ElementsAre("'s"));
+  for (const char* verb : {"Sam's getting on", "Sam\u2019s promoted", "Sam's a mother", "Sam's", "Sam is dad"})
+    EXPECT_THAT(telling(verb, "Sam").turning, IsEmpty()) << verb;
+  EXPECT_THAT(telling("Sam's not well", "Sam").turning, ElementsAre("not"));
+}
+
+TEST(NewsWords, TheFunctionWordsAreThese) {
+  EXPECT_THAT(
+      kFunctionWords,
+      testing::ElementsAreArray(std::vector<std::string_view>(
+          {"a",      "an",   "the",  "and",   "of",    "to",      "in",         "on",     "at",   "for",    "by",
+           "with",   "as",   "into", "i",     "me",    "my",      "we",         "us",     "our",  "you",    "your",
+           "he",     "him",  "his",  "she",   "her",   "hers",    "it",         "its",    "they", "them",   "their",
+           "theirs", "this", "that", "these", "those", "who",     "which",      "there",  "here", "am",     "is",
+           "are",    "was",  "were", "be",    "been",  "being",   "has",        "have",   "had",  "having", "do",
+           "does",   "did",  "will", "just",  "also",  "finally", "officially", "really", "very", "so"})));
+  EXPECT_THAT(kPassiveWords, ElementsAre("get", "gets", "got", "getting", "gotten"));
+  EXPECT_EQ(kTurningWords.size(), 141u);
+}
+
 TEST(NewsWords, StopWordsAreNoContent) {
   for (const std::string_view word : kStopWords) EXPECT_THAT(contentStems(word, ""), IsEmpty()) << word;
 }

@@ -34,6 +34,11 @@ TEST(SummaryGuardSentence, CutsAfterTheFirstSentence) {
            {"You and Sam talked about dinner", "You and Sam talked about dinner"},
            {"You and Sam wondered?! Yes.", "You and Sam wondered?!"},
            {"You and Sam had lunch.\nMore.", "You and Sam had lunch."},
+           {"You and Sam visited St. Paul with Dr. Hu and J. Roe. More.",
+            "You and Sam visited St. Paul with Dr. Hu and J. Roe."},
+           {"You and Sam left at 5 a.m. on Monday. More.", "You and Sam left at 5 a.m. on Monday."},
+           {"You and Sam Jr. had lunch. More.", "You and Sam Jr. had lunch."},
+           {"You and Sam met at 5 a.m.", "You and Sam met at 5 a.m."},
            // A mark that carries a combining mark is another character, and so is such a space.
            {"You and Sam talked.\u0301 More. End.", "You and Sam talked.\u0301 More."},
            {"You and Sam talked. \u0301More. End.", "You and Sam talked. \u0301More."},
@@ -63,6 +68,17 @@ TEST(SummaryGuardSentence, LosesLineBreaksDoubleQuotesAndSpaceAround) {
   EXPECT_EQ(checkSentence("You and Sam saw Joe\u2019s \u2018cat\u2019 and 'dog'.", "Sam"),
             "You and Sam saw Joe\u2019s \u2018cat\u2019 and 'dog'.");
   EXPECT_EQ(checkSentence("You\nand\nSam had dinner.", "Sam"), "You and Sam had dinner.");
+}
+
+TEST(SummaryGuardSentence, EveryLineBreakBecomesASpace) {
+  for (const char* lineBreak : {"\n", "\r\n", "\r", "\v", "\f", "\u0085", "\u2028", "\u2029"})
+    EXPECT_EQ(checkSentence(std::string("You and Sam had") + lineBreak + "lunch.", "Sam"), "You and Sam had lunch.");
+}
+
+TEST(SummaryGuardSentence, AFullStopOfTheNameEndsNoSentence) {
+  EXPECT_EQ(checkSentence("You and Sam jun. had lunch. More.", "Sam jun."), "You and Sam jun. had lunch.");
+  EXPECT_EQ(checkLately("Lately you and Sam jun. had lunch. More. End.", "Sam jun."),
+            "Lately you and Sam jun. had lunch. More.");
 }
 
 TEST(SummaryGuardSentence, HasBetweenTwentyAnd280Characters) {
@@ -142,12 +158,33 @@ TEST(SummaryGuardLately, HasMoreThanItsOpeningAndAtMost420Characters) {
 }
 
 TEST(SummaryGuardLink, FindsWhatCouldBeAnAddress) {
-  for (const char* text : {"http", "HTTPS", "so httpish", "www.", "WWW.x", "a://b", "://", "dinner.then", "x.yz",
-                           "a-.bc", "9.ab", "Joe's.Great", "A.BC", "mail me@x.org", "\u00E9a.bc\u0301",
-                           "\u043F\u0440\u0438\u043C\u0435\u0440.\u0440\u0444"})
+  for (const char* text : {"http",
+                           "HTTPS",
+                           "so httpish",
+                           "www.",
+                           "WWW.x",
+                           "a://b",
+                           "://",
+                           "dinner.then",
+                           "x.yz",
+                           "a-.bc",
+                           "9.ab",
+                           "Joe's.Great",
+                           "A.BC",
+                           "mail me@x.org",
+                           "\u00E9a.bc\u0301",
+                           "\u043F\u0440\u0438\u043C\u0435\u0440.\u0440\u0444",
+                           "evil\u2024com",
+                           "evil\u3002com",
+                           "evil\uFF0Ecom",
+                           "evil\uFF61com",
+                           "go evil\u200B.com",
+                           "\uFF57\uFF57\uFF57\uFF0Ex",
+                           "\uFF48\uFF54\uFF54\uFF50"})
     EXPECT_TRUE(looksLikeLink(text)) << text;
   for (const char* text : {"", ".", "..", "3.5", "a.b", "a. bc", "Mr. Smith", ".com", "\u00E9.bc", "dinner. Then",
-                           "a.b.c", "a..bc", "ww.", "e.g. this", "a.b1", "no : // link"})
+                           "a.b.c", "a..bc", "ww.", "e.g. this", "a.b1", "no : // link", "well\u2026then",
+                           "\u4F60\u597D\u3002\u518D\u89C1", "Sam\u2019s dinner\u3002 Then"})
     EXPECT_FALSE(looksLikeLink(text)) << text;
 }
 
