@@ -178,6 +178,7 @@ bool PlatformAdapters::isHelperOnBus() {
 
 bool PlatformAdapters::close() {
   _adapters->languageModel->close();
+  _adapters->secrets->close();
   return _adapters->scheduler.finish(kEndingPatience);
 }
 

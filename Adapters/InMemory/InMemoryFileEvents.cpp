@@ -18,8 +18,6 @@ class InMemoryFileEvents::Handle : public FileWatch {
 };
 
 std::unique_ptr<FileWatch> InMemoryFileEvents::watch(const std::filesystem::path& file, std::function<void()> handler) {
-  std::error_code error;
-  if (!std::filesystem::exists(file, error)) return nullptr;
   auto entry = std::make_shared<Entry>(Entry{file, std::move(handler)});
   _entries->push_back(entry);
   return std::make_unique<Handle>(_entries, std::move(entry));
@@ -28,7 +26,7 @@ std::unique_ptr<FileWatch> InMemoryFileEvents::watch(const std::filesystem::path
 void InMemoryFileEvents::raise(const std::filesystem::path& file) {
   const Entries entries = *_entries;
   for (const std::shared_ptr<Entry>& entry : entries)
-    if (entry->file == file && entry->handler) entry->handler();
+    if ((entry->file == file || entry->file.string() + "-wal" == file) && entry->handler) entry->handler();
 }
 
 }  // namespace pellora

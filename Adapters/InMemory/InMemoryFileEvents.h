@@ -1,4 +1,4 @@
-// File events that a test raises itself. Only files that exist can be watched, as on the real thing.
+// File events that a test raises itself.
 #pragma once
 
 #include <list>
@@ -11,7 +11,7 @@ class InMemoryFileEvents : public FileEvents {
  public:
   std::unique_ptr<FileWatch> watch(const std::filesystem::path& file, std::function<void()> handler) override;
 
-  // As if the file had been written once.
+  // As if the file, or the log that a database keeps, had been written once.
   void raise(const std::filesystem::path& file);
   std::size_t watchCount() const { return _entries->size(); }
 

@@ -2,6 +2,17 @@
 
 namespace pellora {
 
+class InMemorySecretStore::Observer : public SecretStoreObserver {
+ public:
+  Observer(std::shared_ptr<Observers> observers, std::function<void()> changed)
+      : _observers(std::move(observers)), _place(_observers->insert(_observers->end(), std::move(changed))) {}
+  ~Observer() override { _observers->erase(_place); }
+
+ private:
+  std::shared_ptr<Observers> _observers;
+  Observers::iterator _place;
+};
+
 SecretLookup InMemorySecretStore::find(const SecretAttributes& attributes) {
   if (_state == State::locked) return {SecretLookup::Outcome::locked, {}, "The keyring is locked."};
   if (_state == State::unavailable) return {SecretLookup::Outcome::unavailable, {}, "There is no keyring."};
@@ -26,7 +37,23 @@ SecretAddition InMemorySecretStore::add(const SecretAttributes& attributes, cons
   }
   _secrets.emplace_back(attributes, data);
   _lastLabel = label;
+  tellObservers();
   return {SecretAddition::Outcome::added, {}};
+}
+
+std::unique_ptr<SecretStoreObserver> InMemorySecretStore::observe(const SecretAttributes&,
+                                                                  std::function<void()> changed) {
+  return std::make_unique<Observer>(_observers, std::move(changed));
+}
+
+void InMemorySecretStore::setState(State state) {
+  _state = state;
+  tellObservers();
+}
+
+void InMemorySecretStore::tellObservers() const {
+  const Observers observers = *_observers;  // one of them may end its observation
+  for (const std::function<void()>& changed : observers) changed();
 }
 
 }  // namespace pellora

@@ -1,5 +1,6 @@
-// Notice of writes to one file. One commit may give several events; nothing is promised about their number.
-// Handlers are called on the main thread.
+// Notice of changes to one file, named by its path. A port because every platform has its own way to hear of them.
+// One commit to a database may give several events; nothing is promised about their number. Handlers are called on
+// the main thread.
 #pragma once
 
 #include <filesystem>
@@ -18,7 +19,11 @@ class FileEvents {
  public:
   virtual ~FileEvents() = default;
 
-  // Watches the file itself (not its name) for being written or extended. Null when it cannot be watched.
+  // Calls `handler` after the file at this path was written, truncated, created, deleted, replaced or given other
+  // permissions. The file need not exist yet, nor its folder. Symbolic links on the way are followed, and followed
+  // again when one of them or a folder changes. The log that a database keeps beside the file ("-wal" after its name)
+  // counts as part of the file as soon as something is written to it; an empty log, which readers may create, does not.
+  // Main thread; does not block. Null when the platform can't watch at the moment.
   virtual std::unique_ptr<FileWatch> watch(const std::filesystem::path& file, std::function<void()> handler) = 0;
 };
 

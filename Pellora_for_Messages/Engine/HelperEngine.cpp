@@ -2,21 +2,14 @@
 
 #include <QPointer>
 
-#include "PelloraMessagesCore/ChatDatabase.h"
+#include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "PelloraMessagesCore/Files/FileError.h"
 #include "PelloraMessagesCore/HelperExchange.h"
+#include "PelloraMessagesCore/HelperPeopleFile.h"
 #include "PelloraMessagesCore/HelperReadRequest.h"
 #include "Pellora_for_Messages/Engine/HelperEngineKeys.h"
 
 namespace pellora {
-
-namespace {
-
-std::filesystem::path logOf(const std::filesystem::path& database) {
-  return database.string() + "-wal";
-}
-
-}  // namespace
 
 HelperEngine::HelperEngine(HelperPlatform platform, QObject* parent)
     : QObject(parent),
@@ -41,7 +34,7 @@ void HelperEngine::start() {
   _timer = _platform.scheduler.every(kReadInterval, [self] {
     if (self) self->requestRead();
   });
-  armWatcher();
+  armWatchers();
   _readRequests = HelperReadRequest::observe(_platform.notifications, [self] {
     if (self) self->requestRead();
   });
@@ -94,6 +87,7 @@ void HelperEngine::finishCycle(const HelperReadCycle::Outcome& outcome) {
       break;
     case HelperReadCycle::Outcome::Kind::waitingForPellora:
       setState({State::Kind::waitingForPellora, {}});
+      if (_started) armWatchers();
       writeHeartbeat(HelperHeartbeat::Status::waitingForPellora);
       break;
     case HelperReadCycle::Outcome::Kind::failed:
@@ -151,11 +145,33 @@ void HelperEngine::resume() {
   requestRead();
 }
 
-void HelperEngine::armWatcher() {
-  if (_watcher) return;
+void HelperEngine::armWatchers() {
   const QPointer<HelperEngine> self(this);
-  _watcher = _platform.fileEvents.watch(logOf(_platform.chatDatabase), [self] {
-    if (self) self->debounce();
+  if (!_watcher)
+    _watcher = _platform.fileEvents.watch(_platform.chatDatabase, [self] {
+      if (self) self->storeChanged();
+    });
+  const auto obstacleChanged = [self] {
+    if (self) self->obstacleChanged();
+  };
+  const auto people = HelperPeopleFile::url(HelperExchange::folderURL(_platform.container));
+  if (!_peopleWatcher && people) _peopleWatcher = _platform.fileEvents.watch(*people, obstacleChanged);
+  if (!_keyObserver) _keyObserver = _platform.secrets.observe(ExchangeKeychain::attributes(), obstacleChanged);
+}
+
+void HelperEngine::storeChanged() {
+  if (_state.kind == State::Kind::needsFullDiskAccess)
+    obstacleChanged();
+  else
+    debounce();
+}
+
+// Something that a read may have missed changed: the store, the key or the people.
+void HelperEngine::obstacleChanged() {
+  if (_state.kind == State::Kind::idle || _state.kind == State::Kind::failed) return;
+  const QPointer<HelperEngine> self(this);
+  _recovery = _platform.scheduler.after(kSettling, [self] {
+    if (self) self->requestRead();
   });
 }
 
@@ -167,7 +183,7 @@ void HelperEngine::debounce() {
 }
 
 void HelperEngine::databaseIsReadable() {
-  if (_started) armWatcher();
+  if (_started) armWatchers();
 }
 
 void HelperEngine::peopleFound(std::int64_t count) {

@@ -24,6 +24,8 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
 
   static constexpr std::chrono::seconds kReadInterval{900};
   static constexpr std::chrono::seconds kDebounce{30};
+  // A store that is being copied into place, or people that are being imported, are read when they are quiet.
+  static constexpr std::chrono::seconds kSettling{2};
   // Still running so long after the announcement, the machine did not go to sleep or is awake again.
   static constexpr std::chrono::seconds kLongestFallingAsleep{120};
 
@@ -73,7 +75,9 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
   Task<void> runCycle();
   void finishCycle(const HelperReadCycle::Outcome& outcome);
   void writeHeartbeat(HelperHeartbeat::Status status);
-  void armWatcher();
+  void armWatchers();
+  void storeChanged();
+  void obstacleChanged();
   void debounce();
   void setState(State state);
 
@@ -95,8 +99,11 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
   bool _readAgain = false;
   std::unique_ptr<ScheduledCall> _timer;
   std::unique_ptr<FileWatch> _watcher;
+  std::unique_ptr<FileWatch> _peopleWatcher;
+  std::unique_ptr<SecretStoreObserver> _keyObserver;
   std::unique_ptr<ScheduledCall> _pending;
-  std::unique_ptr<ScheduledCall> _awake;  // ends a suspension that nobody ends
+  std::unique_ptr<ScheduledCall> _recovery;  // a read once what was missing may be there
+  std::unique_ptr<ScheduledCall> _awake;     // ends a suspension that nobody ends
   std::unique_ptr<NotificationObserver> _readRequests;
   std::shared_ptr<LatelySummaries> _summaries = std::make_shared<LatelySummaries>();
 };

@@ -60,7 +60,7 @@ class FileEventsContract : public testing::TestWithParam<Kind> {
 
   std::unique_ptr<World> world = GetParam().make();
   support::TemporaryFolder folder;
-  const std::filesystem::path file = folder / "chat.db-wal";
+  const std::filesystem::path file = folder / "chat.db";
   int calls = 0;
 };
 
@@ -82,8 +82,18 @@ TEST_P(FileEventsContract, EveryLaterWriteIsToldOfToo) {
   }
 }
 
-TEST_P(FileEventsContract, AFileThatDoesNotExistCannotBeWatched) {
-  EXPECT_FALSE(events().watch(folder / "missing", [this] { ++calls; }));
+TEST_P(FileEventsContract, AFileThatAppearsLaterIsToldOf) {
+  const auto watch = events().watch(folder / "later/chat.db", [this] { ++calls; });
+  ASSERT_TRUE(watch);
+  std::filesystem::create_directory(folder / "later");
+  world->write(folder / "later/chat.db");
+  EXPECT_TRUE(waitUntil([this] { return calls > 0; }));
+}
+
+TEST_P(FileEventsContract, TheLogBesideTheFileIsPartOfIt) {
+  const auto watch = events().watch(file, [this] { ++calls; });
+  world->write(file.string() + "-wal");
+  EXPECT_TRUE(waitUntil([this] { return calls > 0; }));
 }
 
 TEST_P(FileEventsContract, AnotherFileIsNotToldOf) {
@@ -130,31 +140,169 @@ INSTANTIATE_TEST_SUITE_P(Events, FileEventsContract,
                          testing::Values(Kind{"InMemory", make<MemoryWorld>}, Kind{"Inotify", make<KernelWorld>}),
                          [](const auto& kind) { return std::string(kind.param.name); });
 
-TEST(InotifyFileEvents, FollowsTheFileAndNotItsName) {
+TEST(InotifyFileEvents, ReadingAndWhatReadersCreateAreNoChanges) {
   const support::TemporaryFolder folder;
-  std::ofstream old(folder / "log");
-  old << "start" << std::flush;
+  std::ofstream(folder / "chat.db") << "start";
   int calls = 0;
   InotifyFileEvents events;
-  const auto watch = events.watch(folder / "log", [&] { ++calls; });
-  std::filesystem::rename(folder / "log", folder / "moved");
-  std::ofstream(folder / "log") << "another file";
+  const auto watch = events.watch(folder / "chat.db", [&] { ++calls; });
+  std::string content;
+  std::ifstream(folder / "chat.db") >> content;
+  std::ofstream(folder / "chat.db-wal").close();
+  std::ofstream(folder / "chat.db-shm") << "index";
+  std::ofstream(folder / "chat.db-walx") << "another file";
+  std::ofstream(folder / "other") << "another file";
+  std::filesystem::remove(folder / "chat.db-shm");
   EXPECT_FALSE(waitUntil([&] { return calls > 0; }, kQuiet));
-  old << "more" << std::flush;
+}
+
+// What may happen to a store: each is told of, and so is the next write to its log, wherever it lies then.
+struct Happening {
+  const char* name;
+  void (*act)(const std::filesystem::path& folder);
+};
+
+class InotifyFollows : public testing::TestWithParam<Happening> {};
+
+void write(const std::filesystem::path& file) {
+  std::ofstream(file, std::ios::app) << "more" << std::flush;
+}
+
+void makeStore(const std::filesystem::path& folder) {
+  std::filesystem::create_directories(folder);
+  write(folder / "chat.db");
+  write(folder / "chat.db-wal");
+}
+
+constexpr Happening kHappenings[] = {
+    {"LogDeletedAndCreatedAgain",
+     [](const std::filesystem::path& folder) {
+       std::filesystem::remove(folder / "Library/Messages/chat.db-wal");
+       write(folder / "Library/Messages/chat.db-wal");
+     }},
+    {"LogTruncated",
+     [](const std::filesystem::path& folder) {
+       std::filesystem::resize_file(folder / "Library/Messages/chat.db-wal", 0);
+     }},
+    {"LogMovedIntoPlace",
+     [](const std::filesystem::path& folder) {
+       write(folder / "new-wal");
+       std::filesystem::rename(folder / "new-wal", folder / "Library/Messages/chat.db-wal");
+     }},
+    {"DatabaseWritten", [](const std::filesystem::path& folder) { write(folder / "Library/Messages/chat.db"); }},
+    {"DatabaseReplaced",
+     [](const std::filesystem::path& folder) {
+       write(folder / "new.db");
+       std::filesystem::rename(folder / "new.db", folder / "Library/Messages/chat.db");
+     }},
+    {"DatabaseDeletedAndCopiedAgain",
+     [](const std::filesystem::path& folder) {
+       std::filesystem::remove(folder / "Library/Messages/chat.db");
+       write(folder / "Library/Messages/chat.db");
+     }},
+    {"DatabaseBecameALink",
+     [](const std::filesystem::path& folder) {
+       makeStore(folder / "elsewhere");
+       std::filesystem::create_symlink(folder / "elsewhere/chat.db", folder / "link");
+       std::filesystem::rename(folder / "link", folder / "Library/Messages/chat.db");
+     }},
+    {"FolderReplaced",
+     [](const std::filesystem::path& folder) {
+       std::filesystem::rename(folder / "Library/Messages", folder / "Library/Old");
+       makeStore(folder / "Library/Messages");
+     }},
+    {"FolderDeletedAndCreatedAgain",
+     [](const std::filesystem::path& folder) {
+       std::filesystem::remove_all(folder / "Library/Messages");
+       makeStore(folder / "Library/Messages");
+     }},
+    {"FolderAboveReplaced",
+     [](const std::filesystem::path& folder) {
+       std::filesystem::rename(folder / "Library", folder / "Old");
+       makeStore(folder / "Library/Messages");
+     }},
+    {"FolderBecameALink",
+     [](const std::filesystem::path& folder) {
+       makeStore(folder / "elsewhere");
+       std::filesystem::remove_all(folder / "Library/Messages");
+       std::filesystem::create_directory_symlink("../elsewhere", folder / "Library/Messages");
+     }},
+    {"ModeChanged",
+     [](const std::filesystem::path& folder) {
+       std::filesystem::permissions(folder / "Library/Messages/chat.db", std::filesystem::perms::owner_read);
+       std::filesystem::permissions(folder / "Library/Messages/chat.db", std::filesystem::perms::owner_all);
+     }},
+};
+
+TEST_P(InotifyFollows, TheStore) {
+  const support::TemporaryFolder folder;
+  makeStore(folder / "Library/Messages");
+  const std::filesystem::path store = folder / "Library/Messages/chat.db";
+  int calls = 0;
+  InotifyFileEvents events;
+  const auto watch = events.watch(store, [&] { ++calls; });
+  ASSERT_TRUE(watch);
+  for (const int round : {1, 2}) {
+    calls = 0;
+    GetParam().act(folder.path());
+    EXPECT_TRUE(waitUntil([&] { return calls > 0; })) << round;
+    waitUntil([] { return false; }, kQuiet);  // what is left of it
+    calls = 0;
+    write(std::filesystem::canonical(store).string() + "-wal");
+    EXPECT_TRUE(waitUntil([&] { return calls > 0; })) << round;
+    if (GetParam().name == std::string_view("FolderReplaced")) std::filesystem::remove_all(folder / "Library/Old");
+    if (GetParam().name == std::string_view("FolderAboveReplaced")) std::filesystem::remove_all(folder / "Old");
+    if (GetParam().name == std::string_view("FolderBecameALink")) std::filesystem::remove(folder / "Library/Messages");
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Events, InotifyFollows, testing::ValuesIn(kHappenings),
+                         [](const auto& happening) { return std::string(happening.param.name); });
+
+TEST(InotifyFileEvents, AStoreBehindALinkThatIsTurnedElsewhereIsFollowed) {
+  const support::TemporaryFolder folder;
+  makeStore(folder / "first");
+  makeStore(folder / "second");
+  std::filesystem::create_directory_symlink("first", folder / "Messages");
+  int calls = 0;
+  InotifyFileEvents events;
+  const auto watch = events.watch(folder / "Messages/chat.db", [&] { ++calls; });
+  write(folder / "first/chat.db-wal");
+  EXPECT_TRUE(waitUntil([&] { return calls > 0; }));
+  waitUntil([] { return false; }, kQuiet);
+  calls = 0;
+  std::filesystem::create_directory_symlink("second", folder / "turned");
+  std::filesystem::rename(folder / "turned", folder / "Messages");
+  EXPECT_TRUE(waitUntil([&] { return calls > 0; }));
+  calls = 0;
+  write(folder / "first/chat.db-wal");
+  EXPECT_FALSE(waitUntil([&] { return calls > 0; }, kQuiet));
+  write(folder / "second/chat.db-wal");
   EXPECT_TRUE(waitUntil([&] { return calls > 0; }));
 }
 
-TEST(InotifyFileEvents, ReadingDeletingAndRenamingAreNoWrites) {
+TEST(InotifyFileEvents, LinksInACircleEndTheSearch) {
   const support::TemporaryFolder folder;
-  std::ofstream(folder / "log") << "start";
+  std::filesystem::create_symlink("second", folder / "first");
+  std::filesystem::create_symlink("first", folder / "second");
   int calls = 0;
   InotifyFileEvents events;
-  const auto watch = events.watch(folder / "log", [&] { ++calls; });
-  std::string content;
-  std::ifstream(folder / "log") >> content;
-  std::filesystem::permissions(folder / "log", std::filesystem::perms::owner_read);
-  std::filesystem::rename(folder / "log", folder / "moved");
-  std::filesystem::remove(folder / "moved");
+  const auto watch = events.watch(folder / "first/chat.db", [&] { ++calls; });
+  std::filesystem::remove(folder / "first");
+  makeStore(folder / "first");
+  EXPECT_TRUE(waitUntil([&] { return calls > 0; }));
+}
+
+TEST(InotifyFileEvents, OtherFilesInTheFoldersOnTheWayAreNoEvents) {
+  const support::TemporaryFolder folder;
+  makeStore(folder / "Library/Messages");
+  int calls = 0;
+  InotifyFileEvents events;
+  const auto watch = events.watch(folder / "Library/Messages/chat.db", [&] { ++calls; });
+  write(folder / "Library/file");
+  write(folder / "file");
+  std::filesystem::create_directory(folder / "Library/Other");
+  std::filesystem::remove_all(folder / "Library/Other");
   EXPECT_FALSE(waitUntil([&] { return calls > 0; }, kQuiet));
 }
 
@@ -186,7 +334,7 @@ TEST(InotifyFileEvents, AStoreThatAnotherProcessWritesInWalModeIsToldOf) {
   ASSERT_EQ(first.readLine(), "written");
   int calls = 0;
   InotifyFileEvents events;
-  const auto watch = events.watch(store.string() + "-wal", [&] { ++calls; });
+  const auto watch = events.watch(store, [&] { ++calls; });
   ASSERT_TRUE(watch);
   support::ChildProcess second(PELLORA_PLATFORM_PROBE, {"write-wal", store.string(), "200"});
   EXPECT_TRUE(waitUntil([&] { return calls > 0; }));

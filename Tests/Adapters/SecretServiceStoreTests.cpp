@@ -6,6 +6,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
+#include <future>
 #include <set>
 
 #include "Adapters/Linux/Secrets/MakeSecretStore.h"
@@ -202,6 +203,45 @@ TEST_F(SecretServiceStoreTest, AServiceThatNeverAnswersIsGivenUp) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, kQuickly);
   EXPECT_EQ(lookup.outcome, Outcome::unavailable);
   EXPECT_THAT(lookup.reason, HasSubstr("doesn't answer."));
+}
+
+TEST_F(SecretServiceStoreTest, ClosingEndsACallThatWaitsInAnotherThreadAndLaterOnes) {
+  ChildProcess service(PELLORA_PLATFORM_PROBE, {"silent-service", "org.freedesktop.secrets"});
+  ASSERT_EQ(service.readLine(), "ready");
+  SecretServiceStore patient(std::chrono::hours(1));
+  std::promise<void> begun;
+  auto waiting = std::async(std::launch::async, [&] {
+    begun.set_value();
+    return patient.find(attributes);
+  });
+  begun.get_future().wait();
+  patient.close();
+  EXPECT_EQ(waiting.get().outcome, Outcome::unavailable);
+  EXPECT_EQ(patient.find(attributes).outcome, Outcome::unavailable);
+  EXPECT_EQ(patient.add(attributes, "a label", kFirst).outcome, Added::failed);
+}
+
+TEST_F(SecretServiceStoreTest, UnlockingTheKeyringIsToldOf) {
+  ASSERT_TRUE(keyring->start(true));
+  ASSERT_EQ(store.add(attributes, "a label", kFirst).outcome, Added::added);
+  ASSERT_TRUE(keyring->lock());
+  ASSERT_EQ(store.find(attributes).outcome, Outcome::locked);
+  bool isFound = false;
+  const auto observer =
+      store.observe(attributes, [&] { isFound = isFound || store.find(attributes).outcome == Outcome::found; });
+  ASSERT_TRUE(observer);
+  ASSERT_TRUE(keyring->unlock());
+  EXPECT_TRUE(support::waitUntil([&] { return isFound; }));
+}
+
+TEST_F(SecretServiceStoreTest, AServiceThatStartsLaterIsToldOf) {
+  bool isFound = false;
+  const auto observer =
+      store.observe(attributes, [&] { isFound = isFound || store.find(attributes).outcome == Outcome::absent; });
+  ASSERT_TRUE(observer);
+  ASSERT_EQ(store.find(attributes).outcome, Outcome::unavailable);
+  ASSERT_TRUE(keyring->start(true));
+  EXPECT_TRUE(support::waitUntil([&] { return isFound; }));
 }
 
 TEST(SecretServiceStoreWithoutABus, IsUnavailableAtOnceAndStartsNoBus) {

@@ -6,6 +6,7 @@
 #include "Adapters/Linux/Secrets/KeyFileSecretStore.h"
 #include "Adapters/Linux/Secrets/SecretServiceStore.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
+#include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/PrivateKeyring.h"
 
 namespace pellora {
@@ -146,6 +147,24 @@ TEST_P(SecretStoreContract, TheKeychainCreatesOneKeyAndFindsItAgain) {
   ASSERT_TRUE(created);
   EXPECT_EQ(ExchangeKeychain::load(store()), created);
   EXPECT_EQ(ExchangeKeychain::loadOrCreate(store()), created);
+}
+
+TEST_P(SecretStoreContract, ASecretThatWasAddedIsToldOf) {
+  bool isFound = false;
+  const auto observer =
+      store().observe(kAttributes, [&] { isFound = isFound || store().find(kAttributes).outcome == Outcome::found; });
+  ASSERT_TRUE(observer);
+  store().add(kAttributes, "a label", bytes("first"));
+  EXPECT_TRUE(support::waitUntil([&] { return isFound; }));
+}
+
+TEST_P(SecretStoreContract, AnObserverThatIsGoneIsSilent) {
+  int calls = 0;
+  auto observer = store().observe(kAttributes, [&] { ++calls; });
+  observer.reset();
+  calls = 0;
+  store().add(kAttributes, "a label", bytes("first"));
+  EXPECT_FALSE(support::waitUntil([&] { return calls > 0; }, std::chrono::milliseconds(100)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, SecretStoreContract,

@@ -50,7 +50,7 @@ TEST(HelperEngine, ReadsAtStartAndASecondStartDoesNothing) {
   engine->start();
   EXPECT_EQ(readsOf(world), 1);
   EXPECT_EQ(world.notifications.observerCount(), 1U);
-  EXPECT_EQ(world.fileEvents.watchCount(), 1U);
+  EXPECT_EQ(world.fileEvents.watchCount(), 2U);  // store and people
   EXPECT_EQ(engine->state().kind, Kind::idle);
 }
 
@@ -109,7 +109,7 @@ TEST(HelperEngine, ReadsThirtySecondsAfterTheLastWriteToTheLog) {
   EXPECT_EQ(readsOf(world), 2);
 }
 
-TEST(HelperEngine, ArmsTheWatcherWithTheFirstReadThatFindsTheDatabaseReadable) {
+TEST(HelperEngine, AStoreThatAppearsIsReadTwoSecondsAfterItsLastChangeAndThenFollowed) {
   EngineWorld world;
   const auto hidden = world.folder / "hidden";
   world.store.reset();
@@ -117,14 +117,50 @@ TEST(HelperEngine, ArmsTheWatcherWithTheFirstReadThatFindsTheDatabaseReadable) {
   const auto engine = world.makeEngine();
   engine->start();
   EXPECT_EQ(engine->state().kind, Kind::needsFullDiskAccess);
-  EXPECT_EQ(world.fileEvents.watchCount(), 0U);
   std::filesystem::rename(hidden, world.database.parent_path());
-  StoreConnection writer(world.database, StoreConnection::Mode::existing);
-  writer.execute("PRAGMA journal_mode=WAL; INSERT INTO message(guid, text, date) VALUES('x', 'hi', 0)");
-  engine->requestRead();
-  EXPECT_EQ(world.fileEvents.watchCount(), 1U);
-  engine->requestRead();
-  EXPECT_EQ(world.fileEvents.watchCount(), 1U);
+  world.fileEvents.raise(world.database);
+  world.scheduler.advance(1s);
+  world.fileEvents.raise(world.database);
+  world.scheduler.advance(1999ms);
+  EXPECT_EQ(engine->state().kind, Kind::needsFullDiskAccess);
+  world.scheduler.advance(1ms);
+  EXPECT_EQ(engine->state().kind, Kind::idle);
+  EXPECT_EQ(readsOf(world), 1);
+  world.fileEvents.raise(logOf(world));
+  world.scheduler.advance(29s);
+  EXPECT_EQ(readsOf(world), 1);
+  world.scheduler.advance(1s);
+  EXPECT_EQ(readsOf(world), 2);
+}
+
+TEST(HelperEngine, PeopleThatAppearAreReadTwoSecondsLater) {
+  EngineWorld world;
+  const auto people = world.shared / "people.json";
+  std::filesystem::rename(people, world.folder / "hidden");
+  const auto engine = world.makeEngine();
+  engine->start();
+  EXPECT_EQ(engine->state().kind, Kind::waitingForPellora);
+  std::filesystem::rename(world.folder / "hidden", people);
+  world.fileEvents.raise(people);
+  world.scheduler.advance(2s);
+  EXPECT_EQ(engine->state().kind, Kind::idle);
+  world.fileEvents.raise(people);  // where nothing is missing, people wait for the next read
+  world.scheduler.advance(1min);
+  EXPECT_EQ(readsOf(world), 1);
+}
+
+TEST(HelperEngine, AKeyringThatIsUnlockedIsReadTwoSecondsLater) {
+  EngineWorld world;
+  world.secrets.setState(InMemorySecretStore::State::locked);
+  const auto engine = world.makeEngine();
+  engine->start();
+  EXPECT_EQ(engine->state().kind, Kind::waitingForPellora);
+  EXPECT_EQ(world.secrets.observerCount(), 1U);
+  world.secrets.setState(InMemorySecretStore::State::open);
+  world.scheduler.advance(1999ms);
+  EXPECT_EQ(readsOf(world), 0);
+  world.scheduler.advance(1ms);
+  EXPECT_EQ(engine->state().kind, Kind::idle);
 }
 
 TEST(HelperEngine, ReadsAtOnceOnTheReadNowSignal) {

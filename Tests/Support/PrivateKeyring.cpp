@@ -3,6 +3,7 @@
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <atomic>
@@ -10,6 +11,23 @@
 #include "EventLoopWait.h"
 
 namespace pellora::support {
+
+// A secret as it travels in a session without encryption.
+struct PlainSecret {
+  QDBusObjectPath session;
+  QByteArray value;
+};
+
+QDBusArgument& operator<<(QDBusArgument& argument, const PlainSecret& secret) {
+  argument.beginStructure();
+  argument << secret.session << QByteArray() << secret.value << QStringLiteral("text/plain");
+  argument.endStructure();
+  return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, PlainSecret&) {
+  return argument;
+}
 
 namespace {
 
@@ -52,6 +70,30 @@ bool PrivateKeyring::lock() {
   const QDBusMessage answer =
       call(_bus.address(), "/org/freedesktop/secrets", "org.freedesktop.Secret.Service", "Lock", {paths});
   return answer.type() == QDBusMessage::ReplyMessage;
+}
+
+bool PrivateKeyring::unlock() {
+  qDBusRegisterMetaType<PlainSecret>();
+  const QString name = QStringLiteral("private-keyring-unlock");
+  bool isDone = false;
+  {
+    QDBusConnection connection = QDBusConnection::connectToBus(QString::fromStdString(_bus.address()), name);
+    const auto ask = [&connection](const char* interface, const char* method, const QVariantList& arguments) {
+      QDBusMessage message =
+          QDBusMessage::createMethodCall(QLatin1String(kService), QStringLiteral("/org/freedesktop/secrets"),
+                                         QLatin1String(interface), QLatin1String(method));
+      message.setArguments(arguments);
+      return connection.call(message, QDBus::Block, 10'000);
+    };
+    const QDBusMessage session = ask("org.freedesktop.Secret.Service", "OpenSession",
+                                     {QStringLiteral("plain"), QVariant::fromValue(QDBusVariant(QString()))});
+    const PlainSecret password{session.arguments().value(1).value<QDBusObjectPath>(), "password"};
+    isDone = ask("org.gnome.keyring.InternalUnsupportedGuiltRiddenInterface", "UnlockWithMasterPassword",
+                 {QVariant::fromValue(QDBusObjectPath(QLatin1String(kLoginCollection))), QVariant::fromValue(password)})
+                 .type() == QDBusMessage::ReplyMessage;
+  }
+  QDBusConnection::disconnectFromBus(name);
+  return isDone;
 }
 
 std::vector<std::string> PrivateKeyring::items() const {

@@ -18,6 +18,8 @@ class PrivateKeyring {
 
   // Locks the login collection of the running daemon.
   bool lock();
+  // Unlocks it as a login does, with the password.
+  bool unlock();
 
   // All items of the login collection that the daemon tells of, by object path; locked ones included.
   std::vector<std::string> items() const;

@@ -1,6 +1,8 @@
-// Watches files through the kernel's inotify and the event loop of the main thread. A watch follows the file that it
-// was made for, whatever becomes of its name, and sleeps until the file is written. A burst of writes is taken from
-// the kernel in one go and calls the handler once. A handler may end its own watch.
+// Watches files through the kernel's inotify and the event loop of the main thread, without ever polling. The folder
+// in which the file really lies is watched, links resolved; every folder and link on the way tells when it goes, and
+// the path is then resolved again. Of a path that does not exist yet, the last folder that exists is watched for the
+// next name. A burst of changes is taken from the kernel in one go and calls the handler once. A handler may end its
+// own watch. A file system mounted over a part of the path goes unnoticed.
 // Tested by Tests/Adapters/FileEventsTests.cpp.
 #pragma once
 

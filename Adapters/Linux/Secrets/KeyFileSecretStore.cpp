@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "Adapters/Linux/Files/FileLock.h"
+#include "Adapters/Linux/Files/InotifyFileEvents.h"
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 
 namespace pellora {
@@ -167,6 +168,12 @@ SecretAddition::Outcome addFile(const std::filesystem::path& file, const SecretB
   return SecretAddition::Outcome::added;
 }
 
+struct FileObserver : SecretStoreObserver {
+  explicit FileObserver(std::unique_ptr<FileWatch> fileWatch) : watch(std::move(fileWatch)) {}
+
+  std::unique_ptr<FileWatch> watch;
+};
+
 }  // namespace
 
 SecretLookup KeyFileSecretStore::find(const SecretAttributes& attributes) {
@@ -189,6 +196,17 @@ SecretAddition KeyFileSecretStore::add(const SecretAttributes& attributes, const
   } catch (const Refusal& refusal) {
     return {SecretAddition::Outcome::failed, refusal.reason};
   }
+}
+
+std::unique_ptr<SecretStoreObserver> KeyFileSecretStore::observe(const SecretAttributes& attributes,
+                                                                 std::function<void()> changed) {
+  try {
+    auto watch = InotifyFileEvents().watch(folderFor(_base, attributes) / attributes.account, std::move(changed));
+    if (watch) return std::make_unique<FileObserver>(std::move(watch));
+  } catch (const Refusal&) {
+    // Without a place for the file there is nothing to watch.
+  }
+  return nullptr;
 }
 
 }  // namespace pellora

@@ -20,6 +20,9 @@ class KeyFileSecretStore : public SecretStore {
 
   SecretLookup find(const SecretAttributes& attributes) override;
   SecretAddition add(const SecretAttributes& attributes, const std::string& label, const SecretBytes& data) override;
+  std::unique_ptr<SecretStoreObserver> observe(const SecretAttributes& attributes,
+                                               std::function<void()> changed) override;
+  void close() override {}
 
  private:
   std::optional<std::filesystem::path> _base;

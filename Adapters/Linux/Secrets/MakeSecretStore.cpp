@@ -18,6 +18,10 @@ class UnavailableSecretStore : public SecretStore {
   SecretAddition add(const SecretAttributes&, const std::string&, const SecretBytes&) override {
     return {SecretAddition::Outcome::failed, _reason};
   }
+  std::unique_ptr<SecretStoreObserver> observe(const SecretAttributes&, std::function<void()>) override {
+    return nullptr;
+  }
+  void close() override {}
 
  private:
   std::string _reason;

@@ -3,15 +3,56 @@
 #define SECRET_API_SUBJECT_TO_CHANGE
 #include <libsecret/secret.h>
 
+#include <algorithm>
+#include <condition_variable>
 #include <limits>
-#include <type_traits>
+#include <mutex>
+#include <thread>
 
 #include "Adapters/Linux/Desktop/SessionBusAddress.h"
-#include "Adapters/Linux/Secrets/CallDeadline.h"
 
 namespace pellora {
 
 namespace {
+
+// Cancels GLib operations once their time is over: blocking calls that have no time-out of their own take
+// `cancellable()`.
+class CallDeadline {
+ public:
+  explicit CallDeadline(std::chrono::milliseconds patience) : _end(std::chrono::steady_clock::now() + patience) {
+    _guard = std::thread([this] {
+      std::unique_lock lock(_mutex);
+      if (!_wake.wait_until(lock, _end, [this] { return _isFinished; })) g_cancellable_cancel(_cancellable);
+    });
+  }
+  CallDeadline(const CallDeadline&) = delete;
+  CallDeadline& operator=(const CallDeadline&) = delete;
+  ~CallDeadline() {
+    {
+      const std::lock_guard lock(_mutex);
+      _isFinished = true;
+    }
+    _wake.notify_one();
+    _guard.join();
+    g_object_unref(_cancellable);
+  }
+
+  GCancellable* cancellable() const { return _cancellable; }
+  // At least 1.
+  int remainingMilliseconds() const {
+    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(_end - std::chrono::steady_clock::now());
+    return static_cast<int>(std::max<std::int64_t>(rest.count(), 1));
+  }
+  bool isOver() const { return g_cancellable_is_cancelled(_cancellable) != 0; }
+
+ private:
+  std::chrono::steady_clock::time_point _end;
+  GCancellable* _cancellable = g_cancellable_new();
+  std::mutex _mutex;
+  std::condition_variable _wake;
+  bool _isFinished = false;
+  std::thread _guard;
+};
 
 constexpr char kService[] = "org.freedesktop.secrets";
 constexpr char kServicePath[] = "/org/freedesktop/secrets";
@@ -78,7 +119,10 @@ std::vector<std::string> paths(GVariant* list) {
 
 class SecretServiceSession::Connection {
  public:
-  explicit Connection(std::chrono::milliseconds patience) : deadline(patience) {
+  explicit Connection(std::chrono::milliseconds patience) : deadline(patience) {}
+
+  void open() {
+    if (service) return;
     if (!SessionBusAddress::find()) throw Failure{false, "There is no session bus."};
     GError* error = nullptr;
     _bus.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, deadline.cancellable(), &error));
@@ -92,9 +136,11 @@ class SecretServiceSession::Connection {
   // Takes a floating `arguments`. The answer has the type asked for.
   Owned<GVariant> call(const std::string& path, const char* interface, const char* method, GVariant* arguments,
                        const char* answerType) {
+    const Owned<GVariant> given(g_variant_ref_sink(arguments == nullptr ? g_variant_new_tuple(nullptr, 0) : arguments));
+    open();
     GError* error = nullptr;
     Owned<GVariant> answer(g_dbus_connection_call_sync(
-        _bus.get(), kService, path.c_str(), interface, method, arguments, G_VARIANT_TYPE(answerType),
+        _bus.get(), kService, path.c_str(), interface, method, given.get(), G_VARIANT_TYPE(answerType),
         G_DBUS_CALL_FLAGS_NONE, deadline.remainingMilliseconds(), deadline.cancellable(), &error));
     if (!answer) throw failureOf(error, deadline);
     return answer;
@@ -136,6 +182,10 @@ SecretServiceSession::SecretServiceSession(std::chrono::milliseconds patience)
 
 SecretServiceSession::~SecretServiceSession() = default;
 
+void SecretServiceSession::cancel() {
+  g_cancellable_cancel(_connection->deadline.cancellable());
+}
+
 SecretServiceSession::Items SecretServiceSession::search(const SecretAttributes& attributes) {
   const Owned<GVariant> answer =
       _connection->call(kServicePath, kServiceInterface, "SearchItems",
@@ -151,6 +201,7 @@ std::uint64_t SecretServiceSession::created(const std::string& item) {
 }
 
 SecretBytes SecretServiceSession::secret(const std::string& item) {
+  _connection->open();
   GError* error = nullptr;
   const Owned<SecretValue> value(secret_service_get_secret_for_dbus_path_sync(
       _connection->service.get(), item.c_str(), _connection->deadline.cancellable(), &error));
@@ -182,6 +233,7 @@ bool SecretServiceSession::isLocked(const std::string& collection) {
 
 std::string SecretServiceSession::createItem(const std::string& collection, const SecretAttributes& attributes,
                                              const std::string& label, const SecretBytes& data) {
+  _connection->open();
   GVariantBuilder properties;
   g_variant_builder_init(&properties, G_VARIANT_TYPE("a{sv}"));
   g_variant_builder_add(&properties, "{sv}", "org.freedesktop.Secret.Item.Label", g_variant_new_string(label.c_str()));

@@ -1,5 +1,6 @@
 // One conversation with the desktop's secret service: a connection to the session bus and an encrypted session on
-// it. Every call is synchronous, all of them together end within the patience given, and none ever prompts the user.
+// it, made by the first call. Calls are synchronous, all of them together end within the patience given, and none
+// ever prompts the user. A conversation belongs to one thread, which may be any; only cancel() may come from another.
 // Failures are thrown as SecretServiceSession::Failure. Tested by Tests/Adapters/SecretServiceStoreTests.cpp.
 #pragma once
 
@@ -27,6 +28,9 @@ class SecretServiceSession {
 
   explicit SecretServiceSession(std::chrono::milliseconds patience);
   ~SecretServiceSession();
+
+  // Lets the running call and all later ones fail. Any thread.
+  void cancel();
 
   Items search(const SecretAttributes& attributes);
   // Seconds since 1970; the largest number when the service does not tell.

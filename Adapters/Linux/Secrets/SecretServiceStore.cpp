@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <tuple>
 
+#include "Adapters/Linux/Desktop/BusSignalReceiver.h"
+#include "Adapters/Linux/Desktop/PrivateBusConnection.h"
+#include "Adapters/Linux/Desktop/SessionBusAddress.h"
 #include "Adapters/Linux/Files/FileLock.h"
 #include "Adapters/Linux/Files/RuntimeFolder.h"
 #include "Adapters/Linux/Secrets/SecretServiceSession.h"
@@ -68,9 +71,7 @@ FileLock lockOthersOut() {
 }
 
 SecretAddition::Outcome addItem(const SecretAttributes& attributes, const std::string& label, const SecretBytes& data,
-                                std::chrono::milliseconds patience) {
-  const FileLock lock = lockOthersOut();
-  SecretServiceSession session(patience);
+                                SecretServiceSession& session) {
   if (findItem(session, attributes)) return SecretAddition::Outcome::duplicate;
   const auto collection = lastingCollection(session);
   if (!collection) throw Failure{false, kNoCollectionReason};
@@ -82,14 +83,61 @@ SecretAddition::Outcome addItem(const SecretAttributes& attributes, const std::s
   return SecretAddition::Outcome::duplicate;
 }
 
+// The service itself, and every collection as it is locked, unlocked or changed otherwise.
+class ServiceObserver : public SecretStoreObserver {
+ public:
+  ServiceObserver(const std::string& address, const std::function<void()>& changed)
+      : _connection(address), _receiver([changed](bool) { changed(); }) {}
+
+  bool listen() {
+    const QString service = QStringLiteral("org.freedesktop.secrets");
+    const QString bus = QStringLiteral("org.freedesktop.DBus");
+    const char* slot = BusSignalReceiver::plainSlot();
+    QDBusConnection& connection = _connection.bus();
+    return _connection.isConnected() &&
+           connection.connect(bus, QStringLiteral("/org/freedesktop/DBus"), bus, QStringLiteral("NameOwnerChanged"),
+                              {service}, QString(), &_receiver, slot) &&
+           connection.connect(service, QString(), QStringLiteral("org.freedesktop.DBus.Properties"),
+                              QStringLiteral("PropertiesChanged"),
+                              {QStringLiteral("org.freedesktop.Secret.Collection")}, QString(), &_receiver, slot) &&
+           connection.connect(service, QString(), QStringLiteral("org.freedesktop.Secret.Service"),
+                              QStringLiteral("CollectionChanged"), &_receiver, slot);
+  }
+
+ private:
+  PrivateBusConnection _connection;
+  BusSignalReceiver _receiver;
+};
+
 }  // namespace
+
+// Lets close() reach the call while it lasts.
+class SecretServiceStore::Call {
+ public:
+  explicit Call(SecretServiceStore& store) : session(store._patience), _store(store) {
+    const std::lock_guard lock(store._mutex);
+    if (store._isClosed) session.cancel();
+    store._running = &session;
+  }
+  Call(const Call&) = delete;
+  Call& operator=(const Call&) = delete;
+  ~Call() {
+    const std::lock_guard lock(_store._mutex);
+    _store._running = nullptr;
+  }
+
+  SecretServiceSession session;
+
+ private:
+  SecretServiceStore& _store;
+};
 
 SecretLookup SecretServiceStore::find(const SecretAttributes& attributes) {
   try {
-    SecretServiceSession session(_patience);
-    const auto item = findItem(session, attributes);
+    Call call(*this);
+    const auto item = findItem(call.session, attributes);
     if (!item) return {};
-    return {SecretLookup::Outcome::found, session.secret(*item), {}};
+    return {SecretLookup::Outcome::found, call.session.secret(*item), {}};
   } catch (const Failure& failure) {
     const auto outcome = failure.locked ? SecretLookup::Outcome::locked : SecretLookup::Outcome::unavailable;
     return {outcome, {}, failure.reason};
@@ -99,11 +147,28 @@ SecretLookup SecretServiceStore::find(const SecretAttributes& attributes) {
 SecretAddition SecretServiceStore::add(const SecretAttributes& attributes, const std::string& label,
                                        const SecretBytes& data) {
   try {
-    return {addItem(attributes, label, data, _patience), {}};
+    const FileLock lock = lockOthersOut();
+    Call call(*this);
+    return {addItem(attributes, label, data, call.session), {}};
   } catch (const Failure& failure) {
     const auto outcome = failure.locked ? SecretAddition::Outcome::locked : SecretAddition::Outcome::failed;
     return {outcome, failure.reason};
   }
+}
+
+std::unique_ptr<SecretStoreObserver> SecretServiceStore::observe(const SecretAttributes&,
+                                                                 std::function<void()> changed) {
+  const auto address = SessionBusAddress::find();
+  if (!address) return nullptr;
+  auto observer = std::make_unique<ServiceObserver>(*address, changed);
+  if (!observer->listen()) return nullptr;
+  return observer;
+}
+
+void SecretServiceStore::close() {
+  const std::lock_guard lock(_mutex);
+  _isClosed = true;
+  if (_running != nullptr) _running->cancel();
 }
 
 }  // namespace pellora

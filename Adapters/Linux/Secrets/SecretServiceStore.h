@@ -9,10 +9,13 @@
 #pragma once
 
 #include <chrono>
+#include <mutex>
 
 #include "PelloraMessagesCore/Ports/SecretStore.h"
 
 namespace pellora {
+
+class SecretServiceSession;
 
 class SecretServiceStore : public SecretStore {
  public:
@@ -21,9 +24,18 @@ class SecretServiceStore : public SecretStore {
 
   SecretLookup find(const SecretAttributes& attributes) override;
   SecretAddition add(const SecretAttributes& attributes, const std::string& label, const SecretBytes& data) override;
+  // Listens to the service on a connection to the bus of its own.
+  std::unique_ptr<SecretStoreObserver> observe(const SecretAttributes& attributes,
+                                               std::function<void()> changed) override;
+  void close() override;
 
  private:
+  class Call;
+
   std::chrono::milliseconds _patience;
+  std::mutex _mutex;  // guards what follows
+  SecretServiceSession* _running = nullptr;
+  bool _isClosed = false;
 };
 
 }  // namespace pellora
