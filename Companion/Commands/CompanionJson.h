@@ -8,7 +8,7 @@
 
 #include "Companion/Commands/StatusReport.h"
 #include "Companion/KeyState.h"
-#include "Companion/Lately/NamedLately.h"
+#include "Companion/Lately/LatelyStore.h"
 #include "Companion/People/ImportOutcome.h"
 
 namespace pellora::companion_json {

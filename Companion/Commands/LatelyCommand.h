@@ -11,7 +11,7 @@ namespace pellora {
 struct LatelyCommand {
   std::optional<std::string> person;  // as PersonChoice takes it; absent: everybody
   bool json = false;
-  std::string htmlFile;  // empty: to standard output as text
+  std::string htmlFile;  // of a page, "-" is standard output; empty: text instead
 
   // Throws CompanionFailure.
   CommandResult run(const CompanionContext& context) const;

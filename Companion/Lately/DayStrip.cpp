@@ -1,6 +1,7 @@
 #include "Companion/Lately/DayStrip.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 #include <unordered_map>
 
@@ -22,6 +23,22 @@ std::string_view bar(std::int64_t count, std::int64_t largest) {
   const double share = static_cast<double>(count) / static_cast<double>(largest);
   const auto step = static_cast<std::int64_t>(share * static_cast<double>(steps) + 0.999) - 1;
   return kBars[static_cast<std::size_t>(std::clamp<std::int64_t>(step, 0, steps - 1))];
+}
+
+// Of the picture, in its own units.
+constexpr int kBarWidth = 14;
+constexpr int kBarGap = 6;
+constexpr int kHalf = 44;  // height of the tallest bar
+
+std::string rect(int x, int y, int height, const char* role, const std::string& title) {
+  return "<rect class=\"" + std::string(role) + "\" x=\"" + std::to_string(x) + "\" y=\"" + std::to_string(y) +
+         "\" width=\"" + std::to_string(kBarWidth) + "\" height=\"" + std::to_string(height) + "\" rx=\"2\"><title>" +
+         title + "</title></rect>";
+}
+
+int heightOf(std::int64_t count, std::int64_t largest) {
+  if (count <= 0 || largest <= 0) return 0;
+  return static_cast<int>(std::ceil(kHalf * (static_cast<double>(count) / static_cast<double>(largest))));
 }
 
 }  // namespace
@@ -71,6 +88,27 @@ std::string DayStrip::text(const OutputStyle& style) const {
   text += display::padded("Sent", kLabelWidth) + style.paint(Ink::green, sent) + "\n";
   text += display::padded("Received", kLabelWidth) + style.paint(Ink::blue, received) + "\n";
   return text;
+}
+
+std::string DayStrip::picture(const std::string& description) const {
+  const int width = static_cast<int>(days.size()) * (kBarWidth + kBarGap);
+  const int height = 2 * kHalf + 2;
+  const std::int64_t most = largest();
+  std::string svg = "<svg viewBox=\"0 0 " + std::to_string(width) + " " + std::to_string(height) +
+                    "\" role=\"img\" aria-label=\"" + description + "\">";
+  svg += "<line x1=\"0\" x2=\"" + std::to_string(width) + "\" y1=\"" + std::to_string(kHalf) + "\" y2=\"" +
+         std::to_string(kHalf) + "\"/>";
+  int x = kBarGap / 2;
+  for (const Day& day : days) {
+    const std::string date = date_text::shortDate(day.date);
+    const int sent = heightOf(day.sent, most);
+    const int received = heightOf(day.received, most);
+    if (sent > 0) svg += rect(x, kHalf - sent, sent, "sent", date + ": " + std::to_string(day.sent) + " sent");
+    if (received > 0)
+      svg += rect(x, kHalf + 1, received, "received", date + ": " + std::to_string(day.received) + " received");
+    x += kBarWidth + kBarGap;
+  }
+  return svg + "</svg>";
 }
 
 }  // namespace pellora

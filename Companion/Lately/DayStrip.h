@@ -1,4 +1,5 @@
-// Sent and received counts of one person, one pair a calendar day, over the days that end today.
+// How many texts went each way between the user and one person, per calendar day, over the days that end today: as
+// bars for a terminal and as a picture for a page.
 // Tested by Tests/Companion/DayStripTests.cpp.
 #pragma once
 
@@ -29,8 +30,12 @@ struct DayStrip {
   std::int64_t largest() const;  // of all counts
   bool isEmpty() const { return largest() == 0; }
 
-  // Three lines: the days' ends, sent, received. The oldest days go when the width does not take them all.
+  // Three lines: the days' ends, sent, received. Leaves out the oldest days that do not fit the width.
   std::string text(const OutputStyle& style) const;
+
+  // An inline SVG, sent above the line and received below; `description` says in words what it shows, and is escaped
+  // already.
+  std::string picture(const std::string& description) const;
 };
 
 }  // namespace pellora

@@ -1,14 +1,14 @@
-// Lately records as one self-contained page for a browser: style and charts are in it, nothing is fetched, no
-// scripts, everything from the records escaped, links only to the web. Tested by Tests/Companion/LatelyPageTests.cpp.
+// Lately records as one self-contained page for a browser: an overview of everybody, then each person. No scripts,
+// nothing is fetched, everything from the records is escaped, links lead to the web only. It may be read days later,
+// so times are dates. Tested by Tests/Companion/LatelyPageTests.cpp.
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "Companion/CompanionContext.h"
 #include "Companion/Lately/DayStrip.h"
-#include "Companion/Lately/NamedLately.h"
+#include "Companion/Lately/LatelyStore.h"
 
 namespace pellora {
 
@@ -17,17 +17,28 @@ class LatelyPage {
   // Both must outlive the page.
   LatelyPage(const HelperDayNotes& notes, const CompanionContext& context) : _notes(notes), _context(context) {}
 
+  // In the order given; the overview comes with the second person.
   std::string html(const std::vector<NamedLately>& records) const;
 
-  // Without anything that means something in HTML, in text or in attributes.
-  static std::string escaped(std::string_view text);
+  // In place of the records, what keeps them from being shown.
+  std::string html(const std::string& obstacle) const;
 
  private:
+  using Records = std::vector<NamedLately>;
+
+  std::string overview(const Records& records) const;
+  std::string rowOfPerson(const NamedLately& lately) const;
+  std::string newest(const Records& records) const;
+  std::string comingBirthdays(const Records& records) const;
   std::string person(const NamedLately& lately) const;
-  std::string facts(const MessagesLatelyRecord& record) const;
+  std::string facts(const NamedLately& lately) const;
+  std::string chart(const NamedLately& lately, const DayStrip& strip) const;
   std::string findings(const NamedLately& lately) const;
-  std::string ago(Instant instant) const;
-  std::string date(Instant instant) const;
+  std::string waiting(const NamedLately& lately) const;
+  std::string time(Instant instant) const;
+  std::string item(Instant instant, const std::string& markup) const;
+  std::string whole(const std::string& body) const;
+  DayStrip stripOf(const NamedLately& lately) const;
 
   const HelperDayNotes& _notes;
   const CompanionContext& _context;

@@ -1,6 +1,8 @@
 #include "Companion/Lately/LatelyStore.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
 #include <system_error>
 #include <unordered_map>
 
@@ -14,6 +16,8 @@ namespace pellora {
 
 namespace {
 
+constexpr std::int64_t kLongestWindow = 36'500;  // days
+
 // People one has written to before people one has not; within each the latest first.
 bool isTalkedToLater(const NamedLately& left, const NamedLately& right) {
   const MessagesLatelyRecord& a = left.record;
@@ -23,7 +27,44 @@ bool isTalkedToLater(const NamedLately& left, const NamedLately& right) {
   return a.personID < b.personID;
 }
 
+// 0 for people who wait, 1 for the others, 2 for people of whom nothing was heard in the window.
+int rankOf(const NamedLately& lately, Instant now) {
+  if (lately.isQuiet(now)) return 2;
+  return lately.waitsSince(now) ? 0 : 1;
+}
+
 }  // namespace
+
+bool NamedLately::isQuiet(Instant now) const {
+  // A window from a file may be as long as it likes.
+  const auto days = std::clamp<std::int64_t>(record.windowDays, 0, kLongestWindow);
+  return record.lastMessageAt < now - std::chrono::hours(24 * days);
+}
+
+std::optional<Instant> NamedLately::waitsSince(Instant now) const {
+  if (!newestDay || !newestDay->waitingOnYou || isQuiet(now)) return std::nullopt;
+  return newestDay->lastMessageAt;
+}
+
+void LatelyStore::addNotes(HelperDayNotes dayNotes, Instant now) {
+  notes = std::move(dayNotes);
+  std::unordered_map<Uuid, const MessagesDayRecord*> newest;
+  for (const MessagesDayRecord& day : notes.days) {
+    const MessagesDayRecord*& known = newest[day.personID];
+    if (known == nullptr || known->lastMessageAt <= day.lastMessageAt) known = &day;
+  }
+  for (NamedLately& lately : records) {
+    const auto day = newest.find(lately.record.personID);
+    if (day == newest.end()) continue;
+    lately.newestDay = {day->second->lastMessageAt, day->second->startedByMe, day->second->waitingOnYou};
+  }
+  std::stable_sort(records.begin(), records.end(), [now](const NamedLately& left, const NamedLately& right) {
+    const int leftRank = rankOf(left, now);
+    const int rightRank = rankOf(right, now);
+    if (leftRank != rightRank || leftRank != 0) return leftRank < rightRank;
+    return left.waitsSince(now) < right.waitsSince(now);
+  });
+}
 
 std::size_t LatelyStore::countFiles(const CompanionContext& context) {
   const MessagesLatelyInbox::Listing listing = MessagesLatelyInbox::list(context.folder);
@@ -42,7 +83,7 @@ LatelyStore LatelyStore::read(const CompanionContext& context, const ExchangeKey
     if (!person.firstName.empty()) names.emplace(person.id, person.firstName);
   for (MessagesLatelyRecord& record : MessagesLatelyInbox::readAll(key, context.folder)) {
     const auto name = names.find(record.personID);
-    store.records.push_back({name == names.end() ? std::nullopt : std::optional(name->second), std::move(record)});
+    store.records.push_back({name == names.end() ? std::nullopt : std::optional(name->second), std::move(record), {}});
   }
   std::sort(store.records.begin(), store.records.end(), isTalkedToLater);
   store.unreadable = files > store.records.size() ? files - store.records.size() : 0;

@@ -1,23 +1,54 @@
-// The lately records that are there, with the names of their people.
+// The lately records that exist, with the names of their people and with what only the day notes know.
+// Tested by Tests/Companion/LatelyCommandTests.cpp.
 #pragma once
 
 #include <cstddef>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "Companion/CompanionContext.h"
-#include "Companion/Lately/NamedLately.h"
+#include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/HelperPerson.h"
+#include "PelloraMessagesCore/MessagesLatelyRecord.h"
 
 namespace pellora {
+
+struct NamedLately {
+  // Of the person's newest day in the notes.
+  struct NewestDay {
+    Instant lastMessageAt;
+    bool startedByMe = false;
+    bool waitingOnYou = false;
+  };
+
+  std::optional<std::string> name;  // absent when the person is not in the people file, or has no name there
+  MessagesLatelyRecord record;
+  std::optional<NewestDay> newestDay;       // absent when the notes do not have it
+  std::optional<Instant> isOlderThan = {};  // when the newer record was written that was shown before this one
+
+  // The name, else the identifier.
+  std::string title() const { return name.value_or(record.personID.toString()); }
+
+  // No message in the record's window before `now`: its counts are about another time.
+  bool isQuiet(Instant now) const;
+
+  // Since when the person waits for an answer to a question, if they do.
+  std::optional<Instant> waitsSince(Instant now) const;
+};
 
 struct LatelyStore {
   std::vector<NamedLately> records;  // most recently talked to first
   std::vector<HelperPerson> people;  // of the people file, if it can be read
   std::size_t unreadable = 0;        // files that hold no valid record
+  HelperDayNotes notes;              // empty until `addNotes`
 
   // Throws CompanionFailure when the records cannot be listed; when there is no folder of them, there are none.
   static LatelyStore read(const CompanionContext& context, const ExchangeKey& key);
+
+  // Brings in the day notes for output that people read: whoever waits for a reply comes first, the longest wait
+  // before the others, and whoever has been quiet comes last.
+  void addNotes(HelperDayNotes dayNotes, Instant now);
 
   // How many files may be records, readable or not. Throws as `read` does.
   static std::size_t countFiles(const CompanionContext& context);

@@ -14,8 +14,22 @@ using Ink = OutputStyle::Ink;
 constexpr std::size_t kIndent = 2;
 constexpr std::size_t kDateWidth = 13;
 
-std::string ago(const std::optional<Instant>& instant, const CompanionContext& context) {
-  return instant ? RelativeDate::text(*instant, context.now, context.calendar) : "not in this time";
+std::string ago(Instant instant, const CompanionContext& context) {
+  return RelativeDate::text(instant, context.now, context.calendar);
+}
+
+std::string dayInWords(Instant instant, const CompanionContext& context) {
+  return date_text::dayInWords(instant, context.now, context.calendar);
+}
+
+// "today" and "yesterday" as they are, dates with "on".
+std::string onDay(Instant instant, const CompanionContext& context) {
+  const std::string words = dayInWords(instant, context);
+  return words == "today" || words == "yesterday" ? words : "on " + words;
+}
+
+std::string nothingIn(const MessagesLatelyRecord& record) {
+  return "Nothing in the last " + std::to_string(record.windowDays) + " days.";
 }
 
 // A dated entry whose text goes on under itself.
@@ -85,22 +99,79 @@ std::string birthdayText(const MessagesBirthday& birthday, const std::string& ti
   return text;
 }
 
+std::string olderWarning(const NamedLately& lately, const CompanionContext& context) {
+  if (!lately.isOlderThan) return {};
+  const auto written = [&](Instant instant) { return date_text::date(instant, context.now, context.calendar); };
+  return "This record is older than one shown before (it was written on " + written(lately.record.writtenAt) +
+         ", the other on " + written(*lately.isOlderThan) +
+         "): old files may have been put back. The helper's next read replaces it.";
+}
+
+std::string whoBegan(const NamedLately& lately, const CompanionContext& context) {
+  if (!lately.newestDay) return {};
+  return (lately.newestDay->startedByMe ? "You" : lately.title()) + " began " +
+         onDay(lately.newestDay->lastMessageAt, context) + ".";
+}
+
+namespace {
+
+// What the table has no column for.
+std::vector<std::string> notesOf(const NamedLately& lately, const CompanionContext& context) {
+  std::vector<std::string> notes;
+  if (lately.isOlderThan) notes.push_back(olderWarning(lately, context));
+  if (lately.isQuiet(context.now)) {
+    notes.push_back(nothingIn(lately.record));
+    return notes;
+  }
+  if (const auto since = lately.waitsSince(context.now))
+    notes.push_back("Waiting for your reply since " + dayInWords(*since, context) + ".");
+  if (lately.record.summary) notes.push_back(*lately.record.summary);
+  return notes;
+}
+
+void addRow(TextTable& table, const NamedLately& lately, const CompanionContext& context) {
+  const MessagesLatelyRecord& record = lately.record;
+  const std::string lastMessage = ago(record.lastMessageAt, context);
+  if (lately.isQuiet(context.now)) return table.add({lately.title(), lastMessage}, notesOf(lately, context));
+  const std::string began = !lately.newestDay ? "" : lately.newestDay->startedByMe ? "you" : "they";
+  table.add({lately.title(), lastMessage, began,
+             record.lastTalkedAt ? dayInWords(*record.lastTalkedAt, context) : "not in this time",
+             std::to_string(record.sentCount), std::to_string(record.receivedCount), std::to_string(record.dayCount)},
+            notesOf(lately, context));
+}
+
+// The sentences at the head of a person's page.
+std::string facts(const NamedLately& lately, const CompanionContext& context) {
+  const MessagesLatelyRecord& record = lately.record;
+  const auto days = static_cast<std::size_t>(std::max<std::int64_t>(record.dayCount, 0));
+  std::string sentence = "The last message was " + ago(record.lastMessageAt, context) + "; ";
+  sentence += record.lastTalkedAt ? "you last wrote " + onDay(*record.lastTalkedAt, context) + "."
+                                  : "you have not written in this time.";
+  if (lately.newestDay) sentence += " " + whoBegan(lately, context);
+  std::string text = paragraph(sentence, context);
+  if (const auto since = lately.waitsSince(context.now)) {
+    const std::string waits = lately.title() + " has been waiting for your reply since " + dayInWords(*since, context);
+    text += context.style.paint(Ink::yellow, display::printable(waits) + ".") + "\n";
+  }
+  return text + paragraph(std::to_string(record.sentCount) + " sent and " + std::to_string(record.receivedCount) +
+                              " received on " + display::counted(days, "day", "days") + " of " +
+                              std::to_string(record.windowDays) + ".",
+                          context);
+}
+
+}  // namespace
+
 std::string overview(const LatelyStore& store, const CompanionContext& context) {
   if (store.records.empty() && store.unreadable == 0)
     return "There are no lately records yet; they come with the helper's next read.\n";
   TextTable table({{"Person"},
-                   {"You last wrote"},
                    {"Last message"},
+                   {"Began"},
+                   {"You last wrote"},
                    {"Sent", TextTable::Side::right},
                    {"Received", TextTable::Side::right},
-                   {"Days", TextTable::Side::right},
-                   {"Summary"}});
-  for (const NamedLately& lately : store.records) {
-    const MessagesLatelyRecord& record = lately.record;
-    table.add({lately.title(), ago(record.lastTalkedAt, context), ago(record.lastMessageAt, context),
-               std::to_string(record.sentCount), std::to_string(record.receivedCount), std::to_string(record.dayCount),
-               record.summary.value_or("")});
-  }
+                   {"Days", TextTable::Side::right}});
+  for (const NamedLately& lately : store.records) addRow(table, lately, context);
   std::string text = store.records.empty() ? "" : table.render(context.style);
   if (store.unreadable > 0)
     text += context.style.paint(Ink::yellow, display::counted(store.unreadable, "file", "files") +
@@ -114,14 +185,11 @@ std::string page(const NamedLately& lately, const std::optional<DayStrip>& strip
   const MessagesLatelyRecord& record = lately.record;
   std::string text = context.style.paint(Ink::bold, display::printable(lately.title()));
   if (!record.handle.empty()) text += "  " + context.style.paint(Ink::dim, display::printable(record.handle));
-  const auto days = static_cast<std::size_t>(std::max<std::int64_t>(record.dayCount, 0));
-  text += "\n" + paragraph("You last wrote " + ago(record.lastTalkedAt, context) + "; the last message was " +
-                               ago(record.lastMessageAt, context) + ".",
-                           context);
-  text += paragraph(std::to_string(record.sentCount) + " sent and " + std::to_string(record.receivedCount) +
-                        " received on " + display::counted(days, "day", "days") + " of " +
-                        std::to_string(record.windowDays) + ".",
-                    context);
+  text += "\n" + paragraph(olderWarning(lately, context), context);
+  if (lately.isQuiet(context.now))
+    return text +
+           paragraph(nothingIn(record) + " The last message was " + ago(record.lastMessageAt, context) + ".", context);
+  text += facts(lately, context);
   if (strip && !strip->isEmpty()) text += "\n" + strip->text(context.style);
   if (record.summary) text += "\n" + paragraph(*record.summary, context);
   text += section("News", newsEntries(record, context), context);

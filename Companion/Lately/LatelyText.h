@@ -1,5 +1,6 @@
-// Lately records for people at a terminal: the overview of all, and one person's page.
-// Tested by Tests/Companion/LatelyTextTests.cpp.
+// Lately records in words: the overview of all and one person's page for a terminal, and the sentences that these and
+// the page for a browser have in common.
+// Tested by Tests/Companion/LatelyCommandTests.cpp.
 #pragma once
 
 #include <optional>
@@ -16,7 +17,13 @@ std::string overview(const LatelyStore& store, const CompanionContext& context);
 // Without a strip when it is absent.
 std::string page(const NamedLately& lately, const std::optional<DayStrip>& strip, const CompanionContext& context);
 
-// "Anna's birthday, 12 May, 30 years old" or the child's name in its place.
+// "Anna's birthday, 30 years old" or the child's name in its place.
 std::string birthdayText(const MessagesBirthday& birthday, const std::string& title);
+
+// That the record is older than one shown before, and what that means; empty when it is not.
+std::string olderWarning(const NamedLately& lately, const CompanionContext& context);
+
+// "Anna began on 21 Nov." or "You began on 21 Nov."; empty when the notes do not tell.
+std::string whoBegan(const NamedLately& lately, const CompanionContext& context);
 
 }  // namespace pellora::lately_text

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::size_t kGap = 2;
 constexpr std::size_t kNarrowestColumn = 6;
+constexpr char kNoteIndent[] = "    ";
 
 void giveWay(std::size_t& column, std::size_t& excess) {
   if (column <= kNarrowestColumn) return;
@@ -19,12 +20,20 @@ void giveWay(std::size_t& column, std::size_t& excess) {
   excess -= given;
 }
 
+std::string noteLines(const std::string& note, const std::string& indent, std::size_t width) {
+  if (width <= indent.size()) return indent + note + "\n";
+  std::string text;
+  for (const std::string& line : display::wrapped(note, width - indent.size())) text += indent + line + "\n";
+  return text;
+}
+
 }  // namespace
 
-void TextTable::add(std::vector<std::string> cells) {
+void TextTable::add(std::vector<std::string> cells, std::vector<std::string> notes) {
   for (std::string& cell : cells) cell = display::printable(cell);
+  for (std::string& note : notes) note = display::printable(note);
   cells.resize(_columns.size());
-  _rows.push_back(std::move(cells));
+  _rows.push_back({std::move(cells), std::move(notes)});
 }
 
 std::size_t& TextTable::widestOf(std::vector<std::size_t>& widths, bool withWhole) const {
@@ -40,7 +49,7 @@ std::vector<std::size_t> TextTable::widths(std::size_t available) const {
   std::vector<std::size_t> widths;
   for (std::size_t column = 0; column < _columns.size(); ++column) {
     std::size_t widest = display::width(_columns[column].heading);
-    for (const auto& row : _rows) widest = std::max(widest, display::width(row[column]));
+    for (const auto& row : _rows) widest = std::max(widest, display::width(row.cells[column]));
     widths.push_back(widest);
   }
   if (available == 0) return widths;
@@ -73,7 +82,10 @@ std::string TextTable::render(const OutputStyle& style, const std::string& inden
   std::string text;
   const bool hasHeadings = std::any_of(headings.begin(), headings.end(), [](const auto& h) { return !h.empty(); });
   if (hasHeadings) text += indent + style.paint(OutputStyle::Ink::bold, line(headings, columnWidths)) + "\n";
-  for (const auto& row : _rows) text += indent + line(row, columnWidths) + "\n";
+  for (const Row& row : _rows) {
+    text += indent + line(row.cells, columnWidths) + "\n";
+    for (const std::string& note : row.notes) text += noteLines(note, indent + kNoteIndent, style.width);
+  }
   return text;
 }
 

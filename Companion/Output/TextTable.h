@@ -1,6 +1,7 @@
 // Rows and columns for people. Columns are as wide as their widest cell; when a row would not fit the width, the
-// last column gives way first, then the widest, and columns that are worth nothing in part the very last. Cells are
-// made printable. Tested by Tests/Companion/TextTableTests.cpp.
+// last column gives way first, then the widest, and columns that are worth nothing in part the very last. A row may
+// have notes, which get lines of their own below it and are wrapped, not cut. Cells and notes are made printable.
+// Tested by Tests/Companion/TextTableTests.cpp.
 #pragma once
 
 #include <cstddef>
@@ -24,18 +25,23 @@ class TextTable {
   // Without headings when all are empty.
   explicit TextTable(std::vector<Column> columns) : _columns(std::move(columns)) {}
 
-  void add(std::vector<std::string> cells);
+  void add(std::vector<std::string> cells, std::vector<std::string> notes = {});
 
   // Whole lines, without spaces at their ends.
   std::string render(const OutputStyle& style, const std::string& indent = {}) const;
 
  private:
+  struct Row {
+    std::vector<std::string> cells;
+    std::vector<std::string> notes;
+  };
+
   std::vector<std::size_t> widths(std::size_t available) const;
   std::size_t& widestOf(std::vector<std::size_t>& widths, bool withWhole) const;
   std::string line(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths) const;
 
   std::vector<Column> _columns;
-  std::vector<std::vector<std::string>> _rows;
+  std::vector<Row> _rows;
 };
 
 }  // namespace pellora

@@ -310,23 +310,6 @@ TEST_F(Program, AnUnknownSecretStoreIsSaid) {
   EXPECT_THAT(errors, HasSubstr("PELLORA_SECRET_STORE"));
 }
 
-TEST_F(Program, ABrowserShowsThePage) {
-  const std::string browser = "/usr/bin/chromium-headless-shell";
-  if (!std::filesystem::exists(browser)) GTEST_SKIP() << "chromium-headless-shell is not installed";
-  ASSERT_EQ(run({"people", "import", "-"}, kPeople), 0);
-  const std::string page = _folder / "page.html";
-  ASSERT_EQ(run({"lately", "--html", page}), 0);
-  const std::string image = _folder / "page.png";
-  const ProgramRun::Setup look{
-      browser, {"--no-sandbox", "--disable-gpu", "--screenshot=" + image, "file://" + page}, {}};
-  EXPECT_EQ(runProgram(look), 0);
-  EXPECT_GT(std::filesystem::file_size(image), 1000U);
-  const ProgramRun::Setup read{browser, {"--no-sandbox", "--disable-gpu", "--dump-dom", "file://" + page}, {}};
-  EXPECT_EQ(runProgram(read), 0);
-  EXPECT_THAT(output, HasSubstr("There are no lately records yet."));
-  EXPECT_THAT(errors, Not(HasSubstr("Content Security Policy")));
-}
-
 TEST_F(Program, AFolderIsNoAddressBook) {
   EXPECT_EQ(run({"people", "import", _folder.path().string()}), 1);
   EXPECT_THAT(errors, HasSubstr("Is a directory"));

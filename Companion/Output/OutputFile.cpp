@@ -1,0 +1,67 @@
+#include "Companion/Output/OutputFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include "Companion/Output/CompanionFailure.h"
+#include "Companion/Output/DisplayText.h"
+#include "Companion/Output/InterruptionGuard.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
+
+namespace pellora::output_file {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kMostLinks = 40;  // as many as the system follows
+
+[[noreturn]] void fail(const std::string& name, const std::string& reason) {
+  throw CompanionFailure("Cannot write " + display::printable(name) + ": " + reason + ".");
+}
+
+// Where the links lead, also to a file that does not exist yet.
+fs::path behindLinks(const std::string& name) {
+  fs::path file = fs::absolute(name);
+  std::error_code error;
+  for (int links = 0; fs::is_symlink(file, error); ++links) {
+    if (links == kMostLinks) fail(name, std::generic_category().message(ELOOP));
+    file = file.parent_path() / fs::read_symlink(file, error);
+    if (error) fail(name, error.message());
+  }
+  return file;
+}
+
+void writeInto(const fs::path& file, const std::string& name, std::string_view text) {
+  FileDescriptor descriptor = FileDescriptor::open(file, O_WRONLY | O_NOCTTY);
+  if (!descriptor.isOpen()) fail(name, std::generic_category().message(errno));
+  while (!text.empty()) {
+    const ssize_t written = ::write(descriptor.number(), text.data(), text.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) fail(name, std::generic_category().message(errno));
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+  if (!descriptor.close()) fail(name, std::generic_category().message(errno));
+}
+
+}  // namespace
+
+void write(const std::string& name, std::string_view text) {
+  const fs::path file = behindLinks(name);
+  std::error_code error;
+  const fs::file_type type = fs::status(file, error).type();
+  if (type == fs::file_type::directory) fail(name, "it is a folder");
+  if (type != fs::file_type::regular && type != fs::file_type::not_found && type != fs::file_type::none)
+    return writeInto(file, name, text);
+  const bool hasFolder = fs::is_directory(file.parent_path(), error);
+  if (!hasFolder) fail(name, error ? error.message() : "its folder is not a folder");
+  const InterruptionGuard guard;
+  AtomicFile::write(file, text);
+}
+
+}  // namespace pellora::output_file
