@@ -5,9 +5,6 @@
 #include <iostream>
 #include <sstream>
 
-#include "Adapters/Linux/Files/RuntimeFolder.h"
-#include "Adapters/Linux/Files/XdgGroupContainer.h"
-#include "Adapters/Linux/Secrets/MakeSecretStore.h"
 #include "Companion/Commands/DeleteCommand.h"
 #include "Companion/Commands/KeyCommand.h"
 #include "Companion/Commands/LatelyCommand.h"
@@ -20,7 +17,7 @@
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
 #include "Companion/Output/StandardOutput.h"
-#include "PelloraMessagesCore/HelperExchange.h"
+#include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::CommandLine {
@@ -169,10 +166,10 @@ class Commands {
 
   template <class Command>
   static CommandResult runWithContext(const Command& command) {
-    const auto secrets = makeSecretStore();
+    const auto secrets = platform_adapters::secretStore();
     const CompanionContext context{*secrets,
-                                   HelperExchange::folderURL(XdgGroupContainer()),
-                                   RuntimeFolder::own(),
+                                   platform_adapters::sharedFolder(),
+                                   platform_adapters::runtimeFolder(),
                                    std::chrono::time_point_cast<Nanoseconds>(std::chrono::system_clock::now()),
                                    LocalCalendar::current(),
                                    OutputStyle::ofStandardOutput()};

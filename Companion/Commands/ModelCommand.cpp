@@ -8,9 +8,9 @@
 #include <sstream>
 #include <vector>
 
-#include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
 #include "Companion/Commands/ModelTry.h"
 #include "Companion/Output/Progress.h"
+#include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
@@ -84,7 +84,7 @@ void printJson(std::ostream& out, const ModelReport& report, const std::vector<M
 
 CommandResult ModelCommand::run(const CompanionContext&) const {
   const Progress progress("Asking the language model");
-  const auto model = ChatCompletionsLanguageModel::fromEnvironment();
+  const auto model = platform_adapters::languageModel();
   const ModelReport report = QCoro::waitFor(model->report());
   std::vector<ModelTry> made;
   if (report.isAvailable && tries) {

@@ -1,6 +1,5 @@
 #include "Companion/Commands/PeopleImportCommand.h"
 
-#include "Adapters/Linux/Files/FileLock.h"
 #include "Companion/Commands/CompanionJson.h"
 #include "Companion/KeyState.h"
 #include "Companion/Output/CompanionFailure.h"
@@ -11,6 +10,7 @@
 #include "Companion/People/PeopleMerge.h"
 #include "Companion/People/PeopleParser.h"
 #include "Companion/People/PeopleStore.h"
+#include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 
 namespace pellora {
@@ -21,11 +21,11 @@ constexpr std::chrono::seconds kLockPatience{30};
 constexpr char kLockFile[] = "people.lock";
 
 // Held while the people file is read, changed and written.
-FileLock takeLock(const CompanionContext& context) {
-  auto lock = context.runtime ? FileLock::onFile(*context.runtime / kLockFile, kLockPatience) : std::nullopt;
+std::shared_ptr<void> takeLock(const CompanionContext& context) {
+  auto lock = context.runtime ? platform_adapters::lock(*context.runtime / kLockFile, kLockPatience) : nullptr;
   if (!lock)
     throw CompanionFailure("Another import is at work, or there is no runtime folder for its lock; try again.");
-  return std::move(*lock);
+  return lock;
 }
 
 // The state with a key, or with none although the store can be asked: one may be made then. Throws CompanionFailure.
@@ -78,7 +78,7 @@ CommandResult PeopleImportCommand::run(const CompanionContext& context, const Im
                                             : " (" + std::to_string(imported.skipped.size()) +
                                                   " skipped, the first for: " + reasons + ")."));
   }
-  const FileLock lock = takeLock(context);
+  const auto lock = takeLock(context);
   const KeyState state = keyState(context);
   const PeopleStore store = storeToChange(context, state, replaces);
   const auto mode = replaces ? PeopleMerge::Mode::replace : PeopleMerge::Mode::add;

@@ -1,6 +1,6 @@
 // Finds the one person that somebody means: by identifier, number, address or first name, ignoring case. An empty
 // text means nobody, not even somebody without a name. Pure.
-// Tested by Tests/Companion/PersonChoiceTests.cpp.
+// Tested by Tests/Companion/CommandTests.cpp.
 #pragma once
 
 #include <string>

@@ -2,10 +2,10 @@
 
 #include <QCoroTask>
 
-#include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
 #include "Companion/Commands/CompanionJson.h"
 #include "Companion/Commands/StatusReport.h"
 #include "Companion/Output/Progress.h"
+#include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/ChatDatabase.h"
 
 namespace pellora {
@@ -15,7 +15,7 @@ CommandResult StatusCommand::run(const CompanionContext& context) const {
   {
     const Progress progress("Looking at the Messages store and the model server");
     report = StatusReport::gather(context, ChatDatabase::defaultURL());
-    const auto model = ChatCompletionsLanguageModel::fromEnvironment();
+    const auto model = platform_adapters::languageModel();
     report.model = QCoro::waitFor(model->report());
   }
   return {json ? companion_json::text(report) : report.text(context), {}};

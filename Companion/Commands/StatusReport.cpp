@@ -1,6 +1,5 @@
 #include "Companion/Commands/StatusReport.h"
 
-#include "Adapters/Linux/Files/IniUserDefaults.h"
 #include "Companion/Commands/HeartbeatText.h"
 #include "Companion/Lately/LatelyStore.h"
 #include "Companion/Output/DisplayText.h"
@@ -14,13 +13,11 @@ namespace {
 
 using Ink = OutputStyle::Ink;
 
-constexpr char kLastReadKey[] = "messages.lastReadAt";
 constexpr std::size_t kLabelWidth = 17;
 
 std::optional<Instant> lastReadOf(const std::optional<HelperHeartbeat>& heartbeat) {
   if (heartbeat && heartbeat->lastReadAt) return heartbeat->lastReadAt;
-  const auto file = IniUserDefaults::standardFile();
-  return file ? IniUserDefaults(*file).date(kLastReadKey) : std::nullopt;
+  return platform_adapters::lastReadAt();
 }
 
 std::string row(const CompanionContext& context, const std::string& label, const std::string& value, Ink ink) {

@@ -5,11 +5,10 @@
 #include <optional>
 #include <string>
 
-#include "Adapters/Linux/Model/ModelReport.h"
-#include "Adapters/Linux/Process/ConfinementReport.h"
 #include "Companion/History/StoreProbe.h"
 #include "Companion/KeyState.h"
 #include "Companion/People/PeopleStore.h"
+#include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/HelperHeartbeat.h"
 
 namespace pellora {

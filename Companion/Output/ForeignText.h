@@ -1,5 +1,5 @@
 // Texts that other programs wrote, in whatever encoding, made UTF-8. Total.
-// Tested by Tests/Companion/ForeignTextTests.cpp.
+// Tested by Tests/Companion/VCardPeopleTests.cpp and CsvPeopleTests.cpp.
 #pragma once
 
 #include <optional>

@@ -1,11 +1,11 @@
 // Takes numbers, addresses and names as address books spell them into an ImportedPerson.
-// Tested by Tests/Companion/ContactEntriesTests.cpp.
+// Tested by Tests/Companion/VCardPeopleTests.cpp and CsvPeopleTests.cpp.
 #pragma once
 
 #include <string>
 #include <string_view>
 
-#include "Companion/People/ImportedPerson.h"
+#include "Companion/People/ImportedPeople.h"
 
 namespace pellora::contact_entries {
 

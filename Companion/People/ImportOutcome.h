@@ -6,7 +6,7 @@
 
 #include "Companion/Output/OutputStyle.h"
 #include "Companion/People/ImportedPeople.h"
-#include "Companion/People/PersonChange.h"
+#include "Companion/People/PeopleMerge.h"
 #include "Companion/People/SharedHandle.h"
 
 namespace pellora {

@@ -6,10 +6,26 @@
 #include <string_view>
 #include <vector>
 
-#include "Companion/People/ImportedPerson.h"
-#include "Companion/People/SkippedEntry.h"
-
 namespace pellora {
+
+// An entry that was not taken, and the reason as a person would put it.
+struct SkippedEntry {
+  std::string entry;   // a name, or "card 3", "line 7", "item 2"
+  std::string reason;  // follows "skipped, ", as in "no phone number or e-mail address"
+
+  bool operator==(const SkippedEntry&) const = default;
+};
+
+// Somebody as an address book names them, ready to become a HelperPerson.
+struct ImportedPerson {
+  std::string entry;                // what the source calls the entry, for messages
+  std::string firstName;            // may be empty when the source says so
+  std::string uid;                  // the source's own identifier; empty when it has none
+  std::vector<std::string> phones;  // normalised, no repeats
+  std::vector<std::string> emails;  // likewise
+
+  bool operator==(const ImportedPerson&) const = default;
+};
 
 struct ImportedPeople {
   enum class Format { json, csv, vCard };

@@ -1,12 +1,14 @@
 #include "Companion/People/PeopleMerge.h"
 
+#include <openssl/evp.h>
 #include <unicode/unistr.h>
 
 #include <algorithm>
+#include <array>
 #include <optional>
+#include <stdexcept>
 #include <unordered_map>
 
-#include "Companion/People/StableUuid.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
@@ -134,6 +136,18 @@ class Merger {
 };
 
 }  // namespace
+
+Uuid stableUuid(std::string_view text) {
+  const std::string named = "app.pellora.messages person " + std::string(text);
+  std::array<std::uint8_t, 32> digest{};
+  if (EVP_Digest(named.data(), named.size(), digest.data(), nullptr, EVP_sha256(), nullptr) != 1)
+    throw std::runtime_error("The cryptographic library cannot compute SHA-256.");
+  std::array<std::uint8_t, 16> bytes{};
+  std::copy_n(digest.begin(), bytes.size(), bytes.begin());
+  bytes[6] = static_cast<std::uint8_t>((bytes[6] & 0x0F) | 0x80);
+  bytes[8] = static_cast<std::uint8_t>((bytes[8] & 0x3F) | 0x80);
+  return Uuid(bytes);
+}
 
 PeopleMerge PeopleMerge::merge(const std::vector<HelperPerson>& present, const std::vector<ImportedPerson>& imported,
                                Mode mode) {

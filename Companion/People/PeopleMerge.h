@@ -6,13 +6,42 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "Companion/People/ImportedPerson.h"
-#include "Companion/People/PersonChange.h"
+#include "Companion/People/ImportedPeople.h"
 #include "PelloraMessagesCore/HelperPerson.h"
+#include "PelloraMessagesCore/Text/Uuid.h"
 
 namespace pellora {
+
+// What an import did to one person.
+struct PersonChange {
+  enum class Kind { added, updated, unchanged, removed };
+
+  Kind kind = Kind::unchanged;
+  HelperPerson before;  // of an updated, unchanged or removed person
+  HelperPerson after;   // of all but a removed one
+
+  const HelperPerson& person() const { return kind == Kind::removed ? before : after; }
+};
+
+constexpr std::string_view changeName(PersonChange::Kind kind) {
+  switch (kind) {
+    case PersonChange::Kind::added:
+      return "added";
+    case PersonChange::Kind::updated:
+      return "updated";
+    case PersonChange::Kind::unchanged:
+      return "unchanged";
+    case PersonChange::Kind::removed:
+      return "removed";
+  }
+  return {};
+}
+
+// An identifier that is always the same for the same text: the first 128 bits of a SHA-256, marked as version 8.
+Uuid stableUuid(std::string_view text);
 
 struct PeopleMerge {
   // `add` keeps everybody who is there; `replace` keeps the imported people only (with the identifiers they had).

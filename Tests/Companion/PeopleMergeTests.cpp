@@ -2,7 +2,6 @@
 
 #include "Companion/People/PeopleMerge.h"
 #include "Companion/People/SharedHandle.h"
-#include "Companion/People/StableUuid.h"
 
 namespace pellora {
 namespace {

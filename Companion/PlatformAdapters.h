@@ -1,0 +1,44 @@
+// The companion's one place that names adapters: what its commands need of this platform. Only Commands/ may include
+// it. Needs a QCoreApplication where a bus or a model server is asked.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+#include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
+#include "Adapters/Linux/Model/ModelReport.h"
+#include "Adapters/Linux/Process/ConfinementReport.h"
+#include "PelloraMessagesCore/Ports/SecretStore.h"
+#include "PelloraMessagesCore/Time/Instant.h"
+
+namespace pellora::platform_adapters {
+
+// The keyring, or the key file where PELLORA_SECRET_STORE asks for it.
+std::unique_ptr<SecretStore> secretStore();
+
+// The folder shared with the helper; absent without a home folder.
+std::optional<std::filesystem::path> sharedFolder();
+
+// For locks, private to this user; absent when there is none.
+std::optional<std::filesystem::path> runtimeFolder();
+
+// Where the companion keeps its own settings; absent without a home folder.
+std::optional<std::filesystem::path> settingsFolder();
+
+// When the helper last read, as its settings say.
+std::optional<Instant> lastReadAt();
+
+// The file locked against other processes until the result is let go of; null when others hold it all the time.
+std::shared_ptr<void> lock(const std::filesystem::path& file, std::chrono::milliseconds patience);
+
+enum class HelperRequest { asked, noBus, busSilent, notRunning, notTaken };
+
+// Asks the running helper to read at once. Waits for the bus at most.
+HelperRequest askHelperToRead();
+
+// As PELLORA_MODEL_URL and PELLORA_MODEL say.
+std::unique_ptr<ChatCompletionsLanguageModel> languageModel();
+
+}  // namespace pellora::platform_adapters
