@@ -4,14 +4,14 @@
 #include <libpsl.h>
 #include <unicode/bytestream.h>
 #include <unicode/idna.h>
-#include <unicode/uscript.h>
-#include <unicode/utf8.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <utility>
 
+#include "PelloraMessagesCore/Text/LinkText.h"
 #include "PelloraMessagesCore/Text/LinkWords.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
@@ -19,13 +19,12 @@ namespace pellora::LinkHost {
 
 namespace {
 
+using LinkText::byteAt;
+using LinkText::Scalar;
+using LinkText::scalarAt;
+
 constexpr std::size_t kMaximumLabelBytes = 63;
-
-// "example.co.in" is a host although "in" is a word.
-constexpr std::array<std::string_view, 7> kSharedSecondLevels = {"ac", "co", "com", "edu", "gov", "net", "org"};
-
-static_assert(std::is_sorted(std::begin(LinkWords::kWords), std::end(LinkWords::kWords)));
-static_assert(std::is_sorted(std::begin(LinkWords::kFileEndings), std::end(LinkWords::kFileEndings)));
+constexpr std::size_t kMaximumUtf8Bytes = 4 * kMaximumBytes;  // four bytes of UTF-8 make at least one of punycode
 
 bool isDigit(char byte) {
   return byte >= '0' && byte <= '9';
@@ -62,28 +61,100 @@ bool isValidAscii(std::string_view host) {
   }
 }
 
-// "Then" but not "then" or "COM": how a sentence begins.
-bool isTitleCase(std::string_view word) {
-  return word.size() > 1 && word[0] >= 'A' && word[0] <= 'Z' && text::isAscii(word) &&
-         std::none_of(word.begin() + 1, word.end(), [](char byte) { return byte >= 'A' && byte <= 'Z'; });
+bool isUpperCase(char byte) {
+  return byte >= 'A' && byte <= 'Z';
 }
 
-bool isAsciiAlphanumeric(char32_t scalar) {
-  return scalar < 0x80 && (isDigit(static_cast<char>(scalar)) || isLetter(static_cast<char>(scalar)));
+bool isLowerCase(char byte) {
+  return byte >= 'a' && byte <= 'z';
+}
+
+template <class Table>
+bool isIn(const Table& table, std::string_view word) {
+  return std::find(std::begin(table), std::end(table), word) != std::end(table);
+}
+
+// "Then" but not "then" or "COM": how a sentence begins.
+bool isTitleCase(std::string_view word) {
+  return word.size() > 1 && isUpperCase(word[0]) && text::isAscii(word) &&
+         std::none_of(word.begin() + 1, word.end(), isUpperCase);
+}
+
+// "Oakland.CA": an abbreviation behind a name.
+bool isAbbreviationAfter(std::string_view before, std::string_view ending) {
+  return std::all_of(ending.begin(), ending.end(), isUpperCase) &&
+         std::any_of(before.begin(), before.end(), isLowerCase);
+}
+
+// Behind the characters of a host name at `begin`; two full stops in a row belong to no name.
+std::size_t nameCharactersEnd(std::string_view text, std::size_t begin) {
+  std::size_t end = begin;
+  while (end < text.size()) {
+    if (LinkText::isAscii(text[end])) {
+      if (!LinkText::kWord.contains(text[end]) || (text[end] == '.' && byteAt(text, end + 1) == '.')) break;
+      ++end;
+      continue;
+    }
+    const Scalar scalar = scalarAt(text, end);
+    const std::size_t dotEnd = LinkText::foreignDotEnd(text, end);
+    if (dotEnd == end && !LinkText::isWordScalar(scalar.value) && !LinkText::isSymbol(scalar.value)) break;
+    end = scalar.end;
+  }
+  return end;
+}
+
+// Without full stops, hyphens and low lines at its end.
+std::string_view withoutEdge(std::string_view name) {
+  while (!name.empty()) {
+    const Scalar last = LinkText::scalarBefore(name, name.size());
+    const bool isEdge = name.back() == '.' || name.back() == '-' || name.back() == '_' ||
+                        LinkText::foreignDotEnd(name, last.end) != last.end;
+    if (!isEdge) break;
+    name = name.substr(0, last.end);
+  }
+  return name;
+}
+
+bool isKnownName(std::string_view name) {
+  return name.find('.') != std::string_view::npos && endsInTopLevelDomain(name);
 }
 
 }  // namespace
 
+std::optional<Found> nameAt(std::string_view text, std::size_t begin) {
+  const std::size_t runEnd = nameCharactersEnd(text, begin);
+  const std::string_view whole = withoutEdge(text.substr(begin, runEnd - begin));
+  const std::string_view name = withoutTextBehind(whole);
+  auto written = ascii(name);
+  if (!written) return std::nullopt;
+  const std::size_t end = begin + name.size();
+  return Found{end, std::move(*written), end == runEnd};
+}
+
+std::size_t emptyLabelEnd(std::string_view text, std::size_t end) {
+  if (byteAt(text, end) != '.') return end;
+  const char next = byteAt(text, end + 1);
+  const bool isPath = next == '/';
+  const bool isOther = next == '?' || next == '#' || next == ':';
+  return isPath || (isOther && LinkText::kAlphanumeric.contains(byteAt(text, end + 2))) ? end + 1 : end;
+}
+
+std::optional<Found> addressInBracketsAt(std::string_view text, std::size_t begin) {
+  const std::size_t close = text.substr(0, std::min(text.size(), begin + INET6_ADDRSTRLEN + 2)).find(']', begin);
+  if (close == std::string_view::npos || !isIPv6(text.substr(begin + 1, close - begin - 1))) return std::nullopt;
+  return Found{close + 1, std::string(text.substr(begin, close + 1 - begin)), true};
+}
+
 std::optional<std::string> ascii(std::string_view host) {
-  // Four bytes of UTF-8 make at least one of punycode.
-  if (host.size() > 4 * kMaximumBytes) return std::nullopt;
+  if (host.size() > kMaximumUtf8Bytes) return std::nullopt;
   if (text::isAscii(host)) return isValidAscii(host) ? std::optional(std::string(host)) : std::nullopt;
   std::string result;
   icu::StringByteSink<std::string> sink(&result);
   icu::IDNAInfo info;
   UErrorCode status = U_ZERO_ERROR;
   if (idna() == nullptr) return std::nullopt;
-  idna()->nameToASCII_UTF8(icu::StringPiece(host.data(), static_cast<std::int32_t>(host.size())), sink, info, status);
+  const std::string plain = LinkText::withPlainDots(host);
+  idna()->nameToASCII_UTF8(icu::StringPiece(plain.data(), static_cast<std::int32_t>(plain.size())), sink, info, status);
   if (U_FAILURE(status) || info.hasErrors() || !isValidAscii(result)) return std::nullopt;
   return result;
 }
@@ -97,21 +168,21 @@ bool endsInTopLevelDomain(std::string_view host) {
   return psl_is_public_suffix2(psl_builtin(), domain.c_str(), PSL_TYPE_ICANN | PSL_TYPE_NO_STAR_RULE) == 1;
 }
 
-bool looksAccidental(std::string_view host) {
-  const std::string_view ending = lastLabel(host);
-  const std::string_view before = host.substr(0, host.size() - ending.size() - 1);
-  const std::string domain = text::lowercased(ending);
-  if (isTitleCase(ending) && domain != "com" && domain != "net" && domain != "org") return true;
-  constexpr std::size_t kLongestNumber = 3;
+bool isMeant(std::string_view host) {
+  const std::string plain = LinkText::withPlainDots(host);
+  const std::string_view ending = lastLabel(plain);
+  const std::string_view before = std::string_view(plain).substr(0, plain.size() - ending.size() - 1);
+  const std::string_view label = lastLabel(before);
+  const std::string domain = text::lowercased(ascii(ending).value_or(std::string()));
+  if (isIn(LinkWords::kCommonDomains, domain)) return true;
+  if (isTitleCase(ending) || isAbbreviationAfter(before, ending)) return false;
   constexpr std::size_t kCountryCode = 2;
-  if (before.size() <= kLongestNumber && domain.size() == kCountryCode &&
-      std::all_of(before.begin(), before.end(), isDigit))
+  if (domain.size() == kCountryCode && label.size() < before.size() &&
+      isIn(LinkWords::kSharedSecondLevels, text::lowercased(label)))
     return true;
-  if (const std::size_t dot = before.rfind('.'); dot != std::string_view::npos)
-    if (std::ranges::find(kSharedSecondLevels, text::lowercased(before.substr(dot + 1))) != kSharedSecondLevels.end())
-      return false;
-  return std::binary_search(std::begin(LinkWords::kWords), std::end(LinkWords::kWords), domain) ||
-         std::binary_search(std::begin(LinkWords::kFileEndings), std::end(LinkWords::kFileEndings), domain);
+  if (!isIn(LinkWords::kOtherDomains, domain)) return false;
+  return text::characterCount(label) > 1 && !std::all_of(label.begin(), label.end(), isDigit) &&
+         !isIn(LinkWords::kChatWords, text::lowercased(label));
 }
 
 bool isIPv4(std::string_view host) {
@@ -126,41 +197,34 @@ bool isIPv6(std::string_view address) {
   return address.size() < INET6_ADDRSTRLEN && inet_pton(AF_INET6, std::string(address).c_str(), parsed.data()) == 1;
 }
 
-bool isUnspacedScript(char32_t scalar) {
-  if (scalar < 0x0E00) return false;
-  UErrorCode status = U_ZERO_ERROR;
-  switch (static_cast<int>(uscript_getScript(static_cast<UChar32>(scalar), &status))) {
-    case USCRIPT_HAN:
-    case USCRIPT_HIRAGANA:
-    case USCRIPT_KATAKANA:
-    case USCRIPT_HANGUL:
-    case USCRIPT_BOPOMOFO:
-    case USCRIPT_THAI:
-    case USCRIPT_LAO:
-    case USCRIPT_KHMER:
-    case USCRIPT_MYANMAR:
-      return true;
-    default:
-      return scalar == 0x30FC;  // the long vowel mark belongs to both kinds of Kana
+std::string_view withoutTextBehind(std::string_view host) {
+  if (text::isAscii(host) || host.size() > kMaximumUtf8Bytes) return host;
+  if (isKnownName(LinkText::withPlainDots(host))) return host;
+  std::string_view longest = host;
+  bool isAfterUnspaced = true;
+  for (std::size_t position = 0; position < host.size();) {
+    const Scalar scalar = scalarAt(host, position);
+    const bool isUnspaced = LinkText::isUnspacedScript(scalar.value);
+    const bool mayEnd = LinkText::isSymbol(scalar.value) || LinkText::foreignDotEnd(host, position) != position ||
+                        (isUnspaced && !isAfterUnspaced);
+    if (mayEnd && isKnownName(LinkText::withPlainDots(host.substr(0, position)))) longest = host.substr(0, position);
+    isAfterUnspaced = isUnspaced;
+    position = scalar.end;
   }
+  return longest;
 }
 
-std::string_view withoutTextBehind(std::string_view host) {
-  if (text::isAscii(host) || host.size() > 4 * kMaximumBytes) return host;
-  std::int32_t position = 0;
-  UChar32 before = 0;
-  while (static_cast<std::size_t>(position) < host.size()) {
-    const auto begin = static_cast<std::size_t>(position);
-    UChar32 scalar = 0;
-    U8_NEXT(host.data(), position, static_cast<std::int32_t>(host.size()), scalar);
-    if (scalar > 0 && isAsciiAlphanumeric(static_cast<char32_t>(before)) &&
-        isUnspacedScript(static_cast<char32_t>(scalar))) {
-      const std::string_view name = host.substr(0, begin);
-      if (name.find('.') != std::string_view::npos && endsInTopLevelDomain(name)) return name;
-    }
-    before = scalar;
-  }
-  return host;
+std::optional<std::size_t> portEnd(std::string_view text, std::size_t begin) {
+  constexpr unsigned kLargestPort = 65'535;
+  if (byteAt(text, begin) != ':') return begin;
+  unsigned port = 0;
+  std::size_t end = begin + 1;
+  for (; isDigit(byteAt(text, end)); ++end)
+    port = std::min(port * 10 + static_cast<unsigned>(text[end] - '0'), 100'000U);
+  if (end == begin + 1) return byteAt(text, end) == '/' ? end : begin;
+  if (LinkText::kAlphanumeric.contains(byteAt(text, end))) return begin;
+  if (port > kLargestPort) return std::nullopt;
+  return end;
 }
 
 }  // namespace pellora::LinkHost

@@ -1,55 +1,52 @@
-// Top-level domains that a bare host name must not end in, because chat typing makes them by accident: a missing
-// space after a full stop ("see you at 5.it was nice"), and names of files. With a path or "www." they are links
-// again. Both tables are in lower case and in order.
+// How a bare host name is told from chat typing, which has many words with a full stop and no space behind it ("see you
+// at night.tc", "ok.lk"): by the top-level domains that people write on purpose, and by words that are no names of
+// hosts. With a scheme, "www.", a port or a path every known top-level domain counts. All tables are in lower case.
+// Tested by Tests/Core/LinkWordsTests.cpp.
 #pragma once
 
+#include <array>
 #include <string_view>
 
 namespace pellora::LinkWords {
 
-// Common English words (and what chat writes for them) that are top-level domains too.
-inline constexpr std::string_view kWords[] = {
-    // clang-format off
-    "able", "ac", "academy", "actor", "ads", "adult", "af", "ally", "am", "apartments", "apple", "army", "art", "as",
-    "at", "auction", "audio", "author", "auto", "baby", "band", "bank", "bar", "bargains", "baseball", "basketball",
-    "bb", "be", "beats", "beauty", "beer", "best", "bet", "bf", "bible", "bid", "bike", "bingo", "black", "blue",
-    "boats", "bond", "boo", "book", "bot", "boutique", "box", "broadway", "broker", "brother", "build", "builders",
-    "business", "buy", "by", "cab", "cafe", "call", "cam", "camera", "camp", "car", "cards", "care", "career",
-    "careers", "cars", "case", "cash", "cat", "catering", "center", "channel", "charity", "chase", "chat", "cheap",
-    "christmas", "church", "circle", "city", "claims", "cleaning", "click", "clothing", "coach", "coffee", "college",
-    "community", "company", "compare", "computer", "condos", "contact", "cooking", "cool", "country", "coupon",
-    "coupons", "credit", "cricket", "crown", "cruise", "cruises", "cu", "dad", "dance", "data", "date", "dating",
-    "day", "deal", "deals", "degree", "delivery", "dental", "dentist", "diamonds", "diet", "direct", "directory",
-    "discount", "discover", "dish", "do", "doctor", "dog", "dot", "download", "drive", "earth", "eat", "education",
-    "email", "energy", "engineer", "estate", "events", "exchange", "expert", "express", "fail", "faith", "family",
-    "fan", "fans", "farm", "farmers", "fashion", "fast", "feedback", "film", "final", "finance", "financial", "fish",
-    "fishing", "fit", "fitness", "flights", "flowers", "fly", "food", "football", "forum", "foundation", "free",
-    "fun", "fund", "furniture", "fyi", "gal", "gallery", "game", "games", "gap", "garden", "gay", "gf", "gift",
-    "gifts", "gives", "giving", "glass", "global", "gm", "gn", "gold", "golf", "got", "grocery", "group", "guide",
-    "guru", "hair", "health", "help", "here", "hm", "hockey", "holiday", "homes", "horse", "hospital", "hot", "house",
-    "how", "hr", "ice", "id", "il", "im", "in", "inc", "ing", "insurance", "international", "investments", "is",
-    "ist", "it", "je", "jewelry", "jobs", "joy", "kids", "kitchen", "la", "land", "law", "lawyer", "lease", "legal",
-    "life", "lifestyle", "like", "limited", "limo", "live", "living", "loan", "loans", "locker", "lol", "love",
-    "luxury", "ma", "makeup", "man", "map", "market", "md", "me", "meet", "meme", "memorial", "men", "menu", "mini",
-    "mint", "mm", "mo", "mobile", "moe", "mom", "money", "monster", "mortgage", "motorcycles", "movie", "mr", "ms",
-    "museum", "music", "my", "na", "name", "navy", "ne", "new", "next", "no", "now", "np", "nu", "observer", "one",
-    "open", "orange", "organic", "pa", "partners", "parts", "party", "pay", "pet", "pharmacy", "phone", "photo",
-    "photos", "physio", "pics", "pictures", "pid", "pin", "pink", "pizza", "place", "play", "plumbing", "plus", "pm",
-    "poker", "post", "press", "prime", "pro", "productions", "prof", "promo", "properties", "property", "protection",
-    "pub", "quest", "racing", "radio", "re", "read", "realty", "recipes", "red", "rehab", "rent", "rentals", "repair",
-    "report", "rest", "restaurant", "review", "reviews", "rich", "rip", "rocks", "room", "run", "safe", "safety",
-    "sale", "salon", "save", "school", "science", "search", "seat", "secure", "security", "select", "services",
-    "seven", "sex", "sexy", "sharp", "shell", "shoes", "shopping", "show", "singles", "ski", "skin", "sky", "smart",
-    "smile", "so", "soccer", "social", "solar", "song", "spa", "space", "sport", "spot", "st", "style", "sucks",
-    "supplies", "supply", "support", "surf", "surgery", "talk", "target", "tattoo", "tax", "taxi", "team", "tennis",
-    "theater", "theatre", "tickets", "tips", "tires", "to", "today", "tools", "top", "total", "tours", "town", "toys",
-    "trade", "trading", "training", "travel", "trust", "tunes", "tv", "university", "ups", "us", "vacations", "vet",
-    "video", "villas", "vip", "vision", "vodka", "vote", "voting", "voyage", "watch", "watches", "weather", "wedding",
-    "win", "wine", "winners", "work", "works", "world", "wow", "wtf", "ye", "yoga", "you", "zero",
-    // clang-format on
-};
+// Meant whatever comes before them and however they are written.
+inline constexpr auto kCommonDomains = std::to_array<std::string_view>({"com", "net", "org"});
 
-// Endings of file names that are top-level domains too.
-inline constexpr std::string_view kFileEndings[] = {"bz", "cab", "md", "mov", "ps", "py", "rs", "sh", "so", "zip"};
+// The other old generic domains and the most used ones of countries, without those that are words ("in", "it", "no") or
+// that chat uses as words ("cn" can, "lk" like, "tc" take care). The last ones are рф, укр, бел, срб, бг and ελ.
+inline constexpr auto kOtherDomains = std::to_array<std::string_view>(
+    {"edu", "gov", "mil", "int",      "info",      "biz",       "au",         "br",       "ca",      "ch",
+     "cz",  "de",  "dk",  "es",       "eu",        "fi",        "fr",         "gr",       "hu",      "io",
+     "jp",  "kr",  "mx",  "nl",       "nz",        "pl",        "pt",         "ro",       "ru",      "se",
+     "sk",  "ua",  "uk",  "xn--p1ai", "xn--j1amh", "xn--90ais", "xn--90a3ac", "xn--90ae", "xn--qxam"});
+
+// "example.co.in" is a host although "in" is a word.
+inline constexpr auto kSharedSecondLevels =
+    std::to_array<std::string_view>({"ac", "co", "com", "edu", "gov", "net", "org"});
+
+// Before one of the other domains these are the end of a sentence.
+inline constexpr auto kChatWords = std::to_array<std::string_view>(
+    {"about", "after",  "again",   "ah",       "all",       "alright", "also",   "already", "always", "am",
+     "and",   "anyway", "are",     "at",       "away",      "back",    "bad",    "bah",     "be",     "because",
+     "bed",   "before", "better",  "both",     "bro",       "bus",     "busy",   "but",     "bye",    "call",
+     "can",   "car",    "class",   "come",     "coming",    "cool",    "cos",    "cuz",     "dad",    "day",
+     "days",  "dear",   "dinner",  "do",       "does",      "done",    "down",   "dude",    "early",  "eat",
+     "else",  "even",   "ever",    "fine",     "first",     "for",     "free",   "friend",  "from",   "fun",
+     "get",   "girl",   "give",    "go",       "going",     "gone",    "good",   "got",     "great",  "guys",
+     "haha",  "hahaha", "happy",   "have",     "he",        "hehe",    "hello",  "her",     "here",   "hey",
+     "hi",    "him",    "hmm",     "home",     "hour",      "hours",   "house",  "how",     "is",     "it",
+     "job",   "just",   "know",    "la",       "lah",       "last",    "late",   "later",   "leave",  "like",
+     "lmao",  "lol",    "lor",     "love",     "luck",      "lunch",   "man",    "mate",    "maybe",  "me",
+     "mine",  "minute", "minutes", "mom",      "money",     "month",   "more",   "morning", "much",   "mum",
+     "my",    "nah",    "nice",    "night",    "no",        "nope",    "not",    "nothing", "now",    "of",
+     "off",   "oh",     "ok",      "okay",     "okie",      "on",      "one",    "only",    "or",     "out",
+     "over",  "people", "phone",   "please",   "pls",       "problem", "really", "right",   "room",   "sad",
+     "said",  "school", "see",     "she",      "sick",      "sleep",   "so",     "some",    "soon",   "sorry",
+     "stay",  "still",  "sure",    "take",     "talk",      "tea",     "thanks", "that",    "the",    "their",
+     "them",  "then",   "there",   "they",     "thing",     "things",  "think",  "this",    "thx",    "time",
+     "tired", "to",     "today",   "together", "tomorrow",  "tonight", "too",    "town",    "true",   "try",
+     "up",    "ur",     "us",      "wait",     "was",       "way",     "we",     "week",    "well",   "what",
+     "when",  "where",  "why",     "will",     "with",      "work",    "ya",     "yay",     "yea",    "yeah",
+     "year",  "years",  "yep",     "yes",      "yesterday", "yet",     "you",    "your"});
 
 }  // namespace pellora::LinkWords

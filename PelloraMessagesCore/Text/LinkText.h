@@ -1,0 +1,80 @@
+// The characters that links are made of, and how they are read from a text at a byte offset. Pure; every function looks
+// at a bounded number of bytes. Tested by Tests/Core/LinkDetectorTests.cpp.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace pellora::LinkText {
+
+class ByteSet {
+ public:
+  enum class With { these, alphanumerics };
+
+  constexpr explicit ByteSet(std::string_view bytes, With with = With::these) {
+    for (const char byte : bytes) _isIn[static_cast<unsigned char>(byte)] = true;
+    for (unsigned byte = 0; with == With::alphanumerics && byte < 128; ++byte)
+      if ((byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z'))
+        _isIn[byte] = true;
+  }
+  constexpr bool contains(char byte) const { return _isIn[static_cast<unsigned char>(byte)]; }
+
+ private:
+  std::array<bool, 256> _isIn{};
+};
+
+inline constexpr ByteSet kAlphanumeric{"", ByteSet::With::alphanumerics};
+inline constexpr ByteSet kDigit{"0123456789"};
+inline constexpr ByteSet kWord{"-_.", ByteSet::With::alphanumerics};  // of host names
+
+constexpr bool isAscii(char byte) {
+  return static_cast<unsigned char>(byte) < 0x80;
+}
+
+inline constexpr char32_t kNoScalar = 0xFFFFFFFF;
+
+struct Scalar {
+  char32_t value = kNoScalar;  // kNoScalar: invalid bytes
+  std::size_t end = 0;         // the offset behind it; before it for scalarBefore
+};
+
+Scalar scalarAt(std::string_view text, std::size_t position);
+Scalar scalarBefore(std::string_view text, std::size_t position);
+
+// Zero behind the text's end.
+inline char byteAt(std::string_view text, std::size_t position) {
+  return position < text.size() ? text[position] : '\0';
+}
+
+// A letter, mark or number of any script.
+bool isWordScalar(char32_t scalar);
+
+// Emoji with what joins and colors them, and other symbols.
+bool isSymbol(char32_t scalar);
+
+// Han, Kana, Hangul, Thai and the like: written without spaces between words or before other scripts.
+bool isUnspacedScript(char32_t scalar);
+
+// Punctuation that belongs to a word when it is inside it: hyphens, the apostrophe, middle dots.
+bool isInnerPunctuation(char32_t scalar);
+
+// Behind the symbols that begin at `position`, which is returned when none is there or too many are.
+std::size_t symbolsEnd(std::string_view text, std::size_t position);
+
+// Behind the full stop at `position` when it is one that browsers read as "." in a host name but is not ASCII; else
+// `position`.
+std::size_t foreignDotEnd(std::string_view text, std::size_t position);
+
+// With "." for every foreign full stop.
+std::string withPlainDots(std::string_view host);
+
+bool startsWithAscii(std::string_view text, std::string_view lowerCase);
+bool equalsAscii(std::string_view text, std::string_view lowerCase);
+bool endsWithAscii(std::string_view text, std::string_view lowerCase);
+
+// With everything percent-encoded that an address cannot hold.
+std::string percentEncoded(std::string_view text);
+
+}  // namespace pellora::LinkText
