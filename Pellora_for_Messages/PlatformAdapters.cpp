@@ -7,7 +7,9 @@
 #include <QDBusConnectionInterface>
 #include <charconv>
 #include <cstdlib>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 #include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
 #include "Adapters/Linux/Desktop/DisplayServer.h"
@@ -25,6 +27,7 @@
 #include "Adapters/Linux/Files/XdgGroupContainer.h"
 #include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
 #include "Adapters/Linux/Process/EventLoopScheduler.h"
+#include "Adapters/Linux/Process/InstanceLock.h"
 #include "Adapters/Linux/Process/ProcessConfinement.h"
 #include "Adapters/Linux/Process/ResidentMemory.h"
 #include "Adapters/Linux/Process/SignalQuitRequests.h"
@@ -96,6 +99,12 @@ std::filesystem::path defaultsFile() {
   return IniUserDefaults::standardFile().value_or("/nonexistent/defaults.ini");
 }
 
+bool isHelperOnBus() {
+  if (!SessionBusAddress::find()) return false;
+  const QDBusConnection bus = QDBusConnection::sessionBus();
+  return bus.isConnected() && bus.interface()->isServiceRegistered(QLatin1String(SessionAppInstance::kBusName)).value();
+}
+
 }  // namespace
 
 struct PlatformAdapters::Adapters {
@@ -112,6 +121,7 @@ struct PlatformAdapters::Adapters {
   FileManagerPrivacySettings privacySettings;
   PortalAppearance appearance;
   SignalQuitRequests quitRequests;
+  std::optional<InstanceLock> readingLock;
   std::unique_ptr<ChatCompletionsLanguageModel> languageModel = ChatCompletionsLanguageModel::fromEnvironment();
 };
 
@@ -170,10 +180,11 @@ void PlatformAdapters::removeLeftovers() const {
   }
 }
 
-bool PlatformAdapters::isHelperOnBus() {
-  if (!SessionBusAddress::find()) return false;
-  const QDBusConnection bus = QDBusConnection::sessionBus();
-  return bus.isConnected() && bus.interface()->isServiceRegistered(QLatin1String(SessionAppInstance::kBusName)).value();
+bool PlatformAdapters::becomeOnlyReader() {
+  auto lock = InstanceLock::take(HelperExchange::folderURL(_adapters->container));
+  if (!lock) return false;
+  _adapters->readingLock.emplace(std::move(*lock));
+  return !isHelperOnBus();
 }
 
 bool PlatformAdapters::close() {

@@ -39,8 +39,9 @@ class PlatformAdapters {
   // process when it finds no display, and let go of it afterwards.
   static std::shared_ptr<void> reachDisplay();
 
-  // Whether a helper answers on the session bus.
-  static bool isHelperOnBus();
+  // False when another helper works on the shared folder or answers on the session bus. True holds until this object
+  // is gone: a helper that starts meanwhile finds the folder locked.
+  bool becomeOnlyReader();
 
   // Ends what the language model and the background are still working on, so that the process can end. False when the
   // background goes on: then nothing may be torn down, and the process must end as it stands.

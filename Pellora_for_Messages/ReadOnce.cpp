@@ -3,8 +3,6 @@
 #include <QCoroTask>
 #include <iostream>
 
-#include "Adapters/Linux/Process/InstanceLock.h"
-#include "PelloraMessagesCore/HelperExchange.h"
 #include "Pellora_for_Messages/Engine/HelperEngine.h"
 #include "Pellora_for_Messages/Engine/StatusLine.h"
 #include "Pellora_for_Messages/PlatformAdapters.h"
@@ -43,8 +41,7 @@ int report(const HelperEngine& engine, const HelperPlatform& platform) {
 int run() {
   PlatformAdapters adapters;
   const HelperPlatform platform = adapters.platform();
-  const auto lock = InstanceLock::take(HelperExchange::folderURL(platform.container));
-  if (!lock || adapters.isHelperOnBus()) {
+  if (!adapters.becomeOnlyReader()) {
     std::cerr << "Pellora for Messages is already running.\n";
     return kAlreadyRunning;
   }

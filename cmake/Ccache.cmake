@@ -1,5 +1,7 @@
-# Compiles through ccache when it is there.
+# Compiles through ccache when it is there. What was compiled in another checkout counts, and so does a source that
+# uses precompiled headers.
 find_program(PELLORA_CCACHE ccache)
 if(PELLORA_CCACHE)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${PELLORA_CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER env CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1
+    CCACHE_SLOPPINESS=pch_defines,time_macros ${PELLORA_CCACHE})
 endif()

@@ -1,24 +1,25 @@
-# Warnings, hardening and sanitizers, in one interface target that everything links.
+# Warnings, hardening and sanitizers, in interface targets: pellora_options for all code, pellora_product for what is
+# installed, pellora_test_code for tests and benchmarks.
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+# Programs are compiled as libraries are, so that both share precompiled headers.
+set(CMAKE_CXX_COMPILE_OPTIONS_PIE -fPIC)
+
 add_library(pellora_options INTERFACE)
 target_compile_options(pellora_options INTERFACE -Wall -Wextra -Wpedantic -fstack-protector-strong)
 target_compile_definitions(pellora_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII
   $<$<BOOL:${PELLORA_TEAM_PREFIX}>:PELLORA_TEAM_PREFIX="${PELLORA_TEAM_PREFIX}">)
+
+add_library(pellora_product INTERFACE)
+target_link_libraries(pellora_product INTERFACE pellora_options)
+
 # Tests, benchmarks and fuzzers may look into every folder; the programs see what their folders name (Folder.cmake).
 add_library(pellora_whole_tree INTERFACE)
 target_include_directories(pellora_whole_tree INTERFACE ${CMAKE_SOURCE_DIR})
 target_link_libraries(pellora_whole_tree INTERFACE pellora_options)
-# libstdc++ 12 calls its own deprecated std::get_temporary_buffer inside std::stable_sort, which clang reports.
-target_compile_options(pellora_options INTERFACE -Wno-deprecated-declarations)
-set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-
 # Test code is compiled as fast as can be; what it tests is compiled as usual.
-set(is_product $<NOT:$<BOOL:$<TARGET_PROPERTY:PELLORA_IS_TEST>>>)
-function(pellora_mark_as_test)
-  set_target_properties(${ARGN} PROPERTIES PELLORA_IS_TEST ON)
-  foreach(target ${ARGN})
-    target_compile_options(${target} PRIVATE -O0)
-  endforeach()
-endfunction()
+add_library(pellora_test_code INTERFACE)
+target_link_libraries(pellora_test_code INTERFACE pellora_whole_tree)
+target_compile_options(pellora_test_code INTERFACE -O0)
 
 if(PELLORA_SANITIZE)
   target_compile_options(pellora_options INTERFACE
@@ -26,7 +27,7 @@ if(PELLORA_SANITIZE)
   target_link_options(pellora_options INTERFACE -fsanitize=address,undefined)
   if(PELLORA_FUZZERS)
     # The fuzzers are guided by what their inputs reach in all of our code.
-    target_compile_options(pellora_options INTERFACE $<${is_product}:-fsanitize=fuzzer-no-link>)
+    target_compile_options(pellora_product INTERFACE -fsanitize=fuzzer-no-link)
   endif()
 elseif(PELLORA_SANITIZE_THREADS)
   target_compile_options(pellora_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
@@ -34,8 +35,15 @@ elseif(PELLORA_SANITIZE_THREADS)
 else()
   include(CheckPIESupported)
   check_pie_supported()
+  target_compile_options(pellora_product INTERFACE
+    "$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>")
   target_compile_options(pellora_options INTERFACE
-    "$<$<AND:$<NOT:$<CONFIG:Debug>>,${is_product}>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>"
     $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>:-fcf-protection=full>)
   target_link_options(pellora_options INTERFACE -Wl,-z,relro,-z,now -Wl,--as-needed)
 endif()
+
+# libstdc++ 12 calls its own deprecated std::get_temporary_buffer inside std::stable_sort, and clang reports it in the
+# sources that sort.
+function(pellora_sorts_stably)
+  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -Wno-deprecated-declarations)
+endfunction()

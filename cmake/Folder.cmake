@@ -1,3 +1,15 @@
+# A source that is in no list would silently not be built: pellora_need_all_listed stops then, with its name. The main
+# functions of programs are named main.cpp.
+#   pellora_need_all_listed(folder sources...)
+function(pellora_need_all_listed folder)
+  file(GLOB_RECURSE present CONFIGURE_DEPENDS RELATIVE ${folder} ${folder}/*.cpp)
+  list(FILTER present EXCLUDE REGEX "(^|/)main\\.cpp$")
+  list(REMOVE_ITEM present ${ARGN})
+  if(present)
+    message(FATAL_ERROR "In no list of sources: ${present} (in ${folder})")
+  endif()
+endfunction()
+
 # pellora_folder(target folder [SOURCES ...] [USES targets...] [LIBRARIES libraries...])
 # One library per source folder. SOURCES are listed one by one; USES are the folders whose headers this one may
 # include and pass on, LIBRARIES what only its sources need. The sources see their own folder's headers and those of
@@ -24,12 +36,35 @@ function(pellora_folder target folder)
   endforeach()
   if(given_SOURCES)
     list(TRANSFORM given_SOURCES PREPEND ${source}/)
+    foreach(listed ${given_SOURCES})
+      cmake_path(NORMAL_PATH listed)
+      cmake_path(RELATIVE_PATH listed BASE_DIRECTORY ${CMAKE_SOURCE_DIR})
+      set_property(GLOBAL APPEND PROPERTY pellora_listed ${listed})
+    endforeach()
     add_library(${target} STATIC ${given_SOURCES})
     target_include_directories(${target} PUBLIC ${view})
-    target_link_libraries(${target} PUBLIC pellora_options ${given_USES} PRIVATE ${given_LIBRARIES})
+    target_link_libraries(${target} PUBLIC pellora_options ${given_USES}
+      PRIVATE pellora_product ${given_LIBRARIES})
+    # The folders beneath the ports see nothing of Qt.
+    if(TARGET pellora_ports)
+      pellora_use_precompiled(pellora_product_headers ${target})
+    else()
+      pellora_use_precompiled(pellora_standard_headers ${target})
+    endif()
   else()
     add_library(${target} INTERFACE)
     target_include_directories(${target} INTERFACE ${view})
     target_link_libraries(${target} INTERFACE pellora_options ${given_USES} ${given_LIBRARIES})
   endif()
+endfunction()
+
+# pellora_need_all_folders_listed(folders...): the same for everything that pellora_folder was told of.
+function(pellora_need_all_folders_listed)
+  get_property(listed GLOBAL PROPERTY pellora_listed)
+  foreach(folder ${ARGN})
+    set(below ${listed})
+    list(FILTER below INCLUDE REGEX "^${folder}/")
+    list(TRANSFORM below REPLACE "^${folder}/" "")
+    pellora_need_all_listed(${CMAKE_SOURCE_DIR}/${folder} ${below})
+  endforeach()
 endfunction()

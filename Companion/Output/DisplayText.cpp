@@ -4,6 +4,7 @@
 #include <unicode/utf8.h>
 
 #include <algorithm>
+#include <cstdint>
 
 #include "Companion/Output/ForeignText.h"
 #include "PelloraMessagesCore/Text/Text.h"

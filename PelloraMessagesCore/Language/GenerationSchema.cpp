@@ -9,7 +9,7 @@ namespace {
 // Without a bound small models write on until their answer is cut; the guards keep far less.
 constexpr std::size_t kLongestText = 400;  // characters
 
-std::string quoted(std::string_view text) {
+std::string jsonText(std::string_view text) {
   constexpr std::string_view kHex = "0123456789abcdef";
   std::string result = "\"";
   for (const char byte : text) {
@@ -25,7 +25,7 @@ std::string quoted(std::string_view text) {
 }
 
 std::string member(std::string_view key, const std::string& value) {
-  return quoted(key) + ":" + value;
+  return jsonText(key) + ":" + value;
 }
 
 template <class Items, class Text>
@@ -37,25 +37,25 @@ std::string joined(const Items& items, Text text) {
 
 // The members that say what values a property takes.
 struct TypeMembers {
-  std::string operator()(const GeneratedInteger&) const { return member("type", quoted("integer")); }
+  std::string operator()(const GeneratedInteger&) const { return member("type", jsonText("integer")); }
 
   std::string operator()(const GeneratedText&) const {
-    return member("type", quoted("string")) + "," + member("maxLength", std::to_string(kLongestText));
+    return member("type", jsonText("string")) + "," + member("maxLength", std::to_string(kLongestText));
   }
 
   std::string operator()(const GeneratedChoice& choice) const {
-    return member("type", quoted("string")) + "," + member("enum", "[" + joined(choice.cases, quoted) + "]");
+    return member("type", jsonText("string")) + "," + member("enum", "[" + joined(choice.cases, jsonText) + "]");
   }
 
   std::string operator()(const GeneratedList& list) const {
-    return member("type", quoted("array")) + "," + member("maxItems", std::to_string(list.maximumCount)) + "," +
+    return member("type", jsonText("array")) + "," + member("maxItems", std::to_string(list.maximumCount)) + "," +
            member("items", list.item->jsonSchema());
   }
 };
 
 std::string propertySchema(const GeneratedProperty& property) {
   std::string result = "{" + std::visit(TypeMembers(), property.type);
-  if (!property.description.empty()) result += "," + member("description", quoted(property.description));
+  if (!property.description.empty()) result += "," + member("description", jsonText(property.description));
   return result + "}";
 }
 
@@ -64,8 +64,9 @@ std::string propertySchema(const GeneratedProperty& property) {
 std::string GenerationSchema::jsonSchema() const {
   const std::string members = joined(
       properties, [](const GeneratedProperty& property) { return member(property.name, propertySchema(property)); });
-  const std::string names = joined(properties, [](const GeneratedProperty& property) { return quoted(property.name); });
-  return "{" + member("type", quoted("object")) + "," + member("properties", "{" + members + "}") + "," +
+  const std::string names =
+      joined(properties, [](const GeneratedProperty& property) { return jsonText(property.name); });
+  return "{" + member("type", jsonText("object")) + "," + member("properties", "{" + members + "}") + "," +
          member("required", "[" + names + "]") + "," + member("additionalProperties", "false") + "}";
 }
 
