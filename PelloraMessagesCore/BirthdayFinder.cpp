@@ -1,5 +1,8 @@
 #include "PelloraMessagesCore/BirthdayFinder.h"
 
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -7,7 +10,9 @@
 #include <string>
 #include <unordered_set>
 
+#include "PelloraMessagesCore/Language/GuardText.h"
 #include "PelloraMessagesCore/Text/ByteWindows.h"
+#include "PelloraMessagesCore/Text/PhraseTable.h"
 #include "PelloraMessagesCore/Text/Regex.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
@@ -54,15 +59,44 @@ bool holdsAny(std::string_view lowerCase, const Words& words) {
                      [&](std::string_view word) { return lowerCase.find(word) != std::string_view::npos; });
 }
 
-bool isNameOfSomeoneElse(std::string_view word, std::string_view firstName) {
-  if (!text::isUppercaseCharacter(word) || text::characterCount(word) < 2) return false;
-  const std::string lowerCase = text::lowercased(word);
-  return !isNeverName(lowerCase) && text::canonical(lowerCase) != text::canonical(text::lowercased(firstName));
+// The letters, without marks and case: "José" and "JOSE" are "jose".
+std::string plainLetters(std::string_view text) {
+  std::string result;
+  const icu::UnicodeString plain = icu::UnicodeString::fromUTF8(GuardText::withoutDisguise(text));
+  for (std::int32_t place = 0; place < plain.length(); place = plain.moveIndex32(place, 1))
+    if (const UChar32 scalar = plain.char32At(place); u_isalpha(scalar))
+      icu::UnicodeString(scalar).toUTF8String(result);
+  return result;
+}
+
+// The letters with their marks that the text begins with.
+std::string_view firstWord(std::string_view text) {
+  std::size_t length = 0;
+  for (const std::string_view character : text::characters(text)) {
+    if (!text::isLetterCharacter(character)) break;
+    length += character.size();
+  }
+  return text.substr(0, length);
+}
+
+// Whether the wish calls the person by the first name or its beginning. The pattern knows only plain letters, so that
+// it takes "Jos" from "José".
+bool callsPerson(std::string_view line, const Regex& pattern, std::string_view word, std::string_view firstName) {
+  // No part of the pattern looks around, so the first match is where its text occurs first; the word is its end.
+  const std::string match = pattern.firstMatch(line).value_or(std::string());
+  const std::size_t begin = line.find(match);
+  const std::size_t wordBegin = begin == std::string_view::npos ? begin : begin + match.size() - word.size();
+  const std::string called = plainLetters(begin == std::string_view::npos ? word : firstWord(line.substr(wordBegin)));
+  return plainLetters(firstName).starts_with(called);
+}
+
+bool mayBeName(std::string_view word) {
+  return text::isUppercaseCharacter(word) && text::characterCount(word) >= 2 && !isNeverName(text::lowercased(word));
 }
 
 std::optional<std::string> nameIn(const Regex& pattern, std::string_view line, std::string_view firstName) {
   auto word = pattern.firstMatch(line, 1);
-  if (word && !isNameOfSomeoneElse(*word, firstName)) word.reset();
+  if (!word || !mayBeName(*word) || callsPerson(line, pattern, *word, firstName)) return std::nullopt;
   return word;
 }
 
@@ -98,11 +132,8 @@ std::optional<int> age(const std::vector<MessageLine>& lines) {
   return std::nullopt;
 }
 
-constexpr unsigned char asciiLowerCase(unsigned char byte) {
-  return static_cast<unsigned char>(byte - 'A' < 26U ? byte | 0x20U : byte);
-}
-
-// False only for a text without greeting: every greeting holds "hb", "y b" or the cake.
+// False only for a text without greeting: every greeting holds "hb", "y b" or the cake, in letters that nothing but A
+// to Z turns into when lower-cased.
 bool mayHoldGreeting(std::string_view text) {
   const bool holdsPair = holdsByteWindow<2>(text, [](const unsigned char* bytes) {
     const unsigned isHB =
@@ -116,26 +147,12 @@ bool mayHoldGreeting(std::string_view text) {
          });
 }
 
-// Only A to Z become letters of the greetings when lower-cased, so that bytes may be compared: what else turns into
-// ASCII is the Kelvin sign (no greeting has a k) and the dotted capital I (an i with a mark behind it).
-bool startsWithGreeting(std::string_view text) {
-  return std::any_of(kGreetings.begin(), kGreetings.end(), [&](std::string_view greeting) {
-    return text.size() >= greeting.size() &&
-           std::equal(greeting.begin(), greeting.end(), text.begin(), [](char expected, char byte) {
-             return static_cast<unsigned char>(expected) == asciiLowerCase(static_cast<unsigned char>(byte));
-           });
-  });
-}
-
 }  // namespace
 
 bool holdsGreeting(std::string_view text) {
-  if (!mayHoldGreeting(text)) return false;
-  for (std::size_t begin = 0; begin < text.size(); ++begin) {
-    const bool isFirstByte = (text[begin] | 0x20) == 'h' || text[begin] == kGreetings[0][0];
-    if (isFirstByte && startsWithGreeting(text.substr(begin))) return true;
-  }
-  return false;
+  static const PhraseTable greetings(kGreetings);
+  // Nearly every message ends with the quick look; lower-casing them all takes fifteen times as long.
+  return mayHoldGreeting(text) && greetings.firstIn(text::lowercased(text));
 }
 
 std::optional<MessagesBirthday> find(const std::vector<MessageLine>& lines, std::string_view firstName,
