@@ -4,9 +4,11 @@
 #include <QLocale>
 #include <QPixmapCache>
 #include <QPointer>
+#include <QScreen>
 #include <QTranslator>
 #include <cstdlib>
 #include <iostream>
+#include <sstream>
 
 #include "Pellora_for_Messages/PlatformAdapters.h"
 #include "Pellora_for_Messages/Window/HelperLook.h"
@@ -49,9 +51,11 @@ HelperApp::HelperApp(QApplication& application, HelperPlatform platform, HelperD
   _sleep = _desktop.sleepNotice.observe([engine] { engine->suspend(); }, [engine] { engine->resume(); });
 }
 
-HelperApp::~HelperApp() = default;
+HelperApp::~HelperApp() {
+  keepPlace();
+}
 
-void HelperApp::openWindow() {
+void HelperApp::openWindow(const std::string& token) {
   if (!_followsAppearance) {
     _followsAppearance = true;
     const QPointer<HelperApp> self(this);
@@ -59,20 +63,56 @@ void HelperApp::openWindow() {
       if (self) self->followAppearance(prefersDark);
     });
   }
-  if (!_window) {
-    _window = std::make_unique<HelperWindow>(
-        *_engine,
-        HelperView::Actions{[this] { _desktop.privacySettings.show(_engine->platform().chatDatabase); }, quit});
-    connect(_window.get(), &QDialog::finished, this, &HelperApp::closeWindow, Qt::QueuedConnection);
-  }
-  _window->present();
+  if (!_window) makeWindow();
+  bringToFront(token);
   settle();
+}
+
+void HelperApp::makeWindow() {
+  _window = std::make_unique<HelperWindow>(
+      *_engine, HelperView::Actions{[this] { _desktop.privacySettings.show(_engine->platform().chatDatabase); }, quit});
+  connect(_window.get(), &QDialog::finished, this, &HelperApp::closeWindow, Qt::QueuedConnection);
+  restorePlace();
+}
+
+void HelperApp::bringToFront(const std::string& token) {
+  _desktop.windowActivation.useToken(token);
+  _window->present();
+  _desktop.windowActivation.bringToFront(_window->winId());
+  _attention = _engine->platform().scheduler.after(kActivationPatience, [this] {
+    if (_window && _window->isVisible() && !_window->isActiveWindow()) QApplication::alert(_window.get());
+  });
 }
 
 void HelperApp::closeWindow() {
   if (!_window || _window->isVisible()) return;
+  keepPlace();
+  _attention.reset();
   _window.reset();
   settle();
+}
+
+// Desktops that do not tell programs where their windows are say the same place every time, and take no advice either.
+void HelperApp::keepPlace() {
+  if (!_window) return;
+  const QPoint place = _window->pos();
+  try {
+    _engine->platform().defaults.store({{kPlaceKey, std::to_string(place.x()) + ' ' + std::to_string(place.y())}});
+  } catch (const std::exception&) {
+    // The window then opens where the desktop puts it.
+  }
+}
+
+void HelperApp::restorePlace() {
+  std::istringstream words(_engine->platform().defaults.text(kPlaceKey).value_or(""));
+  int x = 0;
+  int y = 0;
+  if (!(words >> x >> y)) return;
+  const QRect place(QPoint(x, y), _window->size());
+  // A screen may be gone since.
+  if (const QScreen* screen = QGuiApplication::screenAt(place.center());
+      screen != nullptr && screen->availableGeometry().contains(place.topLeft()))
+    _window->move(x, y);
 }
 
 void HelperApp::settle() {
@@ -98,6 +138,7 @@ int runHelperApp(int& argc, char** argv, const HelperOptions& options) {
     std::cerr << "Pellora for Messages needs a display, and neither DISPLAY nor WAYLAND_DISPLAY leads to one.\n";
     return kNoDisplay;
   }
+  const std::string token = PlatformAdapters::launchToken();
   qInstallMessageHandler(dropLibraryChatter);
   QCoreApplication::setApplicationName(QStringLiteral("Pellora for Messages"));
   QGuiApplication::setApplicationDisplayName(QStringLiteral("Pellora for Messages"));
@@ -110,15 +151,18 @@ int runHelperApp(int& argc, char** argv, const HelperOptions& options) {
   installTranslation(translator);
   PlatformAdapters adapters;
   QPointer<HelperApp> shown;
-  if (!adapters.appInstance().claim([&shown] {
-        if (shown) shown->openWindow();
-      }))
-    return 0;
+  const auto later = options.background ? AppInstance::Later::staysQuiet : AppInstance::Later::showsFirst;
+  const bool isFirst = adapters.appInstance().claim(
+      [&shown](const std::string& given) {
+        if (shown) shown->openWindow(given);
+      },
+      later, token);
+  if (!isFirst) return 0;
   adapters.removeLeftovers();
   adapters.refreshLoginItem();
   HelperApp app(application, adapters.platform(), adapters.desktop());
   shown = &app;
-  if (!options.background) app.openWindow();
+  if (!options.background) app.openWindow(token);
   const int code = QApplication::exec();
   if (!adapters.close()) std::_Exit(code);
   return code;

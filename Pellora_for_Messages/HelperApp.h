@@ -5,9 +5,9 @@
 #include <memory>
 
 #include "Pellora_for_Messages/Engine/HelperEngine.h"
+#include "Pellora_for_Messages/Engine/HelperOptions.h"
 #include "Pellora_for_Messages/HelperAppDelegate.h"
 #include "Pellora_for_Messages/HelperDesktop.h"
-#include "Pellora_for_Messages/Engine/HelperOptions.h"
 #include "Pellora_for_Messages/Window/HelperMenu.h"
 #include "Pellora_for_Messages/Window/HelperTray.h"
 #include "Pellora_for_Messages/Window/HelperWindow.h"
@@ -20,6 +20,12 @@ class HelperApp : public QObject {
   Q_OBJECT
 
  public:
+  // How long a desktop has to bring the window to the front before the user is told of it in another way.
+  static constexpr std::chrono::milliseconds kActivationPatience{500};
+
+  // Where the window was last, "x y", among the user's settings.
+  static constexpr char kPlaceKey[] = "window.place";
+
   // From the last of a burst of work (the start, a read, the window coming or going) until memory is given back.
   static constexpr std::chrono::seconds kSettling{3};
 
@@ -27,7 +33,8 @@ class HelperApp : public QObject {
   HelperApp(QApplication& application, HelperPlatform platform, HelperDesktop desktop);
   ~HelperApp() override;
 
-  void openWindow();
+  // `token` is the desktop's permission to come to the front, empty where there is none.
+  void openWindow(const std::string& token = {});
 
   HelperEngine& engine() { return *_engine; }
   HelperMenu& menu() { return *_menu; }
@@ -35,7 +42,11 @@ class HelperApp : public QObject {
   HelperWindow* window() { return _window.get(); }  // null while it is closed
 
  private:
+  void makeWindow();
+  void bringToFront(const std::string& token);
   void closeWindow();
+  void keepPlace();
+  void restorePlace();
   void followAppearance(bool prefersDark);
   void settle();
 
@@ -47,6 +58,7 @@ class HelperApp : public QObject {
   std::unique_ptr<HelperTray> _tray;
   std::unique_ptr<HelperWindow> _window;
   std::unique_ptr<ScheduledCall> _settling;
+  std::unique_ptr<ScheduledCall> _attention;
   bool _followsAppearance = false;
   bool _isDarkByUs = false;
 };

@@ -8,6 +8,7 @@
 #include "PelloraMessagesCore/Ports/QuitRequests.h"
 #include "PelloraMessagesCore/Ports/SleepNotice.h"
 #include "PelloraMessagesCore/Ports/TrayHost.h"
+#include "PelloraMessagesCore/Ports/WindowActivation.h"
 
 namespace pellora {
 
@@ -17,6 +18,7 @@ struct HelperDesktop {
   Appearance& appearance;
   QuitRequests& quitRequests;
   SleepNotice& sleepNotice;
+  WindowActivation& windowActivation;
 
   // Gives back memory that is not needed at the moment; called after bursts of work.
   std::function<void()> releaseMemory;

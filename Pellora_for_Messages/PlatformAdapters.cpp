@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
+#include "Adapters/Linux/Desktop/DesktopWindowActivation.h"
 #include "Adapters/Linux/Desktop/DisplayServer.h"
 #include "Adapters/Linux/Desktop/FileManagerPrivacySettings.h"
 #include "Adapters/Linux/Desktop/LogindSleepNotice.h"
@@ -122,6 +123,7 @@ struct PlatformAdapters::Adapters {
   PortalAppearance appearance;
   SignalQuitRequests quitRequests;
   std::optional<InstanceLock> readingLock;
+  DesktopWindowActivation windowActivation;
   std::unique_ptr<ChatCompletionsLanguageModel> languageModel = ChatCompletionsLanguageModel::fromEnvironment();
 };
 
@@ -136,8 +138,8 @@ HelperPlatform PlatformAdapters::platform() {
 }
 
 HelperDesktop PlatformAdapters::desktop() {
-  return {_adapters->trayHost,     _adapters->privacySettings, _adapters->appearance,
-          _adapters->quitRequests, _adapters->sleepNotice,     ResidentMemory::release};
+  return {_adapters->trayHost,    _adapters->privacySettings,  _adapters->appearance,  _adapters->quitRequests,
+          _adapters->sleepNotice, _adapters->windowActivation, ResidentMemory::release};
 }
 
 AppInstance& PlatformAdapters::appInstance() {
@@ -146,6 +148,10 @@ AppInstance& PlatformAdapters::appInstance() {
 
 void PlatformAdapters::refreshLoginItem() {
   _adapters->loginItem.refresh();
+}
+
+std::string PlatformAdapters::launchToken() {
+  return DesktopWindowActivation::launchToken();
 }
 
 std::shared_ptr<void> PlatformAdapters::reachDisplay() {

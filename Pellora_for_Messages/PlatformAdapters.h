@@ -43,6 +43,10 @@ class PlatformAdapters {
   // is gone: a helper that starts meanwhile finds the folder locked.
   bool becomeOnlyReader();
 
+  // The desktop's permission to come to the front that this process was launched with; empty without one. Ask before a
+  // QApplication is made.
+  static std::string launchToken();
+
   // Ends what the language model and the background are still working on, so that the process can end. False when the
   // background goes on: then nothing may be torn down, and the process must end as it stands.
   bool close();

@@ -1,6 +1,8 @@
 // A login item that a test looks at and may make refuse.
 #pragma once
 
+#include <utility>
+
 #include "PelloraMessagesCore/Ports/LoginItem.h"
 
 namespace pellora {
@@ -16,6 +18,13 @@ class InMemoryLoginItem : public LoginItem {
     if (!_refusing) _enabled = false;
   }
 
+  void observe(std::function<void()> changed) override { _changed = std::move(changed); }
+
+  // As another program does it.
+  void changeElsewhere(bool enabled) {
+    _enabled = enabled;
+    if (_changed) _changed();
+  }
   void setRefusing(bool refusing) { _refusing = refusing; }
   int enableCalls() const { return _enableCalls; }
 
@@ -23,6 +32,7 @@ class InMemoryLoginItem : public LoginItem {
   bool _enabled = false;
   bool _refusing = false;
   int _enableCalls = 0;
+  std::function<void()> _changed;
 };
 
 }  // namespace pellora

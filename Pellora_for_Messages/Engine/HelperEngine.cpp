@@ -34,6 +34,9 @@ void HelperEngine::start() {
   _timer = _platform.scheduler.every(kReadInterval, [self] {
     if (self) self->requestRead();
   });
+  _platform.loginItem.observe([self] {
+    if (self) self->publish(self->_opensAtLogin, self->_platform.loginItem.isEnabled());
+  });
   armWatchers();
   _readRequests = HelperReadRequest::observe(_platform.notifications, [self] {
     if (self) self->requestRead();

@@ -19,7 +19,7 @@ FailureText::FailureText(QWidget* parent) : QPlainTextEdit(parent) {
   setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
   document()->setDocumentMargin(0);
   viewport()->setAutoFillBackground(false);
-  adoptColour();
+  adoptColor();
 }
 
 void FailureText::showText(const QString& text) {
@@ -34,28 +34,30 @@ void FailureText::resizeEvent(QResizeEvent* event) {
 
 void FailureText::changeEvent(QEvent* event) {
   QPlainTextEdit::changeEvent(event);
-  if (event->type() == QEvent::PaletteChange) adoptColour();
+  if (event->type() == QEvent::PaletteChange) adoptColor();
   if (event->type() == QEvent::FontChange) fitHeight();
 }
 
 void FailureText::fitHeight() {
   int lines = 0;
+  double height = 0;  // of as many whole lines as are shown
   for (QTextBlock block = document()->begin(); block.isValid() && lines <= kMostLines; block = block.next()) {
     blockBoundingRect(block);  // lays the block out
-    lines += qMax(1, block.layout()->lineCount());
+    const QTextLayout& layout = *block.layout();
+    for (int line = 0; line < layout.lineCount() && lines <= kMostLines; ++line)
+      if (++lines <= kMostLines) height += layout.lineAt(line).height();
   }
   // Keys have something to do here only where there is something to scroll.
   setFocusPolicy(lines > kMostLines ? Qt::StrongFocus : Qt::ClickFocus);
-  const double lineHeight = QFontMetricsF(font()).lineSpacing();
-  setFixedHeight(static_cast<int>(std::ceil(lineHeight * qBound(1, lines, kMostLines))) + 2);
+  setFixedHeight(static_cast<int>(std::ceil(qMax(height, QFontMetricsF(font()).height()))) + 2);
 }
 
-void FailureText::adoptColour() {
+void FailureText::adoptColor() {
   const QPalette surroundings = parentWidget() != nullptr ? parentWidget()->palette() : QPalette();
-  const QColor colour = HelperLook::secondary(surroundings);
-  if (palette().color(QPalette::Text) == colour) return;
+  const QColor color = HelperLook::secondary(surroundings);
+  if (palette().color(QPalette::Text) == color) return;
   QPalette own;
-  own.setColor(QPalette::Text, colour);
+  own.setColor(QPalette::Text, color);
   own.setColor(QPalette::Base, Qt::transparent);
   setPalette(own);
 }

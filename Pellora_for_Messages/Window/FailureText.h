@@ -22,7 +22,7 @@ class FailureText : public QPlainTextEdit {
 
  private:
   void fitHeight();
-  void adoptColour();
+  void adoptColor();
 };
 
 }  // namespace pellora

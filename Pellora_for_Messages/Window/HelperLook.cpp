@@ -1,6 +1,8 @@
 #include "Pellora_for_Messages/Window/HelperLook.h"
 
 #include <QApplication>
+#include <algorithm>
+#include <cmath>
 
 namespace pellora::HelperLook {
 
@@ -8,6 +10,9 @@ namespace {
 
 constexpr double kTitleScale = 1.3;
 constexpr double kCaptionScale = 0.88;
+constexpr double kTextContrast = 4.5;
+constexpr double kShapeContrast = 3;
+constexpr int kSteps = 20;
 
 QFont scaled(double factor, QFont::Weight weight) {
   QFont font = QApplication::font();
@@ -25,6 +30,22 @@ QColor blend(const QColor& over, const QColor& under, double share) {
   return QColor::fromRgbF(static_cast<float>(mix(over.redF(), under.redF())),
                           static_cast<float>(mix(over.greenF(), under.greenF())),
                           static_cast<float>(mix(over.blueF(), under.blueF())));
+}
+
+double luminance(const QColor& color) {
+  const auto linear = [](double value) {
+    return value <= 0.03928 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+  };
+  return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
+// `color` as near to itself as it can be while it keeps `isApart`, moved towards `target` where it must be.
+template <class Test>
+QColor moved(const QColor& color, const QColor& target, Test isApart) {
+  for (int step = 0; step <= kSteps; ++step)
+    if (const QColor candidate = blend(target, color, static_cast<double>(step) / kSteps); isApart(candidate))
+      return candidate;
+  return target;
 }
 
 }  // namespace
@@ -56,6 +77,32 @@ QColor panelEdge(const QPalette& palette) {
 
 bool isDark(const QPalette& palette) {
   return palette.color(QPalette::Window).lightnessF() < palette.color(QPalette::WindowText).lightnessF();
+}
+
+double contrast(const QColor& one, const QColor& other) {
+  const auto [darker, lighter] = std::minmax(luminance(one), luminance(other));
+  return (lighter + 0.05) / (darker + 0.05);
+}
+
+Accent accent(const QPalette& palette) {
+  const QColor ground = palette.color(QPalette::Highlight);
+  const QColor given = palette.color(QPalette::HighlightedText);
+  const QColor ink = luminance(given) > luminance(ground) ? QColor(Qt::white) : QColor(Qt::black);
+  const QColor away = ink == QColor(Qt::white) ? QColor(Qt::black) : QColor(Qt::white);
+  return {moved(ground, away, [&](const QColor& moved) { return contrast(moved, ink) >= kTextContrast; }), ink};
+}
+
+QColor progress(const QPalette& palette) {
+  const QColor window = palette.color(QPalette::Window);
+  const QColor rest = panelEdge(palette);
+  return moved(palette.color(QPalette::Highlight), palette.color(QPalette::WindowText), [&](const QColor& moved) {
+    return contrast(moved, window) >= kShapeContrast && contrast(moved, rest) >= kShapeContrast;
+  });
+}
+
+QString withMnemonic(const QString& text, QChar letter) {
+  const qsizetype place = text.indexOf(letter);
+  return place < 0 ? text : text.left(place) + u'&' + text.mid(place);
 }
 
 QPalette darkPalette() {

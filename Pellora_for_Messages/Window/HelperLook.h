@@ -1,10 +1,11 @@
-// Fonts, colours and measures of the window, all derived from the desktop's font and palette, so that they follow
+// Fonts, colors and measures of the window, all derived from the desktop's font and palette, so that they follow
 // its theme.
 #pragma once
 
 #include <QColor>
 #include <QFont>
 #include <QPalette>
+#include <QString>
 
 namespace pellora {
 
@@ -32,6 +33,22 @@ QColor panel(const QPalette& palette);
 QColor panelEdge(const QPalette& palette);
 
 bool isDark(const QPalette& palette);
+
+// How far two colors are apart for the eye, 1 to 21: the contrast ratio of the Web Content Accessibility Guidelines.
+double contrast(const QColor& one, const QColor& other);
+
+// The palette's accent as the ground of a button, and the ink on it: at least 4.5 to 1 apart.
+struct Accent {
+  QColor ground;
+  QColor ink;
+};
+Accent accent(const QPalette& palette);
+
+// The part of a progress bar that is done: at least 3 to 1 from the window and from the part still to do.
+QColor progress(const QPalette& palette);
+
+// `text` with an ampersand before the first `letter`, which then presses what shows it; unchanged without that letter.
+QString withMnemonic(const QString& text, QChar letter);
 
 // The palette for desktops whose dark preference the window library does not follow by itself.
 QPalette darkPalette();

@@ -15,6 +15,7 @@ struct HelperNotice {
   QString title;
   QString body;
   QString button;
+  QChar mnemonic;  // the letter of `button` that presses it together with Alt
   Action action = Action::read;
 
   // Absent where no card is shown.

@@ -56,6 +56,7 @@ QWidget* HelperView::makeHeader() {
   auto* title = new QLabel(tr("Pellora for Messages"), header);
   title->setObjectName(QStringLiteral("title"));
   title->setTextFormat(Qt::PlainText);
+  title->setWordWrap(true);
   title->setFont(HelperLook::titleFont());
   _status = new SecondaryLabel({}, header);
   _status->setObjectName(QStringLiteral("status"));
@@ -83,7 +84,8 @@ QWidget* HelperView::makeProgress() {
 QWidget* HelperView::makeLoginSection() {
   auto* section = new RoundedPanel(this);
   section->setObjectName(QStringLiteral("loginSection"));
-  _toggle = new QCheckBox(tr("Open at login"), section);
+  section->setAccessibleName(tr("Open at login"));
+  _toggle = new QCheckBox(HelperLook::withMnemonic(tr("Open at login"), u'O'), section);
   _toggle->setObjectName(QStringLiteral("opensAtLogin"));
   auto* caption = makeCaption(tr("Pellora for Messages only reads new messages while it's open."), section);
   caption->setObjectName(QStringLiteral("loginCaption"));
@@ -103,7 +105,7 @@ QWidget* HelperView::makeFooter() {
   auto* caption =
       makeCaption(tr("Pellora for Messages keeps running in the menu bar when you close this window."), footer);
   caption->setObjectName(QStringLiteral("footerCaption"));
-  _quit = new QPushButton(tr("Quit"), footer);
+  _quit = new QPushButton(HelperLook::withMnemonic(tr("Quit"), u'Q'), footer);
   _quit->setObjectName(QStringLiteral("quit"));
   // Return presses the card's button wherever the focus is, but not when it is here.
   _quit->setAutoDefault(false);
@@ -146,7 +148,11 @@ void HelperView::focusFirst() {
   if (_card->isVisibleTo(this))
     _card->button()->setFocus();
   else
-    _toggle->setFocus();
+    setFocus();
+}
+
+int HelperView::contentHeight() const {
+  return layout()->totalHeightForWidth(HelperLook::kContentWidth);
 }
 
 void HelperView::refresh() {
@@ -159,9 +165,17 @@ void HelperView::refresh() {
 
 void HelperView::refreshCard() {
   const auto notice = HelperNotice::forState(_engine.state());
+  const bool wasShown = _card->isVisibleTo(this);
   if (notice) _card->showNotice(*notice, _engine.state().kind == HelperEngine::State::Kind::failed);
+  // A card that goes away must not leave the keyboard on the next control, nor a new one be out of the keyboard's
+  // reach.
+  const QWidget* focused = window()->focusWidget();
+  const bool isOnCard = focused != nullptr && _card->isAncestorOf(focused);
+  const bool isNowhere = focused == nullptr || focused == this || focused == window();
+  if (wasShown && !notice && isOnCard) setFocus();
   _card->setVisible(notice.has_value());
   _card->button()->setDefault(notice.has_value());
+  if (!wasShown && notice && isNowhere) _card->button()->setFocus();
 }
 
 void HelperView::refreshProgress() {

@@ -32,8 +32,11 @@ class HelperView : public QWidget {
   // `engine` must outlive the view.
   HelperView(HelperEngine& engine, Actions actions, QWidget* parent = nullptr);
 
-  // Puts the keyboard where a user is likely to need it.
+  // Puts the keyboard on the card's button, and without a card where no key acts by accident.
   void focusFirst();
+
+  // The height that the content needs at its width.
+  int contentHeight() const;
 
  protected:
   void showEvent(QShowEvent* event) override;

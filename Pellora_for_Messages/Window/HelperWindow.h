@@ -1,9 +1,12 @@
-// The status window around HelperView, as large as its content. Escape and Ctrl+W close it; the process goes on.
+// The status window around HelperView: as large as its content, and never larger than the screen, where the content
+// scrolls instead. Escape and Ctrl+W close it and the process goes on; Ctrl+Q ends the process.
 #pragma once
 
 #include <QDialog>
 
 #include "Pellora_for_Messages/Window/HelperView.h"
+
+class QScrollArea;
 
 namespace pellora {
 
@@ -15,6 +18,16 @@ class HelperWindow : public QDialog {
 
   // Shows it, or brings it to the front.
   void present();
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+  void showEvent(QShowEvent* event) override;
+
+ private:
+  void fit();
+
+  HelperView* _view;
+  QScrollArea* _scroller;
 };
 
 }  // namespace pellora

@@ -43,7 +43,7 @@ void NoticeCard::showNotice(const HelperNotice& notice, bool isFailure) {
   } else {
     _body->setText(notice.body);
   }
-  _button->setText(notice.button);
+  _button->setText(HelperLook::withMnemonic(notice.button, notice.mnemonic));
   _button->setAccessibleDescription(isFailure ? QString() : notice.body);
   _button->updateGeometry();
 }

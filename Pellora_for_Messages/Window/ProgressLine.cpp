@@ -29,7 +29,7 @@ void ProgressLine::paintEvent(QPaintEvent*) {
   QRectF done = rect();
   done.setWidth(qMax<double>(kThickness, width() * share));
   if (layoutDirection() == Qt::RightToLeft) done.moveRight(width());
-  painter.setBrush(palette().color(QPalette::Highlight));
+  painter.setBrush(HelperLook::progress(palette()));
   painter.drawRoundedRect(done, radius, radius);
 }
 

@@ -21,19 +21,20 @@ ProminentButton::ProminentButton(QWidget* parent) : QPushButton(parent) {
 }
 
 QSize ProminentButton::sizeHint() const {
-  const QSize words = fontMetrics().size(Qt::TextSingleLine, text());
+  const QSize words = fontMetrics().size(Qt::TextSingleLine | Qt::TextShowMnemonic, text());
   return words + QSize(2 * (kSidePadding + kRoom), 2 * (kTopPadding + kRoom));
 }
 
 void ProminentButton::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
-  QColor fill = palette().color(QPalette::Highlight);
+  const HelperLook::Accent accent = HelperLook::accent(palette());
+  QColor fill = accent.ground;
   if (!isEnabled()) fill.setAlphaF(0.5F);
-  if (isDown())
-    fill = fill.darker(118);
-  else if (underMouse())
-    fill = fill.lighter(108);
+  // Pressed and pointed at, the ground moves away from the ink, so that the text stays as readable.
+  const bool isInkLight = accent.ink == QColor(Qt::white);
+  const int factor = isDown() ? 118 : underMouse() ? 108 : 100;
+  fill = isInkLight ? fill.darker(factor) : fill.lighter(factor);
   const QRectF face = QRectF(rect()).adjusted(kRoom, kRoom, -kRoom, -kRoom);
   painter.setPen(Qt::NoPen);
   painter.setBrush(fill);
@@ -44,8 +45,8 @@ void ProminentButton::paintEvent(QPaintEvent*) {
     const QRectF ring = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
     painter.drawRoundedRect(ring, kRadius + kRoom, kRadius + kRoom);
   }
-  painter.setPen(palette().color(QPalette::HighlightedText));
-  painter.drawText(rect(), Qt::AlignCenter, text());
+  painter.setPen(accent.ink);
+  painter.drawText(rect(), Qt::AlignCenter | Qt::TextShowMnemonic, text());
 }
 
 }  // namespace pellora

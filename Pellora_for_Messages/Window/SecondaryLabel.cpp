@@ -9,27 +9,27 @@ namespace pellora {
 SecondaryLabel::SecondaryLabel(const QString& text, QWidget* parent) : QLabel(text, parent) {
   setTextFormat(Qt::PlainText);
   setWordWrap(true);
-  adoptColour();
+  adoptColor();
 }
 
 void SecondaryLabel::changeEvent(QEvent* event) {
   QLabel::changeEvent(event);
-  if (event->type() == QEvent::PaletteChange) adoptColour();
+  if (event->type() == QEvent::PaletteChange) adoptColor();
 }
 
 bool SecondaryLabel::event(QEvent* event) {
   const bool isHandled = QLabel::event(event);
-  if (event->type() == QEvent::ParentChange || event->type() == QEvent::Polish) adoptColour();
+  if (event->type() == QEvent::ParentChange || event->type() == QEvent::Polish) adoptColor();
   return isHandled;
 }
 
-void SecondaryLabel::adoptColour() {
+void SecondaryLabel::adoptColor() {
   // Derived from the parent's palette, never from the own one that it changes.
   const QPalette surroundings = parentWidget() != nullptr ? parentWidget()->palette() : QPalette();
-  const QColor colour = HelperLook::secondary(surroundings);
-  if (palette().color(QPalette::WindowText) == colour) return;
+  const QColor color = HelperLook::secondary(surroundings);
+  if (palette().color(QPalette::WindowText) == color) return;
   QPalette own;
-  own.setColor(QPalette::WindowText, colour);
+  own.setColor(QPalette::WindowText, color);
   setPalette(own);
 }
 

@@ -16,7 +16,7 @@ class SecondaryLabel : public QLabel {
   bool event(QEvent* event) override;
 
  private:
-  void adoptColour();
+  void adoptColor();
 };
 
 }  // namespace pellora

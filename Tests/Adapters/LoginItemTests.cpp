@@ -7,6 +7,7 @@
 #include "Adapters/InMemory/InMemoryLoginItem.h"
 #include "Adapters/Linux/Desktop/XdgAutostartLoginItem.h"
 #include "Tests/Support/ChildProcess.h"
+#include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryFolder.h"
 
@@ -22,12 +23,14 @@ class World {
   virtual ~World() = default;
   virtual LoginItem& item() = 0;
   virtual void refuse() = 0;
+  virtual void changeElsewhere(bool enabled) = 0;
 };
 
 class MemoryWorld : public World {
  public:
   LoginItem& item() override { return _item; }
   void refuse() override { _item.setRefusing(true); }
+  void changeElsewhere(bool enabled) override { _item.changeElsewhere(enabled); }
 
  private:
   InMemoryLoginItem _item;
@@ -37,6 +40,10 @@ class AutostartWorld : public World {
  public:
   LoginItem& item() override { return _item; }
   void refuse() override { std::ofstream(_folder / "config") << "in the folder's place"; }
+  void changeElsewhere(bool enabled) override {
+    XdgAutostartLoginItem other("/usr/bin/pellora-for-messages", _folder / "config", {});
+    enabled ? other.enable() : other.disable();
+  }
 
  private:
   support::TemporaryFolder _folder;
@@ -76,6 +83,17 @@ TEST_P(LoginItemContract, FollowsEveryChange) {
     EXPECT_FALSE(item().isEnabled());
     item().disable();
     EXPECT_FALSE(item().isEnabled());
+  }
+}
+
+TEST_P(LoginItemContract, TellsOfChangesByOtherPrograms) {
+  int changes = 0;
+  item().observe([&changes] { ++changes; });
+  for (const bool enabled : {true, false, true}) {
+    const int before = changes;
+    _world->changeElsewhere(enabled);
+    EXPECT_TRUE(support::waitUntil([&] { return changes > before; }));
+    EXPECT_EQ(item().isEnabled(), enabled);
   }
 }
 

@@ -108,6 +108,46 @@ TEST_F(HelperAppTest, ReadsNothingAsleepAndOnceAfterwards) {
   EXPECT_EQ(world.heartbeat()->at, WindowWorld::kStart + 90s);
 }
 
+TEST_F(HelperAppTest, BringsTheWindowToTheFrontWithTheDesktopsPermission) {
+  start();
+  app->openWindow("a token");
+  ASSERT_NE(app->window(), nullptr);
+  app->openWindow();
+  EXPECT_EQ(world.windowActivation.tokens(), (std::vector<std::string>{"a token", ""}));
+  const std::uint64_t window = app->window()->winId();
+  EXPECT_EQ(world.windowActivation.windows(), (std::vector<std::uint64_t>{window, window}));
+}
+
+TEST_F(HelperAppTest, WindowComesBackWhereItWas) {
+  start();
+  app->openWindow();
+  app->window()->move(120, 60);
+  app->window()->close();
+  ASSERT_TRUE(waitUntil([&] { return app->window() == nullptr; }));
+  app->openWindow();
+  EXPECT_EQ(app->window()->pos(), QPoint(120, 60));
+  app->window()->move(80, 40);
+  app.reset();
+  start();
+  app->openWindow();
+  EXPECT_EQ(app->window()->pos(), QPoint(80, 40));
+}
+
+TEST_F(HelperAppTest, AWindowWhoseScreenIsGoneOpensWhereItIsSeen) {
+  world.defaults.store({{HelperApp::kPlaceKey, std::string("9000 9000")}});
+  start();
+  app->openWindow();
+  EXPECT_TRUE(app->window()->screen()->availableGeometry().contains(app->window()->pos()));
+}
+
+TEST_F(HelperAppTest, OpenAtLoginFollowsOtherPrograms) {
+  start();
+  world.loginItem.changeElsewhere(false);
+  EXPECT_FALSE(app->engine().opensAtLogin());
+  world.loginItem.changeElsewhere(true);
+  EXPECT_TRUE(app->engine().opensAtLogin());
+}
+
 TEST_F(HelperAppTest, GivesMemoryBackOnceThingsHaveSettled) {
   start();
   world.scheduler.advance(HelperApp::kSettling);

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
 #include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
@@ -8,7 +9,10 @@
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
 #include <QTest>
+#include <QTextBlock>
 
 #include "Pellora_for_Messages/Window/HelperLook.h"
 #include "Pellora_for_Messages/Window/HelperView.h"
@@ -55,17 +59,9 @@ class HelperViewTest : public testing::Test {
   HelperWindow window{*engine, {[this] { ++settingsOpened; }, [this] { ++quits; }}};
 };
 
-double luminance(const QColor& colour) {
-  const auto linear = [](double value) {
-    return value <= 0.03928 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-  };
-  return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) + 0.0722 * linear(colour.blueF());
-}
-
-double contrast(const QColor& one, const QColor& other) {
-  const double a = luminance(one);
-  const double b = luminance(other);
-  return (std::max(a, b) + 0.05) / (std::min(a, b) + 0.05);
+// What a button reads, without the mark of its mnemonic.
+std::string words(const QAbstractButton* button) {
+  return button->text().remove(u'&').toStdString();
 }
 
 std::string accessibleText(QWidget* widget, QAccessible::Text kind) {
@@ -78,10 +74,10 @@ TEST_F(HelperViewTest, SaysWhatItIsAndWhatItDoesNot) {
   EXPECT_EQ(window.windowTitle().toStdString(), "Pellora for Messages");
   EXPECT_EQ(text("title"), "Pellora for Messages");
   EXPECT_EQ(text("status"), "Starting…");
-  EXPECT_EQ(child<QCheckBox>("opensAtLogin")->text().toStdString(), "Open at login");
+  EXPECT_EQ(words(child<QCheckBox>("opensAtLogin")), "Open at login");
   EXPECT_EQ(text("loginCaption"), "Pellora for Messages only reads new messages while it's open.");
   EXPECT_EQ(text("footerCaption"), "Pellora for Messages keeps running in the menu bar when you close this window.");
-  EXPECT_EQ(child<QPushButton>("quit")->text().toStdString(), "Quit");
+  EXPECT_EQ(words(child<QPushButton>("quit")), "Quit");
   EXPECT_EQ(text("privacy"),
             "Your messages never leave this Mac. For the people already in Pellora, it writes a short summary of your "
             "last 30 days of texts, the day you last wrote, and any big news for you to add; only that reaches your "
@@ -122,7 +118,7 @@ TEST_F(HelperViewTest, ShowsACardOnlyInThreeStates) {
     EXPECT_EQ(card->isVisible(), notice.has_value());
     if (!notice) continue;
     EXPECT_EQ(card->findChild<QLabel*>(QStringLiteral("cardTitle"))->text(), notice->title);
-    EXPECT_EQ(card->button()->text(), notice->button);
+    EXPECT_EQ(words(card->button()), notice->button.toStdString());
     EXPECT_TRUE(card->button()->isDefault());
   }
 }
@@ -264,6 +260,7 @@ TEST_F(HelperViewTest, EverythingHasAnAccessibleNameAndRole) {
                                {"title", QAccessible::StaticText, "Pellora for Messages"},
                                {"status", QAccessible::StaticText, "Couldn't read Messages"},
                                {"card", QAccessible::Grouping, "Couldn't read Messages"},
+                               {"loginSection", QAccessible::Grouping, "Open at login"},
                                {"cardTitle", QAccessible::StaticText, "Couldn't read Messages"},
                                {"cardFailure", QAccessible::EditableText, "Couldn't read Messages"},
                                {"progress", QAccessible::ProgressBar, "Days read"}};
@@ -289,17 +286,125 @@ TEST_F(HelperViewTest, TabGoesFromTheCardToTheToggleToQuit) {
   EXPECT_TRUE(child<QPushButton>("cardButton")->hasFocus());
 }
 
-TEST_F(HelperViewTest, KeyboardStartsWhereItIsNeeded) {
+TEST_F(HelperViewTest, KeyboardStartsOnTheCardsButton) {
+  bring(Kind::failed);
   show();
   QApplication::setActiveWindow(&window);
+  EXPECT_TRUE(child<QPushButton>("cardButton")->hasFocus());
+}
+
+TEST_F(HelperViewTest, SpaceAtFirstSightChangesNothing) {
+  engine->setOpensAtLogin(true);
+  show();
+  QApplication::setActiveWindow(&window);
+  ASSERT_NE(QApplication::focusWidget(), nullptr);
+  QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+  EXPECT_TRUE(engine->opensAtLogin());
+  EXPECT_EQ(quits, 0);
+}
+
+TEST_F(HelperViewTest, ACardTakesTheKeyboardFromNowhereAndGivesItBack) {
+  engine->setOpensAtLogin(true);
+  show();
+  QApplication::setActiveWindow(&window);
+  bring(Kind::needsFullDiskAccess);
+  EXPECT_TRUE(child<QPushButton>("cardButton")->hasFocus());
+  std::filesystem::rename(world.folder / "away.db", world.database);
+  engine->requestRead();
+  ASSERT_EQ(engine->state().kind, Kind::idle);
+  EXPECT_FALSE(child<QCheckBox>("opensAtLogin")->hasFocus());
+  EXPECT_FALSE(child<QPushButton>("quit")->hasFocus());
+  QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+  EXPECT_TRUE(engine->opensAtLogin());
+}
+
+TEST_F(HelperViewTest, ACardLeavesTheKeyboardWhereItsUserPutIt) {
+  show();
+  QApplication::setActiveWindow(&window);
+  child<QCheckBox>("opensAtLogin")->setFocus();
+  bring(Kind::needsFullDiskAccess);
   EXPECT_TRUE(child<QCheckBox>("opensAtLogin")->hasFocus());
+}
+
+TEST_F(HelperViewTest, EveryButtonHasAMnemonicOfItsOwn) {
+  for (const Kind kind : {Kind::needsFullDiskAccess, Kind::waitingForPellora, Kind::failed}) {
+    WindowWorld other;
+    const auto otherEngine = other.makeEngine();
+    other.bring(*otherEngine, kind);
+    HelperWindow otherWindow(*otherEngine, {[] {}, [] {}});
+    QStringList letters;
+    for (const QAbstractButton* button : otherWindow.findChildren<QAbstractButton*>()) {
+      const qsizetype mark = button->text().indexOf(u'&');
+      ASSERT_GE(mark, 0) << button->text().toStdString();
+      letters << button->text().mid(mark + 1, 1).toLower();
+    }
+    EXPECT_EQ(letters.size(), 3);
+    EXPECT_EQ(letters.removeDuplicates(), 0) << letters.join(u' ').toStdString();
+  }
+}
+
+TEST_F(HelperViewTest, ControlQQuits) {
+  show();
+  QTest::keyClick(&window, Qt::Key_Q, Qt::ControlModifier);
+  EXPECT_EQ(quits, 1);
+}
+
+TEST_F(HelperViewTest, ALongFailureScrollsToEveryLine) {
+  FailureText text;
+  text.resize(400, 100);
+  QStringList lines;
+  for (int line = 1; line <= 30; ++line) lines << QStringLiteral("line %1").arg(line);
+  text.showText(lines.join(u'\n'));
+  text.show();
+  const auto isWhollyVisible = [&text](int line) {
+    const QTextCursor cursor(text.document()->findBlockByNumber(line));
+    const QRect place = text.cursorRect(cursor);
+    return place.top() >= 0 && place.bottom() <= text.viewport()->height();
+  };
+  EXPECT_EQ(text.focusPolicy(), Qt::StrongFocus);
+  for (int line = 0; line < FailureText::kMostLines; ++line) EXPECT_TRUE(isWhollyVisible(line)) << line;
+  EXPECT_FALSE(isWhollyVisible(FailureText::kMostLines));
+  text.verticalScrollBar()->setValue(text.verticalScrollBar()->maximum());
+  EXPECT_TRUE(isWhollyVisible(29));
+  EXPECT_TRUE(isWhollyVisible(29 - FailureText::kMostLines + 1));
+}
+
+TEST_F(HelperViewTest, LargeFontsWrapTheTitleAndStayOnTheScreen) {
+  const QFont before = QApplication::font();
+  QFont large = before;
+  large.setPointSizeF(40);
+  QApplication::setFont(large);
   WindowWorld other;
   const auto otherEngine = other.makeEngine();
-  other.bring(*otherEngine, Kind::failed);
+  other.bring(*otherEngine, Kind::needsFullDiskAccess);
   HelperWindow otherWindow(*otherEngine, {[] {}, [] {}});
   otherWindow.present();
-  QApplication::setActiveWindow(&otherWindow);
-  EXPECT_TRUE(otherWindow.findChild<NoticeCard*>()->button()->hasFocus());
+  QApplication::processEvents();
+  const QRect screen = otherWindow.screen()->availableGeometry();
+  EXPECT_LE(otherWindow.height(), screen.height());
+  EXPECT_LE(otherWindow.width(), screen.width());
+  const auto* title = otherWindow.findChild<QLabel*>(QStringLiteral("title"));
+  EXPECT_GT(title->height(), 1.5 * QFontMetricsF(title->font()).height());
+  const auto* view = otherWindow.findChild<HelperView*>();
+  EXPECT_EQ(view->width(), 460);
+  EXPECT_GE(view->height(), view->contentHeight());
+  QApplication::setFont(before);
+}
+
+TEST(HelperLook, AccentAndProgressKeepTheirContrastOnEveryPalette) {
+  for (const QColor window : {QColor(0xef, 0xef, 0xef), QColor(Qt::white), QColor(0x26, 0x28, 0x2b), QColor(Qt::black)})
+    for (const QColor highlight : {QColor(0x30, 0x8c, 0xc6), QColor(0xff, 0xe0, 0x00), QColor(0x80, 0x80, 0x80),
+                                   QColor(Qt::white), QColor(Qt::black), QColor(0x2f, 0x7d, 0xa6)})
+      for (const QColor text : {QColor(Qt::white), QColor(Qt::black)}) {
+        QPalette palette(window);
+        palette.setColor(QPalette::Highlight, highlight);
+        palette.setColor(QPalette::HighlightedText, text);
+        const HelperLook::Accent accent = HelperLook::accent(palette);
+        EXPECT_GE(HelperLook::contrast(accent.ground, accent.ink), 4.5) << highlight.name().toStdString();
+        const QColor progress = HelperLook::progress(palette);
+        EXPECT_GE(HelperLook::contrast(progress, window), 3) << highlight.name().toStdString();
+        EXPECT_GE(HelperLook::contrast(progress, HelperLook::panelEdge(palette)), 3) << highlight.name().toStdString();
+      }
 }
 
 TEST_F(HelperViewTest, EscapeAndControlWClose) {
@@ -320,10 +425,9 @@ TEST_F(HelperViewTest, StaysReadableInLightAndDark) {
     for (const char* name : {"status", "loginCaption", "footerCaption", "privacy", "title"}) {
       const auto* label = child<QLabel>(name);
       const QColor ink = label->palette().color(QPalette::WindowText);
-      EXPECT_GE(contrast(ink, palette.color(QPalette::Window)), 4.5) << name;
-      EXPECT_GE(contrast(ink, HelperLook::panel(palette)), 4.5) << name;
+      EXPECT_GE(HelperLook::contrast(ink, palette.color(QPalette::Window)), 4.5) << name;
+      EXPECT_GE(HelperLook::contrast(ink, HelperLook::panel(palette)), 4.5) << name;
     }
-    EXPECT_GE(contrast(palette.color(QPalette::HighlightedText), palette.color(QPalette::Highlight)), 3.0);
   }
 }
 

@@ -11,6 +11,7 @@
 #include "Adapters/InMemory/InMemoryQuitRequests.h"
 #include "Adapters/InMemory/InMemorySleepNotice.h"
 #include "Adapters/InMemory/InMemoryTrayHost.h"
+#include "Adapters/InMemory/InMemoryWindowActivation.h"
 #include "Pellora_for_Messages/HelperDesktop.h"
 #include "Tests/Support/EngineWorld.h"
 #include "Tests/Support/GatedLanguageModel.h"
@@ -64,7 +65,13 @@ class WindowWorld : public EngineWorld {
   }
 
   HelperDesktop desktop() {
-    return {trayHost, privacySettings, appearance, quitRequests, sleepNotice, [this] { ++memoryReleases; }};
+    return {trayHost,
+            privacySettings,
+            appearance,
+            quitRequests,
+            sleepNotice,
+            windowActivation,
+            [this] { ++memoryReleases; }};
   }
 
   GatedLanguageModel gated;
@@ -73,6 +80,7 @@ class WindowWorld : public EngineWorld {
   InMemoryAppearance appearance;
   InMemoryQuitRequests quitRequests;
   InMemorySleepNotice sleepNotice;
+  InMemoryWindowActivation windowActivation;
   int memoryReleases = 0;
 };
 

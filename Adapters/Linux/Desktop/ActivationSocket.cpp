@@ -3,13 +3,15 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <array>
 #include <cstring>
 #include <optional>
-#include <string>
 
 namespace pellora {
 
 namespace {
+
+constexpr std::size_t kLongestToken = 512;  // bytes
 
 std::optional<sockaddr_un> addressOf(const std::filesystem::path& path) {
   const std::string text = path.string();
@@ -26,15 +28,23 @@ FileDescriptor makeSocket() {
 
 }  // namespace
 
-bool ActivationSocket::send(const std::filesystem::path& path) {
+bool ActivationSocket::send(const std::filesystem::path& path, const std::string& token) {
   const auto address = addressOf(path);
   const FileDescriptor socket = makeSocket();
-  const char byte = 1;
+  const std::string_view sent = std::string_view(token).substr(0, kLongestToken);
   return address && socket.isOpen() &&
-         sendto(socket.number(), &byte, 1, 0, reinterpret_cast<const sockaddr*>(&*address), sizeof *address) == 1;
+         sendto(socket.number(), sent.data(), sent.size(), 0, reinterpret_cast<const sockaddr*>(&*address),
+                sizeof *address) == static_cast<ssize_t>(sent.size());
 }
 
-ActivationSocket::ActivationSocket(std::filesystem::path path, std::function<void()> activated)
+bool ActivationSocket::isHeard(const std::filesystem::path& path) {
+  const auto address = addressOf(path);
+  const FileDescriptor socket = makeSocket();
+  return address && socket.isOpen() &&
+         connect(socket.number(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) == 0;
+}
+
+ActivationSocket::ActivationSocket(std::filesystem::path path, AppInstance::Activated activated)
     : _path(std::move(path)), _socket(makeSocket()) {
   const auto address = addressOf(_path);
   if (!address || !_socket.isOpen()) return;
@@ -43,9 +53,12 @@ ActivationSocket::ActivationSocket(std::filesystem::path path, std::function<voi
   _notifier = std::make_unique<QSocketNotifier>(_socket.number(), QSocketNotifier::Read);
   QObject::connect(_notifier.get(), &QSocketNotifier::activated,
                    [descriptor = _socket.number(), activated = std::move(activated)] {
-                     char byte = 0;
-                     while (recv(descriptor, &byte, 1, 0) > 0) continue;
-                     activated();
+                     std::array<char, kLongestToken> bytes;
+                     std::string token;
+                     ssize_t size = 0;
+                     while ((size = recv(descriptor, bytes.data(), bytes.size(), 0)) >= 0)
+                       token.assign(bytes.data(), static_cast<std::size_t>(size));
+                     activated(token);
                    });
 }
 

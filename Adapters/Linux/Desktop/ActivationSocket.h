@@ -1,23 +1,26 @@
-// How a second launch reaches the first one without a session bus: a datagram socket beside the lock file. Any
-// datagram means "show yourself". Needs the event loop of the main thread.
+// How a second launch reaches the first one without a session bus: a datagram socket beside the lock file. A
+// datagram means "show yourself" and holds the token to do it with, which may be empty. Needs the event loop of the
+// main thread.
 #pragma once
 
 #include <QSocketNotifier>
 #include <filesystem>
-#include <functional>
 #include <memory>
+#include <string>
 
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
+#include "PelloraMessagesCore/Ports/AppInstance.h"
 
 namespace pellora {
 
 class ActivationSocket {
  public:
   // False when nobody listens at `path`.
-  static bool send(const std::filesystem::path& path);
+  static bool send(const std::filesystem::path& path, const std::string& token);
+  static bool isHeard(const std::filesystem::path& path);
 
   // Takes the place of whoever listened before. Does nothing where no socket can be made.
-  ActivationSocket(std::filesystem::path path, std::function<void()> activated);
+  ActivationSocket(std::filesystem::path path, AppInstance::Activated activated);
   ~ActivationSocket();
   ActivationSocket(const ActivationSocket&) = delete;
   ActivationSocket& operator=(const ActivationSocket&) = delete;

@@ -4,7 +4,8 @@
 
 #include <QDBusAbstractAdaptor>
 #include <QVariantMap>
-#include <functional>
+
+#include "PelloraMessagesCore/Ports/AppInstance.h"
 
 namespace pellora {
 
@@ -13,16 +14,29 @@ class ApplicationInterface : public QDBusAbstractAdaptor {
   Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
 
  public:
-  ApplicationInterface(QObject* parent, std::function<void()> activated)
+  // Keys of the data that come with every call.
+  static constexpr char kActivationToken[] = "activation-token";
+  static constexpr char kStartupId[] = "desktop-startup-id";
+
+  ApplicationInterface(QObject* parent, AppInstance::Activated activated)
       : QDBusAbstractAdaptor(parent), _activated(std::move(activated)) {}
 
  public Q_SLOTS:
-  void Activate(const QVariantMap&) { _activated(); }
-  void Open(const QStringList&, const QVariantMap&) { _activated(); }
-  void ActivateAction(const QString&, const QVariantList&, const QVariantMap&) { _activated(); }
+  void Activate(const QVariantMap& platformData) { _activated(token(platformData)); }
+  void Open(const QStringList&, const QVariantMap& platformData) { _activated(token(platformData)); }
+  void ActivateAction(const QString&, const QVariantList&, const QVariantMap& platformData) {
+    _activated(token(platformData));
+  }
 
  private:
-  std::function<void()> _activated;
+  static std::string token(const QVariantMap& platformData) {
+    for (const char* key : {kActivationToken, kStartupId})
+      if (const QString value = platformData.value(QLatin1String(key)).toString(); !value.isEmpty())
+        return value.toStdString();
+    return {};
+  }
+
+  AppInstance::Activated _activated;
 };
 
 }  // namespace pellora

@@ -24,11 +24,17 @@ class SessionAppInstance : public AppInstance {
       : _sharedFolder(std::move(sharedFolder)) {}
   ~SessionAppInstance() override;
 
-  bool claim(std::function<void()> activated) override;
+  bool claim(Activated activated, Later later, const std::string& token) override;
 
  private:
-  bool claimOnBus(const std::function<void()>& activated);
-  bool claimLock(const std::function<void()>& activated);
+  struct Claim {
+    Activated activated;
+    Later later;
+    std::string token;
+  };
+
+  bool claimOnBus(const Claim& claim);
+  bool claimLock(const Claim& claim);
 
   std::optional<std::filesystem::path> _sharedFolder;
   std::unique_ptr<QObject> _busObject;

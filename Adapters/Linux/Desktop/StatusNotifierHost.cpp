@@ -20,6 +20,15 @@ const QString kHostRegistered = QStringLiteral("StatusNotifierHostRegistered");
 
 void StatusNotifierHost::observe(std::function<void()> appeared) {
   _appeared = std::move(appeared);
+  _preference.setSingleShot(true);
+  connect(&_preference, &QTimer::timeout, this, [this] {
+    if (_olderPlace && _olderPlace->isThere()) report();
+  });
+  watchBus();
+  _olderPlace = std::make_unique<XEmbedTray>([this] { _preference.start(kPreference); });
+}
+
+void StatusNotifierHost::watchBus() {
   if (!SessionBusAddress::find()) return;
   QDBusConnection bus = QDBusConnection::sessionBus();
   if (!bus.isConnected()) return;
@@ -44,8 +53,10 @@ void StatusNotifierHost::ask() {
 
 void StatusNotifierHost::report() {
   if (!_appeared) return;
+  if (_watcher) QDBusConnection::sessionBus().disconnect(kService, kPath, kService, kHostRegistered, this, SLOT(ask()));
   _watcher.reset();
-  QDBusConnection::sessionBus().disconnect(kService, kPath, kService, kHostRegistered, this, SLOT(ask()));
+  _olderPlace.reset();
+  _preference.stop();
   const std::function<void()> appeared = std::exchange(_appeared, nullptr);
   appeared();
 }

@@ -162,6 +162,29 @@ void XdgAutostartLoginItem::disable() {
   std::filesystem::remove(*_userFile, error);
 }
 
+void XdgAutostartLoginItem::observe(std::function<void()> changed) {
+  if (!_userFile) return;
+  _watcher = std::make_unique<QFileSystemWatcher>();
+  const auto report = [this, changed = std::move(changed)] {
+    watchFolders();
+    changed();
+  };
+  QObject::connect(_watcher.get(), &QFileSystemWatcher::directoryChanged, report);
+  QObject::connect(_watcher.get(), &QFileSystemWatcher::fileChanged, report);
+  watchFolders();
+}
+
+// The entry's folder, in which programs replace the file, and the file, which some write in place; while there is no
+// such folder, the one that it will be in. What was deleted is no longer watched, so it is asked for again.
+void XdgAutostartLoginItem::watchFolders() {
+  std::error_code error;
+  const std::filesystem::path folder = _userFile->parent_path();
+  const bool isThere = std::filesystem::is_directory(folder, error);
+  _watcher->addPath(QString::fromStdString(isThere ? folder.string() : folder.parent_path().string()));
+  if (std::filesystem::is_regular_file(*_userFile, error))
+    _watcher->addPath(QString::fromStdString(_userFile->string()));
+}
+
 void XdgAutostartLoginItem::refresh() {
   if (!_userFile || !isEnabled()) return;
   const auto bytes = read(*_userFile);

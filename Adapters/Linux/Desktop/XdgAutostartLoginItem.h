@@ -4,7 +4,9 @@
 // Tested by Tests/Adapters/LoginItemTests.cpp.
 #pragma once
 
+#include <QFileSystemWatcher>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,6 +27,7 @@ class XdgAutostartLoginItem : public LoginItem {
   bool isEnabled() const override;
   void enable() override;
   void disable() override;
+  void observe(std::function<void()> changed) override;
 
   // Lets an enabled entry of the user's start this program when it starts another path. Fails without a word.
   void refresh();
@@ -33,9 +36,12 @@ class XdgAutostartLoginItem : public LoginItem {
   std::optional<std::string> systemEntry() const;
   void write(const std::string& bytes) const;
 
+  void watchFolders();
+
   std::string _command;
   std::optional<std::filesystem::path> _userFile;
   std::vector<std::filesystem::path> _systemFiles;
+  std::unique_ptr<QFileSystemWatcher> _watcher;
 };
 
 }  // namespace pellora
