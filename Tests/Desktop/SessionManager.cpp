@@ -1,16 +1,18 @@
 // A session manager of the X session protocol for one client: prints the address to connect to as SESSION_MANAGER,
-// waits for a client, ends the session as a desktop does at logout (save yourself, die) and exits with 0 when the client
-// closed its connection after that, with 1 otherwise. The client's restart hint is printed last.
+// waits for a client, ends the session as a desktop does at logout (save yourself, die) and exits with 0 when the
+// client closed its connection after that, with 1 otherwise. The client's restart hint is printed last.
 #include <X11/ICE/ICElib.h>
 #include <X11/ICE/ICEutil.h>
 #include <X11/SM/SMlib.h>
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -93,9 +95,13 @@ int main() {
   char* address = IceComposeNetworkIdList(count, listeners);
   std::printf("%s\n", address);
   std::fflush(stdout);
-  // The local one is the last to be listed.
-  IceListenObj listener = listeners[count - 1];
-  if (!isReadable(IceGetListenConnectionNumber(listener))) return 1;
+  std::vector<pollfd> waiting;
+  for (int index = 0; index < count; ++index)
+    waiting.push_back({IceGetListenConnectionNumber(listeners[index]), POLLIN, 0});
+  if (poll(waiting.data(), waiting.size(), kPatience) < 1) return 1;
+  const auto called =
+      std::find_if(waiting.begin(), waiting.end(), [](const pollfd& each) { return each.revents != 0; });
+  IceListenObj listener = listeners[called - waiting.begin()];
   IceAcceptStatus status = IceAcceptSuccess;
   IceConn connection = IceAcceptConnection(listener, &status);
   if (connection == nullptr) return 1;

@@ -7,7 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 namespace pellora {
 
@@ -15,6 +17,7 @@ namespace {
 
 constexpr char kToken[] = "XDG_ACTIVATION_TOKEN";
 constexpr char kStartupId[] = "DESKTOP_STARTUP_ID";
+constexpr std::uint32_t kEveryWorkspace = 0xFFFFFFFF;
 constexpr std::uint32_t kFromTheUser = 2;  // as task lists and pagers say it; window managers do not refuse it
 
 // The time at the end of a startup identifier ("..._TIME12345").
@@ -27,12 +30,49 @@ std::uint32_t timeOf(std::string_view token) {
   return time;
 }
 
-xcb_atom_t atom(xcb_connection_t* connection, std::string_view name) {
-  const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
-  const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
-      xcb_intern_atom_reply(connection, cookie, nullptr), &std::free);
-  return reply ? reply->atom : XCB_ATOM_NONE;
-}
+template <class Reply>
+using Owned = std::unique_ptr<Reply, decltype(&std::free)>;
+
+// What windows of the X server say of themselves and are asked for, over the window library's connection.
+class X11Windows {
+ public:
+  explicit X11Windows(xcb_connection_t* connection)
+      : _connection(connection), _root(xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root) {}
+
+  xcb_window_t root() const { return _root; }
+
+  std::optional<std::uint32_t> number(xcb_window_t window, std::string_view property) const {
+    const auto cookie = xcb_get_property(_connection, 0, window, atom(property), XCB_ATOM_CARDINAL, 0, 1);
+    const Owned<xcb_get_property_reply_t> reply(xcb_get_property_reply(_connection, cookie, nullptr), &std::free);
+    if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4) return std::nullopt;
+    return *static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+  }
+
+  // Asks the window manager.
+  void ask(xcb_window_t window, std::string_view request, std::uint32_t first, std::uint32_t second) const {
+    xcb_client_message_event_t message;
+    std::memset(&message, 0, sizeof message);
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = atom(request);
+    message.data.data32[0] = first;
+    message.data.data32[1] = second;
+    xcb_send_event(_connection, 0, _root, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                   reinterpret_cast<const char*>(&message));
+    xcb_flush(_connection);
+  }
+
+ private:
+  xcb_atom_t atom(std::string_view name) const {
+    const auto cookie = xcb_intern_atom(_connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
+    const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(_connection, cookie, nullptr), &std::free);
+    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+  }
+
+  xcb_connection_t* _connection;
+  xcb_window_t _root;
+};
 
 }  // namespace
 
@@ -53,19 +93,14 @@ void DesktopWindowActivation::useToken(const std::string& token) {
 void DesktopWindowActivation::bringToFront(std::uint64_t window) {
   auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
   if (x11 == nullptr) return;
-  xcb_connection_t* connection = x11->connection();
-  xcb_client_message_event_t message;
-  std::memset(&message, 0, sizeof message);
-  message.response_type = XCB_CLIENT_MESSAGE;
-  message.format = 32;
-  message.window = static_cast<xcb_window_t>(window);
-  message.type = atom(connection, "_NET_ACTIVE_WINDOW");
-  message.data.data32[0] = kFromTheUser;
-  message.data.data32[1] = std::exchange(_time, 0);
-  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-  xcb_send_event(connection, 0, root, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                 reinterpret_cast<const char*>(&message));
-  xcb_flush(connection);
+  const X11Windows windows(x11->connection());
+  const auto shown = static_cast<xcb_window_t>(window);
+  // Some window managers do not follow a window to its workspace, so it comes to the user's.
+  const auto workspace = windows.number(windows.root(), "_NET_CURRENT_DESKTOP");
+  const auto place = windows.number(shown, "_NET_WM_DESKTOP");
+  if (workspace && place && *place != kEveryWorkspace && *place != *workspace)
+    windows.ask(shown, "_NET_WM_DESKTOP", *workspace, kFromTheUser);
+  windows.ask(shown, "_NET_ACTIVE_WINDOW", kFromTheUser, std::exchange(_time, 0));
 }
 
 }  // namespace pellora
