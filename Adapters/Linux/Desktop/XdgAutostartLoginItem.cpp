@@ -175,12 +175,12 @@ void XdgAutostartLoginItem::observe(std::function<void()> changed) {
 }
 
 // The entry's folder, in which programs replace the file, and the file, which some write in place; while there is no
-// such folder, the one that it will be in. What was deleted is no longer watched, so it is asked for again.
+// such folder, the nearest one above it. A path that was deleted is no longer watched, so all are asked for again.
 void XdgAutostartLoginItem::watchFolders() {
   std::error_code error;
-  const std::filesystem::path folder = _userFile->parent_path();
-  const bool isThere = std::filesystem::is_directory(folder, error);
-  _watcher->addPath(QString::fromStdString(isThere ? folder.string() : folder.parent_path().string()));
+  std::filesystem::path folder = _userFile->parent_path();
+  while (!std::filesystem::is_directory(folder, error) && folder.has_relative_path()) folder = folder.parent_path();
+  _watcher->addPath(QString::fromStdString(folder.string()));
   if (std::filesystem::is_regular_file(*_userFile, error))
     _watcher->addPath(QString::fromStdString(_userFile->string()));
 }
