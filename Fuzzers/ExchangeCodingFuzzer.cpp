@@ -9,6 +9,7 @@
 #include "PelloraMessagesCore/HelperPeopleFile.h"
 #include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
+#include "PelloraMessagesCore/Time/IsoDate.h"
 
 namespace {
 
@@ -46,8 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       goRound<pellora::MessagesLatelyRecord>(json);
       break;
     default:
-      if (const auto date = ExchangeCoding::parseDate(json))
-        if (ExchangeCoding::parseDate(ExchangeCoding::dateText(*date)) != date) std::abort();
+      if (const auto date = IsoDate::parseSeconds(json))
+        if (IsoDate::parseSeconds(IsoDate::text(*date)) != date) std::abort();
   }
   return 0;
 }

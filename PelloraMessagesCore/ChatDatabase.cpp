@@ -27,9 +27,7 @@ constexpr int kOpenFlags = SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX;
 constexpr int kBusyTimeoutMilliseconds = 2000;
 constexpr int kMaximumHistoryRows = 50'000;
 constexpr std::int64_t kFirstNanosecondValue = 10'000'000'001;
-constexpr Instant kReferenceDate = instantAtSeconds(978'307'200);     // 2001-01-01 00:00:00 UTC
-constexpr Instant kEarliestDate = instantAtSeconds(-62'135'596'800);  // 0001-01-01 00:00:00 UTC
-constexpr Instant kLatestDate = instantAtSeconds(253'402'300'799);    // 9999-12-31 23:59:59 UTC
+constexpr Instant kReferenceDate = instantAtSeconds(978'307'200);  // 2001-01-01 00:00:00 UTC
 
 // Finalised when it goes out of scope, so after the connection's error message was read.
 class Statement {
@@ -278,7 +276,7 @@ std::int64_t ChatDatabase::appleTime(Instant date) {
 Instant ChatDatabase::date(std::int64_t appleTime) {
   if (appleTime >= kFirstNanosecondValue) return kReferenceDate + Nanoseconds(appleTime);
   const Instant date = kReferenceDate + std::chrono::seconds(1) * static_cast<Int128>(appleTime);
-  return std::clamp(date, kEarliestDate, kLatestDate);
+  return insideCalendar(date);
 }
 
 }  // namespace pellora

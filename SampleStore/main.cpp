@@ -4,11 +4,12 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <thread>
+#include <utility>
 
-#include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/Files/StandardDescriptors.h"
+#include "PelloraMessagesCore/Json/JsonValue.h"
+#include "PelloraMessagesCore/Time/IsoDate.h"
 #include "SampleStore/SamplePerson.h"
 #include "SampleStore/SampleStoreWriter.h"
 
@@ -38,18 +39,20 @@ Instant currentTime() {
   return std::chrono::time_point_cast<Nanoseconds>(std::chrono::system_clock::now());
 }
 
+// A list with one person per line.
 void writePeople(const Arguments& arguments) {
-  nlohmann::json list = nlohmann::json::array();
-  for (const SamplePerson& person : samplePeople(arguments.options.seed, arguments.options.people)) {
-    nlohmann::json emails = nlohmann::json::array();
-    if (!person.email.empty()) emails.push_back(person.email);
-    list.push_back({{"id", person.id.toString()},
-                    {"firstName", person.firstName},
-                    {"phones", {person.writtenPhone()}},
-                    {"emails", emails}});
-  }
   std::ofstream file(arguments.peopleFile);
-  file << list.dump(2) << '\n';
+  const char* separator = "[\n";
+  for (const SamplePerson& person : samplePeople(arguments.options.seed, arguments.options.people)) {
+    JsonValue emails = JsonValue::array();
+    if (!person.email.empty()) emails.append(person.email);
+    const JsonValue entry = JsonValue::object({{"id", person.id.toString()},
+                                               {"firstName", person.firstName},
+                                               {"phones", JsonValue::Array{person.writtenPhone()}},
+                                               {"emails", emails}});
+    file << std::exchange(separator, ",\n") << entry.dump();
+  }
+  file << (arguments.options.people > 0 ? "\n]\n" : "[]\n");
   if (!file.flush()) throw std::runtime_error("The people file cannot be written: " + arguments.peopleFile);
 }
 
@@ -129,7 +132,7 @@ int main(int argc, char** argv) {
   }
   arguments.options.now = currentTime();
   if (!arguments.now.empty()) {
-    const auto now = ExchangeCoding::parseDate(arguments.now);
+    const auto now = IsoDate::parseSeconds(arguments.now);
     if (!now || *now < kEarliestNow || *now >= kLatestNow) {
       return complain("--now takes a time of the years 2010 to 2199, like 2026-03-10T12:00:00Z.");
     }

@@ -1,19 +1,19 @@
 #include "Companion/Commands/CompanionJson.h"
 
-#include <nlohmann/json.hpp>
-
 #include "Companion/Commands/HeartbeatText.h"
 #include "PelloraMessagesCore/ExchangeCoding.h"
+#include "PelloraMessagesCore/Json/JsonValue.h"
+#include "PelloraMessagesCore/Time/IsoDate.h"
 
 namespace pellora::companion_json {
 
 namespace {
 
-using Json = nlohmann::json;
+using Json = JsonValue;
 
 // Control characters stand inside strings only, where their escapes mean the same.
 std::string line(const Json& value) {
-  const std::string raw = value.dump(-1, ' ', false, Json::error_handler_t::replace);
+  const std::string raw = value.dump(Json::Order::sorted);
   std::string text;
   text.reserve(raw.size() + 1);
   constexpr char kHex[] = "0123456789abcdef";
@@ -34,44 +34,39 @@ std::string line(const Json& value) {
 }
 
 Json json(const HelperPerson& person) {
-  return {{"id", person.id.toString()},
-          {"firstName", person.firstName},
-          {"phones", person.phones},
-          {"emails", person.emails}};
+  return Json::object({{"id", person.id.toString()},
+                       {"firstName", person.firstName},
+                       {"phones", Json::array(person.phones)},
+                       {"emails", Json::array(person.emails)}});
 }
 
 Json json(const std::vector<HelperPerson>& people) {
-  Json list = Json::array();
-  for (const HelperPerson& person : people) list.push_back(json(person));
-  return list;
+  return Json::array(people, [](const HelperPerson& person) { return json(person); });
 }
 
 Json json(const NamedLately& lately) {
-  Json object = Json::parse(ExchangeCoding::encode(lately.record), nullptr, false);
-  object["name"] = lately.name ? Json(*lately.name) : Json(nullptr);
-  return object;
+  return Json(Json::parse(ExchangeCoding::encode(lately.record))).set("name", lately.name);
 }
 
 Json date(const std::optional<Instant>& instant) {
-  return instant ? Json(ExchangeCoding::dateText(*instant)) : Json(nullptr);
+  return instant ? Json(IsoDate::text(*instant)) : Json();
 }
 
 Json json(const ModelReport& model) {
-  Json object{{"available", model.isAvailable},
-              {"model", model.model},
-              {"where", model.where},
-              {"server", model.server},
-              {"reason", model.reason}};
-  object["contextTokens"] = model.contextTokens ? Json(*model.contextTokens) : Json(nullptr);
-  return object;
+  return Json::object({{"available", model.isAvailable},
+                       {"model", model.model},
+                       {"where", model.where},
+                       {"server", model.server},
+                       {"reason", model.reason},
+                       {"contextTokens", model.contextTokens}});
 }
 
 Json json(const HelperHeartbeat& heartbeat, Instant now) {
-  return {{"at", ExchangeCoding::dateText(heartbeat.at)},
-          {"status", statusWord(heartbeat.status)},
-          {"helperVersion", heartbeat.helperVersion},
-          {"lastReadAt", date(heartbeat.lastReadAt)},
-          {"fresh", heartbeat.isFresh(now)}};
+  return Json::object({{"at", IsoDate::text(heartbeat.at)},
+                       {"status", statusWord(heartbeat.status)},
+                       {"helperVersion", heartbeat.helperVersion},
+                       {"lastReadAt", date(heartbeat.lastReadAt)},
+                       {"fresh", heartbeat.isFresh(now)}});
 }
 
 std::string_view word(PeopleStore::Kind kind) {
@@ -95,45 +90,46 @@ std::string text(const std::vector<HelperPerson>& people) {
 
 std::string text(const ImportOutcome& outcome) {
   using Kind = PersonChange::Kind;
-  Json object{{"format", formatName(outcome.format)}, {"total", outcome.total}, {"written", !outcome.isTrial}};
-  for (const Kind kind : {Kind::added, Kind::updated, Kind::unchanged, Kind::removed})
-    object[std::string(changeName(kind))] = Json::array();
-  for (const PersonChange& change : outcome.changes)
-    object[std::string(changeName(change.kind))].push_back(json(change.person()));
-  object["skipped"] = Json::array();
-  for (const SkippedEntry& entry : outcome.skipped)
-    object["skipped"].push_back({{"entry", entry.entry}, {"reason", entry.reason}});
-  object["shared"] = Json::array();
-  for (const SharedHandle& shared : outcome.shared)
-    object["shared"].push_back({{"handle", shared.handle}, {"people", json(shared.people)}});
+  Json object =
+      Json::object({{"format", formatName(outcome.format)}, {"total", outcome.total}, {"written", !outcome.isTrial}});
+  for (const Kind kind : {Kind::added, Kind::updated, Kind::unchanged, Kind::removed}) {
+    Json people = Json::array();
+    for (const PersonChange& change : outcome.changes)
+      if (change.kind == kind) people.append(json(change.person()));
+    object.set(std::string(changeName(kind)), std::move(people));
+  }
+  object.set("skipped", Json::array(outcome.skipped, [](const SkippedEntry& each) {
+               return Json::object({{"entry", each.entry}, {"reason", each.reason}});
+             }));
+  object.set("shared", Json::array(outcome.shared, [](const SharedHandle& each) {
+               return Json::object({{"handle", each.handle}, {"people", json(each.people)}});
+             }));
   return line(object);
 }
 
 std::string text(const KeyState& key) {
-  return line({{"key", key.word()}, {"reason", key.reason}});
+  return line(Json::object({{"key", key.word()}, {"reason", key.reason}}));
 }
 
 std::string text(const StatusReport& report) {
-  Json object;
-  object["store"] = {{"file", report.store.file.string()},
-                     {"readable", report.store.messages.has_value()},
-                     {"messages", report.store.messages ? Json(*report.store.messages) : Json(nullptr)},
-                     {"reason", report.store.reason}};
-  object["key"] = {{"state", report.key.word()}, {"reason", report.key.reason}};
-  object["people"] = {{"state", word(report.peopleKind)},
-                      {"reason", report.peopleReason},
-                      {"count", report.people},
-                      {"sharedHandles", report.sharedHandles}};
-  object["latelyRecords"] = report.latelyReason.empty() ? Json(report.latelyRecords) : Json(nullptr);
-  object["lastReadAt"] = date(report.lastReadAt);
-  object["heartbeat"] = report.heartbeat ? json(*report.heartbeat, report.now) : Json(nullptr);
-  object["model"] = report.model ? json(*report.model) : Json(nullptr);
-  if (report.protections) {
-    Json& protections = object["protections"] = Json::array();
-    for (const auto& protection : report.protections->protections)
-      protections.push_back({{"name", protection.name}, {"on", protection.isOn}, {"detail", protection.detail}});
-  }
-  object["nextStep"] = report.nextStep();
+  Json object = Json::object({{"store", Json::object({{"file", report.store.file.string()},
+                                                      {"readable", report.store.messages.has_value()},
+                                                      {"messages", report.store.messages},
+                                                      {"reason", report.store.reason}})},
+                              {"key", Json::object({{"state", report.key.word()}, {"reason", report.key.reason}})},
+                              {"people", Json::object({{"state", word(report.peopleKind)},
+                                                       {"reason", report.peopleReason},
+                                                       {"count", report.people},
+                                                       {"sharedHandles", report.sharedHandles}})},
+                              {"latelyRecords", report.latelyReason.empty() ? Json(report.latelyRecords) : Json()},
+                              {"lastReadAt", date(report.lastReadAt)},
+                              {"heartbeat", report.heartbeat ? json(*report.heartbeat, report.now) : Json()},
+                              {"model", report.model ? json(*report.model) : Json()},
+                              {"nextStep", report.nextStep()}});
+  if (report.protections)
+    object.set("protections", Json::array(report.protections->protections, [](const auto& each) {
+                 return Json::object({{"name", each.name}, {"on", each.isOn}, {"detail", each.detail}});
+               }));
   return line(object);
 }
 
@@ -142,17 +138,15 @@ std::string text(const NamedLately& lately) {
 }
 
 std::string text(const std::vector<NamedLately>& records) {
-  Json list = Json::array();
-  for (const NamedLately& lately : records) list.push_back(json(lately));
-  return line(list);
+  return line(Json::array(records, [](const NamedLately& lately) { return json(lately); }));
 }
 
 std::string sweepText(std::size_t removed, std::size_t kept) {
-  return line({{"removed", removed}, {"kept", kept}});
+  return line(Json::object({{"removed", removed}, {"kept", kept}}));
 }
 
 std::string deletedText(const Uuid& person) {
-  return line({{"deleted", person.toString()}});
+  return line(Json::object({{"deleted", person.toString()}}));
 }
 
 }  // namespace pellora::companion_json

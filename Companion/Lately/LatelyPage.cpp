@@ -7,7 +7,7 @@
 #include "Companion/Output/DateText.h"
 #include "Companion/Output/DisplayText.h"
 #include "Companion/Output/HtmlText.h"
-#include "PelloraMessagesCore/ExchangeCoding.h"
+#include "PelloraMessagesCore/Time/IsoDate.h"
 
 namespace pellora {
 
@@ -98,7 +98,7 @@ std::string numbersOf(const DayStrip& strip) {
 }  // namespace
 
 std::string LatelyPage::time(Instant instant) const {
-  return "<time datetime=\"" + ExchangeCoding::dateText(instant) + "\">" +
+  return "<time datetime=\"" + IsoDate::text(instant) + "\">" +
          html::escaped(date_text::weekdayDate(instant, _context.now, _context.calendar)) + "</time>";
 }
 

@@ -1,16 +1,15 @@
 #include "Companion/People/JsonPeople.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
 #include "Companion/Output/ForeignText.h"
 #include "Companion/People/ContactEntries.h"
+#include "PelloraMessagesCore/Json/JsonValue.h"
 
 namespace pellora {
 
 namespace {
 
-using Json = nlohmann::json;
 using Add = void (*)(ImportedPerson&, std::string_view);
 
 constexpr const char* kPhoneKeys[] = {"phones", "phone", "phoneNumbers"};
@@ -18,28 +17,23 @@ constexpr const char* kEmailKeys[] = {"emails", "email", "emailAddresses"};
 constexpr const char* kFirstNameKeys[] = {"firstName", "givenName", "first_name"};
 constexpr const char* kNameKeys[] = {"name", "fullName", "displayName"};
 
-const Json* textMember(const Json& object, const char* key) {
-  const auto member = object.find(key);
-  return member != object.end() && member->is_string() ? &*member : nullptr;
-}
-
 // False when the member is there and is neither a text nor a list of texts.
-bool addMember(ImportedPerson& person, const Json& object, const char* key, Add add) {
-  const auto member = object.find(key);
-  if (member == object.end() || member->is_null()) return true;
-  if (member->is_string()) {
-    add(person, member->get_ref<const std::string&>());
+bool addMember(ImportedPerson& person, const JsonValue& object, const char* key, Add add) {
+  const JsonValue& member = object[key];
+  if (member.isNull()) return true;
+  if (const std::string* text = member.string()) {
+    add(person, *text);
     return true;
   }
-  if (!member->is_array()) return false;
-  for (const Json& element : *member) {
-    if (!element.is_string()) return false;
-    add(person, element.get_ref<const std::string&>());
+  if (!member.isArray()) return false;
+  for (const JsonValue& element : member.elements()) {
+    if (element.string() == nullptr) return false;
+    add(person, element.text());
   }
   return true;
 }
 
-bool addMembers(ImportedPerson& person, const Json& object) {
+bool addMembers(ImportedPerson& person, const JsonValue& object) {
   const auto addPhones = [&](const char* key) { return addMember(person, object, key, contact_entries::addPhone); };
   const auto addEmails = [&](const char* key) { return addMember(person, object, key, contact_entries::addEmail); };
   return std::all_of(std::begin(kPhoneKeys), std::end(kPhoneKeys), addPhones) &&
@@ -47,28 +41,27 @@ bool addMembers(ImportedPerson& person, const Json& object) {
 }
 
 // Absent when the object has no name; a first name may be there and empty.
-std::optional<std::string> firstNameOf(const Json& object) {
+std::optional<std::string> firstNameOf(const JsonValue& object) {
   for (const char* key : kFirstNameKeys)
-    if (const Json* name = textMember(object, key)) return foreign_text::onOneLine(name->get_ref<const std::string&>());
+    if (const std::string* name = object[key].string()) return foreign_text::onOneLine(*name);
   for (const char* key : kNameKeys) {
-    const Json* name = textMember(object, key);
-    if (name != nullptr) return contact_entries::firstWord(name->get_ref<const std::string&>());
+    if (const std::string* name = object[key].string()) return contact_entries::firstWord(*name);
   }
   return std::nullopt;
 }
 
-std::string entryName(const Json& object, const std::string& firstName, std::size_t number) {
+std::string entryName(const JsonValue& object, const std::string& firstName, std::size_t number) {
   for (const char* key : kNameKeys)
-    if (const Json* name = textMember(object, key)) {
-      std::string line = foreign_text::onOneLine(name->get_ref<const std::string&>());
+    if (const std::string* name = object[key].string()) {
+      std::string line = foreign_text::onOneLine(*name);
       if (!line.empty()) return line;
     }
   return firstName.empty() ? "item " + std::to_string(number) : firstName;
 }
 
-void takeItem(const Json& item, std::size_t number, ImportedPeople& result) {
+void takeItem(const JsonValue& item, std::size_t number, ImportedPeople& result) {
   const std::string place = "item " + std::to_string(number);
-  if (!item.is_object()) {
+  if (!item.isObject()) {
     result.skipped.push_back({place, "not an object"});
     return;
   }
@@ -81,8 +74,7 @@ void takeItem(const Json& item, std::size_t number, ImportedPeople& result) {
   person.firstName = *firstName;
   person.entry = entryName(item, *firstName, number);
   for (const char* key : {"id", "uid"})
-    if (const Json* id = textMember(item, key); id != nullptr && person.uid.empty())
-      person.uid = foreign_text::onOneLine(id->get_ref<const std::string&>());
+    if (person.uid.empty()) person.uid = foreign_text::onOneLine(item[key].text());
   if (!addMembers(person, item)) {
     result.skipped.push_back({person.entry, "phones and emails must be lists of texts"});
     return;
@@ -98,18 +90,18 @@ void takeItem(const Json& item, std::size_t number, ImportedPeople& result) {
 
 ImportedPeople parseJsonPeople(std::string_view json) {
   ImportedPeople result;
-  const Json document = Json::parse(json, nullptr, false);
-  if (document.is_discarded()) {
+  const std::optional<JsonValue> document = JsonValue::parse(json);
+  if (!document) {
     result.problem = "The file begins like JSON but is not well-formed.";
     return result;
   }
-  const bool isObject = document.is_object() && document.contains("people");
-  const Json& list = isObject ? document["people"] : document;
-  if (!list.is_array()) {
+  const JsonValue& list = document->contains("people") ? (*document)["people"] : *document;
+  if (!list.isArray()) {
     result.problem = "The JSON must be a list of people or an object with the list \"people\".";
     return result;
   }
-  for (std::size_t index = 0; index < list.size(); ++index) takeItem(list[index], index + 1, result);
+  std::size_t number = 0;
+  for (const JsonValue& item : list.elements()) takeItem(item, ++number, result);
   return result;
 }
 

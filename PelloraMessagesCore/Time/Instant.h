@@ -2,6 +2,7 @@
 // thousand million after 2001, and anything a damaged row may say) that 64 bits of nanoseconds since 1970 do not.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 
@@ -21,6 +22,15 @@ constexpr std::int64_t wholeSeconds(Instant instant) {
 
 constexpr Instant instantAtSeconds(std::int64_t secondsSince1970) {
   return Instant(Nanoseconds(static_cast<Int128>(secondsSince1970) * 1'000'000'000));
+}
+
+// The years 1 to 9999 (UTC), as far as dates can be written with four digits and calendars reach.
+constexpr Instant kEarliestInstant = instantAtSeconds(-62'135'596'800);
+constexpr Instant kLatestInstant = instantAtSeconds(253'402'300'800) - Nanoseconds(1);
+
+// The nearest instant inside them.
+constexpr Instant insideCalendar(Instant instant) {
+  return std::clamp(instant, kEarliestInstant, kLatestInstant);
 }
 
 }  // namespace pellora

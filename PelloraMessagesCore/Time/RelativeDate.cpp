@@ -23,11 +23,6 @@ struct Distance {
   URelativeDateTimeUnit unit = UDAT_REL_UNIT_SECOND;
 };
 
-// The years 1 to 9999, as far as the calendar reaches.
-Instant clamped(Instant instant) {
-  return std::clamp(instant, instantAtSeconds(-62'135'596'800), instantAtSeconds(253'402'300'799));
-}
-
 // To the nearest second, halves away from zero.
 std::int64_t roundedSeconds(Nanoseconds difference) {
   const std::int64_t magnitude = wholeSeconds(Instant(std::chrono::abs(difference) + std::chrono::milliseconds(500)));
@@ -79,8 +74,8 @@ Distance calendarDistance(Instant earlier, Instant later, const LocalCalendar& c
 }  // namespace
 
 std::string text(Instant date, Instant now, const LocalCalendar& calendar, std::string_view locale) {
-  now = clamped(now);
-  const std::int64_t seconds = roundedSeconds(clamped(date) - now);
+  now = insideCalendar(now);
+  const std::int64_t seconds = roundedSeconds(insideCalendar(date) - now);
   const Instant rounded = now + std::chrono::seconds(seconds);
   const Instant earlier = std::min(rounded, now);
   const Instant later = std::max(rounded, now);

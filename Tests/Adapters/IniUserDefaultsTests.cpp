@@ -8,7 +8,6 @@
 
 #include "Adapters/Linux/Files/IniUserDefaults.h"
 #include "Adapters/Linux/Files/IniValue.h"
-#include "Adapters/Linux/Files/InstantText.h"
 #include "PelloraMessagesCore/Files/FileError.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/ScopedEnvironment.h"
@@ -319,27 +318,6 @@ TEST(IniUserDefaultsFile, LiesInTheConfigurationFolder) {
   environment.set("XDG_CONFIG_HOME", "relative");
   environment.set("HOME", "/home/somebody");
   EXPECT_EQ(IniUserDefaults::standardFile(), "/home/somebody/.config/app.pellora.messages/defaults.ini");
-}
-
-TEST(InstantText, ReadsOffsetsAndFractionsAndNothingElse) {
-  const Instant instant = instantAtSeconds(1'795'235'340);
-  EXPECT_EQ(InstantText::parse("2026-11-21T04:29:00Z"), instant);
-  EXPECT_EQ(InstantText::parse("2026-11-21T05:59:00+01:30"), instant);
-  EXPECT_EQ(InstantText::parse("2026-11-20T23:29:00-05:00"), instant);
-  EXPECT_EQ(InstantText::parse("2026-11-21T04:29:00.5Z"), instant + Nanoseconds(500'000'000));
-  EXPECT_EQ(InstantText::parse("2026-11-21T04:29:00.000000001Z"), instant + Nanoseconds(1));
-  for (const char* text :
-       {"", "2026-11-21", "2026-11-21T04:29:00", "2026-11-21 04:29:00Z", "2026-11-21T04:29:00.Z",
-        "2026-11-21T04:29:00.1234567890Z", "2026-02-29T00:00:00Z", "2026-13-01T00:00:00Z", "2026-11-21T24:00:00Z",
-        "2026-11-21T04:60:00Z", "2026-11-21T04:29:60Z", "0000-01-01T00:00:00Z", "2026-11-21T04:29:00Zx",
-        "2026-11-21T04:29:00+0100", "2026-11-21T04:29:00+24:00", "-026-11-21T04:29:00Z", "2026-11-21T04:29:0xZ"})
-    EXPECT_FALSE(InstantText::parse(text)) << text;
-}
-
-TEST(InstantText, WritesTheNearestInstantOfFourDigitYears) {
-  EXPECT_EQ(InstantText::format(instantAtSeconds(-100'000'000'000)), "0001-01-01T00:00:00Z");
-  EXPECT_EQ(InstantText::format(instantAtSeconds(300'000'000'000)), "9999-12-31T23:59:59.999999999Z");
-  EXPECT_EQ(InstantText::format(instantAtSeconds(-1) + Nanoseconds(1)), "1969-12-31T23:59:59.000000001Z");
 }
 
 }  // namespace pellora

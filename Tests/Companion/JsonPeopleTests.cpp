@@ -63,7 +63,7 @@ TEST(JsonPeople, RefusesWhatIsNotWellFormedOrNoList) {
 TEST(JsonPeople, DeepNestingDoesNoHarm) {
   const std::string open(200'000, '[');
   EXPECT_TRUE(parsePeople(open).problem.has_value());
-  EXPECT_THAT(parsePeople(open + std::string(200'000, ']')).skipped, SizeIs(1));
+  EXPECT_TRUE(parsePeople(open + std::string(200'000, ']')).problem.has_value());
 }
 
 TEST(JsonPeople, AnEmptyListIsNobody) {

@@ -6,10 +6,10 @@
 #include "Adapters/Linux/Files/FileLock.h"
 #include "Adapters/Linux/Files/IniDocument.h"
 #include "Adapters/Linux/Files/IniValue.h"
-#include "Adapters/Linux/Files/InstantText.h"
 #include "Adapters/Linux/Files/XdgFolders.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/Files/FileError.h"
+#include "PelloraMessagesCore/Time/IsoDate.h"
 
 namespace pellora {
 
@@ -32,7 +32,7 @@ std::string spelling(const std::string& value) {
 }
 
 std::string spelling(Instant value) {
-  return InstantText::format(value);
+  return IsoDate::preciseText(value);
 }
 
 void apply(IniDocument& document, const UserDefaults::Change& change) {
@@ -89,7 +89,7 @@ std::optional<std::int64_t> IniUserDefaults::integer(const std::string& key) con
 std::optional<Instant> IniUserDefaults::date(const std::string& key) const {
   const auto spelt = text(key);
   if (!spelt) return std::nullopt;
-  return InstantText::parse(*spelt);
+  return IsoDate::parse(*spelt);
 }
 
 bool IniUserDefaults::boolean(const std::string& key) const {

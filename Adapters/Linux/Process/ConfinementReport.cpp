@@ -4,9 +4,9 @@
 
 #include <cerrno>
 #include <limits>
-#include <nlohmann/json.hpp>
 
 #include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Json/JsonValue.h"
 
 namespace pellora {
 
@@ -24,10 +24,11 @@ bool isAlive(std::int64_t process) {
 
 void ConfinementReport::write(const std::optional<std::filesystem::path>& runtimeFolder) const {
   if (!runtimeFolder) return;
-  nlohmann::json list = nlohmann::json::array();
-  for (const Protection& each : protections)
-    list.push_back({{"detail", each.detail}, {"isOn", each.isOn}, {"name", each.name}});
-  const nlohmann::json whole = {{"processID", processID}, {"protections", list}};
+  const auto entry = [](const Protection& each) {
+    return JsonValue::object({{"detail", each.detail}, {"isOn", each.isOn}, {"name", each.name}});
+  };
+  const JsonValue whole =
+      JsonValue::object({{"processID", processID}, {"protections", JsonValue::array(protections, entry)}});
   try {
     AtomicFile::write(*runtimeFolder / kFile, whole.dump());
   } catch (const std::exception&) {
@@ -39,18 +40,20 @@ std::optional<ConfinementReport> ConfinementReport::read(const std::optional<std
   if (!runtimeFolder) return std::nullopt;
   const auto bytes = AtomicFile::read(*runtimeFolder / kFile, kMaximumSize);
   if (!bytes) return std::nullopt;
-  try {
-    const nlohmann::json whole = nlohmann::json::parse(*bytes);
-    ConfinementReport report;
-    report.processID = whole.at("processID").get<std::int64_t>();
-    for (const nlohmann::json& each : whole.at("protections"))
-      report.protections.push_back(
-          {each.at("name").get<std::string>(), each.at("isOn").get<bool>(), each.at("detail").get<std::string>()});
-    if (!isAlive(report.processID)) return std::nullopt;
-    return report;
-  } catch (const std::exception&) {
-    return std::nullopt;
+  const std::optional<JsonValue> whole = JsonValue::parse(*bytes);
+  if (!whole) return std::nullopt;
+  const std::optional<std::int64_t> process = (*whole)["processID"].integer();
+  if (!process || !isAlive(*process) || !(*whole)["protections"].isArray()) return std::nullopt;
+  ConfinementReport report;
+  report.processID = *process;
+  for (const JsonValue& each : (*whole)["protections"].elements()) {
+    const std::string* name = each["name"].string();
+    const std::optional<bool> isOn = each["isOn"].boolean();
+    const std::string* detail = each["detail"].string();
+    if (name == nullptr || !isOn || detail == nullptr) return std::nullopt;
+    report.protections.push_back({*name, *isOn, *detail});
   }
+  return report;
 }
 
 }  // namespace pellora
