@@ -98,7 +98,7 @@ void startOfEveryMessagesDay(benchmark::State& state) {
 }
 BENCHMARK(startOfEveryMessagesDay)->Unit(benchmark::kMillisecond);
 
-// Once a read: finds and reads the rules of the time zone anew.
+// Once per read: looks whether the time zone has changed and where its clocks change around today.
 void calendarOfThisMoment(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(LocalCalendar::current());
 }

@@ -1,25 +1,30 @@
 #include "PelloraMessagesCore/Time/LocalCalendar.h"
 
+#include <time.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <limits>
+#include <map>
+#include <mutex>
+#include <optional>
 #include <tuple>
 #include <utility>
-
-#include "PelloraMessagesCore/Time/SystemZone.h"
-#include "PelloraMessagesCore/Time/ZoneStretch.h"
+#include <vector>
 
 namespace pellora {
 
 namespace {
 
 constexpr std::int64_t kSecondsPerDay = 86'400;
-// How far from UTC a zone may be.
-constexpr std::int64_t kWidestOffset = std::max(kEasternmostOffset, -kWesternmostOffset);  // seconds
-// 0001-01-01T00:00:00Z and 9999-12-31T23:59:59Z: instants outside are taken as the nearer of the two.
-constexpr std::int64_t kFirstSecond = -62'135'596'800;
-constexpr std::int64_t kLastSecond = 253'402'300'799;
+// How far from UTC the C library lets a zone be, and more than any zone ever was.
+constexpr std::int64_t kWidestOffset = 93'600;  // seconds
+constexpr std::int64_t kFirstSecond = wholeSeconds(kEarliestInstant);
+constexpr std::int64_t kLastSecond = wholeSeconds(kLatestInstant);
+constexpr std::string_view kUtc = "UTC";
+constexpr std::int64_t kBlock = 64 * kSecondsPerDay;
 constexpr std::size_t kCachedDays = 64;  // a power of two
 
 constexpr std::int64_t floorDiv(std::int64_t value, std::int64_t by) {
@@ -28,7 +33,7 @@ constexpr std::int64_t floorDiv(std::int64_t value, std::int64_t by) {
 
 // Whole seconds (clamped) and the nanoseconds that follow them.
 std::pair<std::int64_t, Nanoseconds> split(Instant instant) {
-  const Instant clamped = std::clamp(instant, instantAtSeconds(kFirstSecond), instantAtSeconds(kLastSecond));
+  const Instant clamped = std::clamp(instant, kEarliestInstant, instantAtSeconds(kLastSecond));
   const std::int64_t seconds = wholeSeconds(clamped);
   return {seconds, clamped - instantAtSeconds(seconds)};
 }
@@ -59,6 +64,71 @@ std::string text(const LocalCalendar::Date& date) {
   return std::string(buffer.data(), static_cast<std::size_t>(length));
 }
 
+// A stretch of time, [begin, end), in which a zone keeps one offset from UTC, positive east of Greenwich.
+// Neighboring stretches may have the same offset.
+struct Stretch {
+  std::int64_t begin = 0;
+  std::int64_t end = 0;
+  std::int64_t offset = 0;
+
+  bool contains(std::int64_t seconds) const { return seconds >= begin && seconds < end; }
+};
+
+// In the zone that the C library is set to.
+std::int64_t systemOffset(std::int64_t seconds) {
+  const std::time_t time = seconds;
+  std::tm local{};
+  return ::localtime_r(&time, &local) != nullptr ? local.tm_gmtoff : 0;
+}
+
+// The C library knows one zone at a time: sets TZ while this lives.
+class ZoneVariable {
+ public:
+  explicit ZoneVariable(const std::string& zone) : _lock(mutex()) {
+    if (const char* before = std::getenv("TZ")) _before = before;
+    ::setenv("TZ", zone.c_str(), 1);
+    ::tzset();
+  }
+  ~ZoneVariable() {
+    if (_before)
+      ::setenv("TZ", _before->c_str(), 1);
+    else
+      ::unsetenv("TZ");
+    ::tzset();
+  }
+  ZoneVariable(const ZoneVariable&) = delete;
+  ZoneVariable& operator=(const ZoneVariable&) = delete;
+
+ private:
+  static std::mutex& mutex() {
+    static std::mutex instance;
+    return instance;
+  }
+
+  std::lock_guard<std::mutex> _lock;
+  std::optional<std::string> _before;
+};
+
+// Looks once per day, and narrows down where the offset is another than before.
+std::vector<Stretch> stretchesBetween(std::int64_t begin, std::int64_t end) {
+  std::vector<Stretch> stretches = {{begin, end, systemOffset(begin)}};
+  for (std::int64_t known = begin; known < end;) {
+    const std::int64_t offset = stretches.back().offset;
+    std::int64_t change = std::min(known + kSecondsPerDay, end);
+    if (systemOffset(change) != offset) {
+      while (change - known > 1) {
+        const std::int64_t middle = known + (change - known) / 2;
+        (systemOffset(middle) == offset ? known : change) = middle;
+      }
+      if (change == end) break;
+      stretches.back().end = change;
+      stretches.push_back({change, end, systemOffset(change)});
+    }
+    known = change;
+  }
+  return stretches;
+}
+
 // The part of a local day that lies in one stretch: the whole day, but for days on which clocks change.
 struct DayPart {
   std::int64_t begin = 1;
@@ -72,10 +142,21 @@ struct DayPart {
 }  // namespace
 
 struct LocalCalendar::State {
-  explicit State(ZoneFinder zone) : _zone(std::move(zone)) {}
+  // The machine's zone when there is no name.
+  explicit State(std::optional<std::string> zone) : _zone(std::move(zone)) {}
 
-  const ZoneStretch& stretch(std::int64_t seconds) {
-    if (!_stretch.contains(seconds)) _stretch = _zone(seconds);
+  const Stretch& stretch(std::int64_t seconds) {
+    if (_stretch.contains(seconds)) return _stretch;
+    if (_zone == kUtc) return _stretch = {kFirstSecond - kBlock, kLastSecond + kBlock, 0};
+    const std::int64_t number = floorDiv(seconds, kBlock);
+    auto [block, isNew] = _blocks.try_emplace(number);
+    if (isNew) {
+      const std::optional<ZoneVariable> variable =
+          _zone ? std::optional<ZoneVariable>(std::in_place, *_zone) : std::nullopt;
+      block->second = stretchesBetween(number * kBlock, (number + 1) * kBlock);
+    }
+    _stretch = *std::find_if(block->second.begin(), block->second.end(),
+                             [&](const Stretch& each) { return each.contains(seconds); });
     return _stretch;
   }
 
@@ -96,7 +177,7 @@ struct LocalCalendar::State {
     const std::int64_t midnight = days * kSecondsPerDay;
     std::int64_t from = midnight - kWidestOffset;
     while (from < midnight + kSecondsPerDay + kWidestOffset) {
-      const ZoneStretch each = stretch(from);
+      const Stretch each = stretch(from);
       const std::int64_t begin = std::max(from, midnight - each.offset);
       if (begin < std::min(each.end, midnight + kSecondsPerDay - each.offset)) return begin;
       from = each.end;
@@ -116,24 +197,29 @@ struct LocalCalendar::State {
 
  private:
   DayPart findDayPart(std::int64_t seconds) {
-    const ZoneStretch& around = stretch(seconds);
+    const Stretch& around = stretch(seconds);
     const std::int64_t days = floorDiv(seconds + around.offset, kSecondsPerDay);
     const std::int64_t midnight = days * kSecondsPerDay - around.offset;
     return {std::max(around.begin, midnight), std::min(around.end, midnight + kSecondsPerDay), days,
             text(civilDate(days))};
   }
 
-  ZoneFinder _zone;
-  ZoneStretch _stretch{0, 0, 0};  // the one asked for last
+  std::optional<std::string> _zone;
+  std::map<std::int64_t, std::vector<Stretch>> _blocks;
+  Stretch _stretch;  // the one asked for last
   std::array<std::array<DayPart, 2>, kCachedDays> _days;
 };
 
 LocalCalendar LocalCalendar::current() {
-  return LocalCalendar(std::make_shared<State>(SystemZone::current(SystemZone::places())));
+  ::tzset();
+  const auto state = std::make_shared<State>(std::nullopt);
+  const std::int64_t now = ::time(nullptr);
+  for (const std::int64_t each : {now - kBlock, now, now + kBlock}) state->stretch(each);
+  return LocalCalendar(state);
 }
 
 LocalCalendar LocalCalendar::inTimeZone(std::string_view identifier) {
-  return LocalCalendar(std::make_shared<State>(SystemZone::named(identifier, SystemZone::places())));
+  return LocalCalendar(std::make_shared<State>(std::string(identifier)));
 }
 
 LocalCalendar::Date LocalCalendar::date(Instant instant) const {

@@ -1,6 +1,8 @@
 // The user's calendar (Gregorian) in one time zone: which day an instant belongs to, where days begin, days added
-// by the calendar and not by 86,400 seconds. Copies are cheap and share their caches, so an instance and its
-// copies serve one thread at a time. Tested by Tests/Core/LocalCalendarTests.cpp.
+// by the calendar and not by 86,400 seconds. The C library finds the zone and knows its rules, so days here are those
+// of every other program on the machine; two changes of the clocks within one day are not told apart.
+// Copies are cheap and share their caches, so an instance and its copies serve one thread at a time.
+// Tested by Tests/Core/LocalCalendarTests.cpp and Tests/Core/EveryZoneTests.cpp.
 #pragma once
 
 #include <memory>
@@ -21,10 +23,13 @@ class LocalCalendar {
     bool operator==(const Date&) const = default;
   };
 
-  // In the time zone that the machine is set to at this moment (TZ, else the system's).
+  // In the time zone that the machine is set to at this moment (TZ, else the system's): a changed variable and a
+  // replaced /etc/localtime are noticed here. An older calendar keeps its zone for two months around the moment of its
+  // creation. Any thread.
   static LocalCalendar current();
 
-  // `identifier` as in "Europe/Berlin"; an unknown one is UTC.
+  // `identifier` as in "Europe/Berlin"; an unknown one is UTC. For tests and tools: changes the environment of the
+  // process for moments.
   static LocalCalendar inTimeZone(std::string_view identifier);
 
   Date date(Instant instant) const;
