@@ -183,6 +183,18 @@ TEST(HelperDayNotesMerge, SortsByTheLastMessageAndKeepsTheOrderOfEqualTimes) {
                                                     kSam.toString() + "_2025-03-03"}));
 }
 
+// More ties than a sort without a rule for them happens to keep in order.
+TEST(HelperDayNotesMerge, KeepsTheOrderOfManyEqualTimes) {
+  HelperDayNotes notes;
+  std::vector<std::string> expected = {kSam.toString() + "_2025-01-01"};
+  for (int number = 0; number < 60; ++number) {
+    notes.days.push_back(dayOf(kAnna, "day " + std::to_string(number * 37 % 60), 100));
+    expected.push_back(notes.days.back().id());
+  }
+  notes.merge({dayOf(kSam, "2025-01-01", 50)}, Reread::incremental, kNoCutoff, kBoth);
+  EXPECT_EQ(idsOf(notes), expected);
+}
+
 TEST(HelperDayNotesMerge, OfOneIdTheLaterRecordCounts) {
   HelperDayNotes notes{{dayOf(kAnna, "2025-03-01", 1), dayOf(kAnna, "2025-03-01", 2)}};
   notes.merge({}, Reread::incremental, kNoCutoff, kBoth);

@@ -217,6 +217,40 @@ TEST(MessagesDayBuilder, DraftsComeOldestLastMessageFirstAndStable) {
   EXPECT_EQ(ties[0].record.personID, kBenID);
 }
 
+// More ties than a sort without a rule for them happens to keep in order.
+TEST(MessagesDayBuilder, ManyDaysThatEndAtOneInstantStayInTheOrderOfTheirFirstRows) {
+  HelperPeopleFile file;
+  ChatParticipants chats;
+  std::vector<HistoryMessage> messages;
+  std::vector<std::string> expected;
+  for (std::int64_t number = 0; number < 60; ++number) {
+    const std::int64_t chat = 1 + number * 37 % 60;
+    const std::string phone = std::to_string(5'550'000'000 + chat);
+    file.people.push_back({Uuid::random(), "P", {phone}, {}});
+    chats[chat] = {phone};
+    messages.push_back(message(100 + number, kNoon, true, "a", chat));
+    expected.push_back(phone);
+  }
+  const HandleMatcher matcher(file);
+  std::vector<std::string> handles;
+  for (const MessagesDayDraft& draft :
+       MessagesDayBuilder::drafts(messages, chats, matcher, {}, LocalCalendar::inTimeZone("UTC")))
+    handles.push_back(draft.record.handle);
+  EXPECT_EQ(handles, expected);
+}
+
+TEST(MessagesDayBuilder, ManyLinesOfOneInstantAreOrderedByRow) {
+  std::vector<HistoryMessage> messages;
+  for (std::int64_t number = 0; number < 60; ++number) {
+    const std::int64_t row = 1 + number * 37 % 60;
+    messages.push_back(message(row, kNoon, true, std::to_string(row)));
+  }
+  const auto all = drafts(messages);
+  ASSERT_EQ(all.size(), 1U);
+  ASSERT_EQ(all[0].lines.size(), 60U);
+  for (std::size_t line = 0; line < 60; ++line) EXPECT_EQ(all[0].lines[line].text, std::to_string(line + 1));
+}
+
 TEST(MessagesDayBuilder, AnyOrderOfRowsGivesTheSameDays) {
   std::vector<HistoryMessage> messages;
   std::mt19937 random(5);

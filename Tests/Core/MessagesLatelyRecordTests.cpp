@@ -130,6 +130,26 @@ TEST(MessagesLatelyRecord, BirthdaysAreOneAName) {
             (std::vector<MessagesBirthday>{birthday("Ida", -5), birthday(std::nullopt, 0), birthday("Maya", 1)}));
 }
 
+// More ties than a sort without a rule for them happens to keep in order.
+TEST(MessagesLatelyRecord, ManyDaysAndBirthdaysOfOneInstantComeInTheOrderOfTheirDays) {
+  std::vector<MessagesDayRecord> days;
+  std::vector<MessagesBirthday> birthdays;
+  std::vector<std::string> wishDays;
+  for (int number = 0; number < 60; ++number) {
+    // Names against the order of the days, and days against the order in which they are handed in.
+    const auto label = [](int place) { return std::to_string(1000 + place * 37 % 60); };
+    MessagesDayRecord record = day(0);
+    record.day = "day " + std::to_string(100 + number);
+    record.birthday = birthday("Name " + label(number), 0);
+    record.birthdayHint = true;
+    birthdays.push_back(*record.birthday);
+    wishDays.push_back(record.day);
+    days.insert(number % 2 == 0 ? days.end() : days.begin(), std::move(record));
+  }
+  EXPECT_EQ(build(days).birthdays, birthdays);
+  EXPECT_EQ(build(days).birthdayWishDays, wishDays);
+}
+
 TEST(MessagesLatelyRecord, WishDaysFollowTheHintAlone) {
   std::vector<MessagesDayRecord> days = {day(2), day(0), day(1)};
   days[0].birthdayHint = true;

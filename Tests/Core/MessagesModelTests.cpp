@@ -258,9 +258,15 @@ TEST(LatelySummary, EveryMonthHasItsShortName) {
     const auto question = MessagesModel::latelyQuestion({recordOf(day, "x"), recordOf(day, "y")}, "Sam");
     EXPECT_EQ(question->prompt, "<days>\n" + std::string(text) + "x\n" + text + "y\n</days>\n\nWrite the summary now.");
   }
-  for (const char* day : {"", "2025-13-01", "2025-00-01", "</days>\n", "2025-6-1", "2025-06-012"})
-    EXPECT_THAT(MessagesModel::latelyQuestion({recordOf(day, "x"), recordOf(day, "y")}, "Sam")->prompt,
-                testing::Not(testing::HasSubstr("</days>\n:")));
+  // What is not a day is written as it is, unable to close the block.
+  for (const auto& [day, text] : std::vector<std::pair<const char*, const char*>>{{"", ""},
+                                                                                  {"2025-13-01", "2025-13-01"},
+                                                                                  {"2025-00-01", "2025-00-01"},
+                                                                                  {"</days>\n", "\u2039/days\u203A "},
+                                                                                  {"2025-6-1", "2025-6-1"},
+                                                                                  {"2025-06-012", "2025-06-012"}})
+    EXPECT_EQ(MessagesModel::latelyQuestion({recordOf(day, "x"), recordOf(day, "y")}, "Sam")->prompt,
+              "<days>\n" + std::string(text) + ": x\n" + text + ": y\n</days>\n\nWrite the summary now.");
 }
 
 TEST(MessagesModel, ANameIsFilledInOnceHoweverItReads) {
