@@ -147,6 +147,7 @@ TEST_F(XdgAutostartLoginItemTest, WritesAnEntryThatStartsTheProgramInTheBackgrou
             "Terminal=false\n"
             "StartupNotify=false\n"
             "Exec=\"/usr/bin/pellora-for-messages\" --background\n"
+            "TryExec=/usr/bin/pellora-for-messages\n"
             "X-GNOME-Autostart-enabled=true\n");
 }
 
@@ -264,6 +265,22 @@ TEST_F(XdgAutostartLoginItemTest, RefreshingFollowsTheProgramWhenItMoved) {
   item("/new/place").refresh();
   item("/new/place").enable();
   EXPECT_EQ(std::filesystem::last_write_time(file), written);
+}
+
+// After the package is purged the entry is still in the home: the desktop passes over it.
+TEST_F(XdgAutostartLoginItemTest, TheEntryNamesTheFileThatMustBeThere) {
+  item("/a b/ü$\"c\\d\ne").enable();
+  EXPECT_THAT(read(file), HasSubstr("\nTryExec=/a b/ü$\"c\\\\d\\ne\n"));
+  item("/new/place").refresh();
+  EXPECT_THAT(read(file), HasSubstr("\nTryExec=/new/place\n"));
+}
+
+TEST_F(XdgAutostartLoginItemTest, RefreshingAddsTheFileToAnOlderEntry) {
+  write(file, "[Desktop Entry]\nType=Application\nName=Mine\nExec=\"/usr/bin/pellora-for-messages\" --background\n");
+  item().refresh();
+  EXPECT_THAT(read(file), HasSubstr("\nTryExec=/usr/bin/pellora-for-messages\n"));
+  item().disable();
+  EXPECT_FALSE(std::filesystem::exists(file)) << "the key is one of ours";
 }
 
 TEST_F(XdgAutostartLoginItemTest, RefreshingEnablesNothing) {

@@ -17,6 +17,7 @@ namespace {
 constexpr char kEntryPath[] = "autostart/app.pellora.Messages.desktop";
 constexpr char kGroup[] = "Desktop Entry";
 constexpr char kExec[] = "Exec";
+constexpr char kTryExec[] = "TryExec";
 constexpr char kHidden[] = "Hidden";
 constexpr char kEnabled[] = "X-GNOME-Autostart-enabled";
 constexpr std::size_t kMaximumSize = std::size_t{256} << 10;  // bytes
@@ -34,8 +35,7 @@ constexpr std::array<Pair, 7> kFixedPairs{{{"Type", "Application"},
                                            {"Terminal", "false"},
                                            {"StartupNotify", "false"}}};
 
-// Quoted as an argument of a command line, percent signs doubled; then escaped as the value of a text key, where a
-// backslash and line breaks have escapes of their own.
+// Quoted as an argument of a command line, percent signs doubled; then escaped as the value of a text key.
 std::string quoted(const std::string& argument) {
   std::string result = "\"";
   for (const char c : argument) {
@@ -59,6 +59,25 @@ std::string quoted(const std::string& argument) {
   return result + "\"";
 }
 
+// The value of a text key, where a backslash and line breaks have escapes.
+std::string escaped(const std::string& value) {
+  std::string result;
+  for (const char c : value) {
+    if (c == '\\') {
+      result += "\\\\";
+    } else if (c == '\n') {
+      result += "\\n";
+    } else if (c == '\t') {
+      result += "\\t";
+    } else if (c == '\r') {
+      result += "\\r";
+    } else {
+      result += c;
+    }
+  }
+  return result;
+}
+
 IniDocument parsed(const std::string& bytes) {
   return IniDocument(bytes, IniDocument::Dialect::desktopEntry);
 }
@@ -70,7 +89,7 @@ bool startsSomething(const std::string& bytes) {
 }
 
 bool isOwnKey(const std::string& key) {
-  return key == kExec || key == kHidden || key == kEnabled ||
+  return key == kExec || key == kTryExec || key == kHidden || key == kEnabled ||
          std::ranges::any_of(kFixedPairs, [&](const Pair& pair) { return key == pair.key; });
 }
 
@@ -82,11 +101,12 @@ bool hasForeignParts(const std::string& bytes) {
 }
 
 // What the entry lacks to be whole; what it has stays.
-std::string completed(const std::string& bytes, const std::string& command, bool enabled) {
+std::string completed(const std::string& bytes, const XdgAutostartLoginItem::Program& program, bool enabled) {
   IniDocument entry = parsed(bytes);
   for (const Pair& pair : kFixedPairs)
     if (!entry.value(kGroup, pair.key)) entry.set(kGroup, pair.key, pair.value);
-  entry.set(kGroup, kExec, command);
+  entry.set(kGroup, kExec, program.command);
+  entry.set(kGroup, kTryExec, program.file);
   entry.set(kGroup, kEnabled, enabled ? "true" : "false");
   if (enabled)
     entry.erase(kGroup, kHidden);
@@ -121,9 +141,14 @@ XdgAutostartLoginItem::XdgAutostartLoginItem(const std::filesystem::path& progra
 XdgAutostartLoginItem::XdgAutostartLoginItem(const std::filesystem::path& program,
                                              const std::optional<std::filesystem::path>& userConfiguration,
                                              const std::vector<std::filesystem::path>& systemConfigurations)
-    : _command(quoted(program.string()) + " --background") {
+    : _program{quoted(program.string()) + " --background", escaped(program.string())} {
   if (userConfiguration) _userFile = *userConfiguration / kEntryPath;
   for (const std::filesystem::path& folder : systemConfigurations) _systemFiles.push_back(folder / kEntryPath);
+}
+
+bool XdgAutostartLoginItem::startsThis(const std::string& bytes) const {
+  const IniDocument entry = parsed(bytes);
+  return entry.value(kGroup, kExec) == _program.command && entry.value(kGroup, kTryExec) == _program.file;
 }
 
 std::optional<std::string> XdgAutostartLoginItem::systemEntry() const {
@@ -151,13 +176,13 @@ void XdgAutostartLoginItem::write(const std::string& bytes) const {
 
 void XdgAutostartLoginItem::enable() {
   if (isEnabled()) return refresh();
-  if (_userFile) write(completed(read(*_userFile).value_or(""), _command, true));
+  if (_userFile) write(completed(read(*_userFile).value_or(""), _program, true));
 }
 
 void XdgAutostartLoginItem::disable() {
   if (!_userFile || !isEnabled()) return;
   const std::string bytes = read(*_userFile).value_or("");
-  if (systemEntry() || hasForeignParts(bytes)) return write(completed(bytes, _command, false));
+  if (systemEntry() || hasForeignParts(bytes)) return write(completed(bytes, _program, false));
   std::error_code error;
   std::filesystem::remove(*_userFile, error);
 }
@@ -188,8 +213,8 @@ void XdgAutostartLoginItem::watchFolders() {
 void XdgAutostartLoginItem::refresh() {
   if (!_userFile || !isEnabled()) return;
   const auto bytes = read(*_userFile);
-  if (!bytes || parsed(*bytes).value(kGroup, kExec) == _command) return;
-  write(completed(*bytes, _command, true));
+  if (!bytes || startsThis(*bytes)) return;
+  write(completed(*bytes, _program, true));
 }
 
 }  // namespace pellora
