@@ -93,7 +93,8 @@ void declare(CLI::App& app, Arguments& arguments) {
       ->check(CLI::Range(1, 10'000))
       ->capture_default_str();
   app.add_option("--now", arguments.now, "Where it ends, as in 2026-03-10T12:00:00Z; otherwise now");
-  app.add_option("--people-file", arguments.peopleFile, "Also write the people, for `pellora-companion people import`");
+  app.add_option("--people-file", arguments.peopleFile, "Also write the people, for `pellora-companion people import`")
+      ->type_name("FILE");
   CLI::Option* append =
       app.add_option("--append", arguments.append, "Add so many newer messages to a store that is there")
           ->check(CLI::Range(std::size_t{1}, kMostMessages));

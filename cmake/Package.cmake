@@ -16,9 +16,14 @@ endfunction()
 
 foreach(program pellora-for-messages pellora-companion pellora-sample-store)
   pellora_install_compressed(${CMAKE_INSTALL_MANDIR}/man1 ${program}.1 ${pellora_packaging}/man/${program}.1)
-  install(FILES ${pellora_packaging}/completions/${program}
+  install(FILES ${pellora_packaging}/completions/pellora.bash RENAME ${program}
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES ${pellora_packaging}/completions/pellora.fish RENAME ${program}.fish
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 endforeach()
+install(FILES ${pellora_packaging}/completions/_pellora DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+install(PROGRAMS ${pellora_packaging}/completions/candidates
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/pellora-for-messages)
 set(pellora_doc ${CMAKE_INSTALL_DATADIR}/doc/pellora-for-messages)
 pellora_install_compressed(${pellora_doc} changelog ${pellora_packaging}/changelog)
 get_property(compressed_files GLOBAL PROPERTY pellora_compressed_files)
@@ -27,6 +32,16 @@ add_custom_target(compressed ALL DEPENDS ${compressed_files})
 install(FILES ${pellora_packaging}/copyright DESTINATION ${pellora_doc})
 install(FILES Documentation/UserGuide.md Documentation/Companion.md Documentation/LanguageModel.md
   Documentation/Privacy.md DESTINATION ${pellora_doc})
+# The pictures that the guide shows.
+file(STRINGS Documentation/UserGuide.md shown REGEX "Screenshots/")
+set(screenshots)
+foreach(line ${shown})
+  string(REGEX MATCHALL "Screenshots/[a-z-]+\\.png" pictures "${line}")
+  list(TRANSFORM pictures PREPEND Documentation/)
+  list(APPEND screenshots ${pictures})
+endforeach()
+list(REMOVE_DUPLICATES screenshots)
+install(FILES ${screenshots} DESTINATION ${pellora_doc}/Screenshots)
 install(FILES ${pellora_packaging}/app.pellora.Messages.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 # Present and not enabled: the user decides (Documentation/LanguageModel.md).
 file(GLOB units CONFIGURE_DEPENDS ${pellora_packaging}/systemd/*)
