@@ -37,6 +37,9 @@ else()
   check_pie_supported()
   target_compile_options(pellora_product INTERFACE
     "$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>")
+  # The same sources give the same bytes, wherever they lie.
+  target_compile_options(pellora_product INTERFACE
+    $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>)
   target_compile_options(pellora_options INTERFACE
     $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>:-fcf-protection=full>)
   target_link_options(pellora_options INTERFACE -Wl,-z,relro,-z,now -Wl,--as-needed)
