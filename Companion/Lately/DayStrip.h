@@ -1,6 +1,6 @@
 // How many texts went each way between the user and one person, per calendar day, over the days that end today: as
 // bars for a terminal and as a picture for a page.
-// Tested by Tests/Companion/DayStripTests.cpp.
+// Tested by Tests/Companion/LatelyPageTests.cpp.
 #pragma once
 
 #include <cstddef>

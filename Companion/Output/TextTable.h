@@ -1,7 +1,7 @@
 // Rows and columns for people. Columns are as wide as their widest cell; when a row would not fit the width, the
 // last column gives way first, then the widest, and columns that are worth nothing in part the very last. A row may
 // have notes, which get lines of their own below it and are wrapped, not cut. Cells and notes are made printable.
-// Tested by Tests/Companion/TextTableTests.cpp.
+// Tested by Tests/Companion/DisplayTextTests.cpp.
 #pragma once
 
 #include <cstddef>
