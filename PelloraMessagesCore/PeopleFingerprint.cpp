@@ -1,34 +1,19 @@
 #include "PelloraMessagesCore/PeopleFingerprint.h"
 
 #include <charconv>
-#include <cstdint>
-#include <string_view>
+
+#include "PelloraMessagesCore/Text/Fnv1a.h"
 
 namespace pellora {
 
 namespace {
 
-class Fnv1a {
- public:
-  void add(std::string_view text) {
-    for (const char byte : text) _hash = (_hash ^ static_cast<unsigned char>(byte)) * kPrime;
+void addJoined(Fnv1a& hash, const std::vector<std::string>& texts) {
+  for (std::size_t index = 0; index < texts.size(); ++index) {
+    if (index > 0) hash.add(",");
+    hash.add(texts[index]);
   }
-
-  void addJoined(const std::vector<std::string>& texts) {
-    for (std::size_t index = 0; index < texts.size(); ++index) {
-      if (index > 0) add(",");
-      add(texts[index]);
-    }
-  }
-
-  std::uint64_t hash() const { return _hash; }
-
- private:
-  static constexpr std::uint64_t kOffsetBasis = 0xcbf29ce484222325;
-  static constexpr std::uint64_t kPrime = 0x100000001b3;
-
-  std::uint64_t _hash = kOffsetBasis;
-};
+}
 
 }  // namespace
 
@@ -38,9 +23,9 @@ std::string peopleFingerprint(const std::vector<HelperPerson>& people) {
     if (index > 0) fingerprint.add("|");
     fingerprint.add(people[index].id.toString());
     fingerprint.add(":");
-    fingerprint.addJoined(people[index].phones);
+    addJoined(fingerprint, people[index].phones);
     fingerprint.add(":");
-    fingerprint.addJoined(people[index].emails);
+    addJoined(fingerprint, people[index].emails);
   }
   char digits[16];
   const auto end = std::to_chars(digits, digits + sizeof digits, fingerprint.hash(), 16).ptr;

@@ -1,6 +1,9 @@
-// A byte string that is wiped from memory when it is destroyed or replaced. Moving leaves nothing behind.
+// A byte string for keys: in memory pages of its own that are kept out of swap and core dumps as far as the system
+// allows (a limit on locked memory is no error), and wiped when it is destroyed or replaced. Moving leaves nothing
+// behind. Tested by Tests/Core/ExchangeKeyTests.cpp.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -8,25 +11,39 @@
 
 namespace pellora {
 
+// Whole pages. Throws std::bad_alloc.
+void* allocateSecret(std::size_t size);
+void releaseSecret(void* memory, std::size_t size) noexcept;
+
 class SecretBytes {
  public:
   SecretBytes() = default;
   explicit SecretBytes(std::span<const std::uint8_t> bytes) : _bytes(bytes.begin(), bytes.end()) {}
   explicit SecretBytes(std::string_view bytes) : _bytes(bytes.begin(), bytes.end()) {}
   SecretBytes(const SecretBytes&) = default;
-  SecretBytes(SecretBytes&& other) noexcept : _bytes(std::move(other._bytes)) { other._bytes.clear(); }
+  SecretBytes(SecretBytes&& other) noexcept = default;
   SecretBytes& operator=(SecretBytes other) noexcept {
     _bytes.swap(other._bytes);
     return *this;
   }
-  ~SecretBytes();
 
   std::span<const std::uint8_t> span() const { return _bytes; }
   std::size_t size() const { return _bytes.size(); }
   bool operator==(const SecretBytes&) const = default;
 
  private:
-  std::vector<std::uint8_t> _bytes;
+  template <class Element>
+  struct Allocator {
+    using value_type = Element;
+    Allocator() = default;
+    template <class Other>
+    Allocator(const Allocator<Other>&) {}
+    Element* allocate(std::size_t count) { return static_cast<Element*>(allocateSecret(count * sizeof(Element))); }
+    void deallocate(Element* memory, std::size_t count) noexcept { releaseSecret(memory, count * sizeof(Element)); }
+    bool operator==(const Allocator&) const = default;
+  };
+
+  std::vector<std::uint8_t, Allocator<std::uint8_t>> _bytes;
 };
 
 }  // namespace pellora

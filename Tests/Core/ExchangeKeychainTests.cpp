@@ -35,6 +35,17 @@ class RefusingSecretStore : public InMemorySecretStore {
   SecretAddition::Outcome _outcome;
 };
 
+// Counts additions, refused or not: a real store takes a second secret with the same attributes.
+class CountingSecretStore : public InMemorySecretStore {
+ public:
+  SecretAddition add(const SecretAttributes& attributes, const std::string& label, const SecretBytes& data) override {
+    ++additions;
+    return InMemorySecretStore::add(attributes, label, data);
+  }
+
+  int additions = 0;
+};
+
 SecretBytes bytesOf(std::size_t size) {
   return SecretBytes(std::vector<std::uint8_t>(size, 3));
 }
@@ -60,6 +71,17 @@ TEST(ExchangeKeychain, LoadOrCreateAddsOneKeyAndFindsItAgain) {
   EXPECT_EQ(store.count(), 1u);
   InMemorySecretStore other;
   EXPECT_NE(ExchangeKeychain::loadOrCreate(other), created);
+}
+
+TEST(ExchangeKeychain, AKeyThatIsThereIsNotAddedAgain) {
+  CountingSecretStore store;
+  const auto created = ExchangeKeychain::loadOrCreate(store);
+  EXPECT_EQ(ExchangeKeychain::loadOrCreate(store), created);
+  EXPECT_EQ(store.additions, 1);
+  CountingSecretStore withAnother;
+  withAnother.InMemorySecretStore::add(ExchangeKeychain::attributes(), "", bytesOf(31));
+  EXPECT_EQ(ExchangeKeychain::loadOrCreate(withAnother), std::nullopt);
+  EXPECT_EQ(withAnother.additions, 0);
 }
 
 TEST(ExchangeKeychain, KeyOfAnotherProcessThatCameFirstCounts) {

@@ -1,10 +1,14 @@
 // Plants unique words in messages of people who are known, of strangers and of a group, lets the real helper read
 // them with a model that repeats all it is told and through failures, and then looks for the words in every file
-// below the home folder (temporary and runtime files included), on the standard streams and inside the sealed files.
+// below the home folder (temporary and runtime files included), on the standard streams, inside the sealed files and
+// in the memory of the running helper.
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
 
+#include <array>
+#include <cinttypes>
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <thread>
@@ -203,6 +207,60 @@ TEST_F(LeakTest, NothingIsLeftOfMessagesOnAFullDisk) {
   });
   if (report == kNotPermitted) GTEST_SKIP() << "no file system may be mounted here";
   EXPECT_EQ(report, "");
+}
+
+// What the process can read of its own memory, but for its programs and libraries; absent when we may not look.
+std::optional<std::string> memoryOf(pid_t process) {
+  const fs::path folder = fs::path("/proc") / std::to_string(process);
+  std::ifstream maps(folder / "maps");
+  std::ifstream memory(folder / "mem", std::ios::binary);
+  if (!maps || !memory) return std::nullopt;
+  std::string all;
+  for (std::string line; std::getline(maps, line);) {
+    std::uint64_t begin = 0;
+    std::uint64_t end = 0;
+    std::array<char, 5> rights{};
+    if (std::sscanf(line.c_str(), "%" SCNx64 "-%" SCNx64 " %4s", &begin, &end, rights.data()) != 3) continue;
+    if (rights[0] != 'r' || rights[1] != 'w') continue;
+    std::string bytes(end - begin, '\0');
+    memory.clear();
+    if (memory.seekg(static_cast<std::streamoff>(begin)) && memory.read(bytes.data(), std::streamsize(bytes.size())))
+      all += bytes;
+  }
+  return all;
+}
+
+// The words with what is stored around them, to tell where they come from.
+std::string wordsIn(const std::string& memory) {
+  std::string found;
+  for (const std::string word : {kKnown, kStranger, kGroup})
+    for (const std::string& form : {word, asUtf16(word)})
+      for (std::size_t at = memory.find(form); at != std::string::npos; at = memory.find(form, at + 1)) {
+        for (const char each : memory.substr(at < 60 ? 0 : at - 60, 120))
+          found += each >= ' ' && each < 127 ? each : '.';
+        found += '\n';
+      }
+  return found;
+}
+
+// A read in the program that goes on running, with a model that repeats all it is told.
+TEST_F(LeakTest, NothingIsLeftOfMessagesInMemory) {
+  const ModelServerProcess model(ModelServerProcess::Transport::unixSocket, {QStringLiteral("--echo")});
+  _environment.set("PELLORA_MODEL_URL", model.url());
+  _environment.set("QT_QPA_PLATFORM", "offscreen");
+  const support::ProgramRun run({PELLORA_HELPER, {"--background"}, {}});
+  const auto isRead = [&] { return _home.records().lately.size() == 2; };
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(50);
+  std::string found = "No read has ended.";
+  while (!found.empty() && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    if (!isRead()) continue;
+    const std::optional<std::string> memory = memoryOf(run.process());
+    if (!memory) GTEST_SKIP() << "The memory of a confined process is root's to read.";
+    ASSERT_TRUE(holds(*memory, _home.store().path().native())) << "this search finds nothing at all";
+    found = wordsIn(*memory);
+  }
+  EXPECT_EQ(found, "");
 }
 
 }  // namespace

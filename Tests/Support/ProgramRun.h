@@ -38,6 +38,8 @@ class ProgramRun {
   // Waits for the end. The exit status; 128 plus the signal's number after a signal; -1 after the time is over.
   int wait();
 
+  pid_t process() const { return _process; }
+
   // After `wait`.
   const std::string& output() const { return _output; }
   const std::string& errors() const { return _errors; }

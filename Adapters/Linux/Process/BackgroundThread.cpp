@@ -7,6 +7,8 @@
 #include <system_error>
 #include <utility>
 
+#include "Adapters/Linux/Process/ResidentMemory.h"
+
 namespace pellora {
 
 BackgroundThread::~BackgroundThread() {
@@ -69,6 +71,7 @@ void BackgroundThread::loop() {
     lock.unlock();
     piece.work();
     piece.work = nullptr;
+    ResidentMemory::clearUnusedStack();
     finishPiece(std::move(piece.done));
     lock.lock();
     _isBusy = false;

@@ -1,14 +1,16 @@
-// Gives memory back that the process holds but does not need at the moment.
+// Gives back memory that the process holds but does not need at the moment, and clears what is left in it.
 #pragma once
 
 namespace pellora {
 
 namespace ResidentMemory {
 
-// Returns free heap to the kernel, and drops this process's mappings of program and library pages that cannot have
-// been written. Such pages stay in the page cache, shared with everybody; what is needed again is mapped again on
-// its next use, at the cost of a minor fault. Worth calling after a burst of work that will not come again soon.
+// Returns free heap to the kernel and clears the calling thread's unused stack. Worth calling after a burst of work
+// that will not come again soon.
 void release();
+
+// Overwrites the part of the calling thread's stack that earlier calls have used: short texts are stored there.
+void clearUnusedStack();
 
 }  // namespace ResidentMemory
 
