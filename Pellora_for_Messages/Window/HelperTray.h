@@ -19,7 +19,8 @@ class HelperTray : public QObject {
   // `menu` must outlive the tray. `openWindow` is called when the item itself is chosen.
   HelperTray(TrayHost& host, QMenu& menu, std::function<void()> openWindow);
 
-  bool isShown() const { return _item != nullptr; }
+  // Null until there is a place for it.
+  QSystemTrayIcon* item() const { return _item.get(); }
 
  private:
   void appear();

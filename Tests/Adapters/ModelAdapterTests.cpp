@@ -9,6 +9,8 @@
 #include <QElapsedTimer>
 #include <QTimer>
 #include <chrono>
+#include <filesystem>
+#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
@@ -452,9 +454,18 @@ TEST(ModelAdapterWithoutServer, RefusedAddressIsNotAvailableAndSaysWhy) {
   EXPECT_EQ(failureOf(model->respond("a", "b")), "is not set up");
 }
 
-TEST(ModelAdapterWithoutServer, NeverAskedModelIsDestroyedWithoutAThread) {
-  const auto model = modelAt("http://127.0.0.1:1");
-  EXPECT_NE(model, nullptr);
+std::ptrdiff_t threads() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+}
+
+TEST(ModelAdapterWithoutServer, AModelThatIsNeverAskedHasNoThread) {
+  const auto before = threads();
+  auto model = modelAt("http://127.0.0.1:1");
+  EXPECT_EQ(threads(), before);
+  model.reset();
+  model = modelAt("http://127.0.0.1:1");
+  EXPECT_FALSE(awaited(model->isAvailable()));
+  EXPECT_EQ(threads(), before + 1) << "a question needs one";
 }
 
 TEST(ModelAdapterWithRealServer, AnswersPlainAndGuidedQuestions) {

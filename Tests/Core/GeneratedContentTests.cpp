@@ -92,7 +92,7 @@ TEST(GeneratedContent, TheLengthOfTextsIsNotLookedAt) {
   EXPECT_EQ(content->items("items")[0].text("word"), word);
 }
 
-TEST(GeneratedContent, AnswersOfAnySizeAreReadInTime) {
+TEST(GeneratedContent, AnswersThatAreTooLargeOrTooDeepAreAbsent) {
   EXPECT_FALSE(decode(std::string(10'000'000, '[')));
   EXPECT_FALSE(decode(std::string(1'000'000, '[') + std::string(1'000'000, ']')));
   std::string deep;

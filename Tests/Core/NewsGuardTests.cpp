@@ -406,7 +406,7 @@ TEST(NewsEvent, OnePassFindsWhatSixtyThreeSearchesFind) {
   EXPECT_LT(found, 3500u);
 }
 
-TEST(News, AnswersOfAnySizeAndShapeGiveAValueInTime) {
+TEST(News, AnswersOfAnySizeAndShapeGiveAValue) {
   const std::vector<MessageLine> lines = {{false, kMessage}, {false, "job " + repeated("\u0301\u0323", 50'000)}};
   const std::string huge = repeated("word ", 2'000'000);
   EXPECT_EQ(sentences({{1, huge, Kind::work, huge}}, lines), Sentences{});

@@ -7,6 +7,7 @@
 
 #include "Pellora_for_Messages/HelperApp.h"
 #include "Pellora_for_Messages/Window/HelperLook.h"
+#include "Pellora_for_Messages/Window/NoticeCard.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Window/WindowWorld.h"
 
@@ -40,18 +41,23 @@ TEST_F(HelperAppTest, ReadsAtOnceWithoutAWindow) {
 }
 
 TEST_F(HelperAppTest, ClosingTheWindowLeavesTheProcess) {
+  constexpr int kWentOn = 42;
+  QGuiApplication::setQuitOnLastWindowClosed(true);  // as it is unless the app says otherwise
   start();
-  EXPECT_FALSE(QGuiApplication::quitOnLastWindowClosed());
-  bool hasQuit = false;
-  QObject::connect(qApp, &QCoreApplication::aboutToQuit, app.get(), [&] { hasQuit = true; });
   for (int round = 0; round < 3; ++round) {
     app->openWindow();
     ASSERT_NE(app->window(), nullptr);
     EXPECT_TRUE(app->window()->isVisible());
-    app->window()->close();
-    EXPECT_TRUE(waitUntil([&] { return app->window() == nullptr; }));
+    // A process that ends with its last window turns no third time after the window is gone.
+    int turns = 0;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, qApp, [&] {
+      if (app->window() == nullptr && ++turns == 3) QCoreApplication::exit(kWentOn);
+    });
+    poll.start(0);
+    EXPECT_EQ(runUntilQuit([&] { app->window()->close(); }), kWentOn);
+    EXPECT_EQ(app->window(), nullptr);
   }
-  EXPECT_FALSE(hasQuit);
   app->menu().actions().at(2)->trigger();
   EXPECT_EQ(app->engine().state().kind, Kind::idle);
 }
@@ -93,9 +99,35 @@ TEST_F(HelperAppTest, QuitsInTheMiddleOfASlowAnswer) {
 
 TEST_F(HelperAppTest, TrayItemComesWithItsPlace) {
   start();
-  EXPECT_FALSE(app->tray().isShown());
+  EXPECT_EQ(app->tray().item(), nullptr);
   world.trayHost.appear();
-  EXPECT_TRUE(app->tray().isShown());
+  ASSERT_NE(app->tray().item(), nullptr);
+  EXPECT_TRUE(app->tray().item()->isVisible());
+  EXPECT_EQ(app->tray().item()->contextMenu(), &app->menu());
+}
+
+TEST_F(HelperAppTest, ChoosingTheTrayItemOpensTheWindow) {
+  using Reason = QSystemTrayIcon::ActivationReason;
+  start();
+  world.trayHost.appear();
+  for (const Reason reason : {Reason::Context, Reason::MiddleClick}) Q_EMIT app->tray().item()->activated(reason);
+  EXPECT_EQ(app->window(), nullptr) << "the menu is not the window";
+  for (const Reason reason : {Reason::Trigger, Reason::DoubleClick}) {
+    Q_EMIT app->tray().item()->activated(reason);
+    ASSERT_NE(app->window(), nullptr);
+    EXPECT_TRUE(app->window()->isVisible());
+    app->window()->close();
+    ASSERT_TRUE(waitUntil([&] { return app->window() == nullptr; }));
+  }
+}
+
+TEST_F(HelperAppTest, OpenFullDiskAccessShowsTheSettingsOfTheStore) {
+  start();
+  world.bring(app->engine(), Kind::needsFullDiskAccess);
+  app->openWindow();
+  ASSERT_TRUE(world.privacySettings.shown().empty());
+  app->window()->findChild<NoticeCard*>()->button()->click();
+  EXPECT_EQ(world.privacySettings.shown(), std::vector<std::filesystem::path>{world.database});
 }
 
 TEST_F(HelperAppTest, ReadsNothingAsleepAndOnceAfterwards) {
