@@ -1,4 +1,4 @@
-// Keeps of the meetups that a language model proposes only those that the conversation itself bears out. Pure.
+// Of the meetups that a language model proposes, keeps only those that the conversation itself bears out. Pure.
 // Tested by Tests/Core/MeetupGuardTests.cpp.
 #pragma once
 
@@ -28,7 +28,7 @@ std::optional<std::string> cueIn(std::string_view text);
 // Whether the text is about a call.
 bool mentionsCall(std::string_view text);
 
-// The model's words, trimmed, when they stand in the message; else empty.
+// The model's words, trimmed, when they occur in the message; else empty.
 std::string copiedWords(std::string_view modelText, std::string_view message);
 
 // `lines` are those of the prompt, in its order.

@@ -1,4 +1,4 @@
-// Keeps of the news that a language model proposes only what the person's own message bears out. Pure.
+// Of the news that a language model proposes, keeps only those that the person's own message bears out. Pure.
 // Tested by Tests/Core/NewsGuardTests.cpp and NewsRepeatTests.cpp.
 #pragma once
 

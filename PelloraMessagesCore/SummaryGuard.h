@@ -1,4 +1,4 @@
-// Checks on what a language model wrote before any of it is kept, and two tests on texts that the other guards
+// Checks that a language model's sentences pass before they are kept, and two tests on texts that the other guards
 // share. Pure. Tested by Tests/Core/SummaryGuardTests.cpp.
 #pragma once
 

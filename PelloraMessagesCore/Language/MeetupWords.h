@@ -37,7 +37,7 @@ inline constexpr auto kFuturePhrases = std::to_array<std::string_view>(
     {" tomorrow", "next week", "next weekend", " later", "can't wait", "cant wait", " we'll ", " we will ", " gonna ",
      " going to ", " wanna ", " want to ", "if you guys", "are you free", " tonight?"});
 
-// Whoever one can have caught up with while it was with the reader.
+// People whom "caught up with" may name when the meetup was with the user all the same.
 inline constexpr auto kCompanyWords = std::to_array<std::string_view>({"you", "us", "y'all", "ya", "everyone"});
 
 inline constexpr auto kCallPhrases =

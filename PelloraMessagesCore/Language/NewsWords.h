@@ -1,5 +1,5 @@
 // The words by which NewsGuard judges, and how it takes sentences apart. All lists are lower case.
-// Tested by Tests/Core/NewsWordsTests.cpp.
+// Tested by Tests/Core/NewsWordsTests.cpp and NewsRepeatTests.cpp.
 #pragma once
 
 #include <array>

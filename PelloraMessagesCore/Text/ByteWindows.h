@@ -8,7 +8,7 @@
 
 namespace pellora {
 
-// Whether `test(bytes)`, 0 or 1, is 1 for any place from which kWindow bytes stand in the text.
+// Whether `test(bytes)`, 0 or 1, is 1 at any offset that has kWindow bytes of the text behind it.
 template <std::size_t kWindow, class Test>
 bool holdsByteWindow(std::string_view text, Test test) {
   constexpr std::size_t kBlock = 16;

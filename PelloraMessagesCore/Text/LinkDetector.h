@@ -1,7 +1,7 @@
 // Finds web and mail addresses in free text, as a desktop's link detector would: schemes, "www." names and bare
 // host names whose top-level domain exists. Pure; one instance may be kept for the life of the process and serves
 // one thread at a time. Time and memory are bounded by the text's length.
-// Tested by Tests/Core/LinkDetectorTests.cpp.
+// Tested by Tests/Core/LinkDetectorTests.cpp and LinkWordsTests.cpp.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
-// A fixed list of phrases that is looked for in very many texts: one pass over the text instead of one a phrase.
-// Gives exactly what searching for the phrases one after the other gives. Built once; immutable, any thread.
+// A fixed list of phrases to be found in very many texts: one pass over a text instead of one per phrase.
+// Finds exactly what searching for the phrases one by one would find. Built once; immutable, any thread.
 // Tested by Tests/Core/PhraseTableTests.cpp.
 #pragma once
 
@@ -18,15 +18,15 @@ class PhraseTable {
   // ASCII letter.
   explicit PhraseTable(std::span<const std::string_view> phrases);
 
-  // The place in the list of the first phrase that stands in the text anywhere.
+  // The index of the first phrase of the list that occurs anywhere in the text.
   std::optional<std::size_t> firstIn(std::string_view text) const;
 
-  // Whether any phrase stands at the beginning of a word: what the regular expression "\b" and the phrase finds.
+  // Whether any phrase begins a word: the same as a match of the regular expression "\b" followed by the phrase.
   bool anyBeginsWord(std::string_view text) const;
 
  private:
   std::span<const std::string_view> _phrases;
-  std::array<std::vector<std::size_t>, 256> _byFirstByte;  // places in the list, ascending
+  std::array<std::vector<std::size_t>, 256> _byFirstByte;  // indexes into the list, ascending
 };
 
 }  // namespace pellora

@@ -1,6 +1,6 @@
 // What a character, a letter case and white space are, in one place for the whole system: a character is an
 // extended grapheme cluster, lower-casing is full and knows no locale, comparing without case folds fully and
-// treats canonically equivalent spellings alike. Texts are UTF-8; what is invalid is repaired where it enters
+// treats canonically equivalent spellings alike. Texts are UTF-8; invalid bytes are repaired where they enter
 // (repairedUtf8), so everything else may rely on valid input and is merely safe, not meaningful, without it.
 // Pure functions, callable from any thread. Tested by Tests/Core/TextTests.cpp.
 #pragma once
@@ -58,11 +58,11 @@ struct Range {
   std::size_t end = 0;
 };
 
-// The first place where `needle` stands, ignoring case, from character boundary to character boundary. An empty
-// needle is nowhere.
+// The first occurrence of `needle`, ignoring case, from character boundary to character boundary. An empty needle
+// occurs nowhere.
 std::optional<Range> findIgnoringCase(std::string_view text, std::string_view needle);
 
-// The length in bytes of what stands for `prefix` at the very beginning, ignoring case.
+// The length in bytes of the `prefix` that the text begins with, ignoring case; absent when it does not.
 std::optional<std::size_t> prefixLengthIgnoringCase(std::string_view text, std::string_view prefix);
 
 bool equalIgnoringCase(std::string_view left, std::string_view right);

@@ -204,6 +204,7 @@ TEST(BirthdayFinder, TheirTextsTellTheAge) {
       {"turned 007", 7},
       {"turned 1234", std::nullopt},
       {"turned \u0663\u0661", std::nullopt},
+      {"turned 3\u0661", std::nullopt},
       {"turned \u0663\u0661, yes 31 today", 31},
       {"nothing", std::nullopt},
       {"I am 31", 31},

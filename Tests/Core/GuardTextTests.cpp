@@ -49,7 +49,7 @@ TEST(GuardText, AFullStopOfAnAbbreviationEndsNoSentence) {
       EXPECT_TRUE(isOfAbbreviation(view, mark)) << text << " at " << mark;
   }
   for (const char* text : {"dinner. Then", "a. b", "Dr.. Who", "Dr!. Who", ". Mr", "30. More", "no. More", "ab.cd. x",
-                           "a.mb. x", "A.. x", "sad. Mr", "1.2. x", "St\u0301. x"}) {
+                           "a.mb. x", "A.. x", "sad. Mr", "J-P. x", "1.2. x", "St\u0301. x"}) {
     const std::string_view view = text;
     EXPECT_FALSE(isOfAbbreviation(view, view.rfind(". "))) << text;
   }

@@ -42,6 +42,7 @@ TEST(LinkDetector, SchemeLinksAreFoundWithAnyHost) {
       {"http://joe@example.com:21/", {"http://joe@example.com:21/"}},
       {"ftp://example.com/file.zip", {"ftp://example.com/file.zip"}},
       {"git+ssh://example.com/x", {"git+ssh://example.com/x"}},
+      {"git+http://example.com/x", {"git+http://example.com/x"}},
       {"file:///etc/hosts", {"file:///etc/hosts"}},
       {"http://my_host.example.com/", {"http://my_host.example.com/"}},
       {"http://", {}},
@@ -186,6 +187,9 @@ TEST(LinkDetector, APathOrWwwMakesALinkOfAnyKnownDomain) {
       {"t.me/abc", {"http://t.me/abc"}},
       {"home.it:8080", {"http://home.it:8080"}},
       {"192.168.0.1/admin", {"http://192.168.0.1/admin"}},
+      {"1.1.1.1/a", {"http://1.1.1.1/a"}},
+      {"192.168.200.201/a", {"http://192.168.200.201/a"}},
+      {"192.168.200.256/a", {}},
       {"192.168.0.1:8080", {"http://192.168.0.1:8080"}},
       {"example.co.in", {"http://example.co.in"}},
   });
@@ -287,6 +291,10 @@ TEST(LinkDetector, ALinkIsWholeOrNone) {
       {"http://\u4F8B\u5B50\u3002\u4E2D\u56FD/", {"http://xn--fsqu00a.xn--fiqs8s/"}},
       {"http://example.com\u4F60\u597D.cn/x", {"http://example.xn--com-069dj67b.cn/x"}},
       {"evil\u3002com and www\uFF0Eevil.com", {"http://evil.com", "http://www.evil.com"}},
+      {"evil\u3002com", {"http://evil.com"}},
+      {"evil\uFF0Ecom", {"http://evil.com"}},
+      {"evil\uFF61com", {"http://evil.com"}},
+      {"evil\u2024com", {"http://evil.com"}},
       {"\u53BB\u5427\u3002com", {}},
       {"\u3002\u3002", {}},
       // Empty ports and labels.
