@@ -47,8 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       goRound<pellora::MessagesLatelyRecord>(json);
       break;
     default:
-      if (const auto date = IsoDate::parseSeconds(json))
-        if (IsoDate::parseSeconds(IsoDate::text(*date)) != date) std::abort();
+      if (const auto date = pellora::IsoDate::parseSeconds(json))
+        if (pellora::IsoDate::parseSeconds(pellora::IsoDate::text(*date)) != date) std::abort();
   }
   return 0;
 }

@@ -3,6 +3,7 @@
 #include "Companion/Commands/HeartbeatText.h"
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
+#include "PelloraMessagesCore/Text/Hex.h"
 #include "PelloraMessagesCore/Time/IsoDate.h"
 
 namespace pellora::companion_json {
@@ -16,7 +17,6 @@ std::string line(const Json& value) {
   const std::string raw = value.dump(Json::Order::sorted);
   std::string text;
   text.reserve(raw.size() + 1);
-  constexpr char kHex[] = "0123456789abcdef";
   for (std::size_t position = 0; position < raw.size(); ++position) {
     const auto byte = static_cast<unsigned char>(raw[position]);
     const bool hasNext = position + 1 < raw.size();
@@ -24,7 +24,8 @@ std::string line(const Json& value) {
     if (byte == 0x7F) {
       text += "\\u007f";
     } else if (byte == 0xC2 && next >= 0x80 && next < 0xA0) {
-      text += {'\\', 'u', '0', '0', kHex[next >> 4], kHex[next & 0x0F]};
+      text += "\\u00";
+      appendHex(text, static_cast<unsigned char>(next), kLowerHexDigits);
       ++position;
     } else {
       text += raw[position];

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "PelloraMessagesCore/Text/Hex.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
@@ -14,7 +15,6 @@ bool needsEscape(char byte) {
 }
 
 void appendEscape(std::string& text, char byte) {
-  constexpr char kHex[] = "0123456789abcdef";
   switch (byte) {
     case '"':
       text += "\\\"";
@@ -39,8 +39,7 @@ void appendEscape(std::string& text, char byte) {
       return;
     default:
       text += "\\u00";
-      text += kHex[static_cast<unsigned char>(byte) >> 4];
-      text += kHex[static_cast<unsigned char>(byte) & 0x0F];
+      appendHex(text, static_cast<unsigned char>(byte), kLowerHexDigits);
   }
 }
 

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "PelloraMessagesCore/Text/Hex.h"
+
 namespace pellora::LinkText {
 
 namespace {
@@ -28,11 +30,8 @@ bool isEscape(std::string_view text, std::size_t percent) {
 }
 
 void appendEscaped(std::string& result, char byte) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  const auto value = static_cast<unsigned char>(byte);
   result += '%';
-  result += kDigits[value >> 4U];
-  result += kDigits[value & 0xFU];
+  appendHex(result, static_cast<unsigned char>(byte), kUpperHexDigits);
 }
 
 }  // namespace

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "PelloraMessagesCore/Text/Hex.h"
+
 namespace pellora {
 
 namespace {
@@ -51,13 +53,11 @@ Uuid Uuid::random() {
 }
 
 std::string Uuid::toString() const {
-  constexpr char kDigits[] = "0123456789ABCDEF";
   std::string text;
   text.reserve(kTextLength);
   for (const std::uint8_t byte : _bytes) {
     if (isHyphenPosition(text.size())) text += '-';
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 0x0F];
+    appendHex(text, byte, kUpperHexDigits);
   }
   return text;
 }
