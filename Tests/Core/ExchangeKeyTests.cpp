@@ -1,6 +1,12 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <cinttypes>
+#include <cstdio>
+#include <fstream>
 #include <set>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "PelloraMessagesCore/Files/ExchangeKey.h"
@@ -25,6 +31,42 @@ TEST(ExchangeKey, RandomKeysDiffer) {
     seen.emplace(key.data().span().begin(), key.data().span().end());
   }
   EXPECT_EQ(seen.size(), 100u);
+}
+
+// The flags of the memory mapping that holds this address, as the system lists them.
+std::string mappingFlags(const void* address) {
+  const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+  std::ifstream maps("/proc/self/smaps");
+  bool isWanted = false;
+  for (std::string line; std::getline(maps, line);) {
+    std::uintptr_t begin = 0;
+    std::uintptr_t end = 0;
+    if (std::sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR " ", &begin, &end) == 2)
+      isWanted = wanted >= begin && wanted < end;
+    else if (isWanted && line.starts_with("VmFlags:"))
+      return line + " ";
+  }
+  return {};
+}
+
+TEST(ExchangeKey, StaysOutOfCoreDumpsAndSwap) {
+  const ExchangeKey key = ExchangeKey::random();
+  const std::string flags = mappingFlags(key.data().span().data());
+  EXPECT_NE(flags.find(" dd "), std::string::npos) << flags;
+  rlimit limit{};
+  ASSERT_EQ(getrlimit(RLIMIT_MEMLOCK, &limit), 0);
+  constexpr rlim_t kRoomy = 1 << 20;
+  if (limit.rlim_cur >= kRoomy) EXPECT_NE(flags.find(" lo "), std::string::npos) << flags;
+}
+
+TEST(ExchangeKey, IsGoneFromMemoryWhenItIsMovedReplacedOrDestroyed) {
+  SecretBytes key(std::vector<std::uint8_t>(32, 7));
+  const void* const place = key.span().data();
+  SecretBytes moved = std::move(key);
+  EXPECT_EQ(key.size(), 0u);
+  EXPECT_EQ(moved.span().data(), place);
+  moved = SecretBytes(std::vector<std::uint8_t>(32, 8));
+  EXPECT_EQ(mappingFlags(place).find(" dd "), std::string::npos) << "the page is still there";
 }
 
 }  // namespace
