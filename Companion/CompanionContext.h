@@ -28,6 +28,7 @@ struct CompanionContext {
   Instant now;
   LocalCalendar calendar;
   OutputStyle style;
+  std::optional<std::filesystem::path> settings = {};  // what the companion itself remembers
 
   // Throws CompanionFailure with the reason when there is none.
   ExchangeKey key() const;

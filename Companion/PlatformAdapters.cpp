@@ -3,6 +3,7 @@
 #include <QDBusConnectionInterface>
 
 #include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
+#include "Adapters/Linux/Desktop/PortalFileOpener.h"
 #include "Adapters/Linux/Desktop/PrivateBusConnection.h"
 #include "Adapters/Linux/Desktop/SessionBusAddress.h"
 #include "Adapters/Linux/Files/FileLock.h"
@@ -60,6 +61,10 @@ HelperRequest askHelperToRead() {
   if (!isRunning) return HelperRequest::notRunning;
   DBusNotificationCenter center;
   return HelperReadRequest::post(center) ? HelperRequest::asked : HelperRequest::notTaken;
+}
+
+std::optional<std::string> openFile(const std::filesystem::path& file) {
+  return PortalFileOpener::open(file);
 }
 
 std::unique_ptr<ChatCompletionsLanguageModel> languageModel() {

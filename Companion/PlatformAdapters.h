@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
 #include "Adapters/Linux/Model/ModelReport.h"
@@ -37,6 +38,10 @@ enum class HelperRequest { asked, noBus, busSilent, notRunning, notTaken };
 
 // Asks the running helper to read at once. Waits for the bus at most.
 HelperRequest askHelperToRead();
+
+// Shows the file in the program that the desktop has for its kind. Absent when it was handed over; otherwise the
+// reason why not, a short phrase.
+std::optional<std::string> openFile(const std::filesystem::path& file);
 
 // As PELLORA_MODEL_URL and PELLORA_MODEL say.
 std::unique_ptr<ChatCompletionsLanguageModel> languageModel();

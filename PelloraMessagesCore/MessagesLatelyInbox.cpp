@@ -41,6 +41,15 @@ std::optional<MessagesLatelyRecord> readOwn(const ExchangeKey& key, const Folder
   return record;
 }
 
+// A file that the system does not let be read, or even looked at.
+bool mayBeGood(const fs::path& file) {
+  std::error_code error;
+  const fs::file_type type = fs::symlink_status(file, error).type();
+  if (type == fs::file_type::not_found) return false;
+  if (error) return true;
+  return type == fs::file_type::regular && !AtomicFile::read(file);
+}
+
 void removeDaysFolder(const fs::path& folder) {
   std::error_code ignored;
   const fs::path days = folder / HelperExchange::kDaysFolder;
@@ -99,16 +108,22 @@ bool remove(const Folder& folder, const Uuid& person) {
   return ::unlink(file.c_str()) == 0 || errno == ENOENT || errno == ENOTDIR;
 }
 
-std::size_t sweep(const ExchangeKey& key, const Folder& folder) {
-  if (!folder) return 0;
-  std::size_t removedCount = 0;
+Swept sweep(const ExchangeKey& key, const Folder& folder) {
+  Swept swept;
+  if (!folder) return swept;
   std::error_code ignored;
   // Nothing is ever removed outside the shared folder, so not through a link either.
-  if (!fs::is_symlink(*folder / HelperExchange::kLatelyFolder, ignored))
-    for (const std::string& name : list(folder).names)
-      if (!readOwn(key, folder, name) && ::unlink((*folder / fileName(name)).c_str()) == 0) ++removedCount;
+  if (!fs::is_symlink(*folder / HelperExchange::kLatelyFolder, ignored)) {
+    for (const std::string& name : list(folder).names) {
+      if (readOwn(key, folder, name)) continue;
+      if (mayBeGood(*folder / fileName(name)))
+        swept.unread.push_back(name);
+      else if (::unlink((*folder / fileName(name)).c_str()) == 0)
+        ++swept.removed;
+    }
+  }
   removeDaysFolder(*folder);
-  return removedCount;
+  return swept;
 }
 
 }  // namespace pellora::MessagesLatelyInbox

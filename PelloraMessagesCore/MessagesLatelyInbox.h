@@ -45,10 +45,15 @@ std::vector<MessagesLatelyRecord> readAll(const ExchangeKey& key, const Folder& 
 // Removes the person's record, if there is one; false when it is there and cannot be removed.
 bool remove(const Folder& folder, const Uuid& person);
 
-// Removes every ".json" file that readAll would skip, and the folder "Days". Errors are ignored. Folders inside
-// "Lately" stay, links go and what they lead to stays; nothing is removed when "Lately" itself is a link.
-// Returns how many record files were removed.
-std::size_t sweep(const ExchangeKey& key, const Folder& folder);
+struct Swept {
+  std::size_t removed = 0;          // record files
+  std::vector<std::string> unread;  // files that could not be read and so stay, without their extension
+};
+
+// Removes every ".json" file that readAll would skip, and the folder "Days". A file whose bytes the system does not
+// give (permission, an I/O error) may be a good record and stays. Other errors are ignored. Folders inside "Lately"
+// stay, links go and what they lead to stays; nothing is removed when "Lately" itself is a link.
+Swept sweep(const ExchangeKey& key, const Folder& folder);
 
 }  // namespace MessagesLatelyInbox
 

@@ -5,15 +5,14 @@
 #include <iostream>
 #include <sstream>
 
-#include "Companion/Commands/DeleteCommand.h"
 #include "Companion/Commands/KeyCommand.h"
 #include "Companion/Commands/LatelyCommand.h"
 #include "Companion/Commands/ModelCommand.h"
 #include "Companion/Commands/PeopleImportCommand.h"
 #include "Companion/Commands/PeopleListCommand.h"
 #include "Companion/Commands/ReadNowCommand.h"
+#include "Companion/Commands/RemovalCommands.h"
 #include "Companion/Commands/StatusCommand.h"
-#include "Companion/Commands/SweepCommand.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
 #include "Companion/Output/StandardOutput.h"
@@ -62,12 +61,18 @@ constexpr char kReadNowExamples[] =
 
 constexpr char kLatelyExamples[] =
     "PERSON is a first name (upper or lower case), a number, an address or an\n"
-    "identifier; without it everybody, most recently talked to first.\n\n"
+    "identifier; without it everybody, people who wait for your reply first.\n\n"
     "Examples:\n"
     "  pellora-companion lately\n"
     "  pellora-companion lately Anna\n"
     "  pellora-companion lately anna@example.org --json\n"
     "  pellora-companion lately --html lately.html\n";
+
+constexpr char kViewExamples[] =
+    "The page lies in the runtime folder, readable by you only, until the session ends.\n\n"
+    "Examples:\n"
+    "  pellora-companion view\n"
+    "  pellora-companion view Anna\n";
 
 constexpr char kDeleteExamples[] =
     "While the person is in the people file, the helper's next read writes a new record.\n\n"
@@ -75,7 +80,7 @@ constexpr char kDeleteExamples[] =
     "  pellora-companion delete Anna\n";
 
 constexpr char kSweepExamples[] =
-    "Records of people who left the people file stay; \"delete\" removes one.\n\n"
+    "Records of people who left the people file go too; a file that cannot be read stays.\n\n"
     "Example:\n"
     "  pellora-companion sweep\n";
 
@@ -145,8 +150,11 @@ class Commands {
     addCommand(_app, _status, "status", "whether everything is in place, and what to do next", kStatusExamples);
     CLI::App* lately = addCommand(_app, _lately, "lately", "show the lately records", kLatelyExamples);
     lately->add_option("PERSON", _lately.person, "only this person")->check(refuseEmpty);
-    CLI::Option* html = lately->add_option("--html", _lately.htmlFile, "write a page for a browser into this file");
+    CLI::Option* html = lately->add_option("--html", _lately.htmlFile,
+                                           "write a page for a browser into this file; - is standard output");
     html->type_name("FILE")->check(refuseEmpty)->excludes(lately->get_option("--json"));
+    CLI::App* view = addCommand(_app, _view, "view", "show the lately records in the browser", kViewExamples);
+    view->add_option("PERSON", _view.person, "only this person")->check(refuseEmpty);
     addCommand(_app, _key, "key", "whether there is an exchange key", kKeyExamples);
   }
 
@@ -161,7 +169,7 @@ class Commands {
     remove->add_option("PERSON", _delete.person, "a first name, number, address or identifier")
         ->required()
         ->check(refuseEmpty);
-    addCommand(_app, _sweep, "sweep", "remove record files that do not open", kSweepExamples);
+    addCommand(_app, _sweep, "sweep", "remove records that do not open or whose people left", kSweepExamples);
   }
 
   template <class Command>
@@ -172,7 +180,8 @@ class Commands {
                                    platform_adapters::runtimeFolder(),
                                    std::chrono::time_point_cast<Nanoseconds>(std::chrono::system_clock::now()),
                                    LocalCalendar::current(),
-                                   OutputStyle::ofStandardOutput()};
+                                   OutputStyle::ofStandardOutput(),
+                                   platform_adapters::settingsFolder()};
     return command.run(context);
   }
 
@@ -181,6 +190,7 @@ class Commands {
   PeopleListCommand _list;
   StatusCommand _status;
   LatelyCommand _lately;
+  ViewCommand _view;
   KeyCommand _key;
   ModelCommand _model;
   ReadNowCommand _readNow;

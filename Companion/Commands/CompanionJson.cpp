@@ -46,7 +46,10 @@ Json json(const std::vector<HelperPerson>& people) {
 }
 
 Json json(const NamedLately& lately) {
-  return Json(Json::parse(ExchangeCoding::encode(lately.record))).set("name", lately.name);
+  // The record's own text with two members more.
+  Json object = Json(Json::parse(ExchangeCoding::encode(lately.record))).set("name", lately.name);
+  if (lately.isOlderThan) object.set("olderThanShown", ExchangeCoding::dateText(*lately.isOlderThan));
+  return object;
 }
 
 Json date(const std::optional<Instant>& instant) {

@@ -1,4 +1,5 @@
-// `lately`: the lately records, all or one person's, for people, for scripts or as a page for a browser.
+// What shows the lately records, all or one person's: `lately` for people at a terminal, for scripts or as a page in a
+// file, `view` as a page in the browser. Tested by Tests/Companion/LatelyCommandTests.cpp and ProgramTests.cpp.
 #pragma once
 
 #include <optional>
@@ -13,7 +14,15 @@ struct LatelyCommand {
   bool json = false;
   std::string htmlFile;  // of a page, "-" is standard output; empty: text instead
 
-  // Throws CompanionFailure.
+  CommandResult run(const CompanionContext& context) const;
+};
+
+// Writes the page into the runtime folder, fresh each time, and opens it. What keeps the records from being shown is on
+// the page too: somebody who starts this from a menu sees nothing else.
+struct ViewCommand {
+  std::optional<std::string> person;
+  bool json = false;
+
   CommandResult run(const CompanionContext& context) const;
 };
 

@@ -14,8 +14,8 @@ namespace pellora {
 
 class LatelyPage {
  public:
-  // Both must outlive the page.
-  LatelyPage(const HelperDayNotes& notes, const CompanionContext& context) : _notes(notes), _context(context) {}
+  // The context must outlive the page.
+  LatelyPage(HelperDayNotes notes, const CompanionContext& context) : _notes(std::move(notes)), _context(context) {}
 
   // In the order given; the overview comes with the second person.
   std::string html(const std::vector<NamedLately>& records) const;
@@ -40,7 +40,7 @@ class LatelyPage {
   std::string whole(const std::string& body) const;
   DayStrip stripOf(const NamedLately& lately) const;
 
-  const HelperDayNotes& _notes;
+  HelperDayNotes _notes;
   const CompanionContext& _context;
 };
 

@@ -4,13 +4,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Companion/Commands/DeleteCommand.h"
 #include "Companion/Commands/KeyCommand.h"
 #include "Companion/Commands/LatelyCommand.h"
 #include "Companion/Commands/PeopleImportCommand.h"
 #include "Companion/Commands/PeopleListCommand.h"
+#include "Companion/Commands/RemovalCommands.h"
 #include "Companion/Commands/StatusReport.h"
-#include "Companion/Commands/SweepCommand.h"
 #include "Companion/Lately/LatelyStore.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/People/PeopleParser.h"
@@ -270,19 +269,6 @@ TEST(KeyCommand, SaysWhetherThereIsOneAndNeverItsBytes) {
   EXPECT_THAT(KeyCommand().run(world.context()).complaint, Not(IsEmpty()));
 }
 
-TEST(DeleteCommand, RemovesTheRecordOfOnePersonOnly) {
-  CompanionWorld world;
-  world.writePeople({CompanionWorld::anna()});
-  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 7200));
-  world.writeLately(CompanionWorld::record(CompanionWorld::bob(), 7200));
-  DeleteCommand{"anna", false}.run(world.context());
-  EXPECT_FALSE(std::filesystem::exists(LatelyStore::file(world.shared(), CompanionWorld::anna().id)));
-  EXPECT_THAT(failureOf(DeleteCommand{"anna", false}, world), HasSubstr("no lately record of Anna"));
-  world.secrets().setState(Secrets::locked);
-  EXPECT_EQ(DeleteCommand({CompanionWorld::bob().id.toString(), true}).run(world.context()).output,
-            "{\"deleted\":\"" + CompanionWorld::bob().id.toString() + "\"}\n");
-}
-
 TEST(PersonChoice, AnEmptyTextNamesNobody) {
   CompanionWorld world;
   HelperPerson nameless = CompanionWorld::bob();
@@ -294,35 +280,6 @@ TEST(PersonChoice, AnEmptyTextNamesNobody) {
     EXPECT_THAT(failureOf(LatelyCommand{empty, false, {}}, world), HasSubstr("names nobody"));
   }
   EXPECT_TRUE(std::filesystem::exists(LatelyStore::file(world.shared(), nameless.id)));
-}
-
-TEST(SweepCommand, SaysHowManyFilesWentAndKeepsTheRest) {
-  CompanionWorld world;
-  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 7200));
-  AtomicFile::write(world.shared() / "Lately/anything.json", "x");
-  AtomicFile::write(world.shared() / "Lately/notes.txt", "x");
-  EXPECT_EQ(SweepCommand().run(world.context()).output, "Removed 1 file, kept 1 lately record.\n");
-  EXPECT_EQ(SweepCommand{true}.run(world.context()).output, "{\"kept\":1,\"removed\":0}\n");
-  EXPECT_TRUE(std::filesystem::exists(world.shared() / "Lately/notes.txt"));
-}
-
-TEST(SweepCommand, WithoutAKeyNothingIsRemoved) {
-  CompanionWorld world;
-  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 7200));
-  world.secrets().setState(Secrets::locked);
-  EXPECT_THROW(SweepCommand().run(world.context()), CompanionFailure);
-  EXPECT_TRUE(std::filesystem::exists(LatelyStore::file(world.shared(), CompanionWorld::anna().id)));
-}
-
-TEST(SweepCommand, AFolderIsNoRecordFile) {
-  CompanionWorld world;
-  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 7200));
-  std::filesystem::create_directories(world.shared() / "Lately/dir.json/inside");
-  EXPECT_THAT(LatelyCommand().run(world.context()).output, Not(HasSubstr("cannot be read")));
-  const CommandResult result = SweepCommand().run(world.context());
-  EXPECT_EQ(result.output, "Removed 0 files, kept 1 lately record.\n");
-  EXPECT_THAT(result.complaint, IsEmpty());
-  EXPECT_TRUE(std::filesystem::exists(world.shared() / "Lately/dir.json/inside"));
 }
 
 TEST(LatelyStore, NoFolderMeansNoRecords) {

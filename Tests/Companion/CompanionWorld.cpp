@@ -38,7 +38,13 @@ MessagesLatelyRecord CompanionWorld::record(const HelperPerson& person, std::int
 }
 
 CompanionContext CompanionWorld::context() {
-  return {_secrets, shared(), _folder.path(), instantAtSeconds(kNow), LocalCalendar::inTimeZone("UTC"), {}};
+  return {_secrets,
+          shared(),
+          _folder.path(),
+          instantAtSeconds(kNow),
+          LocalCalendar::inTimeZone("UTC"),
+          {},
+          _folder / "settings"};
 }
 
 ExchangeKey CompanionWorld::key() {

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -35,11 +36,16 @@ using Json = nlohmann::json;
 constexpr char kPeople[] =
     R"([{"firstName":"Anna","phones":["5551234567"]},{"firstName":"Bob","phones":["5559876543"]}])";
 
+std::string contentOf(const std::filesystem::path& file) {
+  std::ifstream stream(file);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
 class Program : public testing::Test {
  protected:
   Program() {
-    for (const char* name : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "DBUS_SESSION_BUS_ADDRESS", "PELLORA_MODEL_URL",
-                             "PELLORA_MODEL", "NO_COLOR", "COLUMNS"})
+    for (const char* name : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "DBUS_SESSION_BUS_ADDRESS", "DISPLAY",
+                             "WAYLAND_DISPLAY", "PELLORA_MODEL_URL", "PELLORA_MODEL", "NO_COLOR", "COLUMNS"})
       _environment.unset(name);
     const auto runtime = _folder / "run";
     std::filesystem::create_directory(runtime);
@@ -127,8 +133,8 @@ TEST_F(Program, WrongUsageNamesWhatIsWrongAndWhereToLook) {
 
 TEST_F(Program, HelpOfEveryCommandHasExamplesAndExitCodes) {
   const Arguments kCommands[] = {{},           {"people"}, {"people", "import"}, {"people", "list"}, {"status"},
-                                 {"read-now"}, {"lately"}, {"delete"},           {"sweep"},          {"key"},
-                                 {"model"}};
+                                 {"read-now"}, {"lately"}, {"delete"},           {"view"},           {"sweep"},
+                                 {"key"},      {"model"}};
   for (Arguments arguments : kCommands) {
     arguments.push_back("--help");
     EXPECT_EQ(run(arguments), 0);
@@ -308,6 +314,38 @@ TEST_F(Program, AnUnknownSecretStoreIsSaid) {
   _environment.set("PELLORA_SECRET_STORE", "paper");
   EXPECT_EQ(run({"people", "import", "-"}, kPeople), 1);
   EXPECT_THAT(errors, HasSubstr("PELLORA_SECRET_STORE"));
+}
+
+TEST_F(Program, ViewOpensAPageThatIsFreshEachTimeAndSaysWhatIsMissing) {
+  // An xdg-open that does nothing: what it was given is the page's well-known place.
+  std::filesystem::create_directory(_folder / "bin");
+  std::ofstream(_folder / "bin/xdg-open") << "#!/bin/sh\n";
+  std::filesystem::permissions(_folder / "bin/xdg-open", std::filesystem::perms::owner_all);
+  _environment.set("PATH", (_folder / "bin").string() + ":/usr/bin:/bin");
+  _environment.set("DISPLAY", ":77");
+  const std::filesystem::path page = _folder / "run/app.pellora.messages/lately.html";
+  EXPECT_EQ(run({"view"}), 1);
+  EXPECT_THAT(errors, HasSubstr("no exchange key"));
+  EXPECT_THAT(contentOf(page), HasSubstr("There is no exchange key yet"));
+  ASSERT_EQ(run({"people", "import", "-"}, kPeople), 0);
+  EXPECT_EQ(run({"view"}), 0) << errors;
+  EXPECT_THAT(output, HasSubstr("Opened the page (" + page.string() + ")."));
+  EXPECT_THAT(contentOf(page), HasSubstr("There are no lately records yet"));
+  using std::filesystem::perms;
+  EXPECT_EQ(std::filesystem::status(page).permissions(), perms::owner_read | perms::owner_write);
+  EXPECT_EQ(run({"view", "--json"}), 0);
+  EXPECT_EQ(Json::parse(output)["page"], page.string());
+  EXPECT_EQ(run({"view", "Zoe"}), 1);
+  EXPECT_THAT(contentOf(page), HasSubstr("nobody called &quot;Zoe&quot;"));
+  _environment.unset("DISPLAY");
+  EXPECT_EQ(run({"view"}), 1);
+  EXPECT_THAT(errors, HasSubstr("The page cannot be opened (there is no desktop); it is " + page.string() + "."));
+}
+
+TEST_F(Program, APageGoesToStandardOutput) {
+  ASSERT_EQ(run({"people", "import", "-"}, kPeople), 0);
+  EXPECT_EQ(run({"lately", "--html", "-"}), 0);
+  EXPECT_THAT(output, AllOf(StartsWith("<!DOCTYPE html>"), EndsWith("</html>\n")));
 }
 
 TEST_F(Program, AFolderIsNoAddressBook) {

@@ -45,7 +45,7 @@ class MessagesLatelyInboxTest : public testing::Test {
     return names;
   }
 
-  std::size_t sweep() const { return MessagesLatelyInbox::sweep(_key, _folder.path()); }
+  std::size_t sweep() const { return MessagesLatelyInbox::sweep(_key, _folder.path()).removed; }
 
   support::TemporaryFolder _folder;
   ExchangeKey _key = ExchangeKey::random();
@@ -82,7 +82,7 @@ TEST_F(MessagesLatelyInboxTest, WithoutAFolderReadsNothingAndRefusesToWrite) {
   EXPECT_EQ(MessagesLatelyInbox::read(_key, std::nullopt, kAnna), std::nullopt);
   EXPECT_TRUE(MessagesLatelyInbox::readAll(_key, std::nullopt).empty());
   EXPECT_TRUE(MessagesLatelyInbox::remove(std::nullopt, kAnna));
-  EXPECT_EQ(MessagesLatelyInbox::sweep(_key, std::nullopt), 0u);
+  EXPECT_EQ(MessagesLatelyInbox::sweep(_key, std::nullopt).removed, 0u);
   try {
     MessagesLatelyInbox::write(_key, std::nullopt, recordOf(kAnna));
     FAIL();
@@ -93,7 +93,7 @@ TEST_F(MessagesLatelyInboxTest, WithoutAFolderReadsNothingAndRefusesToWrite) {
 
 TEST_F(MessagesLatelyInboxTest, MissingFolderIsAnEmptyInboxAndStaysMissing) {
   EXPECT_TRUE(MessagesLatelyInbox::readAll(_key, _folder / "nowhere").empty());
-  EXPECT_EQ(MessagesLatelyInbox::sweep(_key, _folder / "nowhere"), 0u);
+  EXPECT_EQ(MessagesLatelyInbox::sweep(_key, _folder / "nowhere").removed, 0u);
   EXPECT_EQ(sweep(), 0u);
   EXPECT_TRUE(fs::is_empty(_folder.path()));
 }
@@ -160,7 +160,7 @@ TEST_F(MessagesLatelyInboxTest, UnderANewKeyNoRecordOpensAndTheSweepRemovesAll) 
   const ExchangeKey newKey = ExchangeKey::random();
   EXPECT_TRUE(MessagesLatelyInbox::readAll(newKey, _folder.path()).empty());
   EXPECT_EQ(MessagesLatelyInbox::readAll(_key, _folder.path()).size(), 2u);
-  EXPECT_EQ(MessagesLatelyInbox::sweep(newKey, _folder.path()), 2u);
+  EXPECT_EQ(MessagesLatelyInbox::sweep(newKey, _folder.path()).removed, 2u);
   EXPECT_TRUE(names().empty());
 }
 
