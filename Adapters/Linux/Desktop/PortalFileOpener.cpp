@@ -77,7 +77,7 @@ PortalFileOpener::Outcome PortalFileOpener::ask(const std::filesystem::path& fil
                                                      QStringLiteral("OpenFile"));
   call << QString() << QVariant::fromValue(QDBusUnixFileDescriptor(descriptor.number()))
        << QVariantMap{{QStringLiteral("handle_token"), token}};
-  const QDBusReply<QDBusObjectPath> reply = bus.call(call);
+  const QDBusReply<QDBusObjectPath> reply = bus.call(call, QDBus::BlockWithGui);
   if (!reply.isValid()) return Outcome::noPortal;
   if (!_answer) {
     QEventLoop loop;
