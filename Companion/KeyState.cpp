@@ -42,6 +42,21 @@ std::string_view KeyState::word() const {
   return {};
 }
 
+namespace {
+
+// The store's own words, and what can be done about them.
+std::string withRemedy(const std::string& reason, const std::string& remedy) {
+  return (reason.ends_with('.') ? reason.substr(0, reason.size() - 1) : reason) + "; " + remedy + ".";
+}
+
+bool isAboutKeyring(const std::string& reason) {
+  for (const char* word : {"secret service", "session bus", "keyring"})
+    if (reason.find(word) != std::string::npos) return true;
+  return false;
+}
+
+}  // namespace
+
 std::string KeyState::sentence() const {
   switch (kind) {
     case Kind::found:
@@ -49,9 +64,12 @@ std::string KeyState::sentence() const {
     case Kind::none:
       return "There is no exchange key yet; \"pellora-companion people import FILE\" creates one.";
     case Kind::locked:
-      return reason.empty() ? "The secret store with the exchange key is locked." : reason;
+      return withRemedy(reason.empty() ? "The keyring with the exchange key is locked" : reason,
+                        "unlock it (signing in to the desktop usually does), then try again");
     case Kind::unavailable:
-      return reason.empty() ? "There is no secret store for the exchange key." : reason;
+      if (!reason.empty() && !isAboutKeyring(reason)) return reason;
+      return withRemedy(reason.empty() ? "There is no keyring for the exchange key" : reason,
+                        "start a keyring, or keep the key in a file: pellora-companion key use-file");
     case Kind::damaged:
       return "What the secret store holds as the exchange key is not 32 bytes long.";
   }

@@ -1,17 +1,23 @@
 #include "Companion/PlatformAdapters.h"
 
+#include <QCoreApplication>
 #include <QDBusConnectionInterface>
+#include <stdexcept>
+#include <system_error>
 
 #include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
 #include "Adapters/Linux/Desktop/PortalFileOpener.h"
 #include "Adapters/Linux/Desktop/PrivateBusConnection.h"
 #include "Adapters/Linux/Desktop/SessionBusAddress.h"
+#include "Adapters/Linux/Desktop/XdgAutostartLoginItem.h"
 #include "Adapters/Linux/Files/FileLock.h"
 #include "Adapters/Linux/Files/IniUserDefaults.h"
 #include "Adapters/Linux/Files/RuntimeFolder.h"
 #include "Adapters/Linux/Files/XdgFolders.h"
 #include "Adapters/Linux/Files/XdgGroupContainer.h"
+#include "Adapters/Linux/Process/InstanceLock.h"
 #include "Adapters/Linux/Secrets/MakeSecretStore.h"
+#include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/HelperReadRequest.h"
 
@@ -50,6 +56,74 @@ std::optional<Instant> lastReadAt() {
 std::shared_ptr<void> lock(const std::filesystem::path& file, std::chrono::milliseconds patience) {
   auto held = FileLock::onFile(file, patience);
   return held ? std::make_shared<FileLock>(std::move(*held)) : nullptr;
+}
+
+HelperPresence helperPresence() {
+  const bool isHeld = InstanceLock::isHeld(sharedFolder());
+  const auto address = SessionBusAddress::find();
+  if (!address) return isHeld ? HelperPresence::running : HelperPresence::notRunning;
+  PrivateBusConnection connection(*address);
+  if (!connection.isConnected() || connection.bus().interface() == nullptr)
+    return isHeld ? HelperPresence::running : HelperPresence::notRunning;
+  if (connection.bus().interface()->isServiceRegistered(QLatin1String(kHelperName))) return HelperPresence::running;
+  return isHeld ? HelperPresence::onlyReads : HelperPresence::notRunning;
+}
+
+std::string trayObstacle() {
+  const QByteArray desktop = qgetenv("XDG_CURRENT_DESKTOP");
+  const auto address = SessionBusAddress::find();
+  if (desktop.isEmpty() || !address) return {};
+  PrivateBusConnection connection(*address);
+  if (!connection.isConnected() || connection.bus().interface() == nullptr) return {};
+  if (connection.bus().interface()->isServiceRegistered(QStringLiteral("org.kde.StatusNotifierWatcher"))) return {};
+  if (desktop.contains("GNOME"))
+    return "GNOME shows no tray without an extension (gnome-shell-extension-appindicator); the helper shows its window "
+           "instead";
+  return "this desktop has no tray; the helper shows its window instead";
+}
+
+void useKeyFile() {
+  const auto file = KeptSecretStore::file();
+  const auto keyring = KeptSecretStore::keyring();
+  const SecretLookup held = file->find(ExchangeKeychain::attributes());
+  if (held.outcome == SecretLookup::Outcome::unavailable) throw std::runtime_error(held.reason);
+  if (held.outcome == SecretLookup::Outcome::absent) {
+    const SecretLookup there = keyring->find(ExchangeKeychain::attributes());
+    if (there.outcome == SecretLookup::Outcome::locked)
+      throw std::runtime_error("The keyring is locked and may hold the key; unlock it first.");
+    if (there.outcome == SecretLookup::Outcome::found &&
+        file->add(ExchangeKeychain::attributes(), ExchangeKeychain::kLabel, there.data).outcome ==
+            SecretAddition::Outcome::failed)
+      throw std::runtime_error("The key cannot be written into the key file.");
+  }
+  KeptSecretStore::useFile();
+}
+
+void useKeyring() {
+  KeptSecretStore::useKeyring();
+}
+
+namespace {
+
+// The helper is installed beside the companion.
+std::filesystem::path helperProgram() {
+  const std::filesystem::path own = QCoreApplication::applicationFilePath().toStdString();
+  const std::filesystem::path beside = own.parent_path() / "pellora-for-messages";
+  std::error_code error;
+  if (std::filesystem::exists(beside, error)) return beside;
+  return own.parent_path().parent_path() / "Pellora_for_Messages" / "pellora-for-messages";
+}
+
+}  // namespace
+
+bool opensAtLogin() {
+  return XdgAutostartLoginItem(helperProgram()).isEnabled();
+}
+
+bool openAtLogin() {
+  XdgAutostartLoginItem item(helperProgram());
+  item.enable();
+  return item.isEnabled();
 }
 
 HelperRequest askHelperToRead() {

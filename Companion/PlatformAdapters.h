@@ -34,6 +34,27 @@ std::optional<Instant> lastReadAt();
 // The file locked against other processes until the result is let go of; null when others hold it all the time.
 std::shared_ptr<void> lock(const std::filesystem::path& file, std::chrono::milliseconds patience);
 
+enum class HelperPresence {
+  running,    // on the session bus, or without one by its lock
+  onlyReads,  // a read from the command line, without the helper
+  notRunning,
+};
+
+// Found out at once, whatever the heartbeat says.
+HelperPresence helperPresence();
+
+// What a desktop lacks to show the helper's tray item, as a sentence; empty when nothing does or nobody can say.
+std::string trayObstacle();
+
+// Keeps the choice of the key file, which then gets the keyring's key if that has one; or the choice of the keyring.
+// Throws FileError, and std::runtime_error with a sentence when the key cannot be taken along.
+void useKeyFile();
+void useKeyring();
+
+// Whether the helper starts at login, and to switch it on; false when that fails.
+bool opensAtLogin();
+bool openAtLogin();
+
 enum class HelperRequest { asked, noBus, busSilent, notRunning, notTaken };
 
 // Asks the running helper to read at once. Waits for the bus at most.

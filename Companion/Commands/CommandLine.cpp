@@ -12,6 +12,7 @@
 #include "Companion/Commands/PeopleListCommand.h"
 #include "Companion/Commands/ReadNowCommand.h"
 #include "Companion/Commands/RemovalCommands.h"
+#include "Companion/Commands/SetupCommand.h"
 #include "Companion/Commands/StatusCommand.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
@@ -74,6 +75,26 @@ constexpr char kViewExamples[] =
     "  pellora-companion view\n"
     "  pellora-companion view Anna\n";
 
+constexpr char kRereadExamples[] =
+    "For answers of another model, or when the notes seem wrong. It takes as long as a\n"
+    "first read, but for the model's answers, which stay without --language.\n\n"
+    "Examples:\n"
+    "  pellora-companion reread\n"
+    "  pellora-companion reread --language\n";
+
+constexpr char kSetupExamples[] =
+    "Goes through history, people, language model and start at login, and asks for what\n"
+    "is missing. Without a terminal it tells what is missing; done (0) when nothing is.\n\n"
+    "Example:\n"
+    "  pellora-companion setup\n";
+
+constexpr char kKeyPlaceExamples[] =
+    "For desktops and machines without a keyring. The helper and the shell then agree\n"
+    "without PELLORA_SECRET_STORE, which still wins where it is set.\n\n"
+    "Examples:\n"
+    "  pellora-companion key use-file\n"
+    "  pellora-companion key use-keyring\n";
+
 constexpr char kDeleteExamples[] =
     "While the person is in the people file, the helper's next read writes a new record.\n\n"
     "Example:\n"
@@ -101,6 +122,13 @@ constexpr char kJsonHelp[] = "for scripts: one line of JSON";
 // A script's variable that is not set must not mean everybody, nor a file without a name.
 std::string refuseEmpty(const std::string& argument) {
   return text::trimmed(argument).empty() ? "must not be empty." : "";
+}
+
+// Runs another command line of this program; its exit code.
+int runWords(const std::vector<std::string>& words) {
+  std::vector<const char*> arguments{"pellora-companion"};
+  for (const std::string& word : words) arguments.push_back(word.c_str());
+  return run(static_cast<int>(arguments.size()), arguments.data());
 }
 
 class Commands {
@@ -131,7 +159,10 @@ class Commands {
   CLI::App* addCommand(CLI::App& parent, Command& command, const char* name, const char* summary, const char* footer) {
     CLI::App* added = add(parent, name, summary, footer);
     added->add_flag("--json", command.json, kJsonHelp);
-    added->callback([this, &command] { _run = [&command] { return runWithContext(command); }; });
+    // A command's own callback comes after those of its subcommands, which count.
+    added->callback([this, &command] {
+      if (!_run) _run = [&command] { return runWithContext(command); };
+    });
     return added;
   }
 
@@ -155,7 +186,11 @@ class Commands {
     html->type_name("FILE")->check(refuseEmpty)->excludes(lately->get_option("--json"));
     CLI::App* view = addCommand(_app, _view, "view", "show the lately records in the browser", kViewExamples);
     view->add_option("PERSON", _view.person, "only this person")->check(refuseEmpty);
-    addCommand(_app, _key, "key", "whether there is an exchange key", kKeyExamples);
+    CLI::App* key = addCommand(_app, _key, "key", "whether there is an exchange key, and where", kKeyExamples);
+    key->require_subcommand(0, 1);
+    _keyring.place = KeyPlaceCommand::Place::keyring;
+    addCommand(*key, _keyFile, "use-file", "keep the key in a file from now on", kKeyPlaceExamples);
+    addCommand(*key, _keyring, "use-keyring", "keep the key in the keyring from now on", kKeyPlaceExamples);
   }
 
   void addModel() {
@@ -165,6 +200,10 @@ class Commands {
 
   void addChanging() {
     addCommand(_app, _readNow, "read-now", "ask the helper to read at once", kReadNowExamples);
+    CLI::App* reread = addCommand(_app, _reread, "reread", "read everything again at the next read", kRereadExamples);
+    reread->add_flag("--language", _reread.language, "and ask the model again about every day");
+    _setup.runCommand = runWords;
+    addCommand(_app, _setup, "setup", "set everything up, step by step", kSetupExamples);
     CLI::App* remove = addCommand(_app, _delete, "delete", "remove one person's lately record", kDeleteExamples);
     remove->add_option("PERSON", _delete.person, "a first name, number, address or identifier")
         ->required()
@@ -192,6 +231,10 @@ class Commands {
   LatelyCommand _lately;
   ViewCommand _view;
   KeyCommand _key;
+  KeyPlaceCommand _keyFile;
+  KeyPlaceCommand _keyring;
+  RereadCommand _reread;
+  SetupCommand _setup;
   ModelCommand _model;
   ReadNowCommand _readNow;
   DeleteCommand _delete;

@@ -48,7 +48,7 @@ Json json(const std::vector<HelperPerson>& people) {
 Json json(const NamedLately& lately) {
   // The record's own text with two members more.
   Json object = Json(Json::parse(ExchangeCoding::encode(lately.record))).set("name", lately.name);
-  if (lately.isOlderThan) object.set("olderThanShown", ExchangeCoding::dateText(*lately.isOlderThan));
+  if (lately.isOlderThan) object.set("olderThanShown", IsoDate::text(*lately.isOlderThan));
   return object;
 }
 
@@ -71,6 +71,20 @@ Json json(const HelperHeartbeat& heartbeat, Instant now) {
                        {"helperVersion", heartbeat.helperVersion},
                        {"lastReadAt", date(heartbeat.lastReadAt)},
                        {"fresh", heartbeat.isFresh(now)}});
+}
+
+Json helperJson(const StatusReport& report) {
+  using platform_adapters::HelperPresence;
+  Json object = Json::object({{"running", report.presence == HelperPresence::running},
+                              {"otherRead", report.presence == HelperPresence::onlyReads}});
+  if (const auto progress = report.progress())
+    object.set("progress", Json::object({{"startedAt", IsoDate::text(progress->startedAt)},
+                                         {"daysDone", progress->daysDone},
+                                         {"daysTotal", progress->daysTotal}}));
+  if (!report.state) return object;
+  object.set("waitingDays", report.state->model.waitingDays);
+  object.set("lastModelFailure", report.state->model.lastFailure);
+  return object.set("nextTryAt", date(report.state->model.nextTryAt));
 }
 
 std::string_view word(PeopleStore::Kind kind) {
@@ -129,6 +143,7 @@ std::string text(const StatusReport& report) {
                               {"lastReadAt", date(report.lastReadAt)},
                               {"heartbeat", report.heartbeat ? json(*report.heartbeat, report.now) : Json()},
                               {"model", report.model ? json(*report.model) : Json()},
+                              {"helper", helperJson(report)},
                               {"nextStep", report.nextStep()}});
   if (report.protections)
     object.set("protections", Json::array(report.protections->protections, [](const auto& each) {

@@ -1,8 +1,10 @@
 #include "Companion/Commands/HeartbeatText.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <system_error>
 
+#include "Companion/Output/DisplayText.h"
 #include "PelloraMessagesCore/Time/RelativeDate.h"
 
 namespace pellora {
@@ -23,19 +25,60 @@ std::string_view sentence(HelperHeartbeat::Status status) {
   return {};
 }
 
-}  // namespace
-
-std::string heartbeatText(const std::optional<HelperHeartbeat>& heartbeat, const CompanionContext& context) {
+std::string lastWords(const std::optional<HelperHeartbeat>& heartbeat, const CompanionContext& context) {
   if (!heartbeat) {
     const auto url = HelperHeartbeat::url(context.folder);
     std::error_code error;
     return url && std::filesystem::exists(*url, error) ? "its heartbeat cannot be read" : "no heartbeat yet";
   }
-  const std::string age = RelativeDate::text(heartbeat->at, context.now, context.calendar);
-  const std::string version = "version " + heartbeat->helperVersion;
-  if (!heartbeat->isFresh(context.now))
-    return "stale: last heard of " + age + " (" + std::string(sentence(heartbeat->status)) + ", " + version + ")";
-  return std::string(sentence(heartbeat->status)) + ", heartbeat fresh (" + age + "), " + version;
+  return "last heard of " + RelativeDate::text(heartbeat->at, context.now, context.calendar) + " (" +
+         std::string(sentence(heartbeat->status)) + ", version " + heartbeat->helperVersion + ")";
+}
+
+std::string progressText(const ReadProgress& progress, const CompanionContext& context) {
+  const std::string started = RelativeDate::text(progress.startedAt, context.now, context.calendar);
+  if (progress.daysTotal <= 0) return "reading, started " + started;
+  return "reading: the model has done " + std::to_string(progress.daysDone) + " of " +
+         std::to_string(progress.daysTotal) + " days, started " + started;
+}
+
+// "in 15 minutes"; at least one.
+std::string untilText(Instant later, Instant now) {
+  const std::int64_t minutes = (wholeSeconds(later) - wholeSeconds(now) + 59) / 60;
+  if (minutes >= 120) return "in " + std::to_string(minutes / 60) + " hours";
+  return minutes <= 1 ? "in a minute" : "in " + std::to_string(minutes) + " minutes";
+}
+
+}  // namespace
+
+std::string helperText(platform_adapters::HelperPresence presence, const std::optional<HelperHeartbeat>& heartbeat,
+                       const std::optional<ReadProgress>& progress, const CompanionContext& context) {
+  using platform_adapters::HelperPresence;
+  const std::string doing = progress ? progressText(*progress, context) : "";
+  switch (presence) {
+    case HelperPresence::running:
+      if (!doing.empty()) return "running, " + doing;
+      if (!heartbeat) return "running, " + lastWords(heartbeat, context);
+      return "running, " + std::string(sentence(heartbeat->status)) + " (last heard of " +
+             RelativeDate::text(heartbeat->at, context.now, context.calendar) + ", version " +
+             heartbeat->helperVersion + ")";
+    case HelperPresence::onlyReads:
+      return "another read is running" + (doing.empty() ? std::string() : ", " + doing);
+    case HelperPresence::notRunning:
+      break;
+  }
+  return "not running, " + lastWords(heartbeat, context);
+}
+
+std::string modelDebtText(const ModelAccount& account, Instant now) {
+  std::string text = account.lastFailure.value_or("");
+  if (account.waitingDays <= 0) return text;
+  const auto days = static_cast<std::size_t>(account.waitingDays);
+  text += (text.empty() ? "" : " ") + display::counted(days, "day waits", "days wait") + "; next try ";
+  return text +
+         (account.nextTryAt && now < *account.nextTryAt ? untilText(*account.nextTryAt, now)
+                                                        : std::string("with the next read")) +
+         ".";
 }
 
 std::string_view statusWord(HelperHeartbeat::Status status) {

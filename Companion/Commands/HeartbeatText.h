@@ -1,4 +1,4 @@
-// The helper's heartbeat in words: what the helper does, whether it is fresh and of which version it is.
+// The helper in words: whether it runs, what it does, how far a read is, and what it said last.
 #pragma once
 
 #include <optional>
@@ -6,11 +6,19 @@
 #include <string_view>
 
 #include "Companion/CompanionContext.h"
+#include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/HelperHeartbeat.h"
+#include "PelloraMessagesCore/HelperState.h"
 
 namespace pellora {
 
-std::string heartbeatText(const std::optional<HelperHeartbeat>& heartbeat, const CompanionContext& context);
+// `progress` is of a read that may be running; a helper that does not run is not reading.
+std::string helperText(platform_adapters::HelperPresence presence, const std::optional<HelperHeartbeat>& heartbeat,
+                       const std::optional<ReadProgress>& progress, const CompanionContext& context);
+
+// What the language model still owes: "The model server answered 500. 84 days wait; next try in 15 minutes." Empty
+// when nothing waits and nothing failed.
+std::string modelDebtText(const ModelAccount& account, Instant now);
 
 // The status as the heartbeat's file spells it.
 std::string_view statusWord(HelperHeartbeat::Status status);

@@ -15,6 +15,8 @@ CommandResult StatusCommand::run(const CompanionContext& context) const {
   {
     const Progress progress("Looking at the Messages store and the model server");
     report = StatusReport::gather(context, ChatDatabase::defaultURL());
+    report.presence = platform_adapters::helperPresence();
+    report.trayObstacle = platform_adapters::trayObstacle();
     const auto model = platform_adapters::languageModel();
     report.model = QCoro::waitFor(model->report());
   }

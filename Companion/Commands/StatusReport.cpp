@@ -89,6 +89,7 @@ StatusReport StatusReport::gather(const CompanionContext& context, const std::fi
   const std::error_code error = MessagesLatelyInbox::list(context.folder).error;
   if (error) report.latelyReason = error.message();
   if (report.key.key) report.latelyRecords = MessagesLatelyInbox::readAll(*report.key.key, context.folder).size();
+  if (report.key.key) report.state = HelperState::load(*report.key.key, context.folder);
   report.heartbeat = HelperHeartbeat::read(context.folder);
   report.lastReadAt = lastReadOf(report.heartbeat);
   report.protections = ConfinementReport::read(context.runtime);
@@ -113,12 +114,29 @@ std::string StatusReport::nextStep() const {
   if (!key.key || people == 0) return "Choose the people: pellora-companion people import FILE";
   if (!latelyReason.empty())
     return "Give yourself access to the lately records, the folder Lately in the shared folder (" + latelyReason + ").";
-  if (!isHelperFresh()) return "Start the helper: pellora-for-messages";
-  if (heartbeat->status == HelperHeartbeat::Status::failed)
+  return nextStepWithHelper();
+}
+
+std::string StatusReport::nextStepWithHelper() const {
+  using Status = HelperHeartbeat::Status;
+  const std::string look = "Look at the result: pellora-companion lately (or view, in the browser)";
+  if (progress()) return "Wait for the read that is running; what is done shows already: pellora-companion lately";
+  if (presence == platform_adapters::HelperPresence::onlyReads) return "Wait for the read that is running.";
+  if (!isHelperRunning()) return "Start the helper: pellora-for-messages";
+  if (heartbeat && heartbeat->status == Status::failed)
     return "Open the helper's window to see why the last read failed.";
-  if (model && !model->isAvailable) return "For summaries and news start a local model server: " + model->reason;
+  if (heartbeat && heartbeat->status == Status::waitingForPellora)
+    return "The helper does not find the key and the people that are here: was PELLORA_SECRET_STORE set for one of the "
+           "two only? \"pellora-companion key use-file\" keeps the choice for both; then start the helper again.";
   if (latelyRecords == 0) return "Ask for a read: pellora-companion read-now";
-  return "Look at the result: pellora-companion lately";
+  if (model && !model->isAvailable)
+    return look + ". For sentences and news it takes a language model on this device: Documentation/LanguageModel.md";
+  return look;
+}
+
+std::optional<ReadProgress> StatusReport::progress() const {
+  const bool isReading = presence != platform_adapters::HelperPresence::notRunning;
+  return isReading && state ? state->progress : std::nullopt;
 }
 
 std::string StatusReport::text(const CompanionContext& context) const {
@@ -128,12 +146,15 @@ std::string StatusReport::text(const CompanionContext& context) const {
   text += row(context, "People", peopleText(*this), good(people > 0));
   text += row(context, "Last read", lastReadAt ? RelativeDate::text(*lastReadAt, now, context.calendar) : "never",
               good(lastReadAt.has_value()));
-  text += row(context, "Helper", heartbeatText(heartbeat, context),
-              good(isHelperFresh() && heartbeat->status == HelperHeartbeat::Status::reading));
+  text += row(context, "Helper", helperText(presence, heartbeat, progress(), context),
+              good(isHelperRunning() && heartbeat && heartbeat->status == HelperHeartbeat::Status::reading));
+  if (!trayObstacle.empty()) text += row(context, "Tray", trayObstacle, Ink::yellow);
   text += row(context, "Lately records",
               latelyReason.empty() ? std::to_string(latelyRecords) : "cannot be listed: " + latelyReason,
               good(latelyRecords > 0 && latelyReason.empty()));
   if (model) text += row(context, "Language model", modelText(*model), good(model->isAvailable));
+  const std::string debt = state ? modelDebtText(state->model, now) : "";
+  if (!debt.empty()) text += row(context, "Waiting", debt, Ink::yellow);
   if (protections) text += row(context, "Protections", protectionsText(*protections), Ink::green);
   return text + row(context, "Next step", nextStep(), Ink::bold);
 }

@@ -10,6 +10,7 @@
 #include "Companion/People/PeopleStore.h"
 #include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/HelperHeartbeat.h"
+#include "PelloraMessagesCore/HelperState.h"
 
 namespace pellora {
 
@@ -26,16 +27,27 @@ struct StatusReport {
   std::optional<Instant> lastReadAt;
   std::optional<ModelReport> model;              // absent when nobody looked
   std::optional<ConfinementReport> protections;  // absent when the helper tells of none
+  // Absent when the helper has kept none that opens. Tells of a read only while one runs.
+  std::optional<HelperState> state;
+  platform_adapters::HelperPresence presence = platform_adapters::HelperPresence::notRunning;
+  std::string trayObstacle;  // empty when there is none, or nobody looked
   Instant now;
 
   static StatusReport gather(const CompanionContext& context, const std::filesystem::path& store);
 
-  bool isHelperFresh() const { return heartbeat && heartbeat->isFresh(now); }
+  bool isHelperRunning() const { return presence == platform_adapters::HelperPresence::running; }
+
+  // Of the read that is running now.
+  std::optional<ReadProgress> progress() const;
 
   // What to do next, in one sentence.
   std::string nextStep() const;
 
   std::string text(const CompanionContext& context) const;
+
+ private:
+  // When everything that the helper needs is there.
+  std::string nextStepWithHelper() const;
 };
 
 }  // namespace pellora

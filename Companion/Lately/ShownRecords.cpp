@@ -4,9 +4,9 @@
 #include <exception>
 #include <map>
 
-#include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/Files/SealedFile.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
+#include "PelloraMessagesCore/Time/IsoDate.h"
 
 namespace pellora::shown_records {
 
@@ -23,13 +23,13 @@ Shown load(const CompanionContext& context, const ExchangeKey& key) {
   const auto json = payload ? JsonValue::parse(*payload) : std::nullopt;
   if (!json) return shown;
   for (const JsonValue::Member& member : json->members())
-    if (const auto date = ExchangeCoding::parseDate(member.value.text())) shown.emplace(member.key, *date);
+    if (const auto date = IsoDate::parse(member.value.text())) shown.emplace(member.key, *date);
   return shown;
 }
 
 void save(const Shown& shown, const CompanionContext& context, const ExchangeKey& key) {
   JsonValue json = JsonValue::object();
-  for (const auto& [person, date] : shown) json.set(person, ExchangeCoding::dateText(date));
+  for (const auto& [person, date] : shown) json.set(person, IsoDate::text(date));
   try {
     SealedFile::write(key, context.settings, kFile, kContext, json.dump());
   } catch (const std::exception&) {

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "Companion/Commands/CompanionJson.h"
 #include "Companion/Commands/KeyCommand.h"
 #include "Companion/Commands/LatelyCommand.h"
 #include "Companion/Commands/PeopleImportCommand.h"
@@ -152,7 +153,10 @@ TEST(PeopleImportCommand, BlamesTheStoreThatGivesNoKeyAndNotThePeopleFile) {
   struct {
     Secrets state;
     const char* sentence;
-  } const kCases[] = {{Secrets::locked, "The keyring is locked."}, {Secrets::unavailable, "There is no keyring."}};
+  } const kCases[] = {
+      {Secrets::locked, "The keyring is locked; unlock it (signing in to the desktop usually does), then try again."},
+      {Secrets::unavailable,
+       "There is no keyring; start a keyring, or keep the key in a file: pellora-companion key use-file."}};
   for (const auto& each : kCases) {
     CompanionWorld world;
     world.writePeople({CompanionWorld::anna()});
@@ -349,16 +353,31 @@ const Step kSteps[] = {
     {"Start the helper", [](StatusReport& report) { report.latelyReason.clear(); }},
     {"Ask for a read",
      [](StatusReport& report) {
+       report.presence = platform_adapters::HelperPresence::running;
        report.heartbeat = HelperHeartbeat{report.now, HelperHeartbeat::Status::reading, {}, "1.0"};
      }},
-    {"For summaries and news start a local model server", [](StatusReport& report) { report.model = ModelReport(); }},
+    {"was PELLORA_SECRET_STORE set for one of the two only",
+     [](StatusReport& report) { report.heartbeat->status = HelperHeartbeat::Status::waitingForPellora; }},
     {"see why the last read failed",
      [](StatusReport& report) { report.heartbeat->status = HelperHeartbeat::Status::failed; }},
-    {"Look at the result",
+    {"Look at the result: pellora-companion lately (or view, in the browser). For sentences and news it takes a "
+     "language "
+     "model on this device: Documentation/LanguageModel.md",
      [](StatusReport& report) {
        report.heartbeat->status = HelperHeartbeat::Status::reading;
-       report.model->isAvailable = true;
        report.latelyRecords = 2;
+       report.model = ModelReport();
+     }},
+    {"Look at the result: pellora-companion lately", [](StatusReport& report) { report.model->isAvailable = true; }},
+    {"Wait for the read that is running; what is done shows already",
+     [](StatusReport& report) {
+       report.state = HelperState();
+       report.state->progress = ReadProgress{report.now, 12, 84};
+     }},
+    {"Wait for the read that is running.",
+     [](StatusReport& report) {
+       report.state->progress.reset();
+       report.presence = platform_adapters::HelperPresence::onlyReads;
      }},
 };
 
@@ -373,15 +392,43 @@ TEST(StatusReport, TheNextStepIsTheFirstThatIsMissing) {
   }
 }
 
-TEST(StatusReport, AStaleHeartbeatIsTold) {
+TEST(StatusReport, AHelperThatEndedIsNotTakenForOneThatRuns) {
   CompanionWorld world;
   const Instant now = instantAtSeconds(CompanionWorld::kNow);
-  HelperHeartbeat{now - HelperHeartbeat::kFreshFor, HelperHeartbeat::Status::reading, now, "1.2.3"}.write(
-      world.shared());
-  const auto report = StatusReport::gather(world.context(), world.shared() / "chat.db");
-  EXPECT_FALSE(report.isHelperFresh());
-  EXPECT_THAT(report.text(world.context()),
-              HasSubstr("stale: last heard of 40 minutes ago (reading normally, version"));
+  HelperHeartbeat{now - std::chrono::minutes(2), HelperHeartbeat::Status::reading, now, "1.2.3"}.write(world.shared());
+  auto report = StatusReport::gather(world.context(), world.shared() / "chat.db");
+  CompanionContext wide = world.context();
+  wide.style.width = 200;
+  EXPECT_THAT(report.text(wide), HasSubstr("not running, last heard of 2 minutes ago (reading normally, version"));
+  report.presence = platform_adapters::HelperPresence::running;
+  EXPECT_THAT(report.text(wide), HasSubstr("running, reading normally (last heard of 2 minutes ago, version 1.2.3)"));
+}
+
+TEST(StatusReport, TellsHowFarAReadIsAndWhatWaitsForTheModel) {
+  CompanionWorld world;
+  const Instant now = instantAtSeconds(CompanionWorld::kNow);
+  HelperState state;
+  state.progress = ReadProgress{now - std::chrono::minutes(5), 12, 84};
+  state.model.waitingDays = 84;
+  state.model.lastFailure = "The model server answered 500 (out of memory).";
+  state.model.nextTryAt = now + std::chrono::minutes(15);
+  state.save(world.key(), world.shared());
+  auto report = StatusReport::gather(world.context(), world.shared() / "chat.db");
+  EXPECT_THAT(report.text(world.context()), Not(HasSubstr("12 of 84"))) << "nothing runs; a killed read left it";
+  report.presence = platform_adapters::HelperPresence::running;
+  CompanionContext wide = world.context();
+  wide.style.width = 200;
+  EXPECT_THAT(report.text(wide),
+              HasSubstr("running, reading: the model has done 12 of 84 days, started 5 minutes ago"));
+  EXPECT_THAT(report.text(wide),
+              HasSubstr("The model server answered 500 (out of memory). 84 days wait; next try in 15 "
+                        "minutes."));
+  report.state->model.nextTryAt = now - std::chrono::minutes(1);
+  report.state->model.waitingDays = 1;
+  EXPECT_THAT(report.text(wide), HasSubstr("1 day waits; next try with the next read."));
+  const Json json = Json::parse(companion_json::text(report));
+  EXPECT_EQ(json["helper"]["progress"]["daysTotal"], 84);
+  EXPECT_EQ(json["helper"]["waitingDays"], 1);
 }
 
 TEST(StatusReport, ADamagedHeartbeatIsTold) {

@@ -11,6 +11,7 @@
 
 #include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
 #include "Adapters/Linux/Desktop/PrivateBusConnection.h"
+#include "Adapters/Linux/Process/InstanceLock.h"
 #include "PelloraMessagesCore/HelperReadRequest.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/PrivateBus.h"
@@ -340,6 +341,59 @@ TEST_F(Program, ViewOpensAPageThatIsFreshEachTimeAndSaysWhatIsMissing) {
   _environment.unset("DISPLAY");
   EXPECT_EQ(run({"view"}), 1);
   EXPECT_THAT(errors, HasSubstr("The page cannot be opened (there is no desktop); it is " + page.string() + "."));
+}
+
+TEST_F(Program, AKeptKeyFileNeedsNoEnvironment) {
+  _environment.unset("PELLORA_SECRET_STORE");
+  EXPECT_EQ(run({"people", "import", "-"}, kPeople), 1);
+  EXPECT_THAT(errors, HasSubstr("There is no session bus; start a keyring, or keep the key in a file: "
+                                "pellora-companion key use-file."));
+  EXPECT_EQ(run({"key", "use-file"}), 0) << errors;
+  EXPECT_EQ(run({"people", "import", "-"}, kPeople), 0) << errors;
+  EXPECT_EQ(run({"key"}), 0);
+  _environment.set("PELLORA_SECRET_STORE", "secret-service");
+  EXPECT_EQ(run({"key"}), 1) << "the environment wins";
+  _environment.unset("PELLORA_SECRET_STORE");
+  EXPECT_EQ(run({"key", "use-keyring"}), 0);
+  EXPECT_EQ(run({"key"}), 1);
+}
+
+TEST_F(Program, SetupTellsWhatIsMissingWithoutATerminal) {
+  EXPECT_EQ(run({"setup"}), 1);
+  EXPECT_THAT(output, ContainsRegex("History +missing: .*\nPeople +missing: .*\nLanguage model +missing: .*\n"
+                                    "Start at login +missing: off\n"));
+  EXPECT_THAT(errors, HasSubstr("Still missing: History, People, Language model and Start at login."));
+  EXPECT_EQ(run({"setup", "--json"}), 1);
+  EXPECT_EQ(Json::parse(output).size(), 4U);
+}
+
+TEST_F(Program, SetupAsksOnATerminalForWhatIsMissing) {
+  const support::SmallStore store(_folder / "Library/Messages/chat.db");
+  const std::filesystem::path people = _folder / "people.json";
+  std::ofstream(people) << kPeople;
+  ProgramRun::Setup terminal = setup({"setup"}, people.string() + "\n\ny\n");
+  terminal.output = ProgramRun::Output::terminal;
+  EXPECT_EQ(runProgram(terminal), 1) << "the model was skipped";
+  EXPECT_THAT(output, AllOf(HasSubstr("2 added"), HasSubstr("Still missing: Language model.")));
+  EXPECT_EQ(run({"people", "list"}), 0);
+  EXPECT_TRUE(std::filesystem::exists(_folder / ".config/autostart/app.pellora.Messages.desktop"));
+}
+
+TEST_F(Program, RereadIsKeptForTheNextRead) {
+  EXPECT_EQ(run({"reread"}), 1);
+  ASSERT_EQ(run({"people", "import", "-"}, kPeople), 0);
+  EXPECT_EQ(run({"reread", "--language"}), 0) << errors;
+  EXPECT_EQ(output, "Everything is read again at the next read, and the model is asked again about 0 days.\n");
+  EXPECT_TRUE(std::filesystem::exists(shared() / "Helper/reread.json"));
+}
+
+TEST_F(Program, StatusTellsAHelperThatHoldsItsLockFromOneThatEnded) {
+  EXPECT_EQ(run({"status", "--json"}), 0);
+  EXPECT_EQ(Json::parse(output)["helper"]["running"], false);
+  const auto lock = InstanceLock::take(shared());
+  ASSERT_TRUE(lock);
+  EXPECT_EQ(run({"status", "--json"}), 0);
+  EXPECT_EQ(Json::parse(output)["helper"]["running"], true);
 }
 
 TEST_F(Program, APageGoesToStandardOutput) {

@@ -2,11 +2,14 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <fstream>
 #include <string>
 #include <utility>
 
@@ -46,6 +49,20 @@ std::optional<InstanceLock> InstanceLock::take(const std::optional<std::filesyst
   close(descriptor);
   if (isHeld) return std::nullopt;
   return InstanceLock(-1);
+}
+
+bool InstanceLock::isHeld(const std::optional<std::filesystem::path>& sharedFolder) {
+  const auto path = file(sharedFolder);
+  struct stat status{};
+  if (!path || lstat(path->c_str(), &status) != 0) return false;
+  // As the kernel lists it: "1: FLOCK  ADVISORY  WRITE 1234 00:1a:5678 0 EOF", the device's numbers in hexadecimal.
+  char place[64];
+  std::snprintf(place, sizeof place, " %02x:%02x:%llu ", major(status.st_dev), minor(status.st_dev),
+                static_cast<unsigned long long>(status.st_ino));
+  std::ifstream locks("/proc/locks");
+  for (std::string line; std::getline(locks, line);)
+    if (line.find("FLOCK") != std::string::npos && line.find(place) != std::string::npos) return true;
+  return false;
 }
 
 InstanceLock::InstanceLock(InstanceLock&& other) noexcept : _descriptor(std::exchange(other._descriptor, -1)) {}

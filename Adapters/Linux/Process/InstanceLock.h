@@ -16,6 +16,9 @@ class InstanceLock {
   // are replaced whole, so two helpers cost work, not data.
   static std::optional<InstanceLock> take(const std::optional<std::filesystem::path>& sharedFolder);
 
+  // Whether a process holds it now. Looks without taking it: a helper that starts meanwhile must not find it held.
+  static bool isHeld(const std::optional<std::filesystem::path>& sharedFolder);
+
   InstanceLock(InstanceLock&& other) noexcept;
   InstanceLock& operator=(InstanceLock&&) = delete;
   ~InstanceLock();
