@@ -16,6 +16,7 @@
 #include "Adapters/Linux/Files/XdgFolders.h"
 #include "Adapters/Linux/Files/XdgGroupContainer.h"
 #include "Adapters/Linux/Process/InstanceLock.h"
+#include "Adapters/Linux/Process/ProcessConfinement.h"
 #include "Adapters/Linux/Secrets/MakeSecretStore.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "PelloraMessagesCore/HelperExchange.h"
@@ -30,6 +31,12 @@ constexpr char kLastReadKey[] = "messages.lastReadAt";
 constexpr char kHelperName[] = "app.pellora.Messages";  // the helper owns it on the bus while it runs
 
 }  // namespace
+
+void confineProcess([[maybe_unused]] bool mayAskModel) {
+#ifndef PELLORA_UNCONFINED
+  ProcessConfinement::applyToCompanion(mayAskModel);
+#endif
+}
 
 std::unique_ptr<SecretStore> secretStore() {
   return makeSecretStore();
@@ -59,14 +66,15 @@ std::shared_ptr<void> lock(const std::filesystem::path& file, std::chrono::milli
 }
 
 HelperPresence helperPresence() {
-  const bool isHeld = InstanceLock::isHeld(sharedFolder());
-  const auto address = SessionBusAddress::find();
-  if (!address) return isHeld ? HelperPresence::running : HelperPresence::notRunning;
-  PrivateBusConnection connection(*address);
-  if (!connection.isConnected() || connection.bus().interface() == nullptr)
-    return isHeld ? HelperPresence::running : HelperPresence::notRunning;
-  if (connection.bus().interface()->isServiceRegistered(QLatin1String(kHelperName))) return HelperPresence::running;
-  return isHeld ? HelperPresence::onlyReads : HelperPresence::notRunning;
+  if (InstanceLock::isHeld(sharedFolder(), InstanceLock::Kind::helper)) return HelperPresence::running;
+  if (const auto address = SessionBusAddress::find()) {
+    PrivateBusConnection connection(*address);
+    if (connection.isConnected() && connection.bus().interface() != nullptr &&
+        connection.bus().interface()->isServiceRegistered(QLatin1String(kHelperName)))
+      return HelperPresence::running;
+  }
+  const bool isRead = InstanceLock::isHeld(sharedFolder(), InstanceLock::Kind::read);
+  return isRead ? HelperPresence::onlyReads : HelperPresence::notRunning;
 }
 
 std::string trayObstacle() {

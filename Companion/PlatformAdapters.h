@@ -1,5 +1,5 @@
-// The companion's one place that names adapters: what its commands need of this platform. Only Commands/ may include
-// it. Needs a QCoreApplication where a bus or a model server is asked.
+// The companion's one place that names adapters: what its commands need of this platform. Only Commands/ and
+// main.cpp may include it. Needs a QCoreApplication where a bus or a model server is asked.
 #pragma once
 
 #include <chrono>
@@ -15,6 +15,10 @@
 #include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora::platform_adapters {
+
+// Gives up, for good, what no command needs: core dumps, being traced, looking into other processes, and all sockets
+// but local ones; of these TCP stays when the command `mayAskModel`. Call it first of all, before any thread exists.
+void confineProcess(bool mayAskModel);
 
 // The keyring, or the key file where PELLORA_SECRET_STORE asks for it.
 std::unique_ptr<SecretStore> secretStore();

@@ -17,6 +17,7 @@
 
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/MessageBody.h"
+#include "PelloraMessagesCore/StoreHardening.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
@@ -67,7 +68,7 @@ class Statement {
 
  private:
   [[noreturn]] void fail() {
-    std::string message = text::repairedUtf8(sqlite3_errmsg(_db));
+    std::string message = StoreHardening::errorText(_db);
     sqlite3_finalize(std::exchange(_statement, nullptr));
     throw ChatDatabase::Failure::query(std::move(message));
   }
@@ -199,6 +200,8 @@ ChatDatabase::ChatDatabase(const std::filesystem::path& url) {
   std::error_code failed;
   const std::filesystem::path path = std::filesystem::absolute(url, failed);
   if (failed) throw Failure::cannotOpen(SQLITE_CANTOPEN);
+  if (const std::string obstacle = StoreHardening::obstacleBeside(path); !obstacle.empty())
+    throw Failure::query(obstacle);
   const int code = sqlite3_open_v2(path.c_str(), &_db, kOpenFlags, nullptr);
   if (code != SQLITE_OK) {
     sqlite3_close(std::exchange(_db, nullptr));
@@ -207,6 +210,16 @@ ChatDatabase::ChatDatabase(const std::filesystem::path& url) {
   sqlite3_busy_timeout(_db, kBusyTimeoutMilliseconds);
   // A sort that outgrows its buffer would otherwise put message texts into a temporary file.
   sqlite3_exec(_db, "PRAGMA temp_store = MEMORY", nullptr, nullptr, nullptr);
+  StoreHardening::harden(_db, _steps);
+}
+
+sqlite3* ChatDatabase::checked() const {
+  if (_isChecked) return _db;
+  const std::optional<std::string> trouble = StoreHardening::tableTrouble(_db);
+  if (!trouble) throw Failure::query(StoreHardening::errorText(_db));
+  if (!trouble->empty()) throw Failure::query(*trouble);
+  _isChecked = true;
+  return _db;
 }
 
 ChatDatabase::~ChatDatabase() {
@@ -214,18 +227,18 @@ ChatDatabase::~ChatDatabase() {
 }
 
 std::int64_t ChatDatabase::maxRowID() const {
-  Statement statement(_db, "SELECT IFNULL(MAX(ROWID), 0) FROM message");
+  Statement statement(checked(), "SELECT IFNULL(MAX(ROWID), 0) FROM message");
   std::int64_t highest = 0;
   while (statement.nextRow()) highest = statement.integer64(0);
   return highest;
 }
 
 std::vector<HistoryMessage> ChatDatabase::messages(std::int64_t afterRowID, int limit) const {
-  return messageRows(_db, messageQuery("m.ROWID > ?", "m.ROWID", limit), afterRowID, limit);
+  return messageRows(checked(), messageQuery("m.ROWID > ?", "m.ROWID", limit), afterRowID, limit);
 }
 
 std::optional<std::int64_t> ChatDatabase::rowIDAtLimit(std::int64_t afterRowID, int limit) const {
-  Statement statement(_db, messageQuery("m.ROWID > ?", "m.ROWID", 1) + " OFFSET " + std::to_string(limit - 1));
+  Statement statement(checked(), messageQuery("m.ROWID > ?", "m.ROWID", 1) + " OFFSET " + std::to_string(limit - 1));
   statement.bind(afterRowID);
   std::optional<std::int64_t> rowID;
   while (statement.nextRow()) rowID = statement.integer64(0);
@@ -233,13 +246,13 @@ std::optional<std::int64_t> ChatDatabase::rowIDAtLimit(std::int64_t afterRowID, 
 }
 
 std::vector<HistoryMessage> ChatDatabase::messages(Instant since, int limit) const {
-  return messageRows(_db, messageQuery("m.date >= ?", "m.date", limit), appleTime(since), limit);
+  return messageRows(checked(), messageQuery("m.date >= ?", "m.date", limit), appleTime(since), limit);
 }
 
 std::vector<HistoryMessage> ChatDatabase::messages(const std::set<std::int64_t>& inChats, Instant since) const {
   if (inChats.empty()) return {};
   const std::string sql = messageQuery(chatsCondition(inChats), "m.date", kMaximumHistoryRows);
-  return messageRows(_db, sql, appleTime(since), kMaximumHistoryRows);
+  return messageRows(checked(), sql, appleTime(since), kMaximumHistoryRows);
 }
 
 std::string ChatDatabase::chatsCondition(const std::set<std::int64_t>& chats) {
@@ -252,7 +265,7 @@ std::string ChatDatabase::chatsCondition(const std::set<std::int64_t>& chats) {
 }
 
 ChatParticipants ChatDatabase::chatParticipants() const {
-  Statement statement(_db,
+  Statement statement(checked(),
                       "SELECT chj.chat_id, h.id FROM chat_handle_join chj JOIN handle h ON h.ROWID = chj.handle_id");
   ChatParticipants participants;
   while (statement.nextRow()) {

@@ -58,13 +58,13 @@ class ChatDatabase {
   // Whether the file can be opened for reading at all; a pipe or a device never counts. Never waits.
   static bool canRead(const std::filesystem::path& url);
 
-  // Throws Failure.cannotOpen.
+  // Throws Failure.cannotOpen, and Failure.query for a store that has something else than files beside it.
   explicit ChatDatabase(const std::filesystem::path& url);
   ~ChatDatabase();
   ChatDatabase(const ChatDatabase&) = delete;
   ChatDatabase& operator=(const ChatDatabase&) = delete;
 
-  // All throw Failure.query. Rows without a text are left out.
+  // All throw Failure.query, also for a store whose tables are not ordinary ones. Rows without a text are left out.
 
   // 0 for an empty table.
   std::int64_t maxRowID() const;
@@ -96,7 +96,12 @@ class ChatDatabase {
   static std::string chatsCondition(const std::set<std::int64_t>& chats);
 
  private:
+  // The connection, once its tables turned out to be ordinary ones.
+  sqlite3* checked() const;
+
   sqlite3* _db = nullptr;
+  mutable bool _isChecked = false;
+  std::int64_t _steps = 0;  // that the connection may still take
 };
 
 }  // namespace pellora

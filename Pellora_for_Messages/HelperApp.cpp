@@ -132,7 +132,7 @@ void HelperApp::followAppearance(bool prefersDark) {
   }
 }
 
-int runHelperApp(int& argc, char** argv, const HelperOptions& options) {
+int runHelperApp(int& argc, char** argv, const HelperOptions& options, std::shared_ptr<HelperConfinement> confinement) {
   auto display = PlatformAdapters::reachDisplay();
   if (!display) {
     std::cerr << "Pellora for Messages needs a display, and neither DISPLAY nor WAYLAND_DISPLAY leads to one.\n";
@@ -149,7 +149,7 @@ int runHelperApp(int& argc, char** argv, const HelperOptions& options) {
   display.reset();
   QTranslator translator;
   installTranslation(translator);
-  PlatformAdapters adapters;
+  PlatformAdapters adapters(std::move(confinement));
   QPointer<HelperApp> shown;
   const auto later = options.background ? AppInstance::Later::staysQuiet : AppInstance::Later::showsFirst;
   const bool isFirst = adapters.appInstance().claim(

@@ -16,6 +16,8 @@ class QApplication;
 
 namespace pellora {
 
+class HelperConfinement;
+
 class HelperApp : public QObject {
   Q_OBJECT
 
@@ -64,6 +66,6 @@ class HelperApp : public QObject {
 };
 
 // The process from here to its end; returns the exit code.
-int runHelperApp(int& argc, char** argv, const HelperOptions& options);
+int runHelperApp(int& argc, char** argv, const HelperOptions& options, std::shared_ptr<HelperConfinement> confinement);
 
 }  // namespace pellora

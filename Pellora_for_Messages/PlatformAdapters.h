@@ -11,9 +11,19 @@
 
 namespace pellora {
 
+class HelperConfinement;
+
 class PlatformAdapters {
  public:
-  PlatformAdapters();
+  enum class Purpose { oneRead, window };
+
+  // Gives up, for good, what the process does not need for this purpose. Call it first of all in main, before any
+  // thread exists: parts of it hold only for threads made later.
+  static std::shared_ptr<HelperConfinement> confineProcess(Purpose purpose);
+  // Why the process must not go on, in one sentence; empty when it may.
+  static std::string refusal(const HelperConfinement& confinement);
+
+  explicit PlatformAdapters(std::shared_ptr<HelperConfinement> confinement);
   ~PlatformAdapters();
   PlatformAdapters(const PlatformAdapters&) = delete;
   PlatformAdapters& operator=(const PlatformAdapters&) = delete;
@@ -24,10 +34,6 @@ class PlatformAdapters {
 
   // The program's short version string.
   static std::string version();
-
-  // Gives up, for good, what the process does not need. Call it first of all in main, before any thread exists:
-  // parts of it hold only for threads made later.
-  static void confineProcess();
 
   // Takes away temporary files that a killed process left in the folders that this program writes.
   void removeLeftovers() const;

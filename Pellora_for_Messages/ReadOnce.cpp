@@ -38,8 +38,8 @@ int report(const HelperEngine& engine, const HelperPlatform& platform) {
 
 }  // namespace
 
-int run() {
-  PlatformAdapters adapters;
+int run(std::shared_ptr<HelperConfinement> confinement) {
+  PlatformAdapters adapters(std::move(confinement));
   const HelperPlatform platform = adapters.platform();
   if (!adapters.becomeOnlyReader()) {
     std::cerr << "Pellora for Messages is already running.\n";

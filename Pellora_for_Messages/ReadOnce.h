@@ -2,7 +2,11 @@
 // to be glad of, one sentence on standard error. Needs a QCoreApplication.
 #pragma once
 
+#include <memory>
+
 namespace pellora {
+
+class HelperConfinement;
 
 namespace ReadOnce {
 
@@ -13,7 +17,7 @@ inline constexpr int kFailed = 5;
 inline constexpr int kAlreadyRunning = 6;
 
 // The exit code of the process.
-int run();
+int run(std::shared_ptr<HelperConfinement> confinement);
 
 }  // namespace ReadOnce
 

@@ -18,10 +18,17 @@ namespace {
 constexpr int kCouldNotPrint = 1;
 constexpr int kWrongUsage = 2;
 
+int tell(const std::string& refusal) {
+  std::cerr << refusal << '\n';
+  return pellora::ReadOnce::kFailed;
+}
+
 int readOnce(int argc, char** argv) {
-  pellora::PlatformAdapters::confineProcess();
+  using pellora::PlatformAdapters;
+  const auto confinement = PlatformAdapters::confineProcess(PlatformAdapters::Purpose::oneRead);
+  if (const std::string refusal = PlatformAdapters::refusal(*confinement); !refusal.empty()) return tell(refusal);
   const QCoreApplication application(argc, argv);
-  return pellora::ReadOnce::run();
+  return pellora::ReadOnce::run(confinement);
 }
 
 }  // namespace
@@ -49,6 +56,8 @@ int main(int argc, char** argv) {
     case HelperOptions::Mode::app:
       break;
   }
-  pellora::PlatformAdapters::confineProcess();
-  return pellora::runHelperApp(argc, argv, *options);
+  using pellora::PlatformAdapters;
+  const auto confinement = PlatformAdapters::confineProcess(PlatformAdapters::Purpose::window);
+  if (const std::string refusal = PlatformAdapters::refusal(*confinement); !refusal.empty()) return tell(refusal);
+  return pellora::runHelperApp(argc, argv, *options, confinement);
 }

@@ -147,7 +147,7 @@ std::string text(const StatusReport& report) {
                               {"nextStep", report.nextStep()}});
   if (report.protections)
     object.set("protections", Json::array(report.protections->protections, [](const auto& each) {
-                 return Json::object({{"name", each.name}, {"on", each.isOn}, {"detail", each.detail}});
+                 return Json::object({{"name", each.name}, {"on", each.isOn()}, {"detail", each.detail}});
                }));
   return line(object);
 }

@@ -68,7 +68,12 @@ std::string modelText(const ModelReport& model) {
 std::string protectionsText(const ConfinementReport& report) {
   std::vector<std::string> on;
   std::vector<std::string> off;
-  for (const auto& protection : report.protections) (protection.isOn ? on : off).push_back(protection.name);
+  if (const std::string refusal = report.refusal(); !refusal.empty()) return refusal;
+  for (const auto& protection : report.protections)
+    if (protection.isOn())
+      on.push_back(protection.name);
+    else
+      off.push_back(protection.name + " (" + protection.detail + ")");
   std::string text = on.empty() ? "none in force" : display::listed(on);
   if (!off.empty()) text += "; not in force: " + display::listed(off);
   return text;
@@ -120,6 +125,8 @@ std::string StatusReport::nextStep() const {
 std::string StatusReport::nextStepWithHelper() const {
   using Status = HelperHeartbeat::Status;
   const std::string look = "Look at the result: pellora-companion lately (or view, in the browser)";
+  if (protections && !protections->refusal().empty())
+    return "Let the system's administrator allow the helper its protections, then start it again.";
   if (progress()) return "Wait for the read that is running; what is done shows already: pellora-companion lately";
   if (presence == platform_adapters::HelperPresence::onlyReads) return "Wait for the read that is running.";
   if (!isHelperRunning()) return "Start the helper: pellora-for-messages";
@@ -155,7 +162,8 @@ std::string StatusReport::text(const CompanionContext& context) const {
   if (model) text += row(context, "Language model", modelText(*model), good(model->isAvailable));
   const std::string debt = state ? modelDebtText(state->model, now) : "";
   if (!debt.empty()) text += row(context, "Waiting", debt, Ink::yellow);
-  if (protections) text += row(context, "Protections", protectionsText(*protections), Ink::green);
+  if (protections)
+    text += row(context, "Protections", protectionsText(*protections), good(protections->refusal().empty()));
   return text + row(context, "Next step", nextStep(), Ink::bold);
 }
 

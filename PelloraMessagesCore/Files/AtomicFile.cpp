@@ -158,8 +158,11 @@ void syncFolder(const fs::path& folder) {
 
 void makeFolder(const fs::path& folder) {
   if (::mkdir(folder.c_str(), kFolderMode) == 0) {
-    // The mask of the process may have taken bits away.
-    if (::chmod(folder.c_str(), kFolderMode) != 0) throw FileError("create the folder", folder, errno);
+    // The mask of the process may have taken bits away. A confined process may not change modes, and need not.
+    struct stat status{};
+    if (::stat(folder.c_str(), &status) != 0) throw FileError("create the folder", folder, errno);
+    if ((status.st_mode & kFolderMode) != kFolderMode && ::chmod(folder.c_str(), kFolderMode) != 0)
+      throw FileError("create the folder", folder, errno);
     syncFolder(folderOf(folder));
     return;
   }

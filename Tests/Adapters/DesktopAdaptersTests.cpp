@@ -5,7 +5,6 @@
 #include <fstream>
 
 #include "Adapters/Linux/Desktop/FileManagerPrivacySettings.h"
-#include "Adapters/Linux/Process/ResidentMemory.h"
 #include "Adapters/Linux/Process/SignalQuitRequests.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/TemporaryFolder.h"
@@ -44,15 +43,6 @@ TEST(SignalQuitRequests, HandsSignalsToTheEventLoop) {
       EXPECT_EQ(quits, before) << "called from within the handler";
       EXPECT_TRUE(waitUntil([&] { return quits > before; }));
     }
-  }
-}
-
-TEST(ResidentMemory, ReleasingTakesNothingThatIsNeeded) {
-  std::string text(1 << 20, 'x');
-  for (int round = 0; round < 3; ++round) {
-    ResidentMemory::release();
-    EXPECT_EQ(text.find_first_not_of('x'), std::string::npos);
-    EXPECT_THROW(throw std::runtime_error("still works"), std::runtime_error);
   }
 }
 

@@ -1,5 +1,13 @@
 // One helper at a time where there is no session bus. With one: Tests/Desktop/desktop-test.
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
 
 #include "Adapters/Linux/Desktop/ActivationSocket.h"
 #include "Adapters/Linux/Desktop/SessionAppInstance.h"
@@ -69,9 +77,58 @@ TEST_F(WithoutABus, OtherSharedFoldersAreOtherPlaces) {
 }
 
 TEST_F(WithoutABus, ALockThatNobodyAnswersForDoesNotKeepTheHelperAway) {
-  const auto read = InstanceLock::take(folder / "shared");
+  const auto read = InstanceLock::take(folder / "shared", InstanceLock::Kind::read);
   ASSERT_TRUE(read);
   EXPECT_TRUE(SessionAppInstance(folder / "shared").claim([](auto&) {}, kShows, {}));
+}
+
+TEST_F(WithoutABus, AReadFromTheCommandLineKnowsOfTheHelperAndTheHelperOfIt) {
+  using Kind = InstanceLock::Kind;
+  EXPECT_FALSE(InstanceLock::isHeld(folder / "shared", Kind::helper));
+  {
+    SessionAppInstance helper(folder / "shared");
+    EXPECT_TRUE(helper.claim([](auto&) {}, kShows, {}));
+    EXPECT_TRUE(InstanceLock::isHeld(folder / "shared", Kind::helper));
+    EXPECT_FALSE(InstanceLock::take(folder / "shared", Kind::read));
+    EXPECT_FALSE(InstanceLock::isHeld(folder / "other", Kind::helper));
+  }
+  EXPECT_FALSE(InstanceLock::isHeld(folder / "shared", Kind::helper));
+  EXPECT_TRUE(InstanceLock::take(folder / "shared", Kind::read));
+}
+
+TEST_F(WithoutABus, OfManyLaunchesAtOnceOneStays) {
+  constexpr int kRounds = 10;
+  constexpr int kLaunches = 10;
+  for (int round = 0; round < kRounds; ++round) {
+    std::array<int, 2> gate{};
+    std::array<int, 2> results{};
+    ASSERT_EQ(pipe(gate.data()), 0);
+    ASSERT_EQ(pipe(results.data()), 0);
+    std::vector<pid_t> launches;
+    for (int launch = 0; launch < kLaunches; ++launch) {
+      launches.push_back(fork());
+      if (launches.back() != 0) continue;
+      char byte = 0;
+      close(gate[1]);
+      while (read(gate[0], &byte, 1) > 0) continue;  // until all are there
+      SessionAppInstance instance(folder / "shared");
+      const char result = instance.claim([](auto&) {}, kShows, {}) ? '1' : '0';
+      (void)!::write(results[1], &result, 1);
+      if (result == '1') pause();
+      _exit(0);
+    }
+    close(gate[0]);
+    close(gate[1]);
+    std::string all;
+    for (char byte = 0; all.size() < kLaunches && ::read(results[0], &byte, 1) == 1;) all += byte;
+    EXPECT_EQ(std::count(all.begin(), all.end(), '1'), 1) << all;
+    for (const pid_t launch : launches) {
+      kill(launch, SIGKILL);
+      waitpid(launch, nullptr, 0);
+    }
+    close(results[0]);
+    close(results[1]);
+  }
 }
 
 TEST_F(WithoutABus, ASocketLeftBehindIsTakenOver) {

@@ -390,7 +390,7 @@ TEST_F(Program, RereadIsKeptForTheNextRead) {
 TEST_F(Program, StatusTellsAHelperThatHoldsItsLockFromOneThatEnded) {
   EXPECT_EQ(run({"status", "--json"}), 0);
   EXPECT_EQ(Json::parse(output)["helper"]["running"], false);
-  const auto lock = InstanceLock::take(shared());
+  const auto lock = InstanceLock::take(shared(), InstanceLock::Kind::helper);
   ASSERT_TRUE(lock);
   EXPECT_EQ(run({"status", "--json"}), 0);
   EXPECT_EQ(Json::parse(output)["helper"]["running"], true);

@@ -37,13 +37,6 @@ bool ActivationSocket::send(const std::filesystem::path& path, const std::string
                 sizeof *address) == static_cast<ssize_t>(sent.size());
 }
 
-bool ActivationSocket::isHeard(const std::filesystem::path& path) {
-  const auto address = addressOf(path);
-  const FileDescriptor socket = makeSocket();
-  return address && socket.isOpen() &&
-         connect(socket.number(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) == 0;
-}
-
 ActivationSocket::ActivationSocket(std::filesystem::path path, AppInstance::Activated activated)
     : _path(std::move(path)), _socket(makeSocket()) {
   const auto address = addressOf(_path);

@@ -17,7 +17,6 @@ class ActivationSocket {
  public:
   // False when nobody listens at `path`.
   static bool send(const std::filesystem::path& path, const std::string& token);
-  static bool isHeard(const std::filesystem::path& path);
 
   // Takes the place of whoever listened before. Does nothing where no socket can be made.
   ActivationSocket(std::filesystem::path path, AppInstance::Activated activated);

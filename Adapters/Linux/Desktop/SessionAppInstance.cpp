@@ -4,6 +4,8 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QVariantMap>
+#include <chrono>
+#include <thread>
 
 #include "Adapters/Linux/Desktop/ApplicationInterface.h"
 #include "Adapters/Linux/Desktop/SessionBusAddress.h"
@@ -12,6 +14,7 @@ namespace pellora {
 
 namespace {
 
+constexpr std::chrono::milliseconds kRetryInterval(10);
 constexpr int kPatience = 3000;  // milliseconds for the first instance to answer
 
 const QString kName = QLatin1String(SessionAppInstance::kBusName);
@@ -26,6 +29,13 @@ void activateOther(const QDBusConnection& bus, const std::string& token) {
       platformData.insert(QLatin1String(key), QString::fromStdString(token));
   call << platformData;
   bus.call(call, QDBus::Block, kPatience);
+}
+
+// It may have taken the lock only just now and not listen yet.
+void activateHolder(const std::filesystem::path& socket, const std::string& token) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPatience);
+  while (!ActivationSocket::send(socket, token) && std::chrono::steady_clock::now() < end)
+    std::this_thread::sleep_for(kRetryInterval);
 }
 
 }  // namespace
@@ -62,15 +72,15 @@ bool SessionAppInstance::claimOnBus(const Claim& claim) {
 }
 
 bool SessionAppInstance::claimLock(const Claim& claim) {
-  const auto lockFile = InstanceLock::file(_sharedFolder);
+  const auto lockFile = InstanceLock::file(_sharedFolder, InstanceLock::Kind::helper);
   if (!lockFile) return true;
   const std::filesystem::path socket = std::filesystem::path(*lockFile).replace_extension(".sock");
-  auto lock = InstanceLock::take(_sharedFolder);
-  // A lock that nobody answers for belongs to a read from the command line, which ends soon.
-  if (!lock && (claim.later == Later::showsFirst ? ActivationSocket::send(socket, claim.token)
-                                                 : ActivationSocket::isHeard(socket)))
+  _lock = InstanceLock::take(_sharedFolder, InstanceLock::Kind::helper);
+  if (!_lock) {
+    if (claim.later == Later::showsFirst) activateHolder(socket, claim.token);
     return false;
-  if (lock) _lock.emplace(std::move(*lock));
+  }
+  _readLock = InstanceLock::take(_sharedFolder, InstanceLock::Kind::read);
   _socket = std::make_unique<ActivationSocket>(socket, claim.activated);
   return true;
 }

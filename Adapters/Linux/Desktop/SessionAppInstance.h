@@ -1,6 +1,7 @@
 // One helper for the user's session: the bus name app.pellora.Messages, whose owner answers
 // org.freedesktop.Application at /app/pellora/Messages; without a session bus the lock file of the shared folder and
-// a socket beside it. The lock is held in both cases, so that a read from the command line knows.
+// a socket beside it. The lock is held in both cases, so that a read from the command line knows. A launch that finds
+// the lock held waits for the holder, which may not listen yet, as long as an answer from the bus may take.
 // Tested by Tests/Adapters/SessionAppInstanceTests.cpp.
 #pragma once
 
@@ -39,6 +40,7 @@ class SessionAppInstance : public AppInstance {
   std::optional<std::filesystem::path> _sharedFolder;
   std::unique_ptr<QObject> _busObject;
   std::optional<InstanceLock> _lock;
+  std::optional<InstanceLock> _readLock;  // absent while a read from the command line runs
   std::unique_ptr<ActivationSocket> _socket;
 };
 

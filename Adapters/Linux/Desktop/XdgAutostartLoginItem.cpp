@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "Adapters/Linux/Files/IniDocument.h"
+#include "Adapters/Linux/Files/KeyFile.h"
 #include "Adapters/Linux/Files/XdgFolders.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/Files/FileError.h"
@@ -78,12 +78,8 @@ std::string escaped(const std::string& value) {
   return result;
 }
 
-IniDocument parsed(const std::string& bytes) {
-  return IniDocument(bytes, IniDocument::Dialect::desktopEntry);
-}
-
 bool startsSomething(const std::string& bytes) {
-  const IniDocument entry = parsed(bytes);
+  const KeyFile entry(bytes);
   return !entry.value(kGroup, kExec).value_or("").empty() && entry.value(kGroup, kHidden) != "true" &&
          entry.value(kGroup, kEnabled) != "false";
 }
@@ -94,7 +90,7 @@ bool isOwnKey(const std::string& key) {
 }
 
 bool hasForeignParts(const std::string& bytes) {
-  const IniDocument entry = parsed(bytes);
+  const KeyFile entry(bytes);
   const std::vector<std::string> groups = entry.groups();
   return std::ranges::any_of(groups, [](const std::string& group) { return group != kGroup; }) ||
          !std::ranges::all_of(entry.keys(kGroup), isOwnKey) || bytes.find('#') != std::string::npos;
@@ -102,16 +98,16 @@ bool hasForeignParts(const std::string& bytes) {
 
 // What the entry lacks to be whole; what it has stays.
 std::string completed(const std::string& bytes, const XdgAutostartLoginItem::Program& program, bool enabled) {
-  IniDocument entry = parsed(bytes);
+  KeyFile entry(bytes);
   for (const Pair& pair : kFixedPairs)
-    if (!entry.value(kGroup, pair.key)) entry.set(kGroup, pair.key, pair.value);
-  entry.set(kGroup, kExec, program.command);
-  entry.set(kGroup, kTryExec, program.file);
-  entry.set(kGroup, kEnabled, enabled ? "true" : "false");
+    if (!entry.value(kGroup, pair.key)) entry.setValue(kGroup, pair.key, pair.value);
+  entry.setValue(kGroup, kExec, program.command);
+  entry.setValue(kGroup, kTryExec, program.file);
+  entry.setValue(kGroup, kEnabled, enabled ? "true" : "false");
   if (enabled)
     entry.erase(kGroup, kHidden);
   else
-    entry.set(kGroup, kHidden, "true");
+    entry.setValue(kGroup, kHidden, "true");
   return entry.bytes();
 }
 
@@ -147,7 +143,7 @@ XdgAutostartLoginItem::XdgAutostartLoginItem(const std::filesystem::path& progra
 }
 
 bool XdgAutostartLoginItem::startsThis(const std::string& bytes) const {
-  const IniDocument entry = parsed(bytes);
+  const KeyFile entry(bytes);
   return entry.value(kGroup, kExec) == _program.command && entry.value(kGroup, kTryExec) == _program.file;
 }
 

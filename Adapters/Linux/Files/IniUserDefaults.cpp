@@ -4,8 +4,7 @@
 #include <charconv>
 
 #include "Adapters/Linux/Files/FileLock.h"
-#include "Adapters/Linux/Files/IniDocument.h"
-#include "Adapters/Linux/Files/IniValue.h"
+#include "Adapters/Linux/Files/KeyFile.h"
 #include "Adapters/Linux/Files/XdgFolders.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/Files/FileError.h"
@@ -15,31 +14,24 @@ namespace pellora {
 
 namespace {
 
-constexpr std::string_view kGroup = "General";
+constexpr char kGroup[] = "General";
 constexpr std::size_t kMaximumSize = std::size_t{1} << 20;  // bytes
 constexpr std::chrono::milliseconds kLockPatience(2000);
 
-std::string spelling(bool value) {
-  return value ? "true" : "false";
+void apply(KeyFile& file, const std::string& key, bool value) {
+  file.setValue(kGroup, key, value ? "true" : "false");
 }
 
-std::string spelling(std::int64_t value) {
-  return std::to_string(value);
+void apply(KeyFile& file, const std::string& key, std::int64_t value) {
+  file.setValue(kGroup, key, std::to_string(value));
 }
 
-std::string spelling(const std::string& value) {
-  return IniValue::encoded(value);
+void apply(KeyFile& file, const std::string& key, const std::string& value) {
+  file.setText(kGroup, key, value);
 }
 
-std::string spelling(Instant value) {
-  return IsoDate::preciseText(value);
-}
-
-void apply(IniDocument& document, const UserDefaults::Change& change) {
-  const std::string key = IniValue::escapedKey(change.first);
-  std::string value = std::visit([](const auto& typed) { return spelling(typed); }, change.second);
-  if (const auto old = document.value(kGroup, key)) value += IniValue::trailingComment(*old);
-  document.set(kGroup, key, value);
+void apply(KeyFile& file, const std::string& key, Instant value) {
+  file.setValue(kGroup, key, IsoDate::preciseText(value));
 }
 
 // Where the file lies when its name is a link, so that the link stays one.
@@ -71,9 +63,7 @@ std::optional<std::filesystem::path> IniUserDefaults::standardFile() {
 std::optional<std::string> IniUserDefaults::text(const std::string& key) const {
   const auto bytes = AtomicFile::read(_file, kMaximumSize);
   if (!bytes) return std::nullopt;
-  const auto raw = IniDocument(*bytes, IniDocument::Dialect::settings).value(kGroup, IniValue::escapedKey(key));
-  if (!raw) return std::nullopt;
-  return IniValue::decoded(*raw);
+  return KeyFile(*bytes, kGroup).text(kGroup, key);
 }
 
 std::optional<std::int64_t> IniUserDefaults::integer(const std::string& key) const {
@@ -101,9 +91,10 @@ void IniUserDefaults::store(const std::vector<Change>& changes) {
   // Two processes that store at once must not undo each other. Without the lock (a first store, a folder on a file
   // system without locks) the last one counts, which loses no file.
   const auto lock = FileLock::onFolder(file.parent_path(), kLockPatience);
-  IniDocument document(content(file), IniDocument::Dialect::settings);
-  for (const Change& change : changes) apply(document, change);
-  AtomicFile::write(file, document.bytes());
+  KeyFile settings(content(file), kGroup);
+  for (const auto& [key, value] : changes)
+    std::visit([&, &name = key](const auto& typed) { apply(settings, name, typed); }, value);
+  AtomicFile::write(file, settings.bytes());
 }
 
 }  // namespace pellora

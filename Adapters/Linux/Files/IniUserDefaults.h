@@ -1,13 +1,12 @@
-// Settings in an INI file, group "General", key texts as they stand, spelt so that the desktop toolkit's settings
-// class reads and writes the same file:
+// Settings in an INI file, group "General", key texts as they are:
 //
 //     [General]
 //     messages.lastRowID=123
 //     messages.lastReadAt=2026-11-21T04:29:00.123456789Z
 //
-// The file is read anew on every call, so other processes may write it; it is replaced as a whole, so no reader ever
-// meets half of it. Lines, groups and comments of others stay. The file holds no types: a value reads as every type
-// that its text spells. What is damaged reads as absent; the next store keeps it and goes on.
+// The file is read again on every call, so other processes may write it; it is replaced as a whole, so no reader ever
+// meets half of it. Groups and comments of others stay. The file holds no types: a value reads as every type that its
+// text spells. A damaged line reads as absent; the next store keeps it as a comment and goes on.
 // Tested by Tests/Adapters/IniUserDefaultsTests.cpp.
 #pragma once
 

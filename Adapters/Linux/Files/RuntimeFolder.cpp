@@ -3,13 +3,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <string>
-
 #include "Adapters/Linux/Files/XdgFolders.h"
 
 namespace pellora::RuntimeFolder {
 
 namespace {
+
+constexpr mode_t kPrivate = 0700;
 
 bool isOwnFolder(const std::filesystem::path& folder) {
   struct stat status{};
@@ -17,13 +17,22 @@ bool isOwnFolder(const std::filesystem::path& folder) {
          (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
+bool isPrivate(const std::filesystem::path& folder) {
+  struct stat status{};
+  return isOwnFolder(folder) && lstat(folder.c_str(), &status) == 0 && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+}
+
 }  // namespace
 
 std::optional<std::filesystem::path> path() {
   if (const auto folder = XdgFolders::runtime(); folder && isOwnFolder(*folder)) return folder;
-  std::filesystem::path folder = "/tmp/app.pellora.messages-" + std::to_string(geteuid());
-  mkdir(folder.c_str(), 0700);
-  if (!isOwnFolder(folder)) return std::nullopt;
+  const auto home = XdgFolders::home();
+  if (!home) return std::nullopt;
+  std::filesystem::path folder = *home / ".cache";
+  mkdir(folder.c_str(), kPrivate);
+  folder /= "app.pellora.messages.runtime";
+  mkdir(folder.c_str(), kPrivate);
+  if (!isPrivate(folder)) return std::nullopt;
   return folder;
 }
 
@@ -31,7 +40,7 @@ std::optional<std::filesystem::path> own() {
   const auto base = path();
   if (!base) return std::nullopt;
   std::filesystem::path folder = *base / "app.pellora.messages";
-  mkdir(folder.c_str(), 0700);
+  mkdir(folder.c_str(), kPrivate);
   if (!isOwnFolder(folder)) return std::nullopt;
   return folder;
 }

@@ -1,5 +1,6 @@
-// A folder of this user's for locks and sockets that end with the login: $XDG_RUNTIME_DIR, or a private one below
-// /tmp when there is none. Absent when neither is a folder of this user's that nobody else can write.
+// A folder of this user's for locks and sockets: $XDG_RUNTIME_DIR, or a private one in the user's home when there is
+// none or it is somebody else's; never one in a place where others could make it first. Absent when there is no folder
+// of this user's that nobody else can write. Tested by Tests/Adapters/RuntimeFolderTests.cpp.
 #pragma once
 
 #include <filesystem>

@@ -12,9 +12,14 @@ namespace pellora {
 
 struct ConfinementReport {
   struct Protection {
-    std::string name;  // "core dumps", "tracing", "programs", "sockets", "model port", "writing"
-    bool isOn = false;
+    // `missing`: the kernel does not have it, or it makes no sense here. `refused`: it has it, but does not give it.
+    enum class State { inForce, missing, refused };
+
+    std::string name;  // "core dumps", "tracing", "writing", "reading", "model port", "programs", "signals", ...
+    State state = State::missing;
     std::string detail;  // one short phrase: what holds, or why it does not
+
+    bool isOn() const { return state == State::inForce; }
 
     bool operator==(const Protection&) const = default;
   };
@@ -25,7 +30,11 @@ struct ConfinementReport {
   // Into "protections.json" of this folder; errors are ignored.
   void write(const std::optional<std::filesystem::path>& runtimeFolder) const;
 
-  // Absent when there is no such file, it does not decode, or its process is gone.
+  // What the kernel has and refused, in one sentence; empty when there is nothing of the kind.
+  std::string refusal() const;
+
+  // Absent when there is no such file, it does not decode, or its process is gone. A report of a refusal, whose process
+  // ended because of it, stays.
   static std::optional<ConfinementReport> read(const std::optional<std::filesystem::path>& runtimeFolder);
 
   bool operator==(const ConfinementReport&) const = default;

@@ -1,5 +1,6 @@
-// The kernel's Landlock rules as this program uses them: writing only below some folders, connecting by TCP only to
-// some ports. Rules hold for the calling thread and the threads it makes later.
+// The kernel's Landlock rules as this program uses them: reading and writing only below some folders, connecting by
+// TCP only to some ports, signals only to the process itself. Rules hold for the calling thread and the threads it
+// makes later, and for the very folders that were named: a folder that takes the place of one of them has no rule.
 #pragma once
 
 #include <cstdint>
@@ -9,28 +10,35 @@ namespace pellora {
 
 class Landlock {
  public:
-  // What may be done below a folder.
-  enum class Writing { everything, makeEmptyFiles };
+  // What may be done with a file, or with everything below a folder.
+  enum class Access { reading, readingAndMakingEmptyFiles, everything };
 
-  // 0 where the kernel has no Landlock; 4 and later have network rules.
+  static constexpr int kFirstWithNetwork = 4;
+  static constexpr int kFirstWithSignals = 6;
+
+  // 0 where the kernel has no Landlock, or where it is switched off.
   static int version();
 
-  // Asks for rules on writing, and on TCP when `restrictsTcp` and the kernel has that.
+  // Asks for rules on files, on signals where the kernel has that, and on TCP when `restrictsTcp` and the kernel has
+  // that.
   explicit Landlock(bool restrictsTcp);
   ~Landlock();
   Landlock(const Landlock&) = delete;
   Landlock& operator=(const Landlock&) = delete;
 
-  // A folder or device that does not exist is left out.
-  void allow(const std::filesystem::path& path, Writing writing);
+  // Does nothing for what does not exist.
+  void allow(const std::filesystem::path& path, Access access);
   void allowConnecting(std::uint16_t port);
 
-  // False when the kernel refuses.
-  bool enforce();
+  // 0, or the error with which the kernel refused this or one of the calls before.
+  int enforce();
 
  private:
-  std::uint64_t _writing = 0;  // every right on files that is ruled
+  void keepError(long result);
+
+  std::uint64_t _handled = 0;  // every right on files that is ruled
   int _descriptor = -1;
+  int _error = 0;
 };
 
 }  // namespace pellora

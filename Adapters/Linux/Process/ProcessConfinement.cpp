@@ -1,20 +1,27 @@
 #include "Adapters/Linux/Process/ProcessConfinement.h"
 
+#include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <system_error>
+
+#include "Adapters/Linux/Process/ConfinementTrial.h"
 #include "Adapters/Linux/Process/Landlock.h"
+#include "Adapters/Linux/Process/ReadableFiles.h"
 #include "Adapters/Linux/Process/SystemCallFilter.h"
 
 namespace pellora::ProcessConfinement {
 
 namespace {
 
+using Access = Landlock::Access;
 using Protection = ConfinementReport::Protection;
+using State = Protection::State;
 
-constexpr int kFirstWithNetwork = 4;  // version of Landlock
 constexpr char kLogIndexSuffix[] = "-shm";
 constexpr char kLibraryFolder[] = "Library";
 constexpr mode_t kPrivate = 0700;
@@ -35,52 +42,117 @@ void makePrivateFolders(const std::filesystem::path& folder) {
   }
 }
 
+std::string reason(int error) {
+  return "the kernel refused: " + std::generic_category().message(error);
+}
+
+// In force only when the trial says so; a kernel that takes a rule and does not keep it has refused it.
+Protection protection(const std::string& name, int error, bool isKept, const std::string& promise) {
+  if (error != 0) return {name, State::refused, reason(error)};
+  if (!isKept) return {name, State::refused, "the kernel took the rule but does not keep it"};
+  return {name, State::inForce, promise};
+}
+
+Protection missing(const std::string& name, const std::string& why) {
+  return {name, State::missing, why};
+}
+
 Protection giveUpCoreDumps() {
   const rlimit none{0, 0};
-  const bool isOff = setrlimit(RLIMIT_CORE, &none) == 0;
-  return {"core dumps", isOff, isOff ? "none are written" : "could not be turned off"};
+  const int error = setrlimit(RLIMIT_CORE, &none) == 0 ? 0 : errno;
+  return protection("core dumps", error, ConfinementTrial::writesNoCore(), "none are written");
 }
 
 Protection giveUpTracing() {
-  const bool isOff = prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0;
-  return {"tracing", isOff, isOff ? "other programs can't look into the process" : "could not be turned off"};
+  const int error = prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 ? 0 : errno;
+  return protection("tracing", error, ConfinementTrial::isNotTraced(),
+                    "the user's other programs can't look into the process");
 }
 
-void appendCalls(const ConfinementPlan& plan, std::vector<Protection>& protections) {
+// The nearest folder that exists, from the store's own upwards.
+std::filesystem::path nearestFolder(std::filesystem::path folder) {
+  std::error_code error;
+  while (!std::filesystem::is_directory(folder, error) && folder != folder.parent_path()) folder = folder.parent_path();
+  return folder;
+}
+
+void allowFiles(Landlock& rules, const ConfinementPlan& plan, const std::filesystem::path& store) {
+  for (const std::filesystem::path& folder : plan.writableFolders) {
+    makePrivateFolders(folder);
+    rules.allow(folder, Access::everything);
+  }
+  for (const std::filesystem::path& path : plan.readable) {
+    if (path.filename().empty()) makePrivateFolders(path.parent_path());
+    rules.allow(path, Access::reading);
+  }
+  for (const std::filesystem::path& path : ReadableFiles::ofSystem()) rules.allow(path, Access::reading);
+  for (const std::filesystem::path& path : ReadableFiles::ofUser()) rules.allow(path, Access::reading);
+  rules.allow(nearestFolder(store.parent_path()), Access::readingAndMakingEmptyFiles);
+  // The Messages folder may be replaced by another while the process runs.
+  if (const std::filesystem::path library = store.parent_path().parent_path(); library.filename() == kLibraryFolder)
+    rules.allow(library, Access::readingAndMakingEmptyFiles);
+  rules.allow(store.string() + kLogIndexSuffix, Access::everything);
+  for (const char* device : {"/dev/null", "/dev/dri"}) rules.allow(device, Access::everything);
+}
+
+Protection readingProtection(int error, const std::filesystem::path& store) {
+  const bool isStoreThere = nearestFolder(store.parent_path()) == store.parent_path();
+  if (error == 0 && !isStoreThere) return missing("reading", "from the next start on: there is no Messages folder yet");
+  return protection("reading", error, ConfinementTrial::readsNot("/") && ConfinementTrial::readsNot("/proc"),
+                    "only the store, its own folders, and files of the system and the desktop");
+}
+
+void confineFiles(const ConfinementPlan& plan, std::vector<Protection>& protections) {
+  const bool restrictsTcp = plan.modelPort && !plan.needsInternetSockets;
+  if (Landlock::version() == 0) {
+    for (const char* name : {"writing", "reading"}) protections.push_back(missing(name, "the kernel has no Landlock"));
+    if (restrictsTcp) protections.push_back(missing("model port", "the kernel has no Landlock"));
+    return;
+  }
+  // Its folder must stay in the kernel's memory: one that is looked up again later would have no rule.
+  [[maybe_unused]] static const int ownProcess = open("/proc/self", O_PATH | O_DIRECTORY | O_CLOEXEC);
+  const std::filesystem::path store = resolved(plan.store);
+  Landlock rules(restrictsTcp);
+  allowFiles(rules, plan, store);
+  if (plan.modelPort) rules.allowConnecting(*plan.modelPort);
+  const int error = rules.enforce();
+  protections.push_back(protection("writing", error,
+                                   ConfinementTrial::writesNot("/tmp") && ConfinementTrial::writesNot("/dev/shm"),
+                                   "only in its own folders"));
+  protections.push_back(readingProtection(error, store));
+  if (!restrictsTcp) return;
+  if (Landlock::version() < Landlock::kFirstWithNetwork)
+    protections.push_back(
+        missing("model port", "the kernel's Landlock has no rules on ports: any TCP port can be asked"));
+  else
+    protections.push_back(protection("model port", error, ConfinementTrial::bindsNoPort(),
+                                     "TCP to the number of the model's port only, on any host"));
+}
+
+void confineCalls(const ConfinementPlan& plan, std::vector<Protection>& protections) {
   using Sockets = SystemCallFilter::Sockets;
+  const std::initializer_list<const char*> names = {"programs", "signals", "modes", "terminal"};
+  if (!SystemCallFilter::isPossible()) {
+    for (const char* name : names) protections.push_back(missing(name, "the kernel has no system call filter"));
+    protections.push_back(missing("sockets", "the kernel has no system call filter"));
+    return;
+  }
   const Sockets sockets = plan.needsInternetSockets ? Sockets::all
                           : plan.modelPort          ? Sockets::localAndTcp
                                                     : Sockets::localOnly;
-  const bool isOn = SystemCallFilter::enforce(sockets);
-  protections.push_back({"programs", isOn, isOn ? "it can't start any" : "the kernel has no system call filter"});
+  const int error = SystemCallFilter::enforce(sockets, SystemCallFilter::Scope::everything);
+  protections.push_back(protection("programs", error, ConfinementTrial::startsNoProgram(),
+                                   "it can't start any itself; the session bus stays open"));
+  protections.push_back(protection("signals", error, ConfinementTrial::signalsNobody(), "only to itself"));
+  protections.push_back(protection("modes", error, ConfinementTrial::changesNoMode(),
+                                   "modes, owners and times of files stay as they are"));
+  protections.push_back(
+      protection("terminal", error, ConfinementTrial::feedsNoTerminal(), "no typing into it on the user's behalf"));
   if (plan.needsInternetSockets)
-    protections.push_back({"sockets", false, "the display or the bus is reached over the network"});
-  else if (!isOn)
-    protections.push_back({"sockets", false, "the kernel has no system call filter"});
+    protections.push_back(missing("sockets", "the display or the bus is reached over the network"));
   else
-    protections.push_back({"sockets", true, plan.modelPort ? "TCP only" : "no internet sockets"});
-}
-
-Protection confineWriting(const ConfinementPlan& plan, bool restrictsTcp, bool& isEnforced) {
-  if (Landlock::version() == 0) return {"writing", false, "the kernel has no Landlock"};
-  const std::filesystem::path store = resolved(plan.store);
-  std::error_code error;
-  if (!std::filesystem::is_directory(store.parent_path(), error))
-    return {"writing", false, "from the next start on: there is no Messages folder yet"};
-  Landlock rules(restrictsTcp);
-  for (const std::filesystem::path& folder : plan.writableFolders) {
-    makePrivateFolders(folder);
-    rules.allow(folder, Landlock::Writing::everything);
-  }
-  rules.allow(store.parent_path(), Landlock::Writing::makeEmptyFiles);
-  // The Messages folder may be replaced by another while the process runs.
-  if (const std::filesystem::path library = store.parent_path().parent_path(); library.filename() == kLibraryFolder)
-    rules.allow(library, Landlock::Writing::makeEmptyFiles);
-  rules.allow(store.string() + kLogIndexSuffix, Landlock::Writing::everything);
-  for (const char* device : {"/dev/null", "/dev/dri", "/dev/shm"}) rules.allow(device, Landlock::Writing::everything);
-  if (plan.modelPort) rules.allowConnecting(*plan.modelPort);
-  isEnforced = rules.enforce();
-  return {"writing", isEnforced, isEnforced ? "only its own folders" : "the kernel refused"};
+    protections.push_back(protection("sockets", error, ConfinementTrial::makesNoSocket(plan.modelPort.has_value()),
+                                     plan.modelPort ? "local ones and TCP only" : "local ones only"));
 }
 
 }  // namespace
@@ -90,15 +162,22 @@ ConfinementReport apply(const ConfinementPlan& plan) {
   report.processID = getpid();
   report.protections.push_back(giveUpCoreDumps());
   report.protections.push_back(giveUpTracing());
-  const bool restrictsTcp = plan.modelPort && !plan.needsInternetSockets;
-  bool isEnforced = false;
-  report.protections.push_back(confineWriting(plan, restrictsTcp, isEnforced));
-  if (restrictsTcp) {
-    const bool isOn = isEnforced && Landlock::version() >= kFirstWithNetwork;
-    report.protections.push_back({"model port", isOn, isOn ? "TCP to the model's port only" : "not on this kernel"});
-  }
-  appendCalls(plan, report.protections);
+  confineFiles(plan, report.protections);
+  confineCalls(plan, report.protections);
   return report;
+}
+
+void applyToCompanion(bool mayAskModel) {
+  giveUpCoreDumps();
+  giveUpTracing();
+  using namespace SystemCallFilter;
+  enforce(mayAskModel ? Sockets::localAndTcp : Sockets::localOnly, Scope::lookingIntoOthers);
+}
+
+void applyToKeeper() {
+  giveUpCoreDumps();
+  giveUpTracing();
+  SystemCallFilter::enforce(SystemCallFilter::Sockets::localOnly, SystemCallFilter::Scope::everything);
 }
 
 }  // namespace pellora::ProcessConfinement

@@ -1,11 +1,19 @@
 #include "Adapters/Linux/Process/SystemCallFilter.h"
 
+#include <asm/ioctls.h>
+#include <asm/sockios.h>
+#include <fcntl.h>
+#include <linux/seccomp.h>
 #include <netinet/in.h>
 #include <seccomp.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <vector>
 
 namespace pellora::SystemCallFilter {
@@ -14,10 +22,11 @@ namespace {
 
 constexpr int kTypeMask = 0xF;  // the kind of socket, without its flags
 
-// Nothing of what the program does needs these.
+constexpr int kLinuxConsole = 0x541C;       // TIOCLINUX: pastes a selection into the terminal
+constexpr scmp_datum_t kWord = 0xFFFFFFFF;  // of an argument, what the kernel looks at
+
+// Calls that look into other processes or change the system. Nothing of this project needs them.
 constexpr std::array kForbidden = {
-    SCMP_SYS(execve),
-    SCMP_SYS(execveat),
     SCMP_SYS(ptrace),
     SCMP_SYS(process_vm_readv),
     SCMP_SYS(process_vm_writev),
@@ -46,7 +55,33 @@ constexpr std::array kForbidden = {
     SCMP_SYS(request_key),
     SCMP_SYS(open_by_handle_at),
     SCMP_SYS(pidfd_getfd),
+    SCMP_SYS(kcmp),
+    SCMP_SYS(process_mrelease),
 };
+
+// Calls that start programs, change modes, owners and times of files, whose folders a filter can't tell apart, or
+// reach other processes.
+constexpr std::array kForbiddenWithoutPrograms = {
+    SCMP_SYS(execve),       SCMP_SYS(execveat),
+    SCMP_SYS(chmod),        SCMP_SYS(fchmod),
+    SCMP_SYS(fchmodat),     SCMP_SYS(chown),
+    SCMP_SYS(fchown),       SCMP_SYS(lchown),
+    SCMP_SYS(fchownat),     SCMP_SYS(setxattr),
+    SCMP_SYS(lsetxattr),    SCMP_SYS(fsetxattr),
+    SCMP_SYS(removexattr),  SCMP_SYS(lremovexattr),
+    SCMP_SYS(fremovexattr), SCMP_SYS(utime),
+    SCMP_SYS(utimes),       SCMP_SYS(futimesat),
+    SCMP_SYS(utimensat),    SCMP_SYS(tkill),
+    SCMP_SYS(setpgid),      SCMP_SYS(pidfd_send_signal),
+    SCMP_SYS(setpriority),  SCMP_SYS(ioprio_set),
+};
+
+// fchmodat2, which the library of Debian 12 does not know by name.
+constexpr int kChangeModeWithFlags = 452;
+
+// Calls whose first argument names the process that gets a signal.
+constexpr std::array kSignalling = {SCMP_SYS(kill), SCMP_SYS(tgkill), SCMP_SYS(rt_sigqueueinfo),
+                                    SCMP_SYS(rt_tgsigqueueinfo)};
 
 using Condition = scmp_arg_cmp;
 
@@ -99,21 +134,61 @@ bool refuseSockets(scmp_filter_ctx filter, Sockets sockets) {
   return isRefused && refuseFastOpen(filter);
 }
 
-bool refuseCalls(scmp_filter_ctx filter) {
-  for (const int call : kForbidden)
-    if (seccomp_rule_add(filter, SCMP_ACT_ERRNO(EPERM), call, 0) != 0) return false;
-  return true;
+bool refuse(scmp_filter_ctx filter, int call) {
+  return seccomp_rule_add(filter, SCMP_ACT_ERRNO(EPERM), call, 0) == 0;
+}
+
+bool refuseWhen(scmp_filter_ctx filter, int call, const Condition& condition) {
+  return seccomp_rule_add_array(filter, SCMP_ACT_ERRNO(EPERM), call, 1, &condition) == 0;
+}
+
+bool refuseLookingIntoOthers(scmp_filter_ctx filter) {
+  bool isRefused = true;
+  for (const int call : kForbidden) isRefused = isRefused && refuse(filter, call);
+  return isRefused;
+}
+
+// Cutting files that may not be written, which Landlock rules only from its third version on.
+bool refuseCutting(scmp_filter_ctx filter) {
+  const auto refuseFlags = [filter](int call, unsigned argument) {
+    const Condition cutsWithoutWriting = {argument, SCMP_CMP_MASKED_EQ, O_ACCMODE | O_TRUNC, O_RDONLY | O_TRUNC};
+    return seccomp_rule_add_array(filter, SCMP_ACT_ERRNO(EACCES), call, 1, &cutsWithoutWriting) == 0;
+  };
+  return seccomp_rule_add(filter, SCMP_ACT_ERRNO(EACCES), SCMP_SYS(truncate), 0) == 0 &&
+         refuseFlags(SCMP_SYS(open), 1) && refuseFlags(SCMP_SYS(openat), 2) &&
+         seccomp_rule_add(filter, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(openat2), 0) == 0;
+}
+
+bool refuseReachingOthers(scmp_filter_ctx filter) {
+  bool isRefused = refuse(filter, kChangeModeWithFlags) && refuseCutting(filter);
+  for (const int call : kForbiddenWithoutPrograms) isRefused = isRefused && refuse(filter, call);
+  const auto self = static_cast<scmp_datum_t>(getpid());
+  for (const int call : kSignalling) isRefused = isRefused && refuseWhen(filter, call, {0, SCMP_CMP_NE, self, 0});
+  isRefused = isRefused && refuseWhen(filter, SCMP_SYS(prlimit64), {0, SCMP_CMP_NE, 0, 0});
+  // Files can send signals, too, to whom they are told.
+  for (const scmp_datum_t command : {F_SETOWN, F_SETOWN_EX, F_SETSIG})
+    isRefused = isRefused && refuseWhen(filter, SCMP_SYS(fcntl), {1, SCMP_CMP_MASKED_EQ, kWord, command});
+  for (const scmp_datum_t request : {TIOCSTI, kLinuxConsole, TIOCCONS, FIOSETOWN, SIOCSPGRP})
+    isRefused = isRefused && refuseWhen(filter, SCMP_SYS(ioctl), {1, SCMP_CMP_MASKED_EQ, kWord, request});
+  return isRefused;
 }
 
 }  // namespace
 
-bool enforce(Sockets sockets) {
+bool isPossible() {
+  constexpr std::uint32_t action = SECCOMP_RET_ERRNO;
+  return syscall(SYS_seccomp, SECCOMP_GET_ACTION_AVAIL, 0, &action) == 0;
+}
+
+int enforce(Sockets sockets, Scope scope) {
   const scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ALLOW);
-  if (filter == nullptr) return false;
+  if (filter == nullptr) return ENOMEM;
   seccomp_attr_set(filter, SCMP_FLTATR_CTL_TSYNC, 1);
-  const bool isLoaded = refuseSockets(filter, sockets) && refuseCalls(filter) && seccomp_load(filter) == 0;
+  int error = refuseSockets(filter, sockets) && refuseLookingIntoOthers(filter) ? 0 : EINVAL;
+  if (error == 0 && scope == Scope::everything && !refuseReachingOthers(filter)) error = EINVAL;
+  if (error == 0) error = -seccomp_load(filter);
   seccomp_release(filter);
-  return isLoaded;
+  return error;
 }
 
 }  // namespace pellora::SystemCallFilter

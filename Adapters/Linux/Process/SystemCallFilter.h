@@ -1,5 +1,4 @@
-// Takes system calls away from the whole process, all threads: those that start programs, look into or change other
-// processes, and make sockets of kinds that are not needed. A refused call fails with an error, it kills nobody.
+// Takes system calls away from the whole process, all threads. A refused call fails with an error, it kills nobody.
 #pragma once
 
 namespace pellora {
@@ -8,8 +7,15 @@ namespace SystemCallFilter {
 
 enum class Sockets { localOnly, localAndTcp, all };
 
-// False when the kernel or its library refuses.
-bool enforce(Sockets sockets);
+// `lookingIntoOthers`: tracing, reading and changing other processes and the system, sockets of kinds not needed.
+// `everything`: starting programs, signals to others, file modes and owners, and putting words into a terminal, too.
+enum class Scope { lookingIntoOthers, everything };
+
+// Whether the kernel has such filters at all.
+bool isPossible();
+
+// 0, or the error with which the kernel or its library refused.
+int enforce(Sockets sockets, Scope scope);
 
 }  // namespace SystemCallFilter
 

@@ -1,0 +1,42 @@
+// Reading a Messages store that may be hostile or broken, with bounded time and memory: files beside it that are no
+// files are never opened, its schema is not trusted, its tables must be what they seem, and a read that goes on for
+// ever ends. For whoever opens a connection to the store.
+// Tested by Tests/Core/StoreHardeningTests.cpp.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+struct sqlite3;
+
+namespace pellora {
+
+namespace StoreHardening {
+
+// A text or body longer than this is an error of its query; real ones have a few hundred kilobytes at most.
+inline constexpr int kMaximumLength = 64 << 20;  // bytes
+// Steps of SQLite's machine for one connection. A read of a store with five million messages takes a tenth.
+inline constexpr std::int64_t kMaximumSteps = 5'000'000'000;
+
+// Why nothing of the store can be opened, as a clause: its log, the log's index or its journal is a pipe, a device, a
+// folder or a link to elsewhere, or its log has a broken head and can't be passed over. Empty when all is well. Links
+// in the path of the store itself are followed.
+std::string obstacleBeside(const std::filesystem::path& store);
+
+// For a fresh connection, before its first statement. `steps` counts down from kMaximumSteps and must outlive the
+// connection; reading ends with SQLITE_INTERRUPT when it comes to 0.
+void harden(sqlite3* connection, std::int64_t& steps);
+
+// What is wrong with the tables that the store is read from, as a clause: one is a view, a virtual table, or computes
+// some of its columns. Empty when they are ordinary or missing, or when the schema can't be read; the query then says
+// so. Absent while another program keeps the store locked: nothing is known then.
+std::optional<std::string> tableTrouble(sqlite3* connection);
+
+// The connection's last error as SQLite tells it, or in plainer words where SQLite's say too little.
+std::string errorText(sqlite3* connection);
+
+}  // namespace StoreHardening
+
+}  // namespace pellora
