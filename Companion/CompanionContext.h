@@ -29,6 +29,7 @@ struct CompanionContext {
   LocalCalendar calendar;
   OutputStyle style;
   std::optional<std::filesystem::path> settings = {};  // what the companion itself remembers
+  std::filesystem::path store = {};                    // the Messages store of this user
 
   // Throws CompanionFailure with the reason when there is none.
   ExchangeKey key() const;

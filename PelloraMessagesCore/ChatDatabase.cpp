@@ -276,6 +276,44 @@ ChatParticipants ChatDatabase::chatParticipants() const {
   return participants;
 }
 
+ChatDatabase::Summary ChatDatabase::summary() const {
+  Statement statement(checked(),
+                      "SELECT (SELECT count(*) FROM message), (SELECT count(DISTINCT id) FROM handle),\n"
+                      "(SELECT count(DISTINCT chat_id) FROM chat_handle_join), (SELECT max(date) FROM message)");
+  Summary summary;
+  while (statement.nextRow()) {
+    summary = {statement.integer64(0), statement.integer64(1), statement.integer64(2), std::nullopt};
+    if (summary.messages > 0) summary.newestMessageAt = date(statement.integer64(3));
+  }
+  return summary;
+}
+
+std::vector<std::string> ChatDatabase::handles() const {
+  Statement statement(checked(), "SELECT DISTINCT id FROM handle ORDER BY id");
+  std::vector<std::string> handles;
+  while (statement.nextRow())
+    if (const auto handle = statement.text(0)) handles.push_back(text::repairedUtf8(*handle));
+  return handles;
+}
+
+std::vector<ChatDatabase::Correspondent> ChatDatabase::correspondents() const {
+  Statement statement(checked(),
+                      "SELECT h.id, sum(m.is_from_me <> 0), sum(m.is_from_me = 0), max(m.date)\n"
+                      "FROM (SELECT chat_id, min(handle_id) AS handle_id FROM chat_handle_join GROUP BY chat_id\n"
+                      "HAVING count(DISTINCT handle_id) = 1) AS chats\n"
+                      "JOIN handle h ON h.ROWID = chats.handle_id\n"
+                      "JOIN chat_message_join cmj ON cmj.chat_id = chats.chat_id\n"
+                      "JOIN message m ON m.ROWID = cmj.message_id\n"
+                      "WHERE IFNULL(m.associated_message_type, 0) = 0 AND IFNULL(m.item_type, 0) = 0\n"
+                      "GROUP BY h.id ORDER BY count(*) DESC, h.id");
+  std::vector<Correspondent> correspondents;
+  while (statement.nextRow())
+    if (const auto handle = statement.text(0))
+      correspondents.push_back(
+          {text::repairedUtf8(*handle), statement.integer64(1), statement.integer64(2), date(statement.integer64(3))});
+  return correspondents;
+}
+
 std::int64_t ChatDatabase::appleTime(Instant date) {
   const Int128 nanoseconds = (date - kReferenceDate).count();
   if (nanoseconds < std::numeric_limits<std::int64_t>::min() ||

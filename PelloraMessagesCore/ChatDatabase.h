@@ -1,5 +1,6 @@
-// The only reader of the Messages store: one read-only connection, four fixed queries. Owned by one read cycle and
-// used by one thread at a time. Other processes write meanwhile; a locked store is retried for two seconds.
+// The only reader of messages: one read-only connection, fixed queries. (The companion copies stores as files and
+// checks them, which is not reading.) Owned by one read cycle and used by one thread at a time. Other processes write
+// meanwhile; a locked store is retried for two seconds.
 // Tested by Tests/Core/ChatDatabaseTests.cpp.
 #pragma once
 
@@ -83,6 +84,27 @@ class ChatDatabase {
   std::vector<HistoryMessage> messages(const std::set<std::int64_t>& inChats, Instant since) const;
 
   ChatParticipants chatParticipants() const;
+
+  // How much is in the store, for the people who set it up.
+  struct Summary {
+    std::int64_t messages = 0;
+    std::int64_t people = 0;  // handles
+    std::int64_t chats = 0;
+    std::optional<Instant> newestMessageAt;  // absent when there is no message
+  };
+  Summary summary() const;
+
+  // The handles of the store, in its own spelling, without repeats. Reads nothing of any message.
+  std::vector<std::string> handles() const;
+
+  // Whom one writes with in one-to-one chats, most messages first. Counts and dates; no text is read.
+  struct Correspondent {
+    std::string handle;
+    std::int64_t sent = 0;
+    std::int64_t received = 0;
+    Instant lastMessageAt;
+  };
+  std::vector<Correspondent> correspondents() const;
 
   // The value that `m.date` is compared with: nanoseconds since 2001-01-01 00:00:00 UTC. A value outside 64 bits
   // is a programming error and ends the process.

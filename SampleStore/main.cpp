@@ -10,6 +10,7 @@
 #include "PelloraMessagesCore/Files/StandardDescriptors.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
 #include "PelloraMessagesCore/Time/IsoDate.h"
+#include "SampleStore/PhoneBackupWriter.h"
 #include "SampleStore/SamplePerson.h"
 #include "SampleStore/SampleStoreWriter.h"
 
@@ -33,6 +34,8 @@ struct Arguments {
   std::size_t append = 0;
   double rate = 0;  // messages a second; 0: as fast as it goes
   bool force = false;
+  bool asBackup = false;
+  std::string passwordFile;
 };
 
 Instant currentTime() {
@@ -71,7 +74,31 @@ void append(const Arguments& arguments) {
   std::cout << "Added " << arguments.append << " messages to " << arguments.file << '\n';
 }
 
+// The file's first line.
+std::string password(const Arguments& arguments) {
+  if (arguments.passwordFile.empty()) return {};
+  std::ifstream file(arguments.passwordFile);
+  std::string line;
+  std::getline(file, line);
+  if (line.ends_with('\r')) line.pop_back();
+  if (line.empty()) throw std::runtime_error("There is no password in " + arguments.passwordFile + ".");
+  return line;
+}
+
+void createBackup(const Arguments& arguments) {
+  PhoneBackupWriter::Options options;
+  options.password = password(arguments);
+  if (arguments.force)
+    for (const char* name : {"Manifest.db", "Manifest.plist"})
+      std::filesystem::remove(std::filesystem::path(arguments.file) / name);
+  PhoneBackupWriter::create(arguments.file, arguments.options, options);
+  std::cout << "Wrote " << (options.password.empty() ? "a" : "an encrypted") << " backup of "
+            << arguments.options.messages << " messages with " << arguments.options.people << " people to "
+            << arguments.file << '\n';
+}
+
 void create(Arguments& arguments) {
+  if (arguments.asBackup) return createBackup(arguments);
   if (arguments.force) removeStore(arguments.file);
   SampleStoreWriter::create(arguments.file, arguments.options);
   std::cout << "Wrote " << arguments.options.messages << " messages with " << arguments.options.people << " people to "
@@ -101,12 +128,19 @@ void declare(CLI::App& app, Arguments& arguments) {
   app.add_option("--rate", arguments.rate, "With --append: messages a second")
       ->check(CLI::NonNegativeNumber)
       ->needs(append);
+  CLI::Option* backup =
+      app.add_flag("--as-backup", arguments.asBackup, "Write the folder of a phone's backup with the store in it");
+  backup->excludes(append);
+  app.add_option("--password-file", arguments.passwordFile,
+                 "With --as-backup: encrypt the backup with the password in this file's first line")
+      ->needs(backup);
   app.add_flag("--force", arguments.force, "Replace a store that is there");
   app.set_version_flag("--version", "pellora-sample-store " PELLORA_VERSION);
   app.footer(
       "Examples:\n"
       "  pellora-sample-store --messages 5000 --people-file people.json ~/Library/Messages/chat.db\n"
-      "  pellora-sample-store --append 100 --rate 5 ~/Library/Messages/chat.db\n\n"
+      "  pellora-sample-store --append 100 --rate 5 ~/Library/Messages/chat.db\n"
+      "  pellora-sample-store --as-backup ~/backup/phone\n\n"
       "Exit codes: 0 done, 1 could not, 2 wrong usage.");
 }
 

@@ -30,7 +30,7 @@ get_property(compressed_files GLOBAL PROPERTY pellora_compressed_files)
 add_custom_target(compressed ALL DEPENDS ${compressed_files})
 
 install(FILES ${pellora_packaging}/copyright DESTINATION ${pellora_doc})
-install(FILES Documentation/UserGuide.md Documentation/Companion.md Documentation/LanguageModel.md
+install(FILES Documentation/UserGuide.md Documentation/History.md Documentation/Companion.md Documentation/LanguageModel.md
   Documentation/Privacy.md DESTINATION ${pellora_doc})
 # The pictures that the guide shows.
 file(STRINGS Documentation/UserGuide.md shown REGEX "Screenshots/")

@@ -5,11 +5,13 @@
 #include <iostream>
 #include <sstream>
 
+#include "Companion/Commands/HistoryCommands.h"
 #include "Companion/Commands/KeyCommand.h"
 #include "Companion/Commands/LatelyCommand.h"
 #include "Companion/Commands/ModelCommand.h"
 #include "Companion/Commands/PeopleImportCommand.h"
 #include "Companion/Commands/PeopleListCommand.h"
+#include "Companion/Commands/PeopleRemoveCommand.h"
 #include "Companion/Commands/ReadNowCommand.h"
 #include "Companion/Commands/RemovalCommands.h"
 #include "Companion/Commands/SetupCommand.h"
@@ -18,6 +20,7 @@
 #include "Companion/Output/DisplayText.h"
 #include "Companion/Output/StandardOutput.h"
 #include "Companion/PlatformAdapters.h"
+#include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::CommandLine {
@@ -36,18 +39,32 @@ constexpr char kExamples[] =
     "  pellora-companion lately Anna --json\n";
 
 constexpr char kImportExamples[] =
-    "FILE is a JSON list, a table (CSV) or vCards, told apart by content.\n"
+    "FILE is a JSON list, jCards, a table (CSV), vCards or LDIF, told apart by content.\n"
     "People who are there stay; the same person is updated. Organisations, groups\n"
     "and entries without a number or address are skipped, and the output says why.\n\n"
     "Examples:\n"
     "  pellora-companion people import contacts.vcf\n"
     "  pellora-companion people import --dry-run people.csv\n"
     "  pellora-companion people import --replace people.json\n"
+    "  pellora-companion people import contacts.vcf --country FR --only Ada --only Bob\n"
     "  pellora-companion people list --json | pellora-companion people import -\n";
+
+constexpr char kHistoryExamples[] =
+    "PATH is a database file, a folder that holds chat.db (a mounted home, a copied\n"
+    "folder), or a phone backup (a folder with Manifest.db). Nothing of it is changed;\n"
+    "the history in ~/Library/Messages is replaced whole or not at all. The password\n"
+    "of an encrypted backup is asked for, or read from --password-file.\n\n"
+    "Examples:\n"
+    "  pellora-companion history add ~/backup/00008030-001A\n"
+    "  pellora-companion history add /media/disk/Users/ada/Library/Messages\n"
+    "  pellora-companion history refresh\n"
+    "  pellora-companion history status\n";
 
 constexpr char kListExamples[] =
     "Examples:\n"
     "  pellora-companion people list\n"
+    "  pellora-companion people suggest\n"
+    "  pellora-companion people remove Ada\n"
     "  pellora-companion people list --json\n";
 
 constexpr char kStatusExamples[] =
@@ -138,6 +155,7 @@ class Commands {
     _app.set_help_flag("-h,--help", "print this help and exit");
     _app.footer(std::string(kExamples) + kExitCodes);
     _app.require_subcommand(1);
+    addHistory();
     addPeople();
     addLooking();
     addModel();
@@ -166,15 +184,49 @@ class Commands {
     return added;
   }
 
+  void addHistory() {
+    CLI::App* history = add(_app, "history", "bring the Messages history here: add, refresh, status", kHistoryExamples);
+    history->require_subcommand(1);
+    CLI::App* adding = addCommand(*history, _historyAdd, "add", "copy a history into place", kHistoryExamples);
+    adding->add_option("PATH", _historyAdd.source, "a database, a folder with chat.db, or a phone backup")
+        ->required()
+        ->check(refuseEmpty);
+    CLI::App* refresh = addCommand(*history, _historyRefresh, "refresh", "do the last add again", kHistoryExamples);
+    declareReplacing(*adding, _historyAdd);
+    declareReplacing(*refresh, _historyRefresh);
+    addCommand(*history, _historyStatus, "status", "where the history came from and what is in it", kHistoryExamples);
+  }
+
+  template <class Command>
+  static void declareReplacing(CLI::App& app, Command& command) {
+    app.add_option("--password-file", command.passwordFile, "read the password of an encrypted backup from this file")
+        ->type_name("FILE")
+        ->check(refuseEmpty);
+    app.add_flag("--replace", command.replaces, "also replace a history that has newer messages");
+  }
+
   void addPeople() {
-    CLI::App* people = add(_app, "people", "whom the helper looks for: import, list", kImportExamples);
+    CLI::App* people = add(_app, "people", "whom the helper looks for: import, list, suggest, remove", kImportExamples);
     people->require_subcommand(1);
     CLI::App* import =
         addCommand(*people, _import, "import", "take people from an address book's file", kImportExamples);
-    import->add_option("FILE", _import.source, "the file; - is standard input")->required();
+    import->add_option("FILE", _import.sources, "one or more files; - is standard input")->required();
+    import->add_option("--country", _import.country, "of numbers without a country's code, as in DE")
+        ->check(refuseEmpty);
+    CLI::Option* only = import->add_option("--only", _import.only, "take only who has this name; may be repeated");
+    only->type_name("NAME")->check(refuseEmpty)->allow_extra_args(false);
+    import->add_flag("--choose", _import.chooses, "ask on the terminal whom to take")->excludes(only);
     import->add_flag("--replace", _import.replaces, "the people file becomes exactly this import");
     import->add_flag("--dry-run", _import.isTrial, "say what would be done and write nothing");
     addCommand(*people, _list, "list", "show the people", kListExamples);
+    CLI::App* suggest =
+        addCommand(*people, _suggest, "suggest", "with whom you write and who is not named", kListExamples);
+    suggest->add_option("--count", _suggest.count, "at most so many")->capture_default_str();
+    CLI::App* remove =
+        addCommand(*people, _remove, "remove", "take one person out, with the lately record", kListExamples);
+    remove->add_option("PERSON", _remove.person, "a first name, number, address or identifier")
+        ->required()
+        ->check(refuseEmpty);
   }
 
   void addLooking() {
@@ -220,13 +272,19 @@ class Commands {
                                    std::chrono::time_point_cast<Nanoseconds>(std::chrono::system_clock::now()),
                                    LocalCalendar::current(),
                                    OutputStyle::ofStandardOutput(),
-                                   platform_adapters::settingsFolder()};
+                                   platform_adapters::settingsFolder(),
+                                   ChatDatabase::defaultURL()};
     return command.run(context);
   }
 
   CLI::App _app;
+  HistoryAddCommand _historyAdd;
+  HistoryRefreshCommand _historyRefresh;
+  HistoryStatusCommand _historyStatus;
   PeopleImportCommand _import;
   PeopleListCommand _list;
+  PeopleSuggestCommand _suggest;
+  PeopleRemoveCommand _remove;
   StatusCommand _status;
   LatelyCommand _lately;
   ViewCommand _view;

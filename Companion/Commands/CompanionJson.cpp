@@ -12,28 +12,6 @@ namespace {
 
 using Json = JsonValue;
 
-// Control characters stand inside strings only, where their escapes mean the same.
-std::string line(const Json& value) {
-  const std::string raw = value.dump(Json::Order::sorted);
-  std::string text;
-  text.reserve(raw.size() + 1);
-  for (std::size_t position = 0; position < raw.size(); ++position) {
-    const auto byte = static_cast<unsigned char>(raw[position]);
-    const bool hasNext = position + 1 < raw.size();
-    const auto next = hasNext ? static_cast<unsigned char>(raw[position + 1]) : 0U;
-    if (byte == 0x7F) {
-      text += "\\u007f";
-    } else if (byte == 0xC2 && next >= 0x80 && next < 0xA0) {
-      text += "\\u00";
-      appendHex(text, static_cast<unsigned char>(next), kLowerHexDigits);
-      ++position;
-    } else {
-      text += raw[position];
-    }
-  }
-  return text + "\n";
-}
-
 Json json(const HelperPerson& person) {
   return Json::object({{"id", person.id.toString()},
                        {"firstName", person.firstName},
@@ -102,8 +80,34 @@ std::string_view word(PeopleStore::Kind kind) {
 
 }  // namespace
 
-std::string text(const std::vector<HelperPerson>& people) {
-  return line(json(people));
+// Control characters are inside strings only, where their escapes mean the same.
+std::string line(const JsonValue& value) {
+  const std::string raw = value.dump(Json::Order::sorted);
+  std::string text;
+  text.reserve(raw.size() + 1);
+  for (std::size_t position = 0; position < raw.size(); ++position) {
+    const auto byte = static_cast<unsigned char>(raw[position]);
+    const bool hasNext = position + 1 < raw.size();
+    const auto next = hasNext ? static_cast<unsigned char>(raw[position + 1]) : 0U;
+    if (byte == 0x7F) {
+      text += "\\u007f";
+    } else if (byte == 0xC2 && next >= 0x80 && next < 0xA0) {
+      text += "\\u00";
+      appendHex(text, static_cast<unsigned char>(next), kLowerHexDigits);
+      ++position;
+    } else {
+      text += raw[position];
+    }
+  }
+  return text + "\n";
+}
+
+std::string text(const std::vector<HelperPerson>& people, const std::optional<StoreHandles>& handles) {
+  return line(Json::array(people, [&handles](const HelperPerson& person) {
+    Json object = json(person);
+    if (handles) object.set("appears", handles->has(person));
+    return object;
+  }));
 }
 
 std::string text(const ImportOutcome& outcome) {
@@ -122,6 +126,12 @@ std::string text(const ImportOutcome& outcome) {
   object.set("shared", Json::array(outcome.shared, [](const SharedHandle& each) {
                return Json::object({{"handle", each.handle}, {"people", json(each.people)}});
              }));
+  object.set("remarks", Json::array(outcome.remarks));
+  object.set("countries", Json::array(outcome.countries));
+  object.set("usedColumns", Json::array(outcome.usedColumns));
+  object.set("unusedColumns", Json::array(outcome.unusedColumns));
+  object.set("appearing", outcome.appearing ? Json(*outcome.appearing) : Json());
+  object.set("notFound", Json::array(outcome.notFound));
   return line(object);
 }
 

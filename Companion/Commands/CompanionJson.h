@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,10 +11,15 @@
 #include "Companion/KeyState.h"
 #include "Companion/Lately/LatelyStore.h"
 #include "Companion/People/ImportOutcome.h"
+#include "PelloraMessagesCore/Json/JsonValue.h"
 
 namespace pellora::companion_json {
 
-std::string text(const std::vector<HelperPerson>& people);
+// The value on one line, as described above.
+std::string line(const JsonValue& value);
+
+// With "appears" (in Messages) where the store can be read.
+std::string text(const std::vector<HelperPerson>& people, const std::optional<StoreHandles>& handles);
 std::string text(const ImportOutcome& outcome);
 std::string text(const KeyState& key);
 std::string text(const StatusReport& report);

@@ -1,98 +1,91 @@
 #include "Companion/Commands/PeopleImportCommand.h"
 
 #include "Companion/Commands/CompanionJson.h"
-#include "Companion/KeyState.h"
+#include "Companion/Commands/PeopleEdit.h"
 #include "Companion/Output/CompanionFailure.h"
-#include "Companion/Output/InterruptionGuard.h"
+#include "Companion/Output/DisplayText.h"
 #include "Companion/Output/Progress.h"
+#include "Companion/Output/Terminal.h"
 #include "Companion/People/ImportOutcome.h"
 #include "Companion/People/InputFile.h"
-#include "Companion/People/PeopleMerge.h"
+#include "Companion/People/PeopleChoice.h"
 #include "Companion/People/PeopleParser.h"
-#include "Companion/People/PeopleStore.h"
-#include "Companion/PlatformAdapters.h"
-#include "PelloraMessagesCore/ExchangeKeychain.h"
+#include "Companion/People/PhoneNumbers.h"
+#include "Companion/People/StoreHandles.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
 
 namespace {
 
-constexpr std::chrono::seconds kLockPatience{30};
-constexpr char kLockFile[] = "people.lock";
-
-// Held while the people file is read, changed and written.
-std::shared_ptr<void> takeLock(const CompanionContext& context) {
-  auto lock = context.runtime ? platform_adapters::lock(*context.runtime / kLockFile, kLockPatience) : nullptr;
-  if (!lock)
-    throw CompanionFailure("Another import is at work, or there is no runtime folder for its lock; try again.");
-  return lock;
+std::string upperCased(std::string text) {
+  for (char& c : text)
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  return text;
 }
 
-// The state with a key, or with none although the store can be asked: one may be made then. Throws CompanionFailure.
-KeyState keyState(const CompanionContext& context) {
-  KeyState state = KeyState::find(context.secrets);
-  if (!state.key && state.kind != KeyState::Kind::none) throw CompanionFailure(state.sentence());
-  return state;
+PhoneNumbers::Hints hints(const std::optional<std::string>& country, const std::optional<StoreHandles>& handles) {
+  PhoneNumbers::Hints hints;
+  if (country) {
+    hints.country = upperCased(*country);
+    if (!PhoneNumbers::isCountry(*hints.country))
+      throw CompanionFailure("There is no country \"" + display::printable(*country) +
+                             "\"; give its two letters, as in --country DE.");
+  }
+  hints.localeCountry = PhoneNumbers::localeCountry();
+  if (handles) hints.storeHandles = handles->all();
+  return hints;
 }
 
-// The people file to add to. Throws CompanionFailure when there is one that cannot be read: its people would be lost.
-PeopleStore storeToChange(const CompanionContext& context, const KeyState& state, bool replaces) {
-  PeopleStore store = PeopleStore::find(context, state.key);
-  if (replaces || store.file || store.kind == PeopleStore::Kind::missing) return store;
-  std::string sentence = store.sentence(state.key.has_value());
-  sentence.pop_back();
-  const bool isOnlyForThisKey = store.kind == PeopleStore::Kind::sealed && state.key;
-  throw CompanionFailure(sentence + "; nothing was changed" +
-                         (isOnlyForThisKey ? " (--replace writes it anew)." : "."));
-}
-
-// The key that is there, else a new one. Throws CompanionFailure.
-ExchangeKey keyForWriting(const CompanionContext& context, const KeyState& state, bool& madeKey) {
-  if (state.key) return *state.key;
-  std::string reason;
-  const auto key = ExchangeKeychain::loadOrCreate(context.secrets, &reason);
-  if (!key) throw CompanionFailure(reason.empty() ? "The secret store does not take the exchange key." : reason);
-  madeKey = true;
-  return *key;
+[[noreturn]] void refuseNobody(const ImportedPeople& imported) {
+  const std::string reasons = imported.skipped.empty()
+                                  ? "."
+                                  : " (" + std::to_string(imported.skipped.size()) +
+                                        " skipped, the first for: " + imported.skipped.front().reason + ").";
+  throw CompanionFailure("There is nobody to take in the " + std::string(formatName(imported.format)) + reasons);
 }
 
 }  // namespace
 
 CommandResult PeopleImportCommand::run(const CompanionContext& context) const {
-  ImportedPeople imported;
-  {
+  std::optional<ImportedPeople> all;
+  for (const std::string& source : sources) {
     const Progress progress(source == "-" ? "Reading standard input" : "Reading " + source);
-    imported = parsePeople(input_file::read(source));
+    ImportedPeople imported = parsePeople(input_file::read(source));
+    if (imported.problem && sources.size() > 1)
+      imported.problem = display::printable(source) + ": " + *imported.problem;
+    if (imported.problem) throw CompanionFailure(*imported.problem);
+    if (all)
+      all->append(std::move(imported));
+    else
+      all = std::move(imported);
   }
-  return run(context, imported);
+  return run(context, all.value_or(ImportedPeople()));
 }
 
-CommandResult PeopleImportCommand::run(const CompanionContext& context, const ImportedPeople& imported) const {
+CommandResult PeopleImportCommand::run(const CompanionContext& context, ImportedPeople imported) const {
   if (imported.problem) throw CompanionFailure(*imported.problem);
-  if (!context.folder) throw CompanionFailure("There is no home folder to keep the people file in.");
-  ImportOutcome outcome{imported.format, {}, imported.skipped, {}, 0, isTrial, false};
-  if (imported.people.empty()) {
-    const std::string reasons = imported.skipped.empty() ? "" : imported.skipped.front().reason;
-    throw CompanionFailure("There is nobody to take in the " + std::string(formatName(imported.format)) +
-                           (reasons.empty() ? "."
-                                            : " (" + std::to_string(imported.skipped.size()) +
-                                                  " skipped, the first for: " + reasons + ")."));
-  }
-  const auto lock = takeLock(context);
-  const KeyState state = keyState(context);
-  const PeopleStore store = storeToChange(context, state, replaces);
+  const auto handles = StoreHandles::read(context.store);
+  const PhoneNumbers numbers(hints(country, handles), imported);
+  numbers.normalise(imported);
+  if (!only.empty()) people_choice::keepNamed(imported, only);
+  if (chooses) people_choice::ask(imported);
+  const bool empties = replaces && imported.skipped.empty() && only.empty() && !chooses;
+  if (imported.people.empty() && !empties) refuseNobody(imported);
+  PeopleEdit edit(context, replaces ? PeopleEdit::Present::mayBeLost : PeopleEdit::Present::needed);
   const auto mode = replaces ? PeopleMerge::Mode::replace : PeopleMerge::Mode::add;
-  PeopleMerge merge = PeopleMerge::merge(store.people(), imported.people, mode);
-  outcome.changes = std::move(merge.changes);
-  outcome.shared = SharedHandle::find(merge.people);
-  outcome.total = merge.people.size();
-  const bool isNew = !store.file || store.file->people != merge.people;
-  if (!isTrial) {
-    const InterruptionGuard guard;
-    const ExchangeKey key = keyForWriting(context, state, outcome.madeKey);
-    if (isNew) HelperPeopleFile{context.now, std::move(merge.people)}.write(key, context.folder);
-  }
-  return {json ? companion_json::text(outcome) : outcome.text(context.style), {}};
+  PeopleMerge merge = PeopleMerge::merge(edit.people(), imported.people, mode);
+  ImportOutcome outcome = ImportOutcome::of(std::move(imported), merge, handles);
+  outcome.countries = numbers.countries();
+  outcome.isTrial = isTrial;
+  PeopleEdit::Done done;
+  if (!isTrial) done = edit.write(std::move(merge.people));
+  outcome.madeKey = done.madeKey;
+  const std::string complaint =
+      done.recordsLeft.empty()
+          ? ""
+          : "The lately records of " + display::listed(done.recordsLeft) + " could not be removed.";
+  return {json ? companion_json::text(outcome) : outcome.text(context.style), complaint};
 }
 
 }  // namespace pellora

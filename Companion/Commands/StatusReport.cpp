@@ -105,9 +105,7 @@ std::string StatusReport::nextStep() const {
   using Kind = KeyState::Kind;
   if (store.isLocked)
     return "Close the program that holds the Messages database, or wait until it is done, then ask again.";
-  if (!store.messages)
-    return "Make the Messages database readable at " + store.file.string() +
-           " (copy it there, or give yourself access to it).";
+  if (!store.isReadable()) return store.nextStep();
   if (key.kind == Kind::locked) return "Unlock the keyring, then ask again.";
   if (key.kind == Kind::unavailable || key.kind == Kind::damaged) return key.sentence();
   if (peopleKind == PeopleStore::Kind::inaccessible)

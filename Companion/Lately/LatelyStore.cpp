@@ -9,6 +9,7 @@
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
 #include "Companion/People/PeopleStore.h"
+#include "Companion/People/StoreHandles.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"
 
@@ -80,7 +81,7 @@ LatelyStore LatelyStore::read(const CompanionContext& context, const ExchangeKey
   store.people = PeopleStore::find(context, key).people();
   std::unordered_map<Uuid, std::string> names;
   for (const HelperPerson& person : store.people)
-    if (!person.firstName.empty()) names.emplace(person.id, person.firstName);
+    if (!person.firstName.empty()) names.emplace(person.id, personTitle(person, store.people));
   for (MessagesLatelyRecord& record : MessagesLatelyInbox::readAll(key, context.folder)) {
     const auto name = names.find(record.personID);
     store.records.push_back({name == names.end() ? std::nullopt : std::optional(name->second), std::move(record), {}});

@@ -116,6 +116,20 @@ std::string counted(std::size_t count, std::string_view one, std::string_view ma
   return std::to_string(count) + " " + std::string(count == 1 ? one : many);
 }
 
+std::string size(std::uintmax_t bytes) {
+  if (bytes < 1000) return std::to_string(bytes) + " bytes";
+  constexpr std::string_view kUnits[] = {"KB", "MB", "GB", "TB"};
+  std::size_t unit = 0;
+  std::uintmax_t tenths = bytes / 100;
+  while (tenths >= 10'000 && unit + 1 < std::size(kUnits)) {
+    tenths /= 1000;
+    ++unit;
+  }
+  const std::string whole = std::to_string(tenths / 10);
+  const bool hasTenth = tenths % 10 != 0 && tenths < 1000;
+  return whole + (hasTenth ? "." + std::to_string(tenths % 10) : "") + " " + std::string(kUnits[unit]);
+}
+
 std::string listed(const std::vector<std::string>& items) {
   std::string text;
   for (std::size_t index = 0; index < items.size(); ++index) {

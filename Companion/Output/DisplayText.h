@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,9 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t columns);
 
 // "1 person", "2 people".
 std::string counted(std::size_t count, std::string_view one, std::string_view many);
+
+// Bytes as "512 bytes", "4 KB", "12.5 MB", "1.2 GB" (a thousand each).
+std::string size(std::uintmax_t bytes);
 
 // "Anna", "Anna and Bob", "Anna, Bob and Carla".
 std::string listed(const std::vector<std::string>& items);

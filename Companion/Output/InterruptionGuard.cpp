@@ -23,6 +23,10 @@ InterruptionGuard::InterruptionGuard() {
   sigaction(SIGTERM, &remember, &_terminate);
 }
 
+bool InterruptionGuard::isRequested() {
+  return arrivedSignal != 0;
+}
+
 InterruptionGuard::~InterruptionGuard() {
   sigaction(SIGINT, &_interrupt, nullptr);
   sigaction(SIGTERM, &_terminate, nullptr);

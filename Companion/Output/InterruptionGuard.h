@@ -10,6 +10,9 @@ class InterruptionGuard {
  public:
   InterruptionGuard();
   ~InterruptionGuard();
+  // Whether such a request waits, for work that can be given up in the middle.
+  static bool isRequested();
+
   InterruptionGuard(const InterruptionGuard&) = delete;
   InterruptionGuard& operator=(const InterruptionGuard&) = delete;
 

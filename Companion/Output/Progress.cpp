@@ -41,11 +41,17 @@ Progress::~Progress() {
   _thread.join();
 }
 
+void Progress::setDone(int hundredths) {
+  const std::lock_guard lock(_mutex);
+  _hundredths = hundredths;
+}
+
 void Progress::tell() {
   std::unique_lock lock(_mutex);
   std::size_t seconds = 0;
   while (!_done.wait_for(lock, kBeat, [this] { return _isDone; }))
-    writeToTerminal("\r" + _activity + " … " + std::to_string(++seconds) + " s\x1B[K");
+    writeToTerminal("\r" + _activity + " … " + (_hundredths < 0 ? "" : std::to_string(_hundredths) + " %, ") +
+                    std::to_string(++seconds) + " s\x1B[K");
   if (seconds > 0) writeToTerminal("\r\x1B[K");
 }
 

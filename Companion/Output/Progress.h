@@ -14,6 +14,10 @@ class Progress {
   // `activity` as in "Reading contacts.vcf".
   explicit Progress(const std::string& activity);
   ~Progress();
+
+  // How much is done, in hundredths, told from then on.
+  void setDone(int hundredths);
+
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
@@ -24,6 +28,7 @@ class Progress {
   std::mutex _mutex;
   std::condition_variable _done;
   bool _isDone = false;
+  int _hundredths = -1;  // not known
   std::thread _thread;
 };
 

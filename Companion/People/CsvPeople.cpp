@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "Companion/Output/ForeignText.h"
-#include "Companion/People/ContactEntries.h"
+#include "Companion/People/ContactCard.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
@@ -39,50 +39,83 @@ class CsvRecords {
   std::size_t _line = 1;
 };
 
-// Which column of a table holds what, found by the words that address books put into the first line.
-struct CsvColumns {
-  std::optional<std::size_t> firstName;
-  std::optional<std::size_t> fullName;
-  std::optional<std::size_t> nickname;
-  std::optional<std::size_t> organization;
-  std::optional<std::size_t> uid;
-  std::vector<std::size_t> phones;
-  std::vector<std::size_t> emails;
-
-  static CsvColumns find(const std::vector<std::string>& header);
-
-  // How many columns were recognised.
-  std::size_t count() const;
-
-  // Whether people can be read out of such a table.
-  bool areEnough() const;
+// What a column of a table holds.
+enum class Column {
+  firstName,
+  familyName,
+  fullName,
+  nickname,
+  organization,
+  uid,
+  phone,
+  email,
+  companyPhone,
+  weak,
+  other
 };
 
-// Compared with headings in lower case without spaces, digits and punctuation.
-constexpr std::string_view kFirstNames[] = {"firstname", "givenname", "first",  "given",        "forename", "vorname",
-                                            "rufname",   "prénom",    "prenom", "nombredepila", "voornaam", "imię"};
-constexpr std::string_view kFullNames[] = {
-    "name",       "fullname", "displayname",    "contactname", "contact", "person",      "fileas",           "nom",
-    "nomcomplet", "nombre",   "nombrecompleto", "nome",        "naam",    "anzeigename", "vollständigername"};
-constexpr std::string_view kNicknames[] = {"nickname", "spitzname", "surnom", "apodo", "alias"};
-constexpr std::string_view kOrganizations[] = {
-    "organization", "organizationname", "organisation", "company", "companyname", "firma", "entreprise", "empresa"};
-constexpr std::string_view kUids[] = {"uid", "id", "uuid", "contactid"};
+struct Heading {
+  std::string_view words;  // between spaces
+  Column column;
+};
 
-constexpr std::string_view kPhoneNames[] = {"number", "numbers", "phones", "nummer", "número", "numéro", "numero"};
+// Whole headings, compared in lower case without spaces, digits and punctuation, in the languages of the common
+// services.
+constexpr Heading kWhole[] = {
+    {"firstname givenname first given forename vorname rufname prénom prenom nombredepila voornaam imię imiona förnamn "
+     "fornavn etunimi jméno krestníjméno keresztnév utónév primeironome primernombre prenume vardas eesnimi имя "
+     "ім'я ім’я ad adı isim όνομα 名 名前名 名字 名前 이름 الاسمالأول שםפרטי ชื่อ givennameyomi",
+     Column::firstName},
+    {"lastname familyname surname last family nachname familienname nomdefamille cognome apellido apellidos sobrenome "
+     "apelido achternaam nazwisko efternamn efternavn etternavn sukunimi příjmení prijmeni vezetéknév nume фамилия "
+     "прізвище soyad soyadı soyisim επώνυμο 姓 姓氏 성 اسمالعائلة שםמשפחה",
+     Column::familyName},
+    {"name fullname displayname contactname contact person fileas nom nomcomplet nomaffiché nomd'affichage nombre "
+     "nombrecompleto nome nomecompleto nomevisualizzato naam volledigenaam weergavenaam anzeigename "
+     "vollständigername namn fulltnavn navn visningsnamn nimi celéjméno név teljesnév фио имяифамилия полноеимя "
+     "контакт "
+     "adsoyad ονοματεπώνυμο 氏名 姓名 お名前 表示名 全名 성명 الاسم שם ชื่อนามสกุล",
+     Column::fullName},
+    {"nickname spitzname surnom apodo alias pseudo soprannome bijnaam smeknamn kallenavn kaldenavn přezdívka pseudonim "
+     "псевдоним прозвище takmaad ニックネーム 昵称 별명",
+     Column::nickname},
+    {"organization organizationname organisation company companyname firma entreprise société empresa azienda società "
+     "ditta bedrijf företag virksomhed bedrift yritys společnost cég компания организация şirket εταιρεία 会社 会社名 "
+     "公司 單位 회사 الشركة חברה organizationcompany",
+     Column::organization},
+    {"uid id uuid contactid", Column::uid},
+    {"number numbers phones nummer número numéro numero numer номер 番号 号码 번호", Column::phone},
+    {"companymainphone hauptrufnummer firmahaupttelefon téléphonesociété telefonoempresa switchboard",
+     Column::companyPhone},
+    {"home work main other private business pager iphone casa trabajo lavoro travail domicile privat geschäftlich "
+     "arbeit praca thuis werk hem arbete hjem arbejde dom",
+     Column::weak},
+};
 
 // Anywhere in such a heading.
-constexpr std::string_view kPhoneParts[] = {"phone", "telefon",   "teléfono", "téléphone", "telefoon",  "mobil",
-                                            "handy", "rufnummer", "móvil",    "cellul",    "cellphone", "portable"};
-constexpr std::string_view kEmailParts[] = {"email", "courriel", "correo"};
+constexpr Heading kParts[] = {
+    {"email courriel correo messagerie postaelettronica posteelettronica mailadres mailadresse epost eposta "
+     "sähköposti электроннаяпочта электроннойпочты эл.почта элпочта адресэлпочты поштa メール 電子メール 邮箱 邮件 "
+     "郵件 "
+     "電郵 이메일 전자메일 البريد אימייל דואל อีเมล ηλεκτρονικήδιεύθυνση correoelectrónico",
+     Column::email},
+    {"phone telefon telefón teléfono telefono téléphone telefoon telefone telefonnummer mobil mobiel cellul cellphone "
+     "celular handy rufnummer móvil telemóvel portable puhelin matkapuh komórk телефон мобильн мобільн сотов "
+     "τηλέφωνο κινητό 電話 电话 携帯 手机 手機 전화 휴대 هاتف الجوال طلفون טלפון נייד โทรศัพท์ ceptel",
+     Column::phone},
+};
 
 // Alone between spaces, digits and punctuation.
-constexpr std::string_view kPhoneWords[] = {"tel", "tél", "cell", "mobile", "gsm"};
-constexpr std::string_view kEmailWords[] = {"mail", "mails"};
+constexpr Heading kAlone[] = {
+    {"mail mails почта e-mail", Column::email},
+    {"tel tél cell mobile gsm tlf tlfn тел natel", Column::phone},
+};
 
 // Headings with these hold something about a number or address, or somebody else's.
-constexpr std::string_view kNotValues[] = {"type",      "label",  "phonetic",  "yomi",    "displayname",
-                                           "assistant", "spouse", "emergency", "manager", "referred"};
+constexpr std::string_view kNotValues =
+    "type typ label étiquette etichetta etiqueta phonetic yomi displayname assistant assistent spouse emergency "
+    "manager "
+    "referred fax telefax pager telex photo password street strasse straße rue calle ラベル";
 
 bool isPlainLetter(char byte) {
   return (byte >= 'a' && byte <= 'z') || static_cast<unsigned char>(byte) >= 0x80;
@@ -94,116 +127,213 @@ std::string squashed(std::string_view lower) {
   return result;
 }
 
-template <std::size_t size>
-bool isOneOf(std::string_view text, const std::string_view (&words)[size]) {
-  return std::find(std::begin(words), std::end(words), text) != std::end(words);
+// Calls `test` with each word until it says yes.
+template <class Test>
+bool anyWord(std::string_view words, Test test) {
+  while (!words.empty()) {
+    const std::size_t end = words.find(' ');
+    if (test(words.substr(0, end))) return true;
+    words = end == std::string_view::npos ? std::string_view() : words.substr(end + 1);
+  }
+  return false;
 }
 
-template <std::size_t size>
-bool hasPart(std::string_view text, const std::string_view (&parts)[size]) {
-  return std::any_of(std::begin(parts), std::end(parts),
-                     [text](std::string_view part) { return text.find(part) != std::string_view::npos; });
+bool hasPart(std::string_view name, std::string_view parts) {
+  return anyWord(parts, [name](std::string_view part) { return name.find(part) != std::string_view::npos; });
 }
 
-template <std::size_t size>
-bool hasWord(std::string_view lower, const std::string_view (&words)[size]) {
+bool isOneOf(std::string_view name, std::string_view words) {
+  return anyWord(words, [name](std::string_view word) { return name == word || name == squashed(word); });
+}
+
+// Whether one of the heading's own words is one of these.
+bool hasWord(std::string_view lower, std::string_view words) {
   std::string word;
   for (const char byte : lower) {
     if (isPlainLetter(byte)) {
       word += byte;
       continue;
     }
-    if (isOneOf(word, words)) return true;
+    if (!word.empty() && isOneOf(word, words)) return true;
     word.clear();
   }
-  return isOneOf(word, words);
+  return !word.empty() && isOneOf(word, words);
 }
 
-void setOnce(std::optional<std::size_t>& column, std::size_t index) {
-  if (!column) column = index;
+Column columnOf(std::string_view heading) {
+  const std::string lower =
+      text::lowercased(text::canonical(text::repairedUtf8(foreign_text::onOneLine(heading.substr(0, 200)))));
+  const std::string name = squashed(lower);
+  if (name.empty()) return Column::other;
+  for (const Heading& each : kWhole)
+    if (isOneOf(name, each.words)) return each.column;
+  if (hasPart(name, kNotValues)) return Column::other;
+  for (const Heading& each : kParts)
+    if (hasPart(name, each.words)) return each.column;
+  for (const Heading& each : kAlone)
+    if (hasWord(lower, each.words)) return each.column;
+  return Column::other;
 }
 
-constexpr char kSeparators[] = {',', ';', '\t'};
-constexpr std::string_view kSeparatorHint = "sep=";  // a first line that names the separator
-constexpr std::string_view kBetweenValues = ":::";   // between several values in one field
-
-using Fields = std::vector<std::string>;
+bool hasManyDigits(std::string_view text) {
+  constexpr std::size_t kShortestNumber = 7;
+  return text.find_first_not_of("0123456789+-() ./\t\n;,") == std::string_view::npos &&
+         std::count_if(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; }) >=
+             static_cast<std::ptrdiff_t>(kShortestNumber);
+}
 
 struct Table {
-  std::string_view text;
-  char separator = ',';
-  CsvColumns columns;
+  std::vector<std::string> headings;
+  std::vector<Column> columns;
+  std::vector<CsvRecords::Record> records;
+
+  std::size_t count(Column wanted) const {
+    return static_cast<std::size_t>(std::count(columns.begin(), columns.end(), wanted));
+  }
+  // How many columns were recognised.
+  std::size_t known() const { return columns.size() - count(Column::other) - count(Column::weak); }
+  bool hasNames() const { return count(Column::firstName) + count(Column::fullName) + count(Column::nickname) > 0; }
+  // Whether people can be read out of such a table.
+  bool isEnough() const { return hasNames() && count(Column::phone) + count(Column::email) > 0; }
+
+  // What the cells below say about columns whose headings do not: addresses in any language, and numbers below
+  // headings such as "Home".
+  void lookAtCells() {
+    for (std::size_t at = 0; at < columns.size(); ++at) {
+      if (columns[at] != Column::other && columns[at] != Column::weak) continue;
+      std::size_t filled = 0;
+      std::size_t addresses = 0;
+      std::size_t numbers = 0;
+      for (std::size_t row = 0; row < std::min(records.size(), kCellsLookedAt); ++row) {
+        if (at >= records[row].fields.size()) continue;
+        const std::string_view cell = text::trimmed(records[row].fields[at]);
+        if (cell.empty()) continue;
+        ++filled;
+        if (cell.find('@') != std::string_view::npos && cell.find(' ') == std::string_view::npos) ++addresses;
+        if (hasManyDigits(cell)) ++numbers;
+      }
+      const bool isNotOwn = hasPart(squashed(text::lowercased(headings[at])), kNotValues);
+      if (filled > 0 && addresses == filled && !isNotOwn) columns[at] = Column::email;
+      if (filled > 0 && numbers * 2 > filled && columns[at] == Column::weak) columns[at] = Column::phone;
+    }
+  }
+
+  // A column "Name" beside one for the family's name holds the first name.
+  void settleNames() {
+    if (count(Column::firstName) > 0 || count(Column::familyName) == 0 || count(Column::fullName) == 0) return;
+    std::replace(columns.begin(), columns.end(), Column::fullName, Column::firstName);
+  }
+
+  static constexpr std::size_t kCellsLookedAt = 50;
 };
 
-std::string_view afterFirstLine(std::string_view text) {
-  const std::size_t end = text.find_first_of("\r\n");
-  return end == std::string_view::npos ? std::string_view() : text::trimmed(text.substr(end));
+constexpr char kSeparators[] = {',', ';', '\t', '|'};
+constexpr std::string_view kSeparatorHint = "sep=";  // a first line that names the separator
+constexpr std::size_t kLinesBeforeHeadings = 10;     // blank ones and titles
+
+bool isBlank(const CsvRecords::Record& record) {
+  return std::all_of(record.fields.begin(), record.fields.end(),
+                     [](const std::string& field) { return text::trimmed(field).empty(); });
 }
 
-Table recognise(std::string_view text) {
+// The table as this separator cuts it, its headings in the best of the first lines.
+Table read(std::string_view text, char separator) {
   Table best;
-  if (text.starts_with(kSeparatorHint)) text = afterFirstLine(text);
-  best.text = text;
-  std::size_t mostFields = 0;
-  for (const char separator : kSeparators) {
-    const auto header = CsvRecords(text, separator).next();
-    if (!header) continue;
-    CsvColumns columns = CsvColumns::find(header->fields);
-    const bool isBetter = columns.count() > best.columns.count() ||
-                          (columns.count() == best.columns.count() && header->fields.size() > mostFields);
+  CsvRecords beginning(text, separator);
+  std::size_t headingLine = 0;
+  for (std::size_t line = 0; line < kLinesBeforeHeadings; ++line) {
+    const auto record = beginning.next();
+    if (!record) break;
+    if (isBlank(*record)) continue;
+    Table table;
+    table.headings = record->fields;
+    for (const std::string& heading : record->fields) table.columns.push_back(columnOf(heading));
+    const bool isBetter = table.known() > best.known() || best.headings.empty();
     if (!isBetter) continue;
-    mostFields = header->fields.size();
-    best.separator = separator;
-    best.columns = std::move(columns);
+    best = std::move(table);
+    headingLine = record->line;
   }
+  CsvRecords records(text, separator);
+  while (auto record = records.next())
+    if (record->line > headingLine && !isBlank(*record)) best.records.push_back(std::move(*record));
+  best.lookAtCells();
+  best.settleNames();
   return best;
 }
 
-std::string field(const Fields& fields, const std::optional<std::size_t>& column) {
-  if (!column || *column >= fields.size()) return {};
-  return foreign_text::onOneLine(fields[*column]);
+// How well a separator fits, by the first lines alone.
+std::size_t fit(std::string_view text, char separator) {
+  CsvRecords records(text, separator);
+  std::size_t most = 0;
+  for (std::size_t line = 0; line < kLinesBeforeHeadings; ++line) {
+    const auto record = records.next();
+    if (!record) break;
+    std::size_t known = 0;
+    for (const std::string& heading : record->fields) known += columnOf(heading) != Column::other ? 1U : 0U;
+    most = std::max(most, known * 1000 + std::min(record->fields.size(), std::size_t{999}));
+  }
+  return most;
 }
 
-// Calls `add` for every value in the field.
-template <class Add>
-void forEachValue(const std::string& fieldText, Add add) {
-  const std::string text = text::replacingAll(fieldText, kBetweenValues, "\n");
+Table recognise(std::string_view text) {
+  if (text.starts_with(kSeparatorHint)) {
+    const std::size_t end = text.find_first_of("\r\n");
+    text = end == std::string_view::npos ? std::string_view() : text.substr(end);
+  }
+  char separator = kSeparators[0];
+  std::size_t best = 0;
+  for (const char each : kSeparators) {
+    const std::size_t fits = fit(text, each);
+    if (fits <= best) continue;
+    best = fits;
+    separator = each;
+  }
+  return read(text, separator);
+}
+
+// Several addresses in one field.
+void takeEmails(const std::string& field, ContactCard& card) {
+  const std::string text = text::replacingAll(field, ":::", "\n");
   std::size_t begin = 0;
   while (begin <= text.size()) {
-    const std::size_t end = std::min(text.find_first_of(";\n", begin), text.size());
-    add(std::string_view(text).substr(begin, end - begin));
+    const std::size_t end = std::min(text.find_first_of(";,\n", begin), text.size());
+    card.addEmail(std::string_view(text).substr(begin, end - begin));
     begin = end + 1;
   }
 }
 
-void takeRecord(const CsvRecords::Record& record, const CsvColumns& columns, ImportedPeople& result) {
-  const Fields& fields = record.fields;
-  if (std::all_of(fields.begin(), fields.end(), [](const auto& text) { return text::trimmed(text).empty(); })) return;
-  ImportedPerson person;
-  const std::string fullName = field(fields, columns.fullName);
-  const std::string organization = field(fields, columns.organization);
-  person.firstName = field(fields, columns.firstName);
-  if (person.firstName.empty() && fullName != organization) person.firstName = contact_entries::firstWord(fullName);
-  if (person.firstName.empty()) person.firstName = field(fields, columns.nickname);
-  person.uid = field(fields, columns.uid);
-  const std::string name = !fullName.empty() ? fullName : person.firstName;
-  const std::string someName = !name.empty() ? name : organization;
-  person.entry = !someName.empty() ? someName : "line " + std::to_string(record.line);
-  for (const std::size_t column : columns.phones)
-    if (column < fields.size())
-      forEachValue(fields[column], [&](std::string_view text) { contact_entries::addPhone(person, text); });
-  for (const std::size_t column : columns.emails)
-    if (column < fields.size())
-      forEachValue(fields[column], [&](std::string_view text) { contact_entries::addEmail(person, text); });
-  contact_entries::removeRepeats(person);
-  if (record.hasOpenQuote)
-    result.skipped.push_back({"line " + std::to_string(record.line), "a quote that is never closed"});
-  else if (person.firstName.empty())
-    result.skipped.push_back({person.entry, organization.empty() ? "no name" : "an organisation, not a person"});
-  else if (person.phones.empty() && person.emails.empty())
-    result.skipped.push_back({person.entry, "no phone number or e-mail address"});
-  else
-    result.people.push_back(std::move(person));
+void takeField(Column column, const std::string& field, ContactCard& card) {
+  switch (column) {
+    case Column::firstName:
+      return card.setGivenName(foreign_text::onOneLine(field));
+    case Column::fullName:
+      return card.setFullName(foreign_text::onOneLine(field));
+    case Column::nickname:
+      return card.setNickname(foreign_text::onOneLine(field));
+    case Column::organization:
+      return card.setOrganization(foreign_text::onOneLine(field));
+    case Column::uid:
+      return card.setUid(foreign_text::onOneLine(field));
+    case Column::phone:
+      return card.addPhones(field);
+    case Column::companyPhone:
+      return card.addCompanyPhone(field);
+    case Column::email:
+      return takeEmails(field, card);
+    case Column::familyName:  // alone it is not what people are called
+    case Column::weak:
+    case Column::other:
+      return;
+  }
+}
+
+void takeRecord(const CsvRecords::Record& record, const Table& table, ImportedPeople& result) {
+  const std::string place = "line " + std::to_string(record.line);
+  ContactCard card;
+  if (record.hasOpenQuote) return card.skip(place, "a quote that is never closed", result);
+  for (std::size_t at = 0; at < std::min(record.fields.size(), table.columns.size()); ++at)
+    takeField(table.columns[at], record.fields[at], card);
+  card.finish(place, result);
 }
 
 }  // namespace
@@ -254,54 +384,24 @@ std::optional<CsvRecords::Record> CsvRecords::next() {
   return record;
 }
 
-CsvColumns CsvColumns::find(const std::vector<std::string>& header) {
-  CsvColumns columns;
-  for (std::size_t index = 0; index < header.size(); ++index) {
-    const std::string lower = text::lowercased(text::canonical(text::repairedUtf8(text::trimmed(header[index]))));
-    const std::string name = squashed(lower);
-    if (isOneOf(name, kFirstNames)) {
-      setOnce(columns.firstName, index);
-    } else if (isOneOf(name, kFullNames)) {
-      setOnce(columns.fullName, index);
-    } else if (isOneOf(name, kNicknames)) {
-      setOnce(columns.nickname, index);
-    } else if (isOneOf(name, kOrganizations)) {
-      setOnce(columns.organization, index);
-    } else if (isOneOf(name, kUids)) {
-      setOnce(columns.uid, index);
-    } else if (hasPart(name, kNotValues)) {
-      continue;
-    } else if (hasPart(name, kEmailParts) || hasWord(lower, kEmailWords)) {
-      columns.emails.push_back(index);
-    } else if (isOneOf(name, kPhoneNames) || hasPart(name, kPhoneParts) || hasWord(lower, kPhoneWords)) {
-      columns.phones.push_back(index);
-    }
-  }
-  return columns;
-}
-
-std::size_t CsvColumns::count() const {
-  const std::size_t names = (firstName ? 1U : 0U) + (fullName ? 1U : 0U) + (nickname ? 1U : 0U);
-  return names + (organization ? 1U : 0U) + (uid ? 1U : 0U) + phones.size() + emails.size();
-}
-
-bool CsvColumns::areEnough() const {
-  return (firstName || fullName || nickname) && (!phones.empty() || !emails.empty());
-}
-
 ImportedPeople parseCsvPeople(std::string_view text) {
   ImportedPeople result;
   result.format = ImportedPeople::Format::csv;
   const Table table = recognise(text);
-  if (!table.columns.areEnough()) {
+  if (!table.isEnough()) {
     result.problem =
-        "The file is neither JSON nor vCards, and its first line does not name the columns of a table "
+        "The file is neither JSON nor vCards nor LDIF, and its first line does not name the columns of a table "
         "(such as First name, Phone, Email).";
     return result;
   }
-  CsvRecords records(table.text, table.separator);
-  records.next();
-  while (const auto record = records.next()) takeRecord(*record, table.columns, result);
+  for (std::size_t at = 0; at < table.headings.size(); ++at) {
+    const std::string heading = foreign_text::onOneLine(table.headings[at]);
+    if (heading.empty()) continue;
+    const bool isUsed = table.columns[at] != Column::other && table.columns[at] != Column::weak &&
+                        table.columns[at] != Column::familyName;
+    (isUsed ? result.usedColumns : result.unusedColumns).push_back(heading);
+  }
+  for (const CsvRecords::Record& record : table.records) takeRecord(record, table, result);
   return result;
 }
 

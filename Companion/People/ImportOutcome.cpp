@@ -58,7 +58,44 @@ std::string headline(const ImportOutcome& outcome) {
          std::string(formatName(outcome.format)) + ": " + counts + ".\n";
 }
 
+constexpr std::size_t kNamesShown = 20;
+
+std::string appearanceText(std::size_t appearing, const std::vector<std::string>& notFound) {
+  const std::size_t count = appearing + notFound.size();
+  std::string text = std::to_string(appearing) + " of " + display::counted(count, "person", "people") + " " +
+                     (appearing == 1 || count == 1 ? "appears" : "appear") + " in Messages";
+  if (notFound.empty()) return text + ".\n";
+  std::vector<std::string> names(
+      notFound.begin(), notFound.begin() + static_cast<std::ptrdiff_t>(std::min(notFound.size(), kNamesShown)));
+  if (notFound.size() > kNamesShown) names.push_back(std::to_string(notFound.size() - kNamesShown) + " more");
+  return text + "; not found: " + display::printable(joined(names)) + ".\n";
+}
+
 }  // namespace
+
+ImportOutcome ImportOutcome::of(ImportedPeople imported, const PeopleMerge& merge,
+                                const std::optional<StoreHandles>& handles) {
+  ImportOutcome outcome;
+  outcome.format = imported.format;
+  outcome.changes = merge.changes;
+  outcome.shared = SharedHandle::find(merge.people);
+  outcome.total = merge.people.size();
+  for (const ImportedPerson& person : imported.people)
+    for (const std::string& remark : person.remarks) outcome.remarks.push_back(person.entry + ": " + remark);
+  outcome.skipped = std::move(imported.skipped);
+  outcome.usedColumns = std::move(imported.usedColumns);
+  outcome.unusedColumns = std::move(imported.unusedColumns);
+  if (!handles) return outcome;
+  outcome.appearing = 0;
+  for (const PersonChange& change : merge.changes) {
+    if (change.kind == PersonChange::Kind::removed) continue;
+    if (handles->has(change.after))
+      ++*outcome.appearing;
+    else
+      outcome.notFound.push_back(personTitle(change.after, merge.people));
+  }
+  return outcome;
+}
 
 std::string ImportOutcome::text(const OutputStyle& style) const {
   std::string text = style.paint(OutputStyle::Ink::bold, headline(*this));
@@ -75,6 +112,12 @@ std::string ImportOutcome::text(const OutputStyle& style) const {
     for (const SkippedEntry& entry : skipped) reasons.add({entry.entry, entry.reason});
     text += reasons.render(style, "  ");
   }
+  for (const std::string& remark : remarks) text += "Left out: " + display::printable(remark) + ".\n";
+  if (!usedColumns.empty()) text += "Columns used: " + joined(usedColumns) + ".\n";
+  if (!unusedColumns.empty()) text += "Columns not used: " + joined(unusedColumns) + ".\n";
+  if (!countries.empty() && !changes.empty() && changes.front().kind != PersonChange::Kind::removed)
+    text += "Numbers without a country's code were read as of " + joined(countries) + " (--country names another).\n";
+  if (appearing && *appearing + notFound.size() > 0) text += appearanceText(*appearing, notFound);
   for (const SharedHandle& handle : shared)
     text += style.paint(OutputStyle::Ink::yellow, "Warning: " + handle.sentence()) + "\n";
   if (madeKey) text += "Created the exchange key.\n";

@@ -1,6 +1,7 @@
 // What an import took, what it skipped and what to watch out for, as `people import` tells it.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,7 @@
 #include "Companion/People/ImportedPeople.h"
 #include "Companion/People/PeopleMerge.h"
 #include "Companion/People/SharedHandle.h"
+#include "Companion/People/StoreHandles.h"
 
 namespace pellora {
 
@@ -19,6 +21,15 @@ struct ImportOutcome {
   std::size_t total = 0;  // people in the file afterwards
   bool isTrial = false;
   bool madeKey = false;
+  std::vector<std::string> countries;    // in which national numbers were read
+  std::vector<std::string> remarks;      // numbers left out, with their people
+  std::vector<std::string> usedColumns;  // of tables
+  std::vector<std::string> unusedColumns;
+  std::optional<std::size_t> appearing;  // of the people taken, how many the store knows; absent without a store
+  std::vector<std::string> notFound;     // the others
+
+  static ImportOutcome of(ImportedPeople imported, const PeopleMerge& merge,
+                          const std::optional<StoreHandles>& handles);
 
   std::string text(const OutputStyle& style) const;
 };

@@ -21,18 +21,26 @@ struct ImportedPerson {
   std::string entry;                // what the source calls the entry, for messages
   std::string firstName;            // may be empty when the source says so
   std::string uid;                  // the source's own identifier; empty when it has none
-  std::vector<std::string> phones;  // normalised, no repeats
-  std::vector<std::string> emails;  // likewise
+  std::vector<std::string> phones;  // as written; after PhoneNumbers::normalise as HelperPerson has them
+  std::vector<std::string> emails;  // normalised; of both no repeats
+  std::string organization = {};
+  std::vector<std::string> remarks = {};  // numbers that were left out, and why
 
   bool operator==(const ImportedPerson&) const = default;
 };
 
 struct ImportedPeople {
-  enum class Format { json, csv, vCard };
+  enum class Format { json, csv, vCard, jCard, ldif, several };
 
   Format format = Format::json;
   std::vector<ImportedPerson> people;  // in the file's order
   std::vector<SkippedEntry> skipped;
+  std::vector<std::string> companyPhones;  // of organisations, as written
+  std::vector<std::string> usedColumns;    // of a table, as its first line names them
+  std::vector<std::string> unusedColumns;
+  // The people of another file as well.
+  void append(ImportedPeople other);
+
   std::optional<std::string> problem;  // one sentence when the file as a whole cannot be read; then nobody is there
 };
 
@@ -44,6 +52,12 @@ constexpr std::string_view formatName(ImportedPeople::Format format) {
       return "CSV";
     case ImportedPeople::Format::vCard:
       return "vCard";
+    case ImportedPeople::Format::jCard:
+      return "jCard";
+    case ImportedPeople::Format::ldif:
+      return "LDIF";
+    case ImportedPeople::Format::several:
+      return "files";
   }
   return {};
 }

@@ -1,9 +1,11 @@
 #include "Companion/People/SharedHandle.h"
 
+#include <algorithm>
 #include <map>
 #include <set>
 
 #include "Companion/Output/DisplayText.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
 
@@ -33,6 +35,15 @@ void collect(const Owners& owners, std::vector<SharedHandle>& shared) {
   }
 }
 
+// The identifier too when the people of this handle have one name.
+std::string nameAmong(const HelperPerson& person, const std::vector<HelperPerson>& people) {
+  if (person.firstName.empty()) return person.id.toString();
+  const auto namesakes = std::count_if(people.begin(), people.end(), [&person](const HelperPerson& other) {
+    return text::equalIgnoringCase(other.firstName, person.firstName);
+  });
+  return namesakes > 1 ? person.firstName + " (" + person.id.toString() + ")" : person.firstName;
+}
+
 }  // namespace
 
 std::vector<SharedHandle> SharedHandle::find(const std::vector<HelperPerson>& people) {
@@ -52,7 +63,7 @@ std::string SharedHandle::sentence() const {
   std::vector<std::string> names;
   for (const HelperPerson& person : people) {
     if (names.size() == kNamesShown) break;
-    names.push_back(person.firstName.empty() ? person.id.toString() : display::printable(person.firstName));
+    names.push_back(display::printable(nameAmong(person, people)));
   }
   if (people.size() > kNamesShown) names.push_back(std::to_string(people.size() - kNamesShown) + " more");
   return display::printable(handle) + " is claimed by " + display::listed(names) + ", so it will match nobody.";

@@ -62,9 +62,13 @@ void readParameter(VCardProperty& property, std::string_view parameter) {
   const std::string key = uppercased(text::trimmed(parameter.substr(0, equals)));
   if (equals == std::string_view::npos) {
     property.isQuotedPrintable = property.isQuotedPrintable || key == "QUOTED-PRINTABLE";
+    property.types.push_back(key);
     return;
   }
   const std::string_view value = unquoted(parameter.substr(equals + 1));
+  if (key == "TYPE")
+    for (const std::string_view type : VCardProperty::components(value, ','))
+      property.types.emplace_back(text::trimmed(type));
   if (key == "CHARSET") property.charset = std::string(value);
   if (key == "ENCODING" && uppercased(value) == "QUOTED-PRINTABLE") property.isQuotedPrintable = true;
 }

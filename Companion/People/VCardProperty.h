@@ -35,12 +35,13 @@ class VCardLines {
 };
 
 // Parameters come bare ("HOME"), named ("TYPE=HOME,WORK") and quoted; the group and all parameters that say nothing
-// about the spelling are dropped.
+// about the spelling or the type are dropped.
 struct VCardProperty {
   std::string name;     // upper case
   std::string charset;  // empty when not declared
   bool isQuotedPrintable = false;
-  std::string_view value;  // as it stands, in the line that was parsed
+  std::vector<std::string> types;  // "CELL", "work"; bare parameters among them
+  std::string_view value;          // as it stands, in the line that was parsed
 
   // Absent for a line without a colon.
   static std::optional<VCardProperty> parse(std::string_view line);

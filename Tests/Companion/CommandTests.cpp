@@ -103,13 +103,19 @@ TEST(PeopleImportCommand, WarnsWhenTwoPeopleClaimOneNumber) {
               HasSubstr("Warning: 5551234567 is claimed by Anna and Bob, so it will match nobody."));
 }
 
-TEST(PeopleImportCommand, TakesNobodyOutOfAnEmptyListAndKeepsWhatIsThere) {
+TEST(PeopleImportCommand, AnEmptyListEmptiesEverythingOnlyWhenItReplaces) {
   CompanionWorld world;
   world.writePeople({CompanionWorld::anna()});
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 3600));
+  EXPECT_THROW(import(world, "[]"), CompanionFailure);
+  EXPECT_THAT(world.readPeople(), SizeIs(1));
   PeopleImportCommand command;
   command.replaces = true;
-  EXPECT_THROW(import(world, "[]", command), CompanionFailure);
-  EXPECT_THAT(world.readPeople(), SizeIs(1));
+  EXPECT_THROW(import(world, "[{\"firstName\":\"Zoe\"}]", command), CompanionFailure)
+      << "nobody usable is no empty list";
+  EXPECT_THAT(import(world, "[]", command), HasSubstr("now holds 0 people"));
+  EXPECT_THAT(world.readPeople(), IsEmpty());
+  EXPECT_THAT(LatelyStore::read(world.context(), world.key()).records, IsEmpty());
 }
 
 TEST(PeopleImportCommand, NeverOverwritesAPeopleFileThatDoesNotOpen) {
@@ -140,6 +146,18 @@ TEST(PeopleImportCommand, WritesNothingWithoutAccessToTheKey) {
   }
 }
 
+PeopleImportCommand replacing() {
+  PeopleImportCommand command;
+  command.replaces = true;
+  return command;
+}
+
+PeopleImportCommand trying() {
+  PeopleImportCommand command;
+  command.isTrial = true;
+  return command;
+}
+
 std::string failureOfImport(CompanionWorld& world, PeopleImportCommand command = {}) {
   try {
     import(world, kCsv, command);
@@ -162,8 +180,8 @@ TEST(PeopleImportCommand, BlamesTheStoreThatGivesNoKeyAndNotThePeopleFile) {
     world.writePeople({CompanionWorld::anna()});
     world.secrets().setState(each.state);
     EXPECT_EQ(failureOfImport(world), each.sentence);
-    EXPECT_EQ(failureOfImport(world, {{}, true}), each.sentence) << "replacing";
-    EXPECT_EQ(failureOfImport(world, {{}, false, true}), each.sentence) << "trial";
+    EXPECT_EQ(failureOfImport(world, replacing()), each.sentence) << "replacing";
+    EXPECT_EQ(failureOfImport(world, trying()), each.sentence) << "trial";
     world.secrets().setState(Secrets::open);
     EXPECT_THAT(world.readPeople(), SizeIs(1));
   }
@@ -177,7 +195,7 @@ TEST(PeopleImportCommand, OffersToReplaceOnlyAFileThatTheKeyDoesNotOpen) {
   world.key();
   EXPECT_EQ(failureOfImport(world),
             "The people file exists but does not open with the exchange key; nothing was changed "
-            "(--replace writes it anew).");
+            "(people import --replace writes it again).");
 }
 
 // Each puts something that cannot be read where the people file belongs.
@@ -331,7 +349,7 @@ struct Step {
 
 // Each makes good what the one before asked for.
 const Step kSteps[] = {
-    {"Make the Messages database readable", [](StatusReport&) {}},
+    {"Bring your history onto this device", [](StatusReport&) {}},
     {"Close the program that holds the Messages database", [](StatusReport& report) { report.store.isLocked = true; }},
     {"Choose the people", [](StatusReport& report) { report.store = {{}, 5, {}, false}; }},
     {"Bring back the exchange key", [](StatusReport& report) { report.peopleKind = PeopleStore::Kind::sealed; }},

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "Companion/People/CsvPeople.h"
-#include "Companion/People/PeopleParser.h"
+#include "Tests/Companion/PeopleReading.h"
 
 namespace pellora {
 namespace {
@@ -89,7 +89,7 @@ const Table kTables[] = {
 TEST(CsvPeople, ReadsTheTablesOfTheCommonAddressBooks) {
   for (const Table& table : kTables) {
     SCOPED_TRACE(table.what);
-    const ImportedPeople read = parsePeople(table.text);
+    const ImportedPeople read = support::readPeople(table.text);
     EXPECT_EQ(read.problem, std::nullopt);
     EXPECT_EQ(read.format, ImportedPeople::Format::csv);
     EXPECT_THAT(read.skipped, IsEmpty());
@@ -109,11 +109,11 @@ TEST(CsvPeople, ReadsUtf16WithAndWithoutAByteOrderMark) {
     big += {'\0', byte};
   }
   for (const std::string& bytes : {"\xFF\xFE" + little, "\xFE\xFF" + big, little, big})
-    EXPECT_THAT(parsePeople(bytes).people, SizeIs(1));
+    EXPECT_THAT(support::readPeople(bytes).people, SizeIs(1));
 }
 
 TEST(CsvPeople, SaysWhichRowsWereSkippedAndWhy) {
-  const ImportedPeople read = parsePeople(
+  const ImportedPeople read = support::readPeople(
       "Name,Company,Phone\nAnna,,\n,Acme,5551234567\n,,5551234567\nAcme,Acme,5550000000\nBob,,5559876543\n\"Carl,,5\n");
   EXPECT_THAT(read.people, SizeIs(1));
   EXPECT_THAT(read.skipped,
@@ -127,7 +127,7 @@ TEST(CsvPeople, RefusesATableWhoseColumnsItDoesNotKnow) {
   for (const char* text : {"Anna,5551234567\n", "a,b,c\n1,2,3\n", "First Name,Last Name\nAnna,Smith\n",
                            "Phone,Email\n5551234567,a@x.org\n", "just a line of text"}) {
     SCOPED_TRACE(text);
-    const ImportedPeople read = parsePeople(text);
+    const ImportedPeople read = support::readPeople(text);
     EXPECT_TRUE(read.problem.has_value());
     EXPECT_THAT(read.people, IsEmpty());
   }
@@ -136,7 +136,7 @@ TEST(CsvPeople, RefusesATableWhoseColumnsItDoesNotKnow) {
 TEST(CsvPeople, EveryTruncationIsReadWithoutHarm) {
   for (const Table& table : kTables)
     for (std::size_t length = 0; length < table.text.size(); ++length)
-      EXPECT_LE(parsePeople(table.text.substr(0, length)).people.size(), 1U);
+      EXPECT_LE(support::readPeople(table.text.substr(0, length)).people.size(), 1U);
 }
 
 }  // namespace

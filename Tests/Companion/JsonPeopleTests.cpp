@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "Companion/People/JsonPeople.h"
-#include "Companion/People/PeopleParser.h"
+#include "Tests/Companion/PeopleReading.h"
 
 namespace pellora {
 namespace {
@@ -31,7 +31,7 @@ const Accepted kAccepted[] = {
 TEST(JsonPeople, ReadsAListAndAnObjectWithTheList) {
   for (const Accepted& accepted : kAccepted) {
     SCOPED_TRACE(accepted.json);
-    const ImportedPeople read = parsePeople(accepted.json);
+    const ImportedPeople read = support::readPeople(accepted.json);
     EXPECT_EQ(read.problem, std::nullopt);
     EXPECT_THAT(read.people, ElementsAre(accepted.person));
     EXPECT_THAT(read.skipped, IsEmpty());
@@ -39,7 +39,7 @@ TEST(JsonPeople, ReadsAListAndAnObjectWithTheList) {
 }
 
 TEST(JsonPeople, SkipsWhatIsNoPersonAndSaysWhy) {
-  const ImportedPeople read = parsePeople(
+  const ImportedPeople read = support::readPeople(
       R"([5, {"phones":["5551234567"]}, {"firstName":"Anna"}, {"firstName":"Bob","phones":[5551234567]},
           {"firstName":"Carl","phones":{"home":"5551234567"}}, {"firstName":7,"phones":["5551234567"]}])");
   EXPECT_THAT(read.people, IsEmpty());
@@ -54,7 +54,7 @@ TEST(JsonPeople, RefusesWhatIsNotWellFormedOrNoList) {
   for (const char* json :
        {"[", "[1,]", "{", "{}", R"({"people":5})", R"({"people":{}})", "[{]", "[\"\xFF\"", "[] []"}) {
     SCOPED_TRACE(json);
-    const ImportedPeople read = parsePeople(json);
+    const ImportedPeople read = support::readPeople(json);
     EXPECT_TRUE(read.problem.has_value());
     EXPECT_THAT(read.people, IsEmpty());
   }
@@ -62,12 +62,12 @@ TEST(JsonPeople, RefusesWhatIsNotWellFormedOrNoList) {
 
 TEST(JsonPeople, DeepNestingDoesNoHarm) {
   const std::string open(200'000, '[');
-  EXPECT_TRUE(parsePeople(open).problem.has_value());
-  EXPECT_TRUE(parsePeople(open + std::string(200'000, ']')).problem.has_value());
+  EXPECT_TRUE(support::readPeople(open).problem.has_value());
+  EXPECT_TRUE(support::readPeople(open + std::string(200'000, ']')).problem.has_value());
 }
 
 TEST(JsonPeople, AnEmptyListIsNobody) {
-  const ImportedPeople read = parsePeople("[]");
+  const ImportedPeople read = support::readPeople("[]");
   EXPECT_EQ(read.problem, std::nullopt);
   EXPECT_THAT(read.people, IsEmpty());
 }

@@ -1,6 +1,9 @@
 // The program itself, in a home of its own with the key in a file: exit codes, sentences, pipes, signals.
 #include <gmock/gmock.h>
+#include <pty.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -13,6 +16,7 @@
 #include "Adapters/Linux/Desktop/PrivateBusConnection.h"
 #include "Adapters/Linux/Process/InstanceLock.h"
 #include "PelloraMessagesCore/HelperReadRequest.h"
+#include "SampleStore/PhoneBackupWriter.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/PrivateBus.h"
 #include "Tests/Support/ProgramRun.h"
@@ -133,9 +137,24 @@ TEST_F(Program, WrongUsageNamesWhatIsWrongAndWhereToLook) {
 }
 
 TEST_F(Program, HelpOfEveryCommandHasExamplesAndExitCodes) {
-  const Arguments kCommands[] = {{},           {"people"}, {"people", "import"}, {"people", "list"}, {"status"},
-                                 {"read-now"}, {"lately"}, {"delete"},           {"view"},           {"sweep"},
-                                 {"key"},      {"model"}};
+  const Arguments kCommands[] = {{},
+                                 {"people"},
+                                 {"people", "import"},
+                                 {"people", "list"},
+                                 {"status"},
+                                 {"history"},
+                                 {"history", "add"},
+                                 {"history", "refresh"},
+                                 {"history", "status"},
+                                 {"people", "suggest"},
+                                 {"people", "remove"},
+                                 {"read-now"},
+                                 {"lately"},
+                                 {"delete"},
+                                 {"view"},
+                                 {"sweep"},
+                                 {"key"},
+                                 {"model"}};
   for (Arguments arguments : kCommands) {
     arguments.push_back("--help");
     EXPECT_EQ(run(arguments), 0);
@@ -309,6 +328,62 @@ TEST_F(Program, AsksARunningHelperToReadAndSaysWhenNoneIsThere) {
   ASSERT_NE(observer, nullptr);
   EXPECT_EQ(run({"read-now"}), 0) << errors;
   EXPECT_TRUE(support::waitUntil([&asked] { return asked == 1; }));
+}
+
+// The program with a terminal of its own on which this is typed: its exit code, and what the terminal showed.
+int runOnTerminal(const Arguments& arguments, const std::string& typed, std::string& shown) {
+  int terminal = -1;
+  const pid_t process = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (process == 0) {
+    std::vector<std::string> copies = arguments;
+    std::string program = PELLORA_COMPANION_PROGRAM;
+    std::vector<char*> pointers{program.data()};
+    for (std::string& argument : copies) pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    ::execv(pointers.front(), pointers.data());
+    ::_exit(127);
+  }
+  bool isTyped = false;
+  char buffer[4096];
+  for (ssize_t count = 0; (count = ::read(terminal, buffer, sizeof buffer)) > 0;) {
+    shown.append(buffer, static_cast<std::size_t>(count));
+    // A question ends with a space, once the terminal is as the program wants it.
+    if (isTyped || !shown.ends_with(' ')) continue;
+    isTyped = ::write(terminal, typed.data(), typed.size()) == static_cast<ssize_t>(typed.size());
+  }
+  ::close(terminal);
+  int status = 0;
+  ::waitpid(process, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+TEST_F(Program, AsksForTheBackupsPasswordWithoutShowingIt) {
+  {
+    support::SmallStore store(_folder / "made-up.db");
+    store.addMessage(store.addChat({"+15551234567"}), instantAtSeconds(1'767'225'600), true, "hello");
+    store.execute("PRAGMA journal_mode = DELETE");
+  }
+  PhoneBackupWriter::Options options;
+  options.password = "geheim 123";
+  PhoneBackupWriter::wrap(_folder / "backup", _folder / "made-up.db", options);
+  const Arguments add{"history", "add", (_folder / "backup").string()};
+  std::string shown;
+  EXPECT_EQ(runOnTerminal(add, "wrong\n", shown), 1);
+  EXPECT_THAT(shown, AllOf(HasSubstr("Password of the backup:"), HasSubstr("not the password")));
+  EXPECT_EQ(runOnTerminal(add, "geheim 123\n", shown), 0);
+  EXPECT_THAT(shown, AllOf(HasSubstr("1 message"), Not(HasSubstr("geheim"))));
+  EXPECT_EQ(runOnTerminal(add, "\x03", shown), 128 + SIGINT);
+  EXPECT_EQ(run(add), 1) << "without a terminal";
+  EXPECT_THAT(errors, HasSubstr("--password-file"));
+}
+
+TEST_F(Program, AsksWhomToTake) {
+  std::ofstream(_folder / "book.csv") << "Name,Phone\nAda,+493012345678\nBob,+447700900123\n";
+  std::string shown;
+  EXPECT_EQ(runOnTerminal({"people", "import", "--choose", (_folder / "book.csv").string()}, "2\n", shown), 0);
+  EXPECT_THAT(shown, HasSubstr("1  Ada (3012345678)"));
+  EXPECT_EQ(run({"people", "list", "--json"}), 0);
+  EXPECT_THAT(output, AllOf(HasSubstr("Bob"), Not(HasSubstr("Ada"))));
 }
 
 TEST_F(Program, AnUnknownSecretStoreIsSaid) {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
-#include "Companion/People/PeopleParser.h"
 #include "Companion/People/VCardPeople.h"
+#include "Tests/Companion/PeopleReading.h"
 
 namespace pellora {
 namespace {
@@ -183,7 +183,7 @@ const Dialect kDialects[] = {
 TEST(VCardPeople, ReadsTheDialectsOfTheCommonAddressBooks) {
   for (const Dialect& dialect : kDialects) {
     SCOPED_TRACE(dialect.what);
-    const ImportedPeople read = parsePeople(dialect.text);
+    const ImportedPeople read = support::readPeople(dialect.text);
     EXPECT_EQ(read.problem, std::nullopt);
     EXPECT_EQ(read.format, ImportedPeople::Format::vCard);
     ASSERT_THAT(read.people, SizeIs(1));
@@ -196,7 +196,7 @@ TEST(VCardPeople, ReadsTheDialectsOfTheCommonAddressBooks) {
 TEST(VCardPeople, DialectsComeThroughWithAByteOrderMarkToo) {
   for (const Dialect& dialect : kDialects) {
     SCOPED_TRACE(dialect.what);
-    EXPECT_THAT(parsePeople("\xEF\xBB\xBF" + dialect.text).people, SizeIs(1));
+    EXPECT_THAT(support::readPeople("\xEF\xBB\xBF" + dialect.text).people, SizeIs(1));
   }
 }
 
@@ -229,7 +229,7 @@ const Skipped kSkipped[] = {
 TEST(VCardPeople, SkipsWhatIsNoPersonAndSaysWhy) {
   for (const Skipped& example : kSkipped) {
     SCOPED_TRACE(example.what);
-    const ImportedPeople read = parsePeople(example.text);
+    const ImportedPeople read = support::readPeople(example.text);
     EXPECT_THAT(read.people, IsEmpty());
     EXPECT_THAT(read.skipped, ElementsAre(example.skipped));
   }
@@ -237,7 +237,7 @@ TEST(VCardPeople, SkipsWhatIsNoPersonAndSaysWhy) {
 
 TEST(VCardPeople, ReadsSeveralCardsInTheFilesOrder) {
   const ImportedPeople read =
-      parsePeople(card("N:;Anna;;;\nTEL:5551234567\n") + "\r\n" + card("N:;Bob;;;\nTEL:5559876543\n"));
+      support::readPeople(card("N:;Anna;;;\nTEL:5551234567\n") + "\r\n" + card("N:;Bob;;;\nTEL:5559876543\n"));
   ASSERT_THAT(read.people, SizeIs(2));
   EXPECT_EQ(read.people[0].firstName, "Anna");
   EXPECT_EQ(read.people[1].firstName, "Bob");
@@ -245,13 +245,13 @@ TEST(VCardPeople, ReadsSeveralCardsInTheFilesOrder) {
 
 TEST(VCardPeople, TakesACardWhoseEndIsMissingBeforeTheNext) {
   const ImportedPeople read =
-      parsePeople("BEGIN:VCARD\nN:;Anna;;;\nTEL:5551234567\n" + card("N:;Bob;;;\nTEL:5559876543\n"));
+      support::readPeople("BEGIN:VCARD\nN:;Anna;;;\nTEL:5551234567\n" + card("N:;Bob;;;\nTEL:5559876543\n"));
   EXPECT_THAT(read.people, SizeIs(2));
 }
 
 TEST(VCardPeople, KeepsTheCardsIdentifier) {
   const ImportedPeople read =
-      parsePeople(card("UID:urn:uuid:6f1c3a52-0d1b-4e7a-9a55-1f6c2b7d9e10\nN:;Anna;;;\nTEL:5551234567\n"));
+      support::readPeople(card("UID:urn:uuid:6f1c3a52-0d1b-4e7a-9a55-1f6c2b7d9e10\nN:;Anna;;;\nTEL:5551234567\n"));
   ASSERT_THAT(read.people, SizeIs(1));
   EXPECT_EQ(read.people[0].uid, "urn:uuid:6f1c3a52-0d1b-4e7a-9a55-1f6c2b7d9e10");
 }
@@ -260,7 +260,7 @@ TEST(VCardPeople, ManyFoldedLinesAndNumbersTakeLinearTime) {
   std::string text = "BEGIN:VCARD\nN:;Anna;;;\nPHOTO";
   for (int line = 0; line < 20'000; ++line) text += "\n AAAAAAAAAAAAAAAA";
   for (int line = 0; line < 10'000; ++line) text += "\nTEL:" + std::to_string(5'550'000'000 + line);
-  const ImportedPeople read = parsePeople(text + "\nEND:VCARD\n");
+  const ImportedPeople read = support::readPeople(text + "\nEND:VCARD\n");
   ASSERT_THAT(read.people, SizeIs(1));
   EXPECT_THAT(read.people[0].phones, SizeIs(10'000));
 }
@@ -268,7 +268,7 @@ TEST(VCardPeople, ManyFoldedLinesAndNumbersTakeLinearTime) {
 TEST(VCardPeople, EveryTruncationIsReadWithoutHarm) {
   for (const Dialect& dialect : kDialects)
     for (std::size_t length = 0; length < dialect.text.size(); ++length)
-      EXPECT_LE(parsePeople(dialect.text.substr(0, length)).people.size(), 2U);
+      EXPECT_LE(support::readPeople(dialect.text.substr(0, length)).people.size(), 2U);
 }
 
 TEST(VCardPeople, EveryChangedByteIsReadWithoutHarm) {
@@ -277,7 +277,7 @@ TEST(VCardPeople, EveryChangedByteIsReadWithoutHarm) {
       for (const char byte : {'\n', '=', '"', '\xFF'}) {
         std::string text = dialect.text;
         text[position] = byte;
-        EXPECT_LE(parsePeople(text).people.size(), 2U);
+        EXPECT_LE(support::readPeople(text).people.size(), 2U);
       }
 }
 

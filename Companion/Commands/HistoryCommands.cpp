@@ -1,0 +1,204 @@
+#include "Companion/Commands/HistoryCommands.h"
+
+#include <openssl/crypto.h>
+
+#include <filesystem>
+#include <memory>
+
+#include "Companion/Commands/CompanionJson.h"
+#include "Companion/History/HistoryRecord.h"
+#include "Companion/History/HistorySource.h"
+#include "Companion/History/StagedStore.h"
+#include "Companion/History/StoreProbe.h"
+#include "Companion/Output/CompanionFailure.h"
+#include "Companion/Output/DateText.h"
+#include "Companion/Output/DisplayText.h"
+#include "Companion/Output/InterruptionGuard.h"
+#include "Companion/Output/Progress.h"
+#include "Companion/Output/Terminal.h"
+#include "Companion/PlatformAdapters.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Json/JsonValue.h"
+#include "PelloraMessagesCore/Time/IsoDate.h"
+
+namespace pellora {
+
+namespace {
+
+constexpr std::chrono::seconds kLockPatience{5};
+constexpr char kLockFile[] = "history.lock";
+constexpr std::size_t kLargestPasswordFile = 4096;  // bytes
+
+// What an `add` or a `refresh` was asked for.
+struct Request {
+  std::string source;
+  std::optional<std::string> passwordFile;
+  bool replaces = false;
+};
+
+struct Outcome {
+  HistoryRecord record;
+  ChatDatabase::Summary summary;
+  std::uintmax_t size = 0;
+  std::string missing;
+};
+
+std::string newest(const ChatDatabase::Summary& summary, const CompanionContext& context) {
+  return summary.newestMessageAt ? date_text::date(*summary.newestMessageAt, context.now, context.calendar) : "none";
+}
+
+SecretBytes passwordFrom(const std::string& name) {
+  auto bytes = AtomicFile::read(name, kLargestPasswordFile);
+  if (!bytes) throw CompanionFailure("The password file " + display::printable(name) + " cannot be read.");
+  std::string_view line = *bytes;
+  line = line.substr(0, line.find('\n'));
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  const SecretBytes password(line);
+  OPENSSL_cleanse(bytes->data(), bytes->size());
+  if (password.size() == 0) throw CompanionFailure("The password file " + display::printable(name) + " is empty.");
+  return password;
+}
+
+void unlock(HistorySource& source, const std::optional<std::string>& passwordFile) {
+  if (!source.needsPassword()) return;
+  auto password =
+      passwordFile ? std::optional(passwordFrom(*passwordFile)) : terminal::password("Password of the backup:");
+  if (!password)
+    throw CompanionFailure(terminal::isThere()
+                               ? "No password was given; nothing was changed."
+                               : "The backup is encrypted; give its password with --password-file FILE.");
+  const Progress progress("Opening the backup's keys");
+  source.unlock(*password);
+}
+
+// Throws unless the user wants the store in place to be replaced by one that ends earlier.
+void askBeforeLosing(const CompanionContext& context, const ChatDatabase::Summary& next, bool replaces) {
+  if (replaces) return;
+  const StoreProbe present = StoreProbe::of(context.store);
+  if (!present.isReadable() || !present.summary.newestMessageAt) return;
+  const bool isOlder = !next.newestMessageAt || *next.newestMessageAt < *present.summary.newestMessageAt;
+  if (!isOlder) return;
+  const std::string dates = "The history in place has newer messages (until " + newest(present.summary, context) +
+                            ") than this one (until " + newest(next, context) + ")";
+  if (terminal::isConfirmed(dates + ". Replace it?").value_or(false)) return;
+  throw CompanionFailure(dates + "; nothing was changed. Add --replace to replace it all the same.");
+}
+
+void bring(const HistorySource& source, const StagedStore& staged) {
+  Progress progress("Copying the history");
+  const bool isDone = source.bring(staged.file(), [&progress](int hundredths) {
+    progress.setDone(hundredths);
+    return !InterruptionGuard::isRequested();
+  });
+  if (!isDone) throw CompanionFailure("Interrupted; nothing was changed.");
+}
+
+Outcome replaceStore(const CompanionContext& context, const Request& request) {
+  std::error_code error;
+  HistorySource source = HistorySource::find(request.source);
+  if (std::filesystem::equivalent(source.database(), context.store, error))
+    throw CompanionFailure(display::printable(source.database().string()) + " is the history in place already.");
+  const auto lock = context.runtime ? platform_adapters::lock(*context.runtime / kLockFile, kLockPatience) : nullptr;
+  if (!lock) throw CompanionFailure("Another history command is at work, or there is no runtime folder for its lock.");
+  unlock(source, request.passwordFile);
+  const InterruptionGuard guard;
+  StagedStore staged(context.store);
+  Outcome outcome;
+  outcome.missing = source.missing();
+  staged.needRoom(source.size());
+  bring(source, staged);
+  {
+    const Progress progress("Checking the history");
+    staged.check();
+    const StoreProbe probe = StoreProbe::of(staged.file());
+    if (!probe.isReadable()) throw CompanionFailure(probe.sentence() + " Nothing was changed.");
+    outcome.summary = probe.summary;
+    outcome.record = {source.path(),          std::string(sourceName(source.kind())),
+                      std::nullopt,           context.now,
+                      probe.summary.messages, staged.newMessages().value_or(probe.summary.messages)};
+  }
+  if (request.passwordFile) outcome.record.passwordFile = std::filesystem::absolute(*request.passwordFile, error);
+  outcome.size = std::filesystem::file_size(staged.file(), error);
+  askBeforeLosing(context, outcome.summary, request.replaces);
+  if (InterruptionGuard::isRequested()) throw CompanionFailure("Interrupted; nothing was changed.");
+  staged.putIntoPlace();
+  outcome.record.write(context.settings);
+  platform_adapters::askHelperToRead();
+  return outcome;
+}
+
+JsonValue json(const ChatDatabase::Summary& summary) {
+  return JsonValue::object(
+      {{"messages", summary.messages},
+       {"people", summary.people},
+       {"chats", summary.chats},
+       {"newestMessageAt",
+        summary.newestMessageAt ? JsonValue(IsoDate::text(*summary.newestMessageAt)) : JsonValue()}});
+}
+
+CommandResult told(const CompanionContext& context, const Outcome& outcome, bool asJson) {
+  if (asJson) {
+    JsonValue object = json(outcome.summary);
+    object.set("source", outcome.record.source.string());
+    object.set("kind", outcome.record.kind);
+    object.set("newMessages", outcome.record.newMessages);
+    object.set("size", static_cast<std::int64_t>(outcome.size));
+    object.set("missing", outcome.missing);
+    return {companion_json::line(object), {}};
+  }
+  const auto count = [](std::int64_t number) { return static_cast<std::size_t>(number); };
+  std::string text =
+      "The history is in place: " + display::counted(count(outcome.summary.messages), "message", "messages") + ", " +
+      std::to_string(outcome.record.newMessages) + " of them new, until " + newest(outcome.summary, context) + " (" +
+      display::size(outcome.size) + ").\n";
+  if (!outcome.missing.empty()) text += "Missing: " + display::printable(outcome.missing) + "\n";
+  return {text, {}};
+}
+
+}  // namespace
+
+CommandResult HistoryAddCommand::run(const CompanionContext& context) const {
+  return told(context, replaceStore(context, {source, passwordFile, replaces}), json);
+}
+
+CommandResult HistoryRefreshCommand::run(const CompanionContext& context) const {
+  const auto record = HistoryRecord::read(context.settings);
+  if (!record)
+    throw CompanionFailure(
+        "No history was added yet, so there is nothing to refresh: pellora-companion history add PATH");
+  Request request{record->source.string(), passwordFile, replaces};
+  if (!request.passwordFile && record->passwordFile) request.passwordFile = record->passwordFile->string();
+  return told(context, replaceStore(context, request), json);
+}
+
+CommandResult HistoryStatusCommand::run(const CompanionContext& context) const {
+  const StoreProbe probe = StoreProbe::of(context.store);
+  const auto record = HistoryRecord::read(context.settings);
+  const std::string complaint = probe.isReadable() ? "" : probe.sentence() + " " + probe.nextStep();
+  if (json) {
+    JsonValue object = probe.isReadable() ? pellora::json(probe.summary) : JsonValue::object();
+    object.set("file", context.store.string());
+    object.set("readable", probe.isReadable());
+    object.set("reason", probe.reason);
+    object.set("nextStep", probe.nextStep());
+    object.set("source", record ? JsonValue(record->source.string()) : JsonValue());
+    object.set("kind", record ? JsonValue(record->kind) : JsonValue());
+    object.set("addedAt", record ? JsonValue(IsoDate::text(record->addedAt)) : JsonValue());
+    return {companion_json::line(object), complaint};
+  }
+  std::string text;
+  const auto row = [&text](const char* label, const std::string& value) {
+    text += display::padded(label, 17) + display::printable(value) + "\n";
+  };
+  row("Source", record ? record->kind + " " + record->source.string() : "unknown: not brought by \"history add\"");
+  if (record) row("Added", date_text::weekdayDate(record->addedAt, context.now, context.calendar));
+  row("Store", context.store.string());
+  if (!probe.isReadable()) return {text, complaint};
+  row("Messages", std::to_string(probe.summary.messages));
+  row("People", std::to_string(probe.summary.people));
+  row("Chats", std::to_string(probe.summary.chats));
+  row("Newest message", newest(probe.summary, context));
+  return {text, {}};
+}
+
+}  // namespace pellora

@@ -1,0 +1,112 @@
+#include "Companion/History/HistorySource.h"
+
+#include <unistd.h>
+
+#include "Companion/History/HistoryDatabase.h"
+#include "Companion/History/StoreProbe.h"
+#include "Companion/Output/CompanionFailure.h"
+#include "Companion/Output/DisplayText.h"
+
+namespace pellora {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kDatabaseName[] = "chat.db";
+constexpr char kInHome[] = "Library/Messages/chat.db";
+
+// With the log beside it.
+std::uintmax_t sizeOf(const fs::path& database) {
+  std::uintmax_t sum = 0;
+  for (const char* suffix : {"", "-wal"}) {
+    std::error_code error;
+    const auto size = fs::file_size(database.string() + suffix, error);
+    if (!error) sum += size;
+  }
+  return sum;
+}
+
+[[noreturn]] void refuse(const StoreProbe& probe) {
+  throw CompanionFailure(probe.sentence() + " Nothing was changed.");
+}
+
+}  // namespace
+
+HistorySource HistorySource::find(const fs::path& path) {
+  HistorySource source;
+  std::error_code error;
+  source._path = fs::absolute(path, error).lexically_normal();
+  if (fs::is_directory(source._path, error) && PhoneBackup::isAt(source._path)) {
+    source._backup.emplace(source._path);
+    source._database = source._backup->database();
+    return source;
+  }
+  source._database = source._path;
+  if (fs::is_directory(source._path, error)) {
+    source._database = source._path / kDatabaseName;
+    if (!fs::exists(source._database, error) && fs::exists(source._path / kInHome, error))
+      source._database = source._path / kInHome;
+    if (!fs::exists(source._database, error))
+      throw CompanionFailure("There is neither chat.db nor a phone backup in " +
+                             display::printable(source._path.string()) + ".");
+  }
+  const StoreProbe probe = StoreProbe::of(source._database);
+  // A log that only needs to be written beside its database is brought where it can be.
+  source._mustBeCopied =
+      probe.kind == StoreProbe::Kind::readOnly || ::access(source._database.parent_path().c_str(), W_OK) != 0;
+  if (!probe.isReadable() && probe.kind != StoreProbe::Kind::readOnly) refuse(probe);
+  source._lacksLog = probe.lacksLog;
+  return source;
+}
+
+std::uintmax_t HistorySource::size() const {
+  return _backup ? _backup->size() : sizeOf(_database);
+}
+
+bool HistorySource::copyDatabase(const fs::path& file, const Proceed& proceed) const {
+  const fs::path log = _database.string() + "-wal";
+  std::error_code error;
+  if (fs::exists(log, error) && !copyFile(log, file.string() + "-wal", nullptr, 0, proceed)) return false;
+  return copyFile(_database, file, nullptr, 0, proceed);
+}
+
+bool HistorySource::bring(const fs::path& file, const Proceed& proceed) const {
+  bool wasStopped = false;
+  const Proceed watched = [&](int hundredths) {
+    wasStopped = wasStopped || !proceed(hundredths);
+    return !wasStopped;
+  };
+  try {
+    if (_backup || _mustBeCopied) {
+      const bool isDone = _backup ? _backup->extract(file, watched) : copyDatabase(file, watched);
+      if (!isDone) return false;
+      // Said of the copy, meant of the source: they hold the same.
+      StoreProbe probe = StoreProbe::of(file);
+      probe.file = _database;
+      if (!probe.isReadable()) refuse(probe);
+      HistoryDatabase(file, HistoryDatabase::Mode::write).execute("PRAGMA wal_checkpoint(TRUNCATE)");
+    } else {
+      HistoryDatabase source(_database, HistoryDatabase::Mode::read);
+      HistoryDatabase(file, HistoryDatabase::Mode::create).copyFrom(source, watched);
+    }
+  } catch (const HistoryDatabase::Error& error) {
+    if (wasStopped) return false;
+    if (error.isBusy())
+      throw CompanionFailure("Another program keeps changing " + display::printable(_database.string()) +
+                             "; nothing was changed. Try again when it is done.");
+    throw CompanionFailure("The history cannot be copied from " + display::printable(_database.string()) + ": " +
+                           error.what() + ". Nothing was changed.");
+  }
+  return true;
+}
+
+std::string HistorySource::missing() const {
+  if (_backup) return "What came after the backup was made.";
+  if (!_lacksLog) return {};
+  return "There is no log (" + _database.filename().string() +
+         "-wal) beside the database: if Messages was running when it was copied, its newest messages are missing. "
+         "Copy chat.db, chat.db-wal and chat.db-shm together.";
+}
+
+}  // namespace pellora

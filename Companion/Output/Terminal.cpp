@@ -1,0 +1,107 @@
+#include "Companion/Output/Terminal.h"
+
+#include <fcntl.h>
+#include <openssl/crypto.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <string_view>
+
+#include "Companion/Output/DisplayText.h"
+
+namespace pellora::terminal {
+
+namespace {
+
+constexpr std::size_t kLongestPassword = 1024;  // bytes
+constexpr std::size_t kLongestLine = 4096;      // bytes
+constexpr char kInterrupt = '\x03';             // Ctrl+C, where it is not a signal
+
+}  // namespace
+
+void show(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = ::write(STDERR_FILENO, text.data(), text.size());
+    if (count <= 0) return;
+    text.remove_prefix(static_cast<std::size_t>(count));
+  }
+}
+
+namespace {
+
+// One byte; false at the end.
+bool readByte(char& byte) {
+  ssize_t count = 0;
+  do count = ::read(STDIN_FILENO, &byte, 1);
+  while (count < 0 && errno == EINTR);
+  return count == 1;
+}
+
+// While it lives, nothing that is typed is shown, and Ctrl+C arrives as a character.
+class QuietTerminal {
+ public:
+  QuietTerminal() {
+    ::tcgetattr(STDIN_FILENO, &_before);
+    termios quiet = _before;
+    quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO | ISIG);
+    ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
+  }
+  ~QuietTerminal() { ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &_before); }
+  QuietTerminal(const QuietTerminal&) = delete;
+  QuietTerminal& operator=(const QuietTerminal&) = delete;
+
+ private:
+  termios _before{};
+};
+
+}  // namespace
+
+bool isThere() {
+  return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1;
+}
+
+std::optional<std::string> line(const std::string& question) {
+  if (!isThere()) return std::nullopt;
+  show(display::printable(question) + " ");
+  std::string text;
+  char byte = 0;
+  while (readByte(byte)) {
+    if (byte == '\n') return text;
+    if (text.size() < kLongestLine) text += byte;
+  }
+  return std::nullopt;
+}
+
+std::optional<bool> isConfirmed(const std::string& question) {
+  if (!isThere()) return std::nullopt;
+  const auto answer = line(question + " [y/N]");
+  return answer && (*answer == "y" || *answer == "Y" || *answer == "yes" || *answer == "Yes");
+}
+
+std::optional<SecretBytes> password(const std::string& question) {
+  if (!isThere()) return std::nullopt;
+  std::array<char, kLongestPassword> typed{};
+  std::size_t size = 0;
+  bool isInterrupted = false;
+  {
+    const QuietTerminal quiet;
+    show(display::printable(question) + " ");
+    char byte = 0;
+    while (size < typed.size() && readByte(byte) && byte != '\n' && byte != '\r') {
+      isInterrupted = byte == kInterrupt;
+      if (isInterrupted) break;
+      typed[size++] = byte;
+    }
+  }
+  show("\n");
+  std::optional<SecretBytes> password;
+  if (size > 0 && !isInterrupted) password.emplace(std::string_view(typed.data(), size));
+  OPENSSL_cleanse(typed.data(), typed.size());
+  if (isInterrupted) ::raise(SIGINT);
+  return password;
+}
+
+}  // namespace pellora::terminal

@@ -1,0 +1,37 @@
+// The handles of the Messages store, to tell which people appear there. Their ids are all that is read.
+// Tested by Tests/Companion/PeopleCommandTests.cpp.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "PelloraMessagesCore/HelperPerson.h"
+
+namespace pellora {
+
+class StoreHandles {
+ public:
+  // Absent when the store cannot be read.
+  static std::optional<StoreHandles> read(const std::filesystem::path& store);
+
+  // In the store's spelling.
+  const std::vector<std::string>& all() const { return _all; }
+
+  bool has(const HelperPerson& person) const;
+  bool hasHandle(const std::string& normalised) const { return _normalised.contains(normalised); }
+
+ private:
+  std::vector<std::string> _all;
+  std::unordered_set<std::string> _normalised;
+};
+
+// A handle of the store as HelperPerson would have it.
+std::string normalisedHandle(std::string_view handle);
+
+// "Anna"; "Anna (5551234567)" beside another Anna; the identifier without a name.
+std::string personTitle(const HelperPerson& person, const std::vector<HelperPerson>& everybody);
+
+}  // namespace pellora

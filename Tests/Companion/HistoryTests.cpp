@@ -1,0 +1,260 @@
+// The history commands over files as people have them: databases with and without their log, folders, disks that
+// cannot be written, stores in use.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "Companion/Commands/HistoryCommands.h"
+#include "Companion/History/HistoryRecord.h"
+#include "Companion/History/StagedStore.h"
+#include "Companion/History/StoreProbe.h"
+#include "Companion/Output/CompanionFailure.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
+#include "SampleStore/PhoneBackupWriter.h"
+#include "Tests/Companion/CompanionWorld.h"
+#include "Tests/Support/SmallStore.h"
+
+namespace pellora {
+namespace {
+
+namespace fs = std::filesystem;
+using support::CompanionWorld;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using Json = nlohmann::json;
+
+constexpr std::int64_t kDay = 86'400;
+
+class History : public testing::Test {
+ protected:
+  CompanionContext context() {
+    CompanionContext context = _world.context();
+    context.store = place();
+    context.settings = _folder / "settings";
+    return context;
+  }
+
+  fs::path place() const { return _folder / "home/Library/Messages/chat.db"; }
+
+  // A store with so many messages, the newest of this many days ago. Its log is merged in unless it is kept.
+  fs::path makeStore(const std::string& name, int messages, int daysAgo = 1, bool keepsLog = false) {
+    const fs::path file = _folder / name;
+    support::SmallStore store(file);
+    const auto chat = store.addChat({"+15551234567"});
+    for (int message = 0; message < messages; ++message)
+      store.addMessage(chat, instantAtSeconds(CompanionWorld::kNow - daysAgo * kDay - message), false, "hello");
+    if (keepsLog) store.connection().keepLogOnClose();
+    return file;
+  }
+
+  Json add(const fs::path& source, bool replaces = false) {
+    HistoryAddCommand command{source.string(), std::nullopt, replaces, true};
+    return Json::parse(command.run(context()).output);
+  }
+
+  template <class Command>
+  std::string failureOf(const Command& command) {
+    try {
+      command.run(context());
+    } catch (const CompanionFailure& failure) {
+      return failure.what();
+    }
+    return {};
+  }
+
+  std::string failureOfAdding(const fs::path& source) {
+    return failureOf(HistoryAddCommand{source.string(), {}, false, false});
+  }
+
+  std::int64_t messagesInPlace() { return StoreProbe::of(place()).messages.value_or(-1); }
+
+  support::TemporaryFolder _folder;
+  CompanionWorld _world;
+};
+
+TEST_F(History, ADatabaseComesIntoPlaceWithItsLogPrivateAndAlone) {
+  const fs::path source = makeStore("disk/chat.db", 5, 1, true);
+  ASSERT_GT(fs::file_size(source.string() + "-wal"), 0U);
+  EXPECT_EQ(add(source)["messages"], 5);
+  EXPECT_EQ(messagesInPlace(), 5);
+  struct stat status{};
+  ASSERT_EQ(::stat(place().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+  ASSERT_EQ(::stat(place().parent_path().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0700U);
+  std::size_t files = 0;
+  for ([[maybe_unused]] const auto& entry : fs::directory_iterator(place().parent_path())) ++files;
+  EXPECT_LE(files, 3U) << "the database, and at most the log that looking at it made";
+}
+
+TEST_F(History, AFolderWithChatDbAndAWholeHomeAreFound) {
+  makeStore("copied/chat.db", 2);
+  EXPECT_EQ(add(_folder / "copied")["messages"], 2);
+  makeStore("disk/Users/ada/Library/Messages/chat.db", 3, 0);
+  EXPECT_EQ(add(_folder / "disk/Users/ada")["messages"], 3);
+}
+
+TEST_F(History, AnUnencryptedBackupComesIntoPlace) {
+  const fs::path database = makeStore("made-up.db", 4);
+  PhoneBackupWriter::wrap(_folder / "backup", database, {});
+  const Json told = add(_folder / "backup");
+  EXPECT_EQ(told["messages"], 4);
+  EXPECT_EQ(told["kind"], "phone backup");
+  EXPECT_THAT(told["missing"].get<std::string>(), HasSubstr("after the backup"));
+}
+
+TEST_F(History, AnEncryptedBackupOpensWithThePasswordFile) {
+  PhoneBackupWriter::Options options;
+  options.password = "geheim 123";
+  PhoneBackupWriter::wrap(_folder / "backup", makeStore("made-up.db", 4), options);
+  EXPECT_THAT(failureOfAdding(_folder / "backup"), HasSubstr("--password-file"));
+  AtomicFile::write(_folder / "wrong", "geheim\n");
+  AtomicFile::write(_folder / "right", "geheim 123\r\nmore\n");
+  HistoryAddCommand command{(_folder / "backup").string(), (_folder / "wrong").string(), false, false};
+  EXPECT_THAT(failureOf(command), HasSubstr("not the password"));
+  EXPECT_FALSE(fs::exists(place()));
+  command.passwordFile = (_folder / "right").string();
+  command.run(context());
+  EXPECT_EQ(messagesInPlace(), 4);
+  EXPECT_EQ(failureOf(HistoryRefreshCommand()), "") << "the password file is remembered";
+}
+
+TEST_F(History, RefreshSaysHowManyCame) {
+  EXPECT_THAT(failureOf(HistoryRefreshCommand()), HasSubstr("history add"));
+  const fs::path source = makeStore("chat.db", 5, 3);
+  EXPECT_EQ(add(source)["newMessages"], 5);
+  StoreConnection connection(source, StoreConnection::Mode::existing);
+  connection.execute("UPDATE message SET guid = 'another ' || ROWID WHERE ROWID <= 2");
+  HistoryRefreshCommand command;
+  command.json = true;
+  EXPECT_EQ(Json::parse(command.run(context()).output)["newMessages"], 2);
+}
+
+TEST_F(History, ALogThatWasLeftBehindIsSaid) {
+  const fs::path source = makeStore("disk/chat.db", 5, 1, true);
+  fs::create_directory(_folder / "alone");
+  fs::copy_file(source, _folder / "alone/chat.db");
+  EXPECT_THAT(failureOfAdding(_folder / "alone"), Not(IsEmpty())) << "everything is in the log";
+  EXPECT_THAT(add(source)["missing"].get<std::string>(), IsEmpty());
+  {
+    StoreConnection connection(source, StoreConnection::Mode::existing);
+    connection.execute("PRAGMA wal_checkpoint(TRUNCATE)");
+  }
+  fs::create_directory(_folder / "copied");
+  fs::copy_file(source, _folder / "copied/chat.db");
+  EXPECT_THAT(add(_folder / "copied", true)["missing"].get<std::string>(), HasSubstr("chat.db-wal"));
+}
+
+TEST_F(History, NothingIsChangedByWhatIsNoHistory) {
+  add(makeStore("chat.db", 5));
+  const auto before = AtomicFile::read(place());
+  fs::create_directory(_folder / "empty-folder");
+  std::ofstream(_folder / "empty.db");
+  std::ofstream(_folder / "text.db") << std::string(5000, 'x');
+  {
+    StoreConnection other(_folder / "other.db", StoreConnection::Mode::create);
+    other.execute("CREATE TABLE t (x)");
+  }
+  const auto whole = AtomicFile::read(makeStore("large.db", 2000));
+  std::ofstream(_folder / "cut.db", std::ios::binary) << whole->substr(0, whole->size() / 2);
+  std::string torn = *whole;
+  for (std::size_t at = 8192; at + 4096 < torn.size(); at += 4096) torn.replace(at, 4096, std::string(4096, '\x5A'));
+  std::ofstream(_folder / "torn.db", std::ios::binary) << torn;
+  const std::pair<const char*, const char*> kWrong[] = {{"nowhere", "There is no"},
+                                                        {"empty-folder", "neither chat.db"},
+                                                        {"empty.db", "is empty"},
+                                                        {"text.db", "is not a database"},
+                                                        {"other.db", "not one of Messages"},
+                                                        {"cut.db", "cut short"},
+                                                        {"torn.db", "damaged"}};
+  for (const auto& [name, words] : kWrong) EXPECT_THAT(failureOfAdding(_folder / name), HasSubstr(words)) << name;
+  EXPECT_EQ(AtomicFile::read(place()), before);
+  EXPECT_THAT(failureOfAdding(place()), HasSubstr("in place already"));
+}
+
+TEST_F(History, ANewerHistoryIsOnlyReplacedOnDemand) {
+  add(makeStore("new.db", 5, 1));
+  const fs::path old = makeStore("old.db", 9, 30);
+  EXPECT_THAT(failureOfAdding(old), HasSubstr("--replace"));
+  EXPECT_EQ(messagesInPlace(), 5);
+  EXPECT_EQ(add(old, true)["messages"], 9);
+  EXPECT_EQ(messagesInPlace(), 9);
+}
+
+TEST_F(History, AStoreInUseStaysAndItsLogIsNotLost) {
+  add(makeStore("chat.db", 5, 3));
+  const fs::path next = makeStore("next.db", 7, 1);
+  {
+    StoreConnection user(place(), StoreConnection::Mode::existing);
+    EXPECT_EQ(user.queryInteger("SELECT count(*) FROM message"), 5);
+    EXPECT_THAT(failureOfAdding(next), HasSubstr("Another program uses"));
+    EXPECT_EQ(user.queryInteger("SELECT count(*) FROM message"), 5);
+  }
+  EXPECT_EQ(messagesInPlace(), 5);
+  EXPECT_EQ(add(next)["messages"], 7);
+  EXPECT_EQ(messagesInPlace(), 7);
+}
+
+TEST_F(History, AnOldLogDoesNotSpoilTheNewStore) {
+  makeStore("home/Library/Messages/chat.db", 5, 3, true);
+  fs::remove(place());
+  ASSERT_TRUE(fs::exists(place().string() + "-wal"));
+  EXPECT_EQ(add(makeStore("next.db", 7, 1))["messages"], 7);
+  EXPECT_EQ(messagesInPlace(), 7);
+}
+
+TEST_F(History, WhatAKilledRunLeftIsRemovedByTheNext) {
+  const fs::path leftover = place().parent_path() / ".pellora-history-abcdef";
+  fs::create_directories(leftover);
+  std::ofstream(leftover / "chat.db") << "half";
+  add(makeStore("chat.db", 5));
+  EXPECT_FALSE(fs::exists(leftover));
+}
+
+TEST_F(History, AReadOnlyDiskIsCopiedWithItsLog) {
+  if (::geteuid() == 0) GTEST_SKIP() << "permission bits do not bind this user";
+  const fs::path source = makeStore("disk/chat.db", 5, 1, true);
+  fs::permissions(source.parent_path(), fs::perms::owner_read | fs::perms::owner_exec);
+  EXPECT_EQ(add(source)["messages"], 5);
+  fs::permissions(source.parent_path(), fs::perms::owner_all);
+}
+
+TEST_F(History, ATooSmallDiskIsSaidBeforehand) {
+  const StagedStore staged(place());
+  EXPECT_NO_THROW(staged.needRoom(1));
+  EXPECT_THROW(staged.needRoom(std::uintmax_t{1} << 60), CompanionFailure);
+}
+
+TEST_F(History, StatusTellsSourceAndContentAndComplainsWithoutAny) {
+  const CommandResult nothing = HistoryStatusCommand().run(context());
+  EXPECT_THAT(nothing.complaint, HasSubstr("pellora-companion history add"));
+  const fs::path source = makeStore("chat.db", 5);
+  add(source);
+  const CommandResult told = HistoryStatusCommand().run(context());
+  EXPECT_THAT(told.complaint, IsEmpty());
+  EXPECT_THAT(told.output, HasSubstr("database " + source.string()));
+  const Json json = Json::parse(HistoryStatusCommand{true}.run(context()).output);
+  EXPECT_EQ(json["messages"], 5);
+  EXPECT_EQ(json["people"], 1);
+  EXPECT_EQ(json["chats"], 1);
+  EXPECT_EQ(json["addedAt"], "2026-11-21T12:00:00Z");
+  EXPECT_EQ(json["newestMessageAt"], "2026-11-20T12:00:00Z");
+}
+
+TEST(HistoryRecord, WhatDoesNotDecodeIsAbsent) {
+  const support::TemporaryFolder folder;
+  EXPECT_FALSE(HistoryRecord::read(folder.path()).has_value());
+  for (const char* text : {"", "{", "[]", "{\"source\":5}", "{\"source\":\"/x\",\"addedAt\":\"yesterday\"}"}) {
+    AtomicFile::write(folder / "history.json", text);
+    EXPECT_FALSE(HistoryRecord::read(folder.path()).has_value()) << text;
+  }
+}
+
+}  // namespace
+}  // namespace pellora
