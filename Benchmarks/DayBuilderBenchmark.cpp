@@ -22,7 +22,7 @@ constexpr std::int64_t kWindowStart = 1'792'700'000;
 struct Window {
   std::vector<HistoryMessage> messages;
   ChatParticipants chats;
-  HelperPeopleFile people;
+  std::vector<HelperPerson> people;
 };
 
 std::string text(std::mt19937& random) {
@@ -46,7 +46,7 @@ Window makeWindow() {
     const std::string number = std::to_string(5'550'000'000 + person);
     std::array<std::uint8_t, 16> bytes{};
     bytes[0] = static_cast<std::uint8_t>(person);
-    window.people.people.push_back({Uuid(bytes), "Person", {number}, {}});
+    window.people.push_back({Uuid(bytes), "Person", {number}, {}});
     window.chats[person] = {"+1" + number};
   }
   for (std::int64_t row = 0; row < kMessages; ++row)

@@ -163,22 +163,29 @@ void checkRecords(const HelperDayNotes& notes, const std::vector<HelperPerson>& 
 }
 
 void readAll(const fs::path& path) {
-  const HelperPeopleFile people{
-      {}, {{Uuid({1}), "Sam", {"5550100123"}, {}}, {Uuid({2}), "Robin", {}, {"sam@example.com"}}}};
+  const std::vector<HelperPerson> people = {{Uuid({1}), "Sam", {"5550100123"}, {}},
+                                            {Uuid({2}), "Robin", {}, {"sam@example.com"}}};
   const HandleMatcher matcher(people);
   const LocalCalendar calendar = LocalCalendar::inTimeZone("Europe/Berlin");
-  const ChatDatabase database(path);
+  ChatDatabase database(path);
+  database.beginSnapshot();
   const ChatParticipants participants = database.chatParticipants();
   database.messages(database.maxRowID() - 3, 5000);
   database.messages(std::set<std::int64_t>{1, 2, 3}, instantAtSeconds(978'307'200));
-  const auto messages = database.messages(instantAtSeconds(978'307'200), 50'000);
+  const Instant since = instantAtSeconds(978'307'200);
+  const auto messages = database.messages(since, 50'000);
+  // Read in portions, a store gives the same rows.
+  requireSame(database.windowMessages({1, 2, 3, 4, 5, 6, 7, 8}, since, 2) ==
+              database.windowMessages({1, 2, 3, 4, 5, 6, 7, 8}, since, 50'000));
+  database.newRows({1, 2}, 0, 3);
+  database.rowMark(1);
   auto drafts = MessagesDayBuilder::drafts(messages, participants, matcher, matcher.firstNames(), calendar);
   std::vector<MessagesDayRecord> records;
   for (auto& draft : drafts) records.push_back(std::move(draft.record));
   HelperDayNotes notes;
   notes.merge(records, HelperDayNotes::Reread::full, "2001-01-01", {Uuid({1}), Uuid({2})});
   requireSame(notes.days.size() <= records.size());
-  checkRecords(notes, people.people, calendar);
+  checkRecords(notes, people, calendar);
 }
 
 }  // namespace

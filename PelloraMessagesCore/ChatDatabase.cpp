@@ -95,21 +95,74 @@ std::optional<std::string> body(Statement& row) {
   return MessageBody::text(repaired, attributedBody);
 }
 
-std::vector<HistoryMessage> messageRows(sqlite3* db, const std::string& sql, std::int64_t parameter, int limit) {
-  Statement statement(db, sql);
-  statement.bind(parameter);
-  std::vector<HistoryMessage> messages;
-  messages.reserve(static_cast<std::size_t>(std::clamp(limit, 0, kMaximumHistoryRows)));
-  while (statement.nextRow()) {
-    std::optional<std::string> text = body(statement);
-    if (!text || text->empty()) continue;
-    messages.push_back({.rowID = statement.integer64(0),
-                        .date = ChatDatabase::date(statement.integer64(1)),
-                        .isFromMe = statement.boolean(2),
-                        .text = std::move(*text),
-                        .chatID = statement.integer64(5)});
+// Takes the rows of message queries, one query after the other.
+class RowTaker {
+ public:
+  // `chats` is null for all of them.
+  explicit RowTaker(const ChatSelection* chats = nullptr) : _chats(chats) {}
+
+  // The number of rows that the query gave, whatever became of them.
+  int take(sqlite3* db, const std::string& sql, std::int64_t parameter) {
+    Statement statement(db, sql);
+    statement.bind(parameter);
+    int count = 0;
+    for (; statement.nextRow(); ++count) takeRow(statement);
+    return count;
   }
-  return messages;
+
+  std::vector<HistoryMessage> messages;
+  std::int64_t lastRowID = 0;       // of all rows
+  std::int64_t highestSettled = 0;  // of the messages and the rows of other chats
+  std::int64_t lastDate = 0;        // as stored
+  int rowsAtLastDate = 0;
+
+ private:
+  void takeRow(Statement& row) {
+    lastRowID = row.integer64(0);
+    const std::int64_t date = row.integer64(1);
+    rowsAtLastDate = date == lastDate ? rowsAtLastDate + 1 : 1;
+    lastDate = date;
+    const std::int64_t chat = row.integer64(5);
+    if (isWanted(chat)) {
+      std::optional<std::string> text = body(row);
+      if (!text || text->empty()) return;
+      messages.push_back({lastRowID, ChatDatabase::date(date), row.boolean(2), std::move(*text), chat});
+    }
+    highestSettled = std::max(highestSettled, lastRowID);
+  }
+
+  // Neighbouring rows are often of one chat.
+  bool isWanted(std::int64_t chat) {
+    if (_chats == nullptr) return true;
+    if (chat != _lastChat || !_wasAsked) {
+      _wasAsked = true;
+      _lastChat = chat;
+      _isLastChatWanted = _chats->contains(chat);
+    }
+    return _isLastChatWanted;
+  }
+
+  const ChatSelection* _chats;
+  bool _wasAsked = false;
+  std::int64_t _lastChat = 0;
+  bool _isLastChatWanted = false;
+};
+
+std::vector<HistoryMessage> messageRows(sqlite3* db, const std::string& sql, std::int64_t parameter) {
+  RowTaker rows;
+  rows.take(db, sql, parameter);
+  return std::move(rows.messages);
+}
+
+// Every row of a query ordered by date, `limit` at a time. A further portion begins with the date at which the one
+// before ended, behind the rows of that date that were given already; in one snapshot their order stays the same.
+std::vector<HistoryMessage> allRows(sqlite3* db, const std::string& condition, const ChatSelection* chats,
+                                    std::int64_t since, int limit) {
+  const std::string sql = messageQuery(condition, "m.date", limit);
+  RowTaker rows(chats);
+  if (rows.take(db, sql, since) < limit) return std::move(rows.messages);
+  while (rows.take(db, sql + " OFFSET " + std::to_string(rows.rowsAtLastDate), rows.lastDate) == limit) continue;
+  return std::move(rows.messages);
 }
 
 // By canonical form; of handles that are canonically the same, the first one stays.
@@ -226,6 +279,11 @@ ChatDatabase::~ChatDatabase() {
   sqlite3_close(_db);
 }
 
+void ChatDatabase::beginSnapshot() {
+  if (sqlite3_exec(_db, "BEGIN", nullptr, nullptr, nullptr) != SQLITE_OK)
+    throw Failure::query(text::repairedUtf8(sqlite3_errmsg(_db)));
+}
+
 std::int64_t ChatDatabase::maxRowID() const {
   Statement statement(checked(), "SELECT IFNULL(MAX(ROWID), 0) FROM message");
   std::int64_t highest = 0;
@@ -233,26 +291,43 @@ std::int64_t ChatDatabase::maxRowID() const {
   return highest;
 }
 
-std::vector<HistoryMessage> ChatDatabase::messages(std::int64_t afterRowID, int limit) const {
-  return messageRows(checked(), messageQuery("m.ROWID > ?", "m.ROWID", limit), afterRowID, limit);
+std::string ChatDatabase::rowMark(std::int64_t rowID) const {
+  Statement statement(checked(), "SELECT guid, date FROM message WHERE ROWID = ?");
+  statement.bind(rowID);
+  std::string mark;
+  while (statement.nextRow()) {
+    const std::string guid = text::repairedUtf8(statement.text(0).value_or(std::string_view()));
+    mark = guid + " " + std::to_string(statement.integer64(1));
+  }
+  return mark;
 }
 
-std::optional<std::int64_t> ChatDatabase::rowIDAtLimit(std::int64_t afterRowID, int limit) const {
-  Statement statement(checked(), messageQuery("m.ROWID > ?", "m.ROWID", 1) + " OFFSET " + std::to_string(limit - 1));
-  statement.bind(afterRowID);
-  std::optional<std::int64_t> rowID;
-  while (statement.nextRow()) rowID = statement.integer64(0);
-  return rowID;
+std::vector<HistoryMessage> ChatDatabase::messages(std::int64_t afterRowID, int limit) const {
+  return messageRows(checked(), messageQuery("m.ROWID > ?", "m.ROWID", limit), afterRowID);
+}
+
+ChatDatabase::NewRows ChatDatabase::newRows(const ChatSelection& chats, std::int64_t afterRowID, int limit) const {
+  RowTaker rows(&chats);
+  const bool isLimitReached = rows.take(checked(), messageQuery("m.ROWID > ?", "m.ROWID", limit), afterRowID) == limit;
+  return {std::move(rows.messages), isLimitReached ? rows.lastRowID : rows.highestSettled, isLimitReached};
 }
 
 std::vector<HistoryMessage> ChatDatabase::messages(Instant since, int limit) const {
-  return messageRows(checked(), messageQuery("m.date >= ?", "m.date", limit), appleTime(since), limit);
+  return messageRows(checked(), messageQuery("m.date >= ?", "m.date", limit), appleTime(since));
+}
+
+std::vector<HistoryMessage> ChatDatabase::windowMessages(const ChatSelection& chats, Instant since, int limit) const {
+  return allRows(checked(), "m.date >= ?", &chats, appleTime(since), limit);
 }
 
 std::vector<HistoryMessage> ChatDatabase::messages(const std::set<std::int64_t>& inChats, Instant since) const {
   if (inChats.empty()) return {};
-  const std::string sql = messageQuery(chatsCondition(inChats), "m.date", kMaximumHistoryRows);
-  return messageRows(checked(), sql, appleTime(since), kMaximumHistoryRows);
+  return messageRows(checked(), messageQuery(chatsCondition(inChats), "m.date", kMaximumHistoryRows), appleTime(since));
+}
+
+std::vector<HistoryMessage> ChatDatabase::allMessages(const std::set<std::int64_t>& inChats, Instant since) const {
+  if (inChats.empty()) return {};
+  return allRows(checked(), chatsCondition(inChats), nullptr, appleTime(since), kMaximumHistoryRows);
 }
 
 std::string ChatDatabase::chatsCondition(const std::set<std::int64_t>& chats) {

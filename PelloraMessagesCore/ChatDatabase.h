@@ -13,6 +13,7 @@
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "PelloraMessagesCore/HistoryMessage.h"
@@ -25,6 +26,9 @@ namespace pellora {
 // Chat row id to the chat's handles (phone numbers, e-mail addresses), without repeats, in canonical text order.
 // Exactly one handle marks a one-to-one chat.
 using ChatParticipants = std::unordered_map<std::int64_t, std::vector<std::string>>;
+
+// Chat row ids. Rows of other chats are passed over before their text is asked for: it never enters the process.
+using ChatSelection = std::unordered_set<std::int64_t>;
 
 class ChatDatabase {
  public:
@@ -67,21 +71,41 @@ class ChatDatabase {
 
   // All throw Failure.query, also for a store whose tables are not ordinary ones. Rows without a text are left out.
 
+  // From the next query on, until the connection is closed, every query sees the store as it is then.
+  void beginSnapshot();
+
   // 0 for an empty table.
   std::int64_t maxRowID() const;
+
+  // What tells this row's message from another one under the same row id; empty when there is no such row.
+  std::string rowMark(std::int64_t rowID) const;
 
   // Rows with a greater row id, lowest first.
   std::vector<HistoryMessage> messages(std::int64_t afterRowID, int limit) const;
 
-  // The row at which the call above stops because of its limit, rows without a text counted; absent when it comes to
-  // the end of the table.
-  std::optional<std::int64_t> rowIDAtLimit(std::int64_t afterRowID, int limit) const;
+  struct NewRows {
+    std::vector<HistoryMessage> messages;
+    // The highest row id that was dealt with: of the messages and of passed-over rows. A row without a text, which may
+    // still get one, counts only when the limit was reached. 0 for none.
+    std::int64_t highestRowID = 0;
+    bool isLimitReached = false;  // there may be more
+  };
+
+  // As above, of these chats. The limit counts rows of all chats.
+  NewRows newRows(const ChatSelection& chats, std::int64_t afterRowID, int limit) const;
 
   // Rows dated at or after `since`, oldest first.
   std::vector<HistoryMessage> messages(Instant since, int limit) const;
 
+  // All rows of these chats dated at or after `since`, oldest first, asked for in portions of `limit` rows of all
+  // chats. Only inside a snapshot.
+  std::vector<HistoryMessage> windowMessages(const ChatSelection& chats, Instant since, int limit) const;
+
   // Rows of these chats dated at or after `since`, oldest first, at most 50,000. No chats, no query.
   std::vector<HistoryMessage> messages(const std::set<std::int64_t>& inChats, Instant since) const;
+
+  // As above, all of them, in portions of 50,000. Only inside a snapshot.
+  std::vector<HistoryMessage> allMessages(const std::set<std::int64_t>& inChats, Instant since) const;
 
   ChatParticipants chatParticipants() const;
 

@@ -122,8 +122,8 @@ auto withFields(Record& record, Use use) {
 template <Is<ModelAccount> Record, class Use>
 auto withFields(Record& record, Use use) {
   return use(Field{"lastFailure", record.lastFailure}, Field{"lastRead", record.lastRead},
-             Field{"nextTryAt", record.nextTryAt}, Field{"total", record.total},
-             Field{"waitingDays", record.waitingDays});
+             Field{"nextTryAt", record.nextTryAt}, Field{"pausedUntil", record.pausedUntil},
+             Field{"total", record.total}, Field{"waitingDays", record.waitingDays});
 }
 
 template <Is<ReadProgress> Record, class Use>

@@ -42,10 +42,10 @@ bool containsAtSign(std::string_view handle) {
 
 }  // namespace
 
-HandleMatcher::HandleMatcher(const HelperPeopleFile& file) {
+HandleMatcher::HandleMatcher(const std::vector<HelperPerson>& people) {
   Claims phones;
   Claims emails;
-  for (const HelperPerson& person : file.people) {
+  for (const HelperPerson& person : people) {
     claim(phones, person.phones, person.id);
     claim(emails, person.emails, person.id);
     _firstNames.emplace(person.id, person.firstName);

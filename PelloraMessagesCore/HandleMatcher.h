@@ -1,20 +1,21 @@
 // Finds the person to whom a Messages handle belongs. A number or address that two people claim belongs to
-// nobody. Built once per read from the people file. Tested by Tests/Core/HandleMatcherTests.cpp.
+// nobody. Built once per read. Tested by Tests/Core/HandleMatcherTests.cpp.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperPerson.h"
 #include "PelloraMessagesCore/Text/Uuid.h"
 
 namespace pellora {
 
 class HandleMatcher {
  public:
-  explicit HandleMatcher(const HelperPeopleFile& file);
+  explicit HandleMatcher(const std::vector<HelperPerson>& people);
 
   // `handle` as the Messages store spells it. Phone numbers shorter than 7 characters never match.
   std::optional<Uuid> person(std::string_view handle) const;

@@ -6,8 +6,12 @@
 #include <utility>
 
 #include "PelloraMessagesCore/ExchangeCoding.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/FileError.h"
+#include "PelloraMessagesCore/Files/SealedEnvelope.h"
 #include "PelloraMessagesCore/Files/SealedFile.h"
 #include "PelloraMessagesCore/HelperExchange.h"
+#include "PelloraMessagesCore/Text/Hex.h"
 
 namespace pellora {
 
@@ -100,7 +104,28 @@ void sortByLastMessage(std::vector<MessagesDayRecord>& days) {
   days = std::move(sorted);
 }
 
+// The end of the sealed file, as hexadecimal digits: it authenticates the rest, and the random nonce makes it another
+// one each time, so it tells files apart without reading them.
+std::string markOf(std::string_view envelope) {
+  constexpr std::size_t kTagSize = 16;
+  std::string mark;
+  for (const char byte : envelope.substr(envelope.size() - std::min(envelope.size(), kTagSize)))
+    appendHex(mark, static_cast<unsigned char>(byte), kLowerHexDigits);
+  return mark;
+}
+
 }  // namespace
+
+std::optional<HelperDayNotes::Stored> HelperDayNotes::loadStored(const ExchangeKey& key,
+                                                                 const std::optional<std::filesystem::path>& folder) {
+  if (!folder) return std::nullopt;
+  const std::optional<std::string> envelope = AtomicFile::readIfThere(*folder / HelperExchange::kNotesFile);
+  if (!envelope) return std::nullopt;
+  const std::optional<std::string> json = SealedEnvelope::open(*envelope, key, HelperExchange::kNotesContext);
+  std::optional<HelperDayNotes> notes = json ? ExchangeCoding::decode<HelperDayNotes>(*json) : std::nullopt;
+  if (!notes) return std::nullopt;
+  return Stored{*std::move(notes), markOf(*envelope)};
+}
 
 std::optional<HelperDayNotes> HelperDayNotes::loadIfReadable(const ExchangeKey& key,
                                                              const std::optional<std::filesystem::path>& folder) {
@@ -114,9 +139,11 @@ HelperDayNotes HelperDayNotes::load(const ExchangeKey& key, const std::optional<
   return loadIfReadable(key, folder).value_or(HelperDayNotes());
 }
 
-void HelperDayNotes::save(const ExchangeKey& key, const std::optional<std::filesystem::path>& folder) const {
-  SealedFile::write(key, folder, HelperExchange::kNotesFile, HelperExchange::kNotesContext,
-                    ExchangeCoding::encode(*this));
+std::string HelperDayNotes::save(const ExchangeKey& key, const std::optional<std::filesystem::path>& folder) const {
+  if (!folder) throw FileError::noSuchFile();
+  const std::string envelope = SealedEnvelope::seal(ExchangeCoding::encode(*this), key, HelperExchange::kNotesContext);
+  AtomicFile::write(*folder / HelperExchange::kNotesFile, envelope);
+  return markOf(envelope);
 }
 
 std::set<Uuid> HelperDayNotes::merge(const std::vector<MessagesDayRecord>& records, Reread reread,

@@ -18,15 +18,21 @@ struct HelperDayNotes {
 
   enum class Reread { incremental, full };
 
-  // Absent when the file is missing, does not open or does not decode.
+  struct Stored;
+
+  // With the mark of their file. Absent when the file is missing, does not open or does not decode. Throws FileError
+  // when it is there and cannot be read: nothing is known about its content then.
+  static std::optional<Stored> loadStored(const ExchangeKey& key, const std::optional<std::filesystem::path>& folder);
+
+  // As above without the mark; absent also when the file cannot be read.
   static std::optional<HelperDayNotes> loadIfReadable(const ExchangeKey& key,
                                                       const std::optional<std::filesystem::path>& folder);
 
   // As above, with empty notes for absent ones.
   static HelperDayNotes load(const ExchangeKey& key, const std::optional<std::filesystem::path>& folder);
 
-  // Throws FileError.
-  void save(const ExchangeKey& key, const std::optional<std::filesystem::path>& folder) const;
+  // Returns the mark of the new file, which no other file has. Throws FileError.
+  std::string save(const ExchangeKey& key, const std::optional<std::filesystem::path>& folder) const;
 
   // Takes over the new records, drops days before `cutoffDay` (a day string), days of people who are not current
   // and, after a full reread, days of current people that were not handed in. Returns the people whose days
@@ -36,6 +42,11 @@ struct HelperDayNotes {
                        const std::set<Uuid>& currentPeople);
 
   bool operator==(const HelperDayNotes&) const = default;
+};
+
+struct HelperDayNotes::Stored {
+  HelperDayNotes notes;
+  std::string mark;
 };
 
 }  // namespace pellora

@@ -19,9 +19,9 @@
 
 namespace pellora {
 
-// How the last finished read left things. The next read that finds any of it different reads everything.
+// How finished reads left things. The next read that finds any of it different reads everything.
 struct LastReadMark {
-  Instant at;                  // as the settings say it
+  Instant at;                  // of the first read that left them so
   std::int64_t lastRowID = 0;  // as the settings say it
   std::string rowMark;         // of that row: its guid and date; empty when there is no such row
   std::string notesMark;       // of the notes file that was current at the end
@@ -70,8 +70,9 @@ struct ModelUse {
 
 struct ModelAccount {
   std::int64_t waitingDays = 0;            // of the notes, not analysed at the end of the last read
-  std::optional<std::string> lastFailure;  // why the last questions got no answer; absent when they did
-  std::optional<Instant> nextTryAt;        // no question is asked before
+  std::optional<std::string> lastFailure;  // of the last read's last question without an answer, as the error says it
+  std::optional<Instant> nextTryAt;        // when a day that waits is asked about again, if that is known
+  std::optional<Instant> pausedUntil;      // no question at all is asked before
   ModelUse lastRead;                       // of the last read that asked anything
   ModelUse total;
 

@@ -25,11 +25,6 @@ constexpr std::size_t kFewestSentencesForLately = 2;
 constexpr std::array<std::string_view, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
-DiagnosticSink& diagnosticSink() {
-  static DiagnosticSink sink;
-  return sink;
-}
-
 bool holdsCue(const std::vector<MessageLine>& lines) {
   return std::any_of(lines.begin(), lines.end(),
                      [](const MessageLine& line) { return MeetupGuard::cueIn(line.text).has_value(); });
@@ -92,19 +87,13 @@ Task<std::optional<std::string>> rawAnswer(LanguageModel& model, Question questi
 
 }  // namespace
 
-Task<std::optional<std::string>> answer(LanguageModel& model, Question question) {
-  std::optional<std::string> text = co_await rawAnswer(model, std::move(question), nullptr);
-  co_return text;
-}
-
 Task<std::optional<std::string>> daySentence(LanguageModel& model, MessagesDayDraft draft, std::string firstName) {
   if (draft.lines.empty()) co_return std::nullopt;
   const std::string name = firstName.empty() ? std::string(kNameless) : firstName;
   Question question{ModelInstructions::daySentence(name), PromptLines::spokenBlock(draft.lines, name)};
   question.prompt += ModelInstructions::kDaySentenceEnding;
-  const std::optional<std::string> text = co_await answer(model, std::move(question));
+  const std::optional<std::string> text = co_await rawAnswer(model, std::move(question), nullptr);
   if (!text) co_return std::nullopt;
-  if (const DiagnosticSink sink = diagnosticSink()) sink("summary: " + *text);
   co_return SummaryGuard::checkSentence(*text, name);
 }
 
@@ -126,6 +115,7 @@ Task<std::vector<MessagesNews>> findNews(LanguageModel& model, MessagesDayDraft 
   std::vector<MessagesNews> accepted;
   if (firstName.empty() || !holdsEnoughForNews(draft.lines)) co_return accepted;
   const std::vector<MessageLine> lines = PromptLines::kept(draft.lines);
+  if (!NewsGuard::hasCandidateLine(lines)) co_return accepted;
   Question question{ModelInstructions::news(firstName), PromptLines::numberedBlock(lines, firstName)};
   question.prompt += ModelInstructions::newsEnding(firstName);
   const std::optional<std::string> json = co_await rawAnswer(model, std::move(question), &FoundNews::schema());
@@ -157,13 +147,9 @@ Task<std::optional<std::string>> latelySummary(LanguageModel& model, std::vector
                                                std::string firstName) {
   std::optional<Question> question = latelyQuestion(days, firstName);
   if (!question) co_return std::nullopt;
-  const std::optional<std::string> text = co_await answer(model, *std::move(question));
+  const std::optional<std::string> text = co_await rawAnswer(model, *std::move(question), nullptr);
   if (!text) co_return std::nullopt;
   co_return SummaryGuard::checkLately(*text, firstName);
-}
-
-void installDiagnosticSink(DiagnosticSink sink) {
-  diagnosticSink() = std::move(sink);
 }
 
 }  // namespace pellora::MessagesModel

@@ -1,10 +1,9 @@
 // The four questions asked of the language model: a day's sentence, its meetups, its big news, and the summary of
 // the last weeks. Each builds its instructions and prompt, asks once in a session of its own and passes the answer
-// through its guard. Errors and refusals give the empty result. No state but the diagnostic sink.
+// through its guard. Errors and refusals give the empty result; who must know of them looks at the model. No state.
 // Tested by Tests/Core/MessagesModelTests.cpp.
 #pragma once
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,17 +35,9 @@ Task<std::vector<MessagesNews>> findNews(LanguageModel& model, MessagesDayDraft 
 Task<std::optional<std::string>> latelySummary(LanguageModel& model, std::vector<MessagesDayRecord> days,
                                                std::string firstName);
 
-// The model's raw answer to a plain question, absent when it is not available or gives none. Never throws.
-Task<std::optional<std::string>> answer(LanguageModel& model, Question question);
-
 // The lately question over these days, absent when it is not to be asked (fewer than two sentences, no name, or
 // every sentence left out).
 std::optional<Question> latelyQuestion(const std::vector<MessagesDayRecord>& days, const std::string& firstName);
-
-// Receives raw day-sentence answers, for someone who tries out models; none unless installed, an empty one removes
-// it. Process-wide; main thread only.
-using DiagnosticSink = std::function<void(const std::string&)>;
-void installDiagnosticSink(DiagnosticSink sink);
 
 }  // namespace MessagesModel
 

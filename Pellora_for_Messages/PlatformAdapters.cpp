@@ -5,7 +5,9 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <charconv>
+#include <chrono>
 #include <optional>
+#include <thread>
 #include <utility>
 
 #include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
@@ -22,6 +24,7 @@
 #include "Adapters/Linux/Files/InotifyFileEvents.h"
 #include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
 #include "Adapters/Linux/Process/EventLoopScheduler.h"
+#include "Adapters/Linux/Process/FolderReadLock.h"
 #include "Adapters/Linux/Process/InstanceLock.h"
 #include "Adapters/Linux/Process/ResidentMemory.h"
 #include "Adapters/Linux/Process/SignalQuitRequests.h"
@@ -36,6 +39,9 @@ namespace {
 
 // For a query or a file that is being written when the program is to end.
 constexpr std::chrono::milliseconds kEndingPatience(500);
+// For a read of another process that is about to end.
+constexpr std::chrono::seconds kTurnPatience(2);
+constexpr std::chrono::milliseconds kTurnInterval(50);
 
 // The port of "http://127.0.0.1:8080"; 80 without one.
 [[maybe_unused]] std::optional<std::uint16_t> portOf(const ModelEndpoint& endpoint) {
@@ -67,6 +73,7 @@ struct PlatformAdapters::Adapters {
   std::unique_ptr<SecretStore> secrets = makeSecretStore();
   std::shared_ptr<HelperConfinement> confinement;
   const GroupContainer& container = confinement->container();
+  FolderReadLock readLock{HelperExchange::folderURL(container)};
   DBusNotificationCenter notifications;
   InotifyFileEvents fileEvents;
   LogindSleepNotice sleepNotice;
@@ -94,6 +101,7 @@ HelperPlatform PlatformAdapters::platform() {
           _adapters->fileEvents,
           _adapters->confinement->loginItem(),
           *_adapters->languageModel,
+          _adapters->readLock,
           ChatDatabase::defaultURL(),
           LocalCalendar::current,
           PlatformAdapters::version()};
@@ -158,10 +166,18 @@ void PlatformAdapters::removeLeftovers() const {
 
 bool PlatformAdapters::becomeOnlyReader() {
   const auto folder = HelperExchange::folderURL(_adapters->container);
-  auto lock = InstanceLock::take(folder, InstanceLock::Kind::read);
-  if (!lock || InstanceLock::isHeld(folder, InstanceLock::Kind::helper)) return false;
-  _adapters->readingLock.emplace(std::move(*lock));
-  return !isHelperOnBus();
+  const auto deadline = std::chrono::steady_clock::now() + kTurnPatience;
+  while (true) {
+    auto lock = InstanceLock::take(folder, InstanceLock::Kind::read);
+    if (lock && !InstanceLock::isHeld(folder, InstanceLock::Kind::helper) && !isHelperOnBus() &&
+        _adapters->readLock.tryTake()) {
+      _adapters->readingLock.emplace(std::move(*lock));
+      return true;
+    }
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    lock.reset();
+    std::this_thread::sleep_for(kTurnInterval);
+  }
 }
 
 bool PlatformAdapters::close() {

@@ -45,7 +45,8 @@ class PlatformAdapters {
   // process when it finds no display, and let go of it afterwards.
   static std::shared_ptr<void> reachDisplay();
 
-  // False when another helper works on the shared folder or answers on the session bus. True holds until this object
+  // False when another helper works on the shared folder, answers on the session bus or reads, and still does after
+  // two seconds. True holds until this object
   // is gone: a helper that starts meanwhile finds the folder locked.
   bool becomeOnlyReader();
 

@@ -29,6 +29,8 @@ int report(const HelperEngine& engine, const HelperPlatform& platform) {
       std::cerr << engine.state().failure << '\n';
       return kFailed;
     case Kind::starting:
+      std::cerr << "Another read is running.\n";
+      return kAlreadyRunning;
     case Kind::reading:
       break;
   }

@@ -13,7 +13,7 @@ class VirtualScheduler : public Scheduler {
  public:
   explicit VirtualScheduler(Instant start) : _now(start) {}
 
-  Instant now() const override { return _now; }
+  Instant now() const override { return _now + _error; }
   std::unique_ptr<ScheduledCall> after(Nanoseconds delay, std::function<void()> call) override;
   std::unique_ptr<ScheduledCall> every(Nanoseconds interval, std::function<void()> call) override;
   Task<void> yield() override { co_return; }
@@ -23,6 +23,9 @@ class VirtualScheduler : public Scheduler {
   }
 
   void advance(Nanoseconds duration);
+
+  // Lets the wall clock go wrong by so much; what is scheduled does not notice.
+  void setClockError(Nanoseconds error) { _error = error; }
 
   // Scheduled calls that are still waiting.
   std::size_t waiting() const { return _calls->size(); }
@@ -39,6 +42,7 @@ class VirtualScheduler : public Scheduler {
   std::unique_ptr<ScheduledCall> add(Nanoseconds delay, Call call);
 
   Instant _now;
+  Nanoseconds _error{0};
   std::uint64_t _next = 0;
   std::shared_ptr<Calls> _calls = std::make_shared<Calls>();
 };

@@ -211,12 +211,15 @@ void writeSome(std::span<const Replacement> replacements) {
   for (const fs::path& folder : folders) syncFolder(folder);
 }
 
-// The size to reserve; absent for what is no regular file or too large.
+// The size to reserve; absent, with errno set, for what is not a regular file or too large.
 std::optional<std::size_t> readableSize(const FileDescriptor& descriptor, std::size_t maximumSize) {
   struct stat status{};
-  if (!descriptor.isOpen() || ::fstat(descriptor.number(), &status) != 0 || !S_ISREG(status.st_mode))
+  if (!descriptor.isOpen() || ::fstat(descriptor.number(), &status) != 0) return std::nullopt;
+  const bool isTooLarge = static_cast<std::uintmax_t>(status.st_size) > maximumSize;
+  if (!S_ISREG(status.st_mode) || isTooLarge) {
+    errno = S_ISDIR(status.st_mode) ? EISDIR : isTooLarge ? EFBIG : EINVAL;
     return std::nullopt;
-  if (static_cast<std::uintmax_t>(status.st_size) > maximumSize) return std::nullopt;
+  }
   return static_cast<std::size_t>(status.st_size);
 }
 
@@ -251,9 +254,19 @@ std::optional<std::string> read(const fs::path& file, std::size_t maximumSize) {
     if (count < 0) return std::nullopt;
     if (count == 0) break;
     filled += static_cast<std::size_t>(count);
-    if (filled > maximumSize) return std::nullopt;
+    if (filled > maximumSize) {
+      errno = EFBIG;
+      return std::nullopt;
+    }
   }
   bytes.resize(filled);
+  return bytes;
+}
+
+std::optional<std::string> readIfThere(const fs::path& file) {
+  errno = 0;
+  std::optional<std::string> bytes = read(file);
+  if (!bytes && errno != ENOENT && errno != ENOTDIR) throw FileError("read", file, errno);
   return bytes;
 }
 

@@ -34,6 +34,9 @@ void writeAll(std::span<const Replacement> replacements);
 // waits for the other end of a pipe.
 std::optional<std::string> read(const std::filesystem::path& file, std::size_t maximumSize = std::size_t{1} << 30);
 
+// As `read`, absent only when there is no such file. Throws FileError when the file is there and cannot be read.
+std::optional<std::string> readIfThere(const std::filesystem::path& file);
+
 // Removes temporary files in this one folder whose writers are gone. Errors are ignored.
 void removeLeftovers(const std::filesystem::path& folder);
 

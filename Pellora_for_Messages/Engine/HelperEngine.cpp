@@ -74,14 +74,27 @@ Task<void> HelperEngine::readNow() {
 }
 
 Task<void> HelperEngine::runCycle() {
+  _readLock = _platform.readLock.tryTake();
+  if (!_readLock) {
+    retryAfter(kReadLockInterval);
+    co_return;
+  }
+  _retry.reset();
   const QPointer<HelperEngine> self(this);
-  const auto cycle =
-      std::make_shared<HelperReadCycle>(_platform, _summaries, this, static_cast<HelperReadCycle::Delegate&>(*this));
+  const auto cycle = std::make_shared<HelperReadCycle>(_platform, this, static_cast<HelperReadCycle::Delegate&>(*this));
   const HelperReadCycle::Outcome outcome = co_await cycle->run();
   if (self) finishCycle(outcome);
 }
 
+void HelperEngine::retryAfter(Nanoseconds delay) {
+  const QPointer<HelperEngine> self(this);
+  _retry = _platform.scheduler.after(delay, [self] {
+    if (self) self->requestRead();
+  });
+}
+
 void HelperEngine::finishCycle(const HelperReadCycle::Outcome& outcome) {
+  _readLock.reset();
   analysisProgress(0, 0);
   switch (outcome.kind) {
     case HelperReadCycle::Outcome::Kind::needsFullDiskAccess:
@@ -98,6 +111,9 @@ void HelperEngine::finishCycle(const HelperReadCycle::Outcome& outcome) {
       writeHeartbeat(HelperHeartbeat::Status::failed);
       break;
     case HelperReadCycle::Outcome::Kind::finished:
+      if (outcome.isMoreWaiting) _readAgain = true;
+      if (const Instant now = _platform.scheduler.now(); _started && outcome.nextTryAt && *outcome.nextTryAt > now)
+        retryAfter(*outcome.nextTryAt - now);
       publish(_lastReadAt, outcome.startedAt);
       setState({State::Kind::idle, {}});
       writeHeartbeat(HelperHeartbeat::Status::reading);

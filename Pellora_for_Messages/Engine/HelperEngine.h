@@ -9,7 +9,7 @@
 #include <memory>
 #include <optional>
 
-#include "PelloraMessagesCore/LatelySummaries.h"
+#include "PelloraMessagesCore/HelperHeartbeat.h"
 #include "Pellora_for_Messages/Engine/HelperEngineState.h"
 #include "Pellora_for_Messages/Engine/HelperPlatform.h"
 #include "Pellora_for_Messages/Engine/HelperReadCycle.h"
@@ -26,6 +26,8 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
   static constexpr std::chrono::seconds kDebounce{30};
   // A store that is being copied into place, or people that are being imported, are read when they are quiet.
   static constexpr std::chrono::seconds kSettling{2};
+  // Until a read is tried again that another process's read stands in the way of.
+  static constexpr std::chrono::seconds kReadLockInterval{1};
   // Still running so long after the announcement, the machine did not go to sleep or is awake again.
   static constexpr std::chrono::seconds kLongestFallingAsleep{120};
 
@@ -70,9 +72,11 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
   void peopleFound(std::int64_t count) override;
   void analysisProgress(std::int64_t done, std::int64_t total) override;
   void recordWritten() override;
+  bool isReadAgainWanted() const override { return _readAgain; }
 
   Task<void> readOnEventLoop();
   Task<void> runCycle();
+  void retryAfter(Nanoseconds delay);
   void finishCycle(const HelperReadCycle::Outcome& outcome);
   void writeHeartbeat(HelperHeartbeat::Status status);
   void armWatchers();
@@ -104,8 +108,9 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
   std::unique_ptr<ScheduledCall> _pending;
   std::unique_ptr<ScheduledCall> _recovery;  // a read once what was missing may be there
   std::unique_ptr<ScheduledCall> _awake;     // ends a suspension that nobody ends
+  std::unique_ptr<ScheduledCall> _retry;  // when the model is to be asked again, or another process may have read
   std::unique_ptr<NotificationObserver> _readRequests;
-  std::shared_ptr<LatelySummaries> _summaries = std::make_shared<LatelySummaries>();
+  std::unique_ptr<HeldReadLock> _readLock;  // during a read
 };
 
 }  // namespace pellora

@@ -12,6 +12,7 @@
 #include "PelloraMessagesCore/Ports/LanguageModel.h"
 #include "PelloraMessagesCore/Ports/LoginItem.h"
 #include "PelloraMessagesCore/Ports/NotificationCenter.h"
+#include "PelloraMessagesCore/Ports/ReadLock.h"
 #include "PelloraMessagesCore/Ports/Scheduler.h"
 #include "PelloraMessagesCore/Ports/SecretStore.h"
 #include "PelloraMessagesCore/Ports/UserDefaults.h"
@@ -28,9 +29,10 @@ struct HelperPlatform {
   FileEvents& fileEvents;
   LoginItem& loginItem;
   LanguageModel& languageModel;
+  ReadLock& readLock;
 
   std::filesystem::path chatDatabase;
-  std::function<LocalCalendar()> calendar;  // asked once a read, so that a change of time zone is noticed
+  std::function<LocalCalendar()> calendar;  // asked once per read, so that a change of time zone is noticed
   std::string version;
 };
 

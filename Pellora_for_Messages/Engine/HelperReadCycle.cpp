@@ -1,298 +1,246 @@
 #include "Pellora_for_Messages/Engine/HelperReadCycle.h"
 
 #include <algorithm>
-#include <set>
-#include <utility>
+#include <type_traits>
 
+#include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
-#include "PelloraMessagesCore/Files/FileError.h"
 #include "PelloraMessagesCore/HelperExchange.h"
-#include "PelloraMessagesCore/KnownDays.h"
-#include "PelloraMessagesCore/MessagesDayBuilder.h"
-#include "PelloraMessagesCore/MessagesLatelyInbox.h"
+#include "PelloraMessagesCore/HelperPeopleFile.h"
 #include "PelloraMessagesCore/MessagesModel.h"
-#include "PelloraMessagesCore/PeopleFingerprint.h"
+#include "Pellora_for_Messages/Engine/DayAnalysis.h"
+#include "Pellora_for_Messages/Engine/DayPlan.h"
 #include "Pellora_for_Messages/Engine/HelperEngineKeys.h"
+#include "Pellora_for_Messages/Engine/StoreReading.h"
 
 namespace pellora {
 
 namespace {
 
-using Reread = HelperDayNotes::Reread;
-
-bool isAnalysed(const MessagesDayRecord& record) {
-  return record.meetups.has_value();
+// With nobody left to read for, nothing about anybody stays.
+void emptyFiles(const ExchangeKey& key, const std::optional<std::filesystem::path>& folder) {
+  const std::optional<HelperDayNotes> notes = HelperDayNotes::loadIfReadable(key, folder);
+  if (notes && !notes->days.empty()) HelperDayNotes().save(key, folder);
+  const std::optional<HelperState> state = HelperState::load(key, folder);
+  if (state && *state != HelperState()) HelperState().save(key, folder);
 }
 
-std::string firstNameOf(const HandleMatcher& matcher, const Uuid& person) {
-  const auto name = matcher.firstNames().find(person);
-  return name == matcher.firstNames().end() ? std::string() : name->second;
+std::int64_t countOf(const std::vector<OpenDay>& days) {
+  return static_cast<std::int64_t>(days.size());
 }
 
-// The chats of the new messages that can count, and every other one-to-one chat of the same people: a day's record
-// joins all handles of a person.
-std::set<std::int64_t> chatsToReread(const std::set<std::int64_t>& touched, const ChatParticipants& participants,
-                                     const HandleMatcher& matcher) {
-  std::set<Uuid> people;
-  for (const std::int64_t chat : touched) {
-    const auto handles = participants.find(chat);
-    if (handles == participants.end() || handles->second.size() != 1) continue;
-    if (const auto person = matcher.person(handles->second.front())) people.insert(*person);
-  }
-  std::set<std::int64_t> chats;
-  if (people.empty()) return chats;
-  for (const auto& [chat, handles] : participants) {
-    if (handles.size() != 1) continue;
-    const auto person = matcher.person(handles.front());
-    if (person && people.contains(*person)) chats.insert(chat);
-  }
-  return chats;
+bool hasOpenDay(const std::vector<OpenDay>& days, std::size_t from, const Uuid& person) {
+  return std::any_of(days.begin() + static_cast<std::ptrdiff_t>(from), days.end(),
+                     [&](const OpenDay& day) { return day.draft.record.personID == person; });
 }
 
 }  // namespace
 
-HelperReadCycle::HelperReadCycle(const HelperPlatform& platform, std::shared_ptr<LatelySummaries> summaries,
-                                 QObject* owner, Delegate& delegate)
-    : _platform(platform), _summaries(std::move(summaries)), _owner(owner), _delegate(delegate) {}
+HelperReadCycle::HelperReadCycle(const HelperPlatform& platform, QObject* owner, Delegate& delegate)
+    : _platform(platform), _owner(owner), _delegate(delegate) {}
+
+void HelperReadCycle::requireOwner() const {
+  if (_owner.isNull()) throw Abandoned();
+}
+
+// Every wait of a read goes through here or through inBackground.
+template <class Value>
+Task<Value> HelperReadCycle::whileOwned(Task<Value> task) const {
+  Value value = co_await task;
+  requireOwner();
+  co_return value;
+}
+
+// Slow work runs off the main thread. It touches only what the read itself owns: neither the delegate nor the
+// platform, which may go away meanwhile.
+template <class Work>
+auto HelperReadCycle::inBackground(Work work) const -> Task<std::invoke_result_t<Work>> {
+  if constexpr (std::is_void_v<std::invoke_result_t<Work>>) {
+    co_await _platform.scheduler.inBackground([&work] { work(); });
+    requireOwner();
+  } else {
+    std::optional<std::invoke_result_t<Work>> result;
+    co_await _platform.scheduler.inBackground([&work, &result] { result.emplace(work()); });
+    requireOwner();
+    co_return *std::move(result);
+  }
+}
 
 Task<HelperReadCycle::Outcome> HelperReadCycle::run() {
   using Kind = Outcome::Kind;
   _now = _platform.scheduler.now();
-  _chatDatabase = _platform.chatDatabase;
-  if (!ChatDatabase::canRead(_chatDatabase)) co_return Outcome{Kind::needsFullDiskAccess, {}, _now};
+  if (!ChatDatabase::canRead(_platform.chatDatabase)) co_return Outcome{Kind::needsFullDiskAccess, {}, _now};
   _delegate.databaseIsReadable();
-  _folder = HelperExchange::folderURL(_platform.container);
-  const std::optional<ExchangeKey> key = ExchangeKeychain::load(_platform.secrets);
-  if (!key) co_return Outcome{Kind::waitingForPellora, {}, _now};
   std::string failure;
   try {
-    std::optional<HelperPeopleFile> people;
-    co_await inBackground([&] { people = loadPeople(*key); });
-    if (isAbandoned()) co_return Outcome{Kind::abandoned, {}, _now};
-    if (!people) co_return Outcome{Kind::waitingForPellora, {}, _now};
-    _delegate.peopleFound(static_cast<std::int64_t>(people->people.size()));
-    Work work{.key = *key, .people = std::move(*people), .calendar = _platform.calendar()};
-    co_await read(work);
-    const Kind kind = isAbandoned() ? Kind::abandoned : Kind::finished;
-    co_return Outcome{kind, {}, _now};
+    std::optional<Shared> shared = co_await loadShared();
+    if (!shared || shared->people.empty()) co_return Outcome{Kind::waitingForPellora, {}, _now};
+    _delegate.peopleFound(static_cast<std::int64_t>(shared->people.size()));
+    Outcome outcome = co_await read(*std::move(shared));
+    co_return outcome;
+  } catch (const Abandoned&) {
+    co_return Outcome{Kind::abandoned, {}, _now};
   } catch (const std::exception& error) {
     failure = error.what();
   }
-  co_return Outcome{isAbandoned() ? Kind::abandoned : Kind::failed, failure, _now};
+  co_return Outcome{_owner.isNull() ? Kind::abandoned : Kind::failed, failure, _now};
 }
 
-std::optional<HelperPeopleFile> HelperReadCycle::loadPeople(const ExchangeKey& key) const {
-  std::optional<HelperPeopleFile> file = HelperPeopleFile::read(key, _folder);
-  if (file && file->people.empty()) return std::nullopt;
-  return file;
-}
-
-// What takes long goes on beside the event loop. There only what the read itself owns is touched: neither the delegate
-// nor the platform, which may go away meanwhile.
-Task<void> HelperReadCycle::inBackground(std::function<void()> work) const {
-  return _platform.scheduler.inBackground(std::move(work));
-}
-
-Task<void> HelperReadCycle::read(Work& work) {
-  work.cutoffDay = work.calendar.dayString(_now - kReadWindow);
-  work.lastRow = _platform.defaults.integer(HelperEngineKeys::kLastRow).value_or(0);
-  work.knownFingerprint = _platform.defaults.text(HelperEngineKeys::kPeople);
-  const bool areNotesCurrent =
-      _platform.defaults.integer(HelperEngineKeys::kNotesVersion) == HelperEngineKeys::kCurrentNotesVersion;
-  co_await inBackground([&] { prepare(work, areNotesCurrent); });
-  if (isAbandoned()) co_return;
-  work.modelIsThere = co_await _platform.languageModel.isAvailable();
-  if (isAbandoned()) co_return;
-
-  Fetched fetched;
-  std::vector<MessagesDayDraft> drafts;
-  co_await inBackground([&] {
-    fetched = isIncremental(work) ? fetchNew(work) : fetchAll(work);
-    drafts = draftsOf(std::move(fetched.messages), work);
+// Absent without a key or without a people file that opens.
+Task<std::optional<HelperReadCycle::Shared>> HelperReadCycle::loadShared() const {
+  SecretStore* const secrets = &_platform.secrets;
+  const std::optional<std::filesystem::path> folder = HelperExchange::folderURL(_platform.container);
+  std::optional<Shared> shared = co_await inBackground([secrets, folder]() -> std::optional<Shared> {
+    const std::optional<ExchangeKey> key = ExchangeKeychain::load(*secrets);
+    if (!key) return std::nullopt;
+    std::optional<HelperPeopleFile> file = HelperPeopleFile::read(*key, folder);
+    if (!file) return std::nullopt;
+    if (file->people.empty()) emptyFiles(*key, folder);
+    return Shared{*key, std::move(file->people)};
   });
-  if (isAbandoned()) co_return;
-  std::vector<MessagesDayRecord> records = co_await recordsOf(drafts, work);
-  if (isAbandoned()) co_return;
-
-  HelperDayNotes notes;
-  co_await inBackground([&] { notes = mergedNotes(records, fetched.reread, work); });
-  if (isAbandoned()) co_return;
-  co_await writeLatelyRecords(std::move(notes), work);
-  if (isAbandoned()) co_return;
-  storeProgress(work, fetched.lastRow);
-  // Not before: until the notes' version is stored with the progress, a first read would begin without the notes.
-  if (_folder) {
-    std::error_code ignored;
-    std::filesystem::remove(*_folder / HelperExchange::kStateFile, ignored);
-  }
+  co_return shared;
 }
 
-void HelperReadCycle::prepare(Work& work, bool areNotesCurrent) const {
-  work.database.emplace(_chatDatabase);
-  work.matcher.emplace(work.people);
-  work.fingerprint = peopleFingerprint(work.people.people);
-  if (areNotesCurrent) work.stored = HelperDayNotes::loadIfReadable(work.key, _folder);
-}
-
-bool HelperReadCycle::isIncremental(const Work& work) {
-  if (work.lastRow == 0 || !work.stored || work.knownFingerprint != work.fingerprint) return false;
-  // Days that were read while there was no model are made up for as soon as there is one.
-  return !work.modelIsThere || std::all_of(work.stored->days.begin(), work.stored->days.end(), isAnalysed);
-}
-
-std::vector<MessagesDayDraft> HelperReadCycle::draftsOf(std::vector<HistoryMessage> messages, const Work& work) {
-  std::vector<MessagesDayDraft> drafts = MessagesDayBuilder::drafts(
-      std::move(messages), work.participants, *work.matcher, work.matcher->firstNames(), work.calendar);
-  // A row that came late may be older than the window; its day would only be dropped again.
-  std::erase_if(drafts, [&work](const MessagesDayDraft& draft) { return draft.record.day < work.cutoffDay; });
-  return drafts;
-}
-
-// Chats are asked for after the rows: a chat that begins in between would lose its first message for good.
-HelperReadCycle::Fetched HelperReadCycle::fetchAll(Work& work) const {
-  Fetched fetched;
-  // Asked before the rows are, so that what arrives meanwhile belongs to the next read.
-  fetched.lastRow = work.database->maxRowID();
-  fetched.messages = work.database->messages(_now - kReadWindow, kFullLimit);
-  work.participants = work.database->chatParticipants();
-  return fetched;
-}
-
-HelperReadCycle::Fetched HelperReadCycle::fetchNew(Work& work) const {
-  Fetched fetched{{}, work.lastRow, Reread::incremental};
-  const std::vector<HistoryMessage> arrived = work.database->messages(work.lastRow, kIncrementalLimit);
-  work.participants = work.database->chatParticipants();
-  for (const HistoryMessage& message : arrived) fetched.lastRow = std::max(fetched.lastRow, message.rowID);
-  // A whole portion of rows without text (photos, say) must not be met again and again.
-  if (arrived.empty())
-    fetched.lastRow = work.database->rowIDAtLimit(work.lastRow, kIncrementalLimit).value_or(work.lastRow);
-  const auto span = MessagesDayBuilder::chatSpan(arrived, work.calendar);
-  if (!span) return fetched;
-  // Not before the window, and not after today: a damaged date may lie centuries ahead.
-  const Instant windowDay = work.calendar.startOfDay(_now - kReadWindow);
-  const Instant since = std::clamp(span->since, windowDay, work.calendar.startOfDay(_now));
-  fetched.messages = work.database->messages(chatsToReread(span->chats, work.participants, *work.matcher), since);
-  return fetched;
-}
-
-Task<std::vector<MessagesDayRecord>> HelperReadCycle::recordsOf(std::vector<MessagesDayDraft>& drafts, Work& work) {
-  if (drafts.empty()) co_return std::vector<MessagesDayRecord>{};
-  HelperState analysed;
-  std::vector<MessagesDayRecord> records;
-  std::vector<MessagesDayDraft*> others;  // newest first
-  co_await inBackground([&] {
-    analysed = HelperState::load(work.key, _folder).value_or(HelperState());
-    if (analysed.notesVersion != HelperEngineKeys::kCurrentNotesVersion) analysed.analysed.clear();
-    others = withoutKnownDays(drafts, work, analysed, records);
+Task<HelperReadCycle::Outcome> HelperReadCycle::read(Shared shared) {
+  ReadContext context(_now, std::move(shared.key), std::move(shared.people), _platform.calendar());
+  context.folder = HelperExchange::folderURL(_platform.container);
+  context.chatDatabase = _platform.chatDatabase;
+  const ReadSettings settings(_platform.defaults);
+  ReadMemory memory = co_await inBackground([&] { return ReadMemory::load(context, settings); });
+  const bool isThere = co_await isModelThere(memory);
+  Findings findings = co_await inBackground([&] {
+    StoreReading reading = StoreReading::of(context, memory, isThere);
+    DayPlan plan = DayPlan::of(std::move(reading.drafts), context, memory, isThere);
+    ReadResults results(context, std::move(memory), plan.records, reading.reread);
+    return Findings{std::move(reading), std::move(results), std::move(plan.open)};
   });
-  if (isAbandoned()) co_return records;
-  for (std::size_t index = 0; index < others.size(); ++index) {
-    MessagesDayDraft& draft = *others[index];
-    if (work.modelIsThere) {
-      _delegate.analysisProgress(static_cast<std::int64_t>(index), static_cast<std::int64_t>(others.size()));
-      const bool isDone = co_await analyse(draft, work);
-      if (isAbandoned()) co_return records;
-      if (isDone) co_await inBackground([&] { keepAnalysed(work, analysed, draft.record); });
-      if (isAbandoned()) co_return records;
-      work.modelIsThere = isDone;
-    }
-    records.push_back(std::move(draft.record));
+  co_await write(findings.results, false);
+  if (isThere) co_await workWithModel(context, findings);
+  co_await inBackground([&] {
+    findings.results.finish(findings.reading);
+    findings.results.saveState();
+  });
+  storeProgress(context, findings.reading);
+  co_await inBackground([&] {
+    findings.results.trustNotes();
+    findings.results.saveState();
+  });
+  const ModelAccount& account = findings.results.state().model;
+  co_return Outcome{Outcome::Kind::finished, {}, _now, findings.reading.isMoreWaiting, account.nextTryAt};
+}
+
+// Whether the model can be asked in this read. One that is not there has nothing to be spared from.
+Task<bool> HelperReadCycle::isModelThere(ReadMemory& memory) const {
+  const bool isAvailable = co_await whileOwned(_platform.languageModel.isAvailable());
+  std::optional<Instant>& pausedUntil = memory.state.model.pausedUntil;
+  if (!isAvailable) {
+    pausedUntil.reset();
+    memory.state.model.nextTryAt.reset();
   }
-  co_return records;
+  // A pause that a wrong clock made ends with it.
+  const bool isPaused = pausedUntil && *pausedUntil > _now && *pausedUntil <= _now + AskingAgain::kDelays.front();
+  co_return isAvailable && !isPaused;
 }
 
-// The drafts that no known day stands for, newest first; the known days go to `records`.
-std::vector<MessagesDayDraft*> HelperReadCycle::withoutKnownDays(std::vector<MessagesDayDraft>& drafts,
-                                                                 const Work& work, const HelperState& analysed,
-                                                                 std::vector<MessagesDayRecord>& records) {
-  const std::vector<MessagesDayRecord> nothing;
-  const KnownDays known(work.stored ? work.stored->days : nothing, analysed.analysed);
-  std::vector<MessagesDayDraft*> others;
-  records.reserve(drafts.size());
-  for (auto draft = drafts.rbegin(); draft != drafts.rend(); ++draft) {
-    if (const MessagesDayRecord* same = known.reusable(draft->record, work.modelIsThere))
-      records.push_back(*same);
-    else
-      others.push_back(&*draft);
+Task<void> HelperReadCycle::write(ReadResults& results, bool onlyChanged) {
+  _writtenAt = _platform.scheduler.now();
+  const Instant writtenAt = _writtenAt;
+  const std::size_t count = co_await inBackground([&results, writtenAt, onlyChanged] {
+    results.saveNotes();
+    return results.writeRecords(writtenAt, onlyChanged);
+  });
+  for (std::size_t written = 0; written < count; ++written) _delegate.recordWritten();
+}
+
+Task<void> HelperReadCycle::workWithModel(const ReadContext& context, Findings& findings) {
+  ReadResults& results = findings.results;
+  ModelTurn turn(_platform.languageModel, _platform.scheduler, _owner);
+  if (!findings.open.empty()) {
+    results.state().progress = ReadProgress{_now, 0, countOf(findings.open)};
+    co_await inBackground([&] { results.saveState(); });
+    co_await analyseDays(turn, context, findings);
   }
-  return others;
+  for (const HelperPerson& person : context.people) {
+    if (turn.use().questions > 0 && _delegate.isReadAgainWanted()) break;
+    if (!hasOpenDay(findings.open, 0, person.id)) co_await askLately(turn, context, results, person.id);
+  }
+  closeAccount(turn, results.state());
+  co_await write(results, true);
 }
 
-Task<bool> HelperReadCycle::analyse(MessagesDayDraft& draft, const Work& work) {
-  LanguageModel& model = _platform.languageModel;
-  const std::string firstName = firstNameOf(*work.matcher, draft.record.personID);
-  std::optional<std::string> sentence = co_await MessagesModel::daySentence(model, draft, firstName);
-  if (isAbandoned()) co_return false;
-  std::vector<MessagesNews> news = co_await MessagesModel::findNews(model, draft, firstName);
-  if (isAbandoned()) co_return false;
-  std::vector<MessagesMeetup> meetups = co_await MessagesModel::findMeetups(model, draft, firstName, work.calendar);
-  if (isAbandoned()) co_return false;
-  // A model that went away meanwhile may have left questions unanswered: such a day stays to be analysed.
-  const bool isStillThere = co_await model.isAvailable();
-  if (isAbandoned()) co_return false;
-  draft.record.summary = std::move(sentence);
-  draft.record.news = std::move(news);
-  if (isStillThere) draft.record.meetups = std::move(meetups);
-  co_return isStillThere;
-}
-
-void HelperReadCycle::keepAnalysed(const Work& work, HelperState& analysed, const MessagesDayRecord& record) const {
-  analysed.notesVersion = HelperEngineKeys::kCurrentNotesVersion;
-  analysed.analysed.push_back(record);
-  try {
-    analysed.save(work.key, _folder);
-  } catch (const std::exception&) {
-    // Only the safety net is missing; the notes themselves report when they cannot be saved.
+Task<void> HelperReadCycle::analyseDays(ModelTurn& turn, const ReadContext& context, Findings& findings) {
+  std::vector<OpenDay>& days = findings.open;
+  for (std::size_t index = 0; index < days.size() && !turn.isOver(); ++index) {
+    if (index > 0 && _delegate.isReadAgainWanted()) co_return;
+    OpenDay& day = days[index];
+    const Uuid person = day.draft.record.personID;
+    _delegate.analysisProgress(static_cast<std::int64_t>(index), countOf(days));
+    const bool isAnalysed = co_await whileOwned(
+        DayAnalysis::analyse(turn, day, context.firstNameOf(person), context.calendar, _platform.scheduler.now()));
+    if (isAnalysed) ++turn.use().days;
+    findings.results.state().progress->daysDone = static_cast<std::int64_t>(index) + 1;
+    co_await keep(day, isAnalysed, findings.results);
+    if (!hasOpenDay(days, index + 1, person)) co_await askLately(turn, context, findings.results, person);
+    if (_platform.scheduler.now() >= _writtenAt + kWriteInterval) co_await write(findings.results, true);
   }
 }
 
-HelperDayNotes HelperReadCycle::mergedNotes(const std::vector<MessagesDayRecord>& records, Reread reread,
-                                            Work& work) const {
-  std::set<Uuid> current;
-  for (const HelperPerson& person : work.people.people) current.insert(person.id);
-  const bool hadNotes = work.stored.has_value();
-  HelperDayNotes notes = hadNotes ? std::move(*work.stored) : HelperDayNotes{};
-  const std::size_t before = notes.days.size();
-  const std::set<Uuid> changed = notes.merge(records, reread, work.cutoffDay, current);
-  // A file that holds the same already stays as it is.
-  if (!hadNotes || !changed.empty() || notes.days.size() != before) notes.save(work.key, _folder);
-  return notes;
+// Keeps what was answered at once, so that a read that is interrupted loses no work. The lines are of no more use.
+Task<void> HelperReadCycle::keep(OpenDay& day, bool isAnalysed, ReadResults& results) {
+  day.draft.lines.clear();
+  if (isAnalysed)
+    results.keepAnalysed(day.waiting.record);
+  else if (day.waiting.nextTryAt != Instant())
+    results.keepWaiting(day.waiting);
+  co_await inBackground([&results] { results.saveState(); });
 }
 
-Task<void> HelperReadCycle::writeLatelyRecords(HelperDayNotes notes, Work& work) {
-  std::unordered_map<Uuid, std::vector<MessagesDayRecord>> daysOf;
-  for (MessagesDayRecord& day : notes.days) daysOf[day.personID].push_back(std::move(day));
-  // Together is cheaper; with a model at work each record is safe as soon as it is there.
-  const std::size_t together = work.modelIsThere ? 1 : kRecordsTogether;
-  std::vector<MessagesLatelyRecord> records;
-  for (const HelperPerson& person : work.people.people) {
-    auto days = daysOf.extract(person.id);
-    if (days.empty()) continue;
-    const std::string firstName = firstNameOf(*work.matcher, person.id);
-    std::optional<MessagesLatelyRecord> record =
-        MessagesLatelyRecord::build(days.mapped(), kWindowDays, _platform.scheduler.now(), work.calendar, firstName);
-    if (!record) continue;
-    LanguageModel& model = work.modelIsThere ? _platform.languageModel : _absentModel;
-    record->summary = co_await _summaries->summary(model, person.id, std::move(days.mapped()), firstName);
-    if (isAbandoned()) co_return;
-    records.push_back(std::move(*record));
-    if (records.size() < together) continue;
-    co_await writeRecords(records, work);
-    if (isAbandoned()) co_return;
+Task<void> HelperReadCycle::askLately(ModelTurn& turn, const ReadContext& context, ReadResults& results, Uuid person) {
+  if (turn.isOver()) co_return;
+  std::optional<ReadResults::OpenLately> open = results.openLately(person);
+  if (!open) co_return;
+  LatelyAnswer answer{person, open->question.instructions, open->question.prompt, std::nullopt, false, 0, {}};
+  if (const LatelyAnswer* known = results.answerTo(*open)) answer = *known;  // not answered yet, with its tries
+  turn.takeFailure();
+  std::optional<std::string> summary =
+      co_await whileOwned(MessagesModel::latelySummary(turn, std::move(open->days), context.firstNameOf(person)));
+  const std::optional<ModelTurn::Failure> failure = turn.takeFailure();
+  answer.isAnswered = !failure || !AskingAgain::noteFailure(answer, failure->reason, _platform.scheduler.now());
+  if (!failure) answer.summary = std::move(summary);
+  results.keepLately(std::move(answer));
+  co_await inBackground([&results] { results.saveState(); });
+}
+
+// What the read cost and when the model is asked again.
+void HelperReadCycle::closeAccount(ModelTurn& turn, HelperState& state) const {
+  ModelAccount& account = state.model;
+  account.lastFailure.reset();
+  if (turn.lastFailure()) account.lastFailure = turn.lastFailure()->text;
+  account.pausedUntil.reset();
+  account.nextTryAt.reset();
+  // Counted from the beginning, so that the read of the next timer tick is not too early.
+  if (turn.isOver()) account.pausedUntil = account.nextTryAt = _now + AskingAgain::kDelays.front();
+  const auto considerTry = [&account](Instant at) {
+    if (!account.nextTryAt || at < *account.nextTryAt) account.nextTryAt = at;
+  };
+  if (!turn.isOver()) {
+    for (const WaitingDay& day : state.waiting) considerTry(day.nextTryAt);
+    for (const LatelyAnswer& answer : state.lately)
+      if (!answer.isAnswered) considerTry(answer.nextTryAt);
   }
-  if (!records.empty()) co_await writeRecords(records, work);
+  const ModelUse& use = turn.use();
+  if (use.questions == 0) return;
+  account.lastRead = use;
+  account.total.questions += use.questions;
+  account.total.promptTokens += use.promptTokens;
+  account.total.answerTokens += use.answerTokens;
+  account.total.milliseconds += use.milliseconds;
+  account.total.days += use.days;
 }
 
-Task<void> HelperReadCycle::writeRecords(std::vector<MessagesLatelyRecord>& records, const Work& work) const {
-  co_await inBackground([&] { MessagesLatelyInbox::writeAll(work.key, _folder, records); });
-  if (isAbandoned()) co_return;
-  for (std::size_t count = 0; count < records.size(); ++count) _delegate.recordWritten();
-  records.clear();
-}
-
-void HelperReadCycle::storeProgress(const Work& work, std::int64_t lastRow) const {
-  _platform.defaults.store({{HelperEngineKeys::kLastRow, lastRow},
-                            {HelperEngineKeys::kPeople, work.fingerprint},
+void HelperReadCycle::storeProgress(const ReadContext& context, const StoreReading& reading) const {
+  _platform.defaults.store({{HelperEngineKeys::kLastRow, reading.lastRowID},
+                            {HelperEngineKeys::kPeople, context.fingerprint},
                             {HelperEngineKeys::kNotesVersion, HelperEngineKeys::kCurrentNotesVersion},
                             {HelperEngineKeys::kLastRead, _now}});
 }

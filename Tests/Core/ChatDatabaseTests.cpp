@@ -165,10 +165,64 @@ TEST_F(ChatDatabaseTest, RowsAfterARowIDComeInOrderOfRowIDs) {
   EXPECT_THAT(rowIDs(database.messages(-1, 1)), ElementsAre(1));
   EXPECT_THAT(database.messages(5, 5000), IsEmpty());
   EXPECT_THAT(database.messages(0, 0), IsEmpty());
-  EXPECT_EQ(database.rowIDAtLimit(0, 2), 2);
-  EXPECT_EQ(database.rowIDAtLimit(2, 3), 5);
-  EXPECT_EQ(database.rowIDAtLimit(2, 4), std::nullopt);
-  EXPECT_EQ(database.rowIDAtLimit(5, 1), std::nullopt);
+}
+
+TEST_F(ChatDatabaseTest, NewRowsOfOtherChatsAreSettledWithoutTheirText) {
+  const auto other = _store.addChat({"+15550100099"});
+  _store.addMessage(_chat, at(1), true, "first");
+  _store.addMessage(other, at(2), true, "elsewhere");
+  _store.addRow({.chat = _chat, .date = 3});  // may still get its text
+  const ChatDatabase database(_store.path());
+  ChatDatabase::NewRows rows = database.newRows({_chat}, 0, 5000);
+  EXPECT_THAT(rowIDs(rows.messages), ElementsAre(1));
+  EXPECT_EQ(rows.highestRowID, 2);
+  EXPECT_FALSE(rows.isLimitReached);
+  rows = database.newRows({_chat}, 1, 2);
+  EXPECT_THAT(rows.messages, IsEmpty());
+  EXPECT_EQ(rows.highestRowID, 3) << "a whole portion must not be met again";
+  EXPECT_TRUE(rows.isLimitReached);
+  rows = database.newRows({_chat}, 3, 5000);
+  EXPECT_EQ(rows.highestRowID, 0);
+}
+
+TEST_F(ChatDatabaseTest, AWindowIsReadWholeInPortionsOfAnySize) {
+  for (int index = 0; index < 40; ++index) {
+    // Runs of equal dates, longer than some portions.
+    _store.addMessage(_chat, at(100 + index / 9), index % 2 == 0, "message " + std::to_string(index));
+    if (index % 5 == 0) _store.addRow({.chat = _chat, .date = ChatDatabase::appleTime(at(100 + index / 9))});
+  }
+  ChatDatabase database(_store.path());
+  database.beginSnapshot();
+  const auto whole = database.messages(at(0), 50'000);
+  ASSERT_EQ(whole.size(), 40U);
+  for (const int limit : {1, 2, 3, 7, 9, 10, 39, 40, 47, 48, 49, 50'000})
+    EXPECT_EQ(database.windowMessages({_chat}, at(0), limit), whole) << limit;
+}
+
+TEST_F(ChatDatabaseTest, ASnapshotSeesNothingThatComesLater) {
+  _store.addMessage(_chat, at(1), true, "before");
+  ChatDatabase database(_store.path());
+  database.beginSnapshot();
+  EXPECT_EQ(database.chatParticipants().size(), 1U);
+  _store.addMessage(_store.addChat({"+15550100099"}), at(2), true, "after");
+  EXPECT_EQ(database.maxRowID(), 1);
+  EXPECT_EQ(database.chatParticipants().size(), 1U);
+  EXPECT_THAT(rowIDs(database.messages(0, 5000)), ElementsAre(1));
+  EXPECT_EQ(ChatDatabase(_store.path()).maxRowID(), 2);
+}
+
+TEST_F(ChatDatabaseTest, ARowIsKnownAgainByGuidAndDate) {
+  const auto row = _store.addMessage(_chat, at(1), true, "hello");
+  const ChatDatabase database(_store.path());
+  const std::string mark = database.rowMark(row);
+  EXPECT_NE(mark, "");
+  EXPECT_EQ(database.rowMark(row + 1), "");
+  _store.execute("UPDATE message SET text = 'edited'");
+  EXPECT_EQ(database.rowMark(row), mark);
+  _store.execute("UPDATE message SET date = date + 1");
+  EXPECT_NE(database.rowMark(row), mark);
+  _store.execute("UPDATE message SET date = date - 1, guid = 'another'");
+  EXPECT_NE(database.rowMark(row), mark);
 }
 
 TEST_F(ChatDatabaseTest, RowsSinceADateComeOldestFirst) {

@@ -12,7 +12,7 @@ const Uuid kZoe = *Uuid::parse("6F1C3A52-0D1B-4E7A-9A55-1F6C2B7D9E12");
 using Texts = std::vector<std::string>;
 
 HandleMatcher matcherOf(std::vector<HelperPerson> people) {
-  return HandleMatcher(HelperPeopleFile{Instant(), std::move(people)});
+  return HandleMatcher(people);
 }
 
 TEST(HandleMatcher, FindsPeopleByNumberAndAddress) {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "Adapters/InMemory/ScriptedLanguageModel.h"
-#include "PelloraMessagesCore/LatelySummaries.h"
 #include "PelloraMessagesCore/MessagesModel.h"
 #include "PelloraMessagesCore/NewsGuard.h"
 #include "Tests/Support/Awaiting.h"
@@ -49,7 +48,7 @@ TEST(LanguageWork, ADayGetsItsSentenceMeetupsAndNews) {
   EXPECT_EQ(model.asked().size(), 3u);
 }
 
-TEST(LanguageWork, TheDaysGetTheirSummaryOnceAndNewsOnce) {
+TEST(LanguageWork, TheDaysGetTheirSummaryAndNewsOnce) {
   ScriptedLanguageModel model(scripted);
   std::vector<MessagesDayRecord> days;
   std::vector<MessagesNews> news;
@@ -61,10 +60,8 @@ TEST(LanguageWork, TheDaysGetTheirSummaryOnceAndNewsOnce) {
     news.insert(news.end(), record.news.begin(), record.news.end());
     days.push_back(record);
   }
-  LatelySummaries summaries;
-  for (int round = 0; round < 2; ++round)
-    EXPECT_EQ(awaited(summaries.summary(model, Uuid(), days, "Sam")),
-              "Lately you and Sam talked about the wedding. Dana came up.");
+  EXPECT_EQ(awaited(MessagesModel::latelySummary(model, days, "Sam")),
+            "Lately you and Sam talked about the wedding. Dana came up.");
   EXPECT_EQ(model.asked().size(), 5u);
   EXPECT_EQ(NewsGuard::withoutRepeats(news, "Sam").size(), 1u);
 }

@@ -24,11 +24,11 @@ constexpr std::int64_t kUnknownChat = 99;
 const Uuid kAnnaID = *Uuid::parse("00000000-0000-0000-0000-0000000000AA");
 const Uuid kBenID = *Uuid::parse("00000000-0000-0000-0000-0000000000BB");
 
-HelperPeopleFile people() {
-  HelperPeopleFile file;
-  file.people.push_back({kAnnaID, "Anna", {"5550000001", "5550000009"}, {"anna@example.com"}});
-  file.people.push_back({kBenID, "Ben", {"5550000002", "5550000009"}, {}});
-  return file;
+std::vector<HelperPerson> people() {
+  std::vector<HelperPerson> list;
+  list.push_back({kAnnaID, "Anna", {"5550000001", "5550000009"}, {"anna@example.com"}});
+  list.push_back({kBenID, "Ben", {"5550000002", "5550000009"}, {}});
+  return list;
 }
 
 const ChatParticipants kChats = {
@@ -219,19 +219,19 @@ TEST(MessagesDayBuilder, DraftsComeOldestLastMessageFirstAndStable) {
 
 // More ties than a sort without a rule for them happens to keep in order.
 TEST(MessagesDayBuilder, ManyDaysThatEndAtOneInstantStayInTheOrderOfTheirFirstRows) {
-  HelperPeopleFile file;
+  std::vector<HelperPerson> known;
   ChatParticipants chats;
   std::vector<HistoryMessage> messages;
   std::vector<std::string> expected;
   for (std::int64_t number = 0; number < 60; ++number) {
     const std::int64_t chat = 1 + number * 37 % 60;
     const std::string phone = std::to_string(5'550'000'000 + chat);
-    file.people.push_back({Uuid::random(), "P", {phone}, {}});
+    known.push_back({Uuid::random(), "P", {phone}, {}});
     chats[chat] = {phone};
     messages.push_back(message(100 + number, kNoon, true, "a", chat));
     expected.push_back(phone);
   }
-  const HandleMatcher matcher(file);
+  const HandleMatcher matcher(known);
   std::vector<std::string> handles;
   for (const MessagesDayDraft& draft :
        MessagesDayBuilder::drafts(messages, chats, matcher, {}, LocalCalendar::inTimeZone("UTC")))

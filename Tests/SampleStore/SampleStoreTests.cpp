@@ -68,9 +68,9 @@ class SampleStore : public ::testing::Test {
 
   // The days that a read of the last 30 days makes of it.
   static std::vector<MessagesDayDraft> days() {
-    HelperPeopleFile people;
+    std::vector<HelperPerson> people;
     for (const SamplePerson& person : samplePeople(7, 12)) {
-      HelperPerson& known = people.people.emplace_back();
+      HelperPerson& known = people.emplace_back();
       known.id = person.id;
       known.firstName = person.firstName;
       known.phones.push_back(ContactNormalization::phone(person.phone));

@@ -24,9 +24,34 @@ EngineWorld::EngineWorld(LanguageModel* given)
 }
 
 HelperPlatform EngineWorld::platform() {
-  return {*clock,     defaults,  secrets, container, notifications,
-          fileEvents, loginItem, *model,  database,  [] { return LocalCalendar::inTimeZone("UTC"); },
+  return {*clock,
+          defaults,
+          secrets,
+          container,
+          notifications,
+          fileEvents,
+          loginItem,
+          *model,
+          readLock,
+          database,
+          [this] { return LocalCalendar::inTimeZone(zone); },
           "1.0.0"};
+}
+
+std::vector<MessagesDayRecord> EngineWorld::freshDays() {
+  const std::filesystem::path fresh = folder / "fresh";
+  std::filesystem::remove_all(fresh);
+  std::filesystem::create_directories(fresh);
+  std::filesystem::copy_file(shared / "people.json", fresh / "people.json");
+  const FixedGroupContainer itsContainer(fresh);
+  InMemoryUserDefaults itsDefaults;
+  ScriptedLanguageModel itsModel(noAnswer);
+  itsModel.setAvailable(false);
+  InMemoryReadLock itsLock;
+  HelperEngine engine({*clock, itsDefaults, secrets, itsContainer, notifications, fileEvents, loginItem, itsModel,
+                       itsLock, database, [this] { return LocalCalendar::inTimeZone(zone); }, "1.0.0"});
+  QCoro::waitFor(engine.readNow());
+  return HelperDayNotes::load(key, fresh).days;
 }
 
 void EngineWorld::writePeople(const std::vector<HelperPerson>& people) {

@@ -12,6 +12,7 @@
 #include "Adapters/InMemory/InMemoryFileEvents.h"
 #include "Adapters/InMemory/InMemoryLoginItem.h"
 #include "Adapters/InMemory/InMemoryNotificationCenter.h"
+#include "Adapters/InMemory/InMemoryReadLock.h"
 #include "Adapters/InMemory/InMemorySecretStore.h"
 #include "Adapters/InMemory/InMemoryUserDefaults.h"
 #include "Adapters/InMemory/ScriptedLanguageModel.h"
@@ -20,6 +21,7 @@
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/HelperHeartbeat.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"
 #include "Pellora_for_Messages/Engine/HelperEngine.h"
 #include "Tests/Support/SmallStore.h"
@@ -39,10 +41,13 @@ class EngineWorld {
   void read() { QCoro::waitFor(makeEngine()->readNow()); }
 
   void writePeople(const std::vector<HelperPerson>& people);
+  // The days that a read of the same store finds that knows of no earlier read and no model.
+  std::vector<MessagesDayRecord> freshDays();
   HelperDayNotes notes() const { return HelperDayNotes::load(key, shared); }
   std::optional<MessagesLatelyRecord> lately(const Uuid& person) const {
     return MessagesLatelyInbox::read(key, shared, person);
   }
+  std::optional<HelperState> state() const { return HelperState::load(key, shared); }
   std::optional<HelperHeartbeat> heartbeat() const { return HelperHeartbeat::read(shared); }
   std::int64_t lastRow() const { return defaults.integer("messages.lastRowID").value_or(0); }
 
@@ -56,6 +61,7 @@ class EngineWorld {
 
   TemporaryFolder folder;
   std::filesystem::path shared = folder / "shared";
+  std::string zone = "UTC";  // of the calendars that engines get
   std::filesystem::path database = folder / "Messages/chat.db";
   std::unique_ptr<SmallStore> store;
   VirtualScheduler scheduler{kStart};
@@ -66,6 +72,7 @@ class EngineWorld {
   InMemoryNotificationCenter notifications;
   InMemoryFileEvents fileEvents;
   InMemoryLoginItem loginItem;
+  InMemoryReadLock readLock;
   ScriptedLanguageModel scripted;
   LanguageModel* model;
   ExchangeKey key;

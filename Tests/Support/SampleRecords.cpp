@@ -93,7 +93,7 @@ HelperState sampleState() {
   state.lately = {{person, "Write a summary", "<days>\nMar 1: You and Sam", "Lately you and Sam", true, 0, now},
                   {person, "Write", "<days>", std::nullopt, false, 1, now}};
   state.askAgain = {sampleDay().id()};
-  state.model = {84, "The model server answered 500", now, {3, 4000, 120, 9500, 1}, {30, 40'000, 1200, 95'000, 10}};
+  state.model = {84, "answered 500", now, now, {3, 4000, 120, 9500, 1}, {30, 40'000, 1200, 95'000, 10}};
   state.progress = ReadProgress{now, 3, 84};
   return state;
 }

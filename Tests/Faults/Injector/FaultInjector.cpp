@@ -1,5 +1,5 @@
 // A library to preload: lets one system call of a program fail, or kills the program at it. It counts the calls
-// that change files below a folder, and at the chosen one does what the environment says:
+// that open, read or change files below a folder, and at the chosen one does what the environment says:
 //
 //   PELLORA_FAULT_BELOW  only calls on paths that begin so count
 //   PELLORA_FAULT_AT     which call, from 1
@@ -16,6 +16,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -211,6 +212,42 @@ ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t offset) {
 
 ssize_t pwrite64(int descriptor, const void* bytes, size_t size, off64_t offset) {
   return pwrite(descriptor, bytes, size, offset);
+}
+
+ssize_t read(int descriptor, void* bytes, size_t size) {
+  if (isHit("read", pathOf(descriptor), Can::failAndBeInterrupted)) return failed();
+  return real<ssize_t(int, void*, size_t)>("read")(descriptor, bytes, size);
+}
+
+ssize_t pread(int descriptor, void* bytes, size_t size, off_t offset) {
+  if (isHit("pread", pathOf(descriptor), Can::failAndBeInterrupted)) return failed();
+  return real<ssize_t(int, void*, size_t, off_t)>("pread")(descriptor, bytes, size, offset);
+}
+
+ssize_t pread64(int descriptor, void* bytes, size_t size, off64_t offset) {
+  return pread(descriptor, bytes, size, offset);
+}
+
+int fstat(int descriptor, struct stat* status) noexcept {
+  if (isHit("fstat", pathOf(descriptor), Can::fail)) return failed();
+  return real<int(int, struct stat*)>("fstat")(descriptor, status);
+}
+
+int fstat64(int descriptor, struct stat64* status) noexcept {
+  if (isHit("fstat", pathOf(descriptor), Can::fail)) return failed();
+  return real<int(int, struct stat64*)>("fstat64")(descriptor, status);
+}
+
+void* mmap(void* address, size_t size, int protection, int flags, int descriptor, off_t offset) noexcept {
+  if (descriptor >= 0 && isHit("mmap", pathOf(descriptor), Can::fail)) {
+    failed();
+    return MAP_FAILED;
+  }
+  return real<void*(void*, size_t, int, int, int, off_t)>("mmap")(address, size, protection, flags, descriptor, offset);
+}
+
+void* mmap64(void* address, size_t size, int protection, int flags, int descriptor, off64_t offset) noexcept {
+  return mmap(address, size, protection, flags, descriptor, offset);
 }
 
 int fsync(int descriptor) {

@@ -1,5 +1,5 @@
 // A short text that changes whenever the people file's people, numbers or addresses do: 64-bit FNV-1a over them in
-// file order. Not for security. Tested by Tests/Core/PeopleFingerprintTests.cpp.
+// file order. Not for security. Tested by Tests/App/PeopleFingerprintTests.cpp.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-#include "PelloraMessagesCore/PeopleFingerprint.h"
+#include "Pellora_for_Messages/Engine/PeopleFingerprint.h"
 
 #include <charconv>
 

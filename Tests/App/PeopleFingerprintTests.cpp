@@ -2,7 +2,7 @@
 
 #include <set>
 
-#include "PelloraMessagesCore/PeopleFingerprint.h"
+#include "Pellora_for_Messages/Engine/PeopleFingerprint.h"
 
 namespace pellora {
 namespace {

@@ -1,0 +1,85 @@
+#include "Pellora_for_Messages/Engine/ReadContext.h"
+
+#include <utility>
+
+#include "Pellora_for_Messages/Engine/HelperEngineKeys.h"
+#include "Pellora_for_Messages/Engine/PeopleFingerprint.h"
+
+namespace pellora {
+
+namespace {
+
+// The state then asks for what the request asked for, so a read that fails does not lose it.
+void takeOver(HelperState::Reread request, const ReadContext& context, ReadMemory& memory) {
+  HelperState& state = memory.state;
+  state.lastRead.reset();
+  state.waiting.clear();
+  state.model.pausedUntil.reset();
+  if (request == HelperState::Reread::language) {
+    state.analysed.clear();
+    state.askAgain.clear();
+    if (memory.stored)
+      for (const MessagesDayRecord& day : memory.stored->notes.days) state.askAgain.push_back(day.id());
+    for (LatelyAnswer& answer : state.lately) {
+      answer.isAnswered = false;
+      answer.triesUsed = 0;
+      answer.nextTryAt = Instant();
+    }
+  }
+  state.save(context.key, context.folder);
+  HelperState::removeRereadRequest(context.folder);
+}
+
+}  // namespace
+
+ReadContext::ReadContext(Instant now, ExchangeKey key, std::vector<HelperPerson> people, LocalCalendar calendar)
+    : now(now),
+      key(std::move(key)),
+      people(std::move(people)),
+      calendar(std::move(calendar)),
+      matcher(this->people),
+      fingerprint(peopleFingerprint(this->people)),
+      windowStart(now - kReadWindow),
+      cutoffDay(this->calendar.dayString(windowStart)) {}
+
+std::string ReadContext::firstNameOf(const Uuid& person) const {
+  const auto name = matcher.firstNames().find(person);
+  return name == matcher.firstNames().end() ? std::string() : name->second;
+}
+
+std::string ReadContext::zoneMark(Instant at) const {
+  // The zones of the world differ in which day it is and where days begin; how a zone is called says less.
+  std::string mark = calendar.dayString(at) + " ";
+  std::int64_t previous = -1;
+  for (std::int64_t days = 0; days <= kWindowDays; ++days) {
+    constexpr std::int64_t kDay = 86'400;
+    const std::int64_t second = wholeSeconds(calendar.startOfDay(at - std::chrono::seconds(days * kDay))) % kDay;
+    if (second != previous) mark += std::to_string(days) + ":" + std::to_string(second) + " ";
+    previous = second;
+  }
+  return mark;
+}
+
+ReadSettings::ReadSettings(const UserDefaults& defaults)
+    : lastRowID(defaults.integer(HelperEngineKeys::kLastRow).value_or(0)),
+      fingerprint(defaults.text(HelperEngineKeys::kPeople)),
+      lastReadAt(defaults.date(HelperEngineKeys::kLastRead)),
+      areNotesCurrent(defaults.integer(HelperEngineKeys::kNotesVersion) == HelperEngineKeys::kCurrentNotesVersion) {}
+
+ReadMemory ReadMemory::load(const ReadContext& context, const ReadSettings& settings) {
+  ReadMemory memory{settings, {}, {}, false};
+  if (settings.areNotesCurrent) memory.stored = HelperDayNotes::loadStored(context.key, context.folder);
+  std::optional<HelperState> state = HelperState::load(context.key, context.folder);
+  memory.isStateLost = !state;
+  if (state) memory.state = *std::move(state);
+  if (memory.state.notesVersion != HelperEngineKeys::kCurrentNotesVersion) {
+    memory.state.analysed.clear();
+    memory.state.waiting.clear();
+    memory.state.notesVersion = HelperEngineKeys::kCurrentNotesVersion;
+  }
+  if (const auto request = HelperState::requestedReread(context.key, context.folder))
+    takeOver(*request, context, memory);
+  return memory;
+}
+
+}  // namespace pellora

@@ -1,0 +1,69 @@
+// What one read is based on: its time, the people, the calendar, and what earlier reads left behind. Made at the start
+// of a read; the context is not changed afterwards. Used by one thread at a time.
+// Tested by Tests/App/HelperEngineReadTests.cpp and ReadHistoryTests.cpp.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "PelloraMessagesCore/Files/ExchangeKey.h"
+#include "PelloraMessagesCore/HandleMatcher.h"
+#include "PelloraMessagesCore/HelperDayNotes.h"
+#include "PelloraMessagesCore/HelperPerson.h"
+#include "PelloraMessagesCore/HelperState.h"
+#include "PelloraMessagesCore/Ports/UserDefaults.h"
+#include "PelloraMessagesCore/Time/LocalCalendar.h"
+
+namespace pellora {
+
+struct ReadContext {
+  static constexpr std::chrono::seconds kReadWindow{2'592'000};  // 30 days of 86,400 s
+  static constexpr std::int64_t kWindowDays = 30;
+
+  ReadContext(Instant now, ExchangeKey key, std::vector<HelperPerson> people, LocalCalendar calendar);
+
+  // Empty for a person who is not in the list.
+  std::string firstNameOf(const Uuid& person) const;
+
+  // What tells calendars apart whose days around `at` begin at other moments.
+  std::string zoneMark(Instant at) const;
+
+  Instant now;
+  ExchangeKey key;
+  std::vector<HelperPerson> people;
+  LocalCalendar calendar;
+  HandleMatcher matcher;
+  std::string fingerprint;  // of the people
+  Instant windowStart;
+  std::string cutoffDay;  // of the window's start
+  std::optional<std::filesystem::path> folder{};
+  std::filesystem::path chatDatabase{};
+};
+
+// The progress keys of the settings.
+struct ReadSettings {
+  explicit ReadSettings(const UserDefaults& defaults);
+
+  std::int64_t lastRowID = 0;  // 0 before the first read
+  std::optional<std::string> fingerprint;
+  std::optional<Instant> lastReadAt;
+  bool areNotesCurrent = false;  // the notes are of the version that this program writes
+};
+
+// What earlier reads left behind.
+struct ReadMemory {
+  // Blocks. A request to read again is taken over into the state. Throws FileError when the notes are there and cannot
+  // be read.
+  static ReadMemory load(const ReadContext& context, const ReadSettings& settings);
+
+  ReadSettings settings;
+  std::optional<HelperDayNotes::Stored> stored;  // absent under another notes version and when they do not open
+  HelperState state;
+  bool isStateLost = false;  // there was none that could be read
+};
+
+}  // namespace pellora

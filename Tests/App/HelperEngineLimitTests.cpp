@@ -1,0 +1,189 @@
+// Where a read begins and ends: the window and its limits, the moment it counts from, what it does when something
+// around it fails, and other processes that read.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "PelloraMessagesCore/ChatDatabase.h"
+#include "Tests/Support/EngineWorld.h"
+#include "Tests/Support/ReadHistory.h"
+
+namespace pellora {
+namespace {
+
+using namespace std::chrono_literals;
+using support::EngineWorld;
+using Kind = HelperEngineState::Kind;
+
+std::string harbour(const ScriptedLanguageModel::Asked& asked) {
+  if (asked.schemaName == "FoundMeetups") return R"({"meetups":[]})";
+  if (asked.schemaName == "FoundNews") return R"({"news":[]})";
+  return "You and Anna talked about the harbour.";
+}
+
+TEST(HelperEngineLimit, AStoreIsReadInPortionsOfFiftyThousandAndFiveThousandRows) {
+  EXPECT_EQ(StoreReading::kFullLimit, 50'000);
+  EXPECT_EQ(StoreReading::kIncrementalLimit, 5'000);
+}
+
+TEST(HelperEngineLimit, TheNewestMessagesCountBehindSixtyThousandRowsOfAGroup) {
+  const support::FilesInMemory inMemory;
+  EngineWorld world;
+  const auto group = world.store->addChat({"+15550100001", "+15550100002"});
+  world.store->execute("BEGIN");
+  world.fromAnna(29 * 24h, "the first");
+  for (int index = 0; index < 60'000; ++index)
+    world.store->addMessage(group, EngineWorld::kStart - 28 * 24h + index * 1s, false, "to the group");
+  world.fromAnna(2h, "the last but one");
+  world.fromAnna(1h, "the last");
+  world.store->execute("COMMIT");
+  world.read();
+  EXPECT_EQ(world.lately(world.anna.id)->receivedCount, 3);
+}
+
+TEST(HelperEngineLimit, TwelveThousandNewRowsAreReadAtOnce) {
+  const support::FilesInMemory inMemory;
+  EngineWorld world;
+  world.fromAnna(50h, "the first");
+  world.read();
+  world.store->execute("BEGIN");
+  for (int index = 0; index < 12'000; ++index) world.fromAnna(24h - index * 1s, "new");
+  world.store->execute("COMMIT");
+  world.read();
+  EXPECT_EQ(world.lately(world.anna.id)->receivedCount, 12'001);
+  EXPECT_EQ(world.lastRow(), 12'001);
+}
+
+TEST(HelperEngineLimit, ALateRowRebuildsItsWholeDay) {
+  EngineWorld world;
+  for (const auto ago : {73h, 75h, 77h}) world.fromAnna(ago, "early");
+  world.read();
+  world.fromAnna(74h, "late");
+  world.read();
+  ASSERT_EQ(world.notes().days.size(), 1U);
+  EXPECT_EQ(world.notes().days[0].receivedCount, 4);
+}
+
+TEST(HelperEngineLimit, TheWindowIsThirtyTimes86400SecondsWhereClocksChangeToo) {
+  EngineWorld world;
+  world.zone = "Europe/Berlin";
+  world.scheduler.advance(31 * 24h);  // 10 April; clocks went forward on 29 March
+  const Instant start = world.scheduler.now() - 2'592'000s;
+  world.store->addMessage(world.annaChat, start, false, "just inside");
+  world.store->addMessage(world.annaChat, start - 1s, false, "just outside");
+  world.read();
+  ASSERT_EQ(world.notes().days.size(), 1U);
+  EXPECT_EQ(world.notes().days[0].receivedCount, 1);
+}
+
+TEST(HelperEngineLimit, AReadCountsFromItsBeginning) {
+  EngineWorld world;
+  world.scripted = ScriptedLanguageModel([&](const ScriptedLanguageModel::Asked& asked) {
+    world.scheduler.advance(20min);
+    return harbour(asked);
+  });
+  world.fromAnna(1h, "a day at the harbour");
+  world.read();
+  EXPECT_GT(world.scheduler.now(), EngineWorld::kStart);
+  EXPECT_EQ(world.defaults.date("messages.lastReadAt"), EngineWorld::kStart);
+  EXPECT_EQ(world.heartbeat()->lastReadAt, EngineWorld::kStart);
+  EXPECT_EQ(world.heartbeat()->at, world.scheduler.now());
+}
+
+TEST(HelperEngineLimit, AbsentSettingsStartFromEmptyNotes) {
+  EngineWorld world;
+  world.fromAnna(3h, "first");
+  world.read();
+  HelperDayNotes notes = world.notes();
+  notes.days[0].summary = "You and Anna spoke of an old format.";
+  notes.save(world.key, world.shared);
+  world.defaults = InMemoryUserDefaults();
+  world.read();
+  EXPECT_FALSE(world.notes().days[0].summary);
+}
+
+TEST(HelperEngineLimit, NotesThatCannotBeReadFailTheReadAndStay) {
+  EngineWorld world;
+  world.fromAnna(3h, "first");
+  world.read();
+  const auto notes = world.shared / "Helper/notes.json";
+  std::filesystem::rename(notes, world.folder / "aside");
+  std::filesystem::create_directory(notes);  // opens, and cannot be read
+  const auto engine = world.makeEngine();
+  QCoro::waitFor(engine->readNow());
+  EXPECT_EQ(engine->state().kind, Kind::failed);
+  EXPECT_NE(engine->state().failure.find("notes.json"), std::string::npos);
+  std::filesystem::remove(notes);
+  std::filesystem::rename(world.folder / "aside", notes);
+  QCoro::waitFor(engine->readNow());
+  EXPECT_EQ(engine->state().kind, Kind::idle);
+}
+
+TEST(HelperEngineLimit, AFirstReadThatCannotStoreItsProgressAsksForNothingAgain) {
+  EngineWorld world;
+  world.scripted = ScriptedLanguageModel(harbour);
+  world.fromAnna(1h, "a day at the harbour");
+  world.defaults.setFailing(true);
+  const auto engine = world.makeEngine();
+  QCoro::waitFor(engine->readNow());
+  EXPECT_EQ(engine->state().kind, Kind::failed);
+  EXPECT_EQ(world.scripted.asked().size(), 1U);
+  world.defaults.setFailing(false);
+  QCoro::waitFor(engine->readNow());
+  EXPECT_EQ(engine->state().kind, Kind::idle);
+  EXPECT_EQ(world.scripted.asked().size(), 1U);
+  EXPECT_TRUE(world.notes().days[0].summary);
+  EXPECT_TRUE(world.state()->analysed.empty());
+}
+
+TEST(HelperEngineLimit, AHeartbeatOrAChoiceThatCannotBeWrittenStopsNothing) {
+  EngineWorld world;
+  world.fromAnna(1h, "hello");
+  std::filesystem::create_directories(world.shared / "heartbeat.json/in-its-place");
+  const auto engine = world.makeEngine();
+  QCoro::waitFor(engine->readNow());
+  EXPECT_EQ(engine->state().kind, Kind::idle);
+  world.defaults.setFailing(true);
+  EXPECT_NO_THROW(engine->setOpensAtLogin(true));
+  EXPECT_TRUE(engine->opensAtLogin());
+}
+
+TEST(HelperEngineLimit, AnEmptyListOfPeopleEmptiesNotesAndState) {
+  EngineWorld world;
+  world.fromAnna(1h, "hello");
+  world.read();
+  EXPECT_EQ(world.notes().days.size(), 1U);
+  world.writePeople({});
+  const auto engine = world.makeEngine();
+  QCoro::waitFor(engine->readNow());
+  EXPECT_EQ(engine->state().kind, Kind::waitingForPellora);
+  EXPECT_TRUE(world.notes().days.empty());
+  EXPECT_EQ(world.state(), HelperState());
+  world.writePeople({world.anna, world.ben});
+  QCoro::waitFor(engine->readNow());
+  EXPECT_EQ(world.notes().days.size(), 1U);
+}
+
+TEST(HelperEngineLimit, WaitsForAReadOfAnotherProcess) {
+  EngineWorld world;
+  auto other = world.readLock.tryTake();
+  const auto engine = world.makeEngine();
+  engine->start();
+  world.scheduler.advance(10s);
+  EXPECT_EQ(engine->state().kind, Kind::starting);
+  EXPECT_FALSE(world.heartbeat());
+  other.reset();
+  world.scheduler.advance(1s);
+  EXPECT_EQ(engine->state().kind, Kind::idle);
+  EXPECT_TRUE(world.readLock.tryTake()) << "given back after the read";
+}
+
+TEST(HelperEngineLimit, AReadThatFailsGivesItsLockBack) {
+  EngineWorld world;
+  world.store->execute("ALTER TABLE message RENAME TO elsewhere");
+  world.read();
+  EXPECT_TRUE(world.readLock.tryTake());
+}
+
+}  // namespace
+}  // namespace pellora
