@@ -30,10 +30,13 @@ std::string row(const CompanionContext& context, const std::string& label, const
   return text;
 }
 
-std::string storeText(const StoreProbe& store) {
+std::string storeText(const StatusReport& report, const CompanionContext& context) {
+  const StoreProbe& store = report.store;
   if (!store.messages) return "not readable: " + store.reason + " (" + store.file.string() + ")";
-  return "readable, " + display::counted(static_cast<std::size_t>(*store.messages), "message", "messages") + " (" +
-         store.file.string() + ")";
+  std::string text = "readable, " + display::counted(static_cast<std::size_t>(*store.messages), "message", "messages");
+  if (report.isStoreOld())
+    text += ", the newest from " + RelativeDate::text(*store.summary.newestMessageAt, report.now, context.calendar);
+  return text + " (" + store.file.string() + ")";
 }
 
 std::string keyText(const KeyState& key) {
@@ -133,10 +136,16 @@ std::string StatusReport::nextStepWithHelper() const {
   if (heartbeat && heartbeat->status == Status::waitingForPellora)
     return "The helper does not find the key and the people that are here: was PELLORA_SECRET_STORE set for one of the "
            "two only? \"pellora-companion key use-file\" keeps the choice for both; then start the helper again.";
+  if (isStoreOld()) return "Bring newer messages: pellora-companion history refresh";
   if (latelyRecords == 0) return "Ask for a read: pellora-companion read-now";
   if (model && !model->isAvailable)
     return look + ". For sentences and news it takes a language model on this device: Documentation/LanguageModel.md";
   return look;
+}
+
+bool StatusReport::isStoreOld() const {
+  const std::optional<Instant>& newest = store.summary.newestMessageAt;
+  return newest && now - *newest > kStoreIsOldAfter;
 }
 
 std::optional<ReadProgress> StatusReport::progress() const {
@@ -146,7 +155,8 @@ std::optional<ReadProgress> StatusReport::progress() const {
 
 std::string StatusReport::text(const CompanionContext& context) const {
   const auto good = [](bool isGood) { return isGood ? Ink::green : Ink::yellow; };
-  std::string text = row(context, "Messages store", storeText(store), good(store.messages.has_value()));
+  std::string text =
+      row(context, "Messages store", storeText(*this, context), good(store.messages.has_value() && !isStoreOld()));
   text += row(context, "Exchange key", keyText(key), good(key.key.has_value()));
   text += row(context, "People", peopleText(*this), good(people > 0));
   text += row(context, "Last read", lastReadAt ? RelativeDate::text(*lastReadAt, now, context.calendar) : "never",

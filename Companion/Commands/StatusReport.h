@@ -1,6 +1,7 @@
 // Everything that `status` tells, gathered: each part may be missing and says so itself.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -15,6 +16,9 @@
 namespace pellora {
 
 struct StatusReport {
+  // Most people write or get a message within this time; a store without one is likely a copy that grew old.
+  static constexpr std::chrono::days kStoreIsOldAfter{14};
+
   StoreProbe store;
   KeyState key;
   PeopleStore::Kind peopleKind = PeopleStore::Kind::missing;
@@ -36,6 +40,9 @@ struct StatusReport {
   static StatusReport gather(const CompanionContext& context, const std::filesystem::path& store);
 
   bool isHelperRunning() const { return presence == platform_adapters::HelperPresence::running; }
+
+  // Whether the store's newest message is older than that.
+  bool isStoreOld() const;
 
   // Of the read that is running now.
   std::optional<ReadProgress> progress() const;

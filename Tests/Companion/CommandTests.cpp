@@ -387,6 +387,10 @@ const Step kSteps[] = {
        report.model = ModelReport();
      }},
     {"Look at the result: pellora-companion lately", [](StatusReport& report) { report.model->isAvailable = true; }},
+    {"Bring newer messages: pellora-companion history refresh",
+     [](StatusReport& report) { report.store.summary.newestMessageAt = report.now - std::chrono::days(15); }},
+    {"Look at the result: pellora-companion lately",
+     [](StatusReport& report) { report.store.summary.newestMessageAt = report.now - std::chrono::days(13); }},
     {"Wait for the read that is running; what is done shows already",
      [](StatusReport& report) {
        report.state = HelperState();
