@@ -108,7 +108,7 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
   std::unique_ptr<ScheduledCall> _pending;
   std::unique_ptr<ScheduledCall> _recovery;  // a read once what was missing may be there
   std::unique_ptr<ScheduledCall> _awake;     // ends a suspension that nobody ends
-  std::unique_ptr<ScheduledCall> _retry;  // when the model is to be asked again, or another process may have read
+  std::unique_ptr<ScheduledCall> _retry;     // when the model is to be asked again, or another process may have read
   std::unique_ptr<NotificationObserver> _readRequests;
   std::unique_ptr<HeldReadLock> _readLock;  // during a read
 };

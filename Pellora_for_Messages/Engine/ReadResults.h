@@ -81,7 +81,7 @@ class ReadResults {
   HelperState _state;
   std::optional<HelperState> _savedState;
   bool _isStateLost;
-  bool _areNotesTrusted;  // the next read begins with the notes even when this one stores no progress
+  bool _areNotesTrusted;    // the next read begins with the notes even when this one stores no progress
   std::set<Uuid> _changed;  // people whose records are to be written
 };
 
