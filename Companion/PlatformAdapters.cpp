@@ -1,7 +1,9 @@
 #include "Companion/PlatformAdapters.h"
 
 #include <QCoreApplication>
+#include <QCoroTask>
 #include <QDBusConnectionInterface>
+#include <cstdint>
 #include <stdexcept>
 #include <system_error>
 
@@ -15,6 +17,7 @@
 #include "Adapters/Linux/Files/RuntimeFolder.h"
 #include "Adapters/Linux/Files/XdgFolders.h"
 #include "Adapters/Linux/Files/XdgGroupContainer.h"
+#include "Adapters/Linux/Model/PeerOwner.h"
 #include "Adapters/Linux/Process/InstanceLock.h"
 #include "Adapters/Linux/Process/ProcessConfinement.h"
 #include "Adapters/Linux/Secrets/MakeSecretStore.h"
@@ -29,6 +32,9 @@ namespace {
 constexpr char kSettingsFolder[] = "app.pellora.messages.companion";
 constexpr char kLastReadKey[] = "messages.lastReadAt";
 constexpr char kHelperName[] = "app.pellora.Messages";  // the helper owns it on the bus while it runs
+
+// Where Ollama, llama.cpp and LocalAI, LM Studio and vLLM listen when nothing else is said.
+constexpr std::uint16_t kUsualModelPorts[] = {11434, 8080, 1234, 8000};
 
 }  // namespace
 
@@ -150,7 +156,20 @@ std::optional<std::string> openFile(const std::filesystem::path& file) {
 }
 
 std::unique_ptr<ChatCompletionsLanguageModel> languageModel() {
-  return ChatCompletionsLanguageModel::fromEnvironment();
+  return ChatCompletionsLanguageModel::configured();
+}
+
+std::vector<FoundModelServer> modelServersAtUsualPlaces() {
+  std::vector<FoundModelServer> found;
+  for (const std::uint16_t port : kUsualModelPorts) {
+    const std::optional<uid_t> owner = PeerOwner::listenerAt({"127.0.0.1", port});
+    if (!owner) continue;
+    FoundModelServer server{"http://127.0.0.1:" + std::to_string(port), PeerOwner::accountName(*owner), {}};
+    ChatCompletionsLanguageModel model(ModelEndpoint::parse(server.url));
+    server.report = QCoro::waitFor(model.report());
+    found.push_back(std::move(server));
+  }
+  return found;
 }
 
 }  // namespace pellora::platform_adapters

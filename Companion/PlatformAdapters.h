@@ -7,9 +7,10 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
-#include "Adapters/Linux/Model/ModelReport.h"
+#include "Adapters/Linux/Model/ModelSettings.h"
 #include "Adapters/Linux/Process/ConfinementReport.h"
 #include "PelloraMessagesCore/Ports/SecretStore.h"
 #include "PelloraMessagesCore/Time/Instant.h"
@@ -68,7 +69,17 @@ HelperRequest askHelperToRead();
 // reason why not, a short phrase.
 std::optional<std::string> openFile(const std::filesystem::path& file);
 
-// As PELLORA_MODEL_URL and PELLORA_MODEL say.
+// As environment and settings say.
 std::unique_ptr<ChatCompletionsLanguageModel> languageModel();
+
+struct FoundModelServer {
+  std::string url;
+  std::string owner;  // the account whose program listens there
+  ModelReport report;
+};
+
+// Those that listen on the ports which model servers take by themselves. Sends them nothing but requests for lists,
+// and nothing at all to other users' programs.
+std::vector<FoundModelServer> modelServersAtUsualPlaces();
 
 }  // namespace pellora::platform_adapters

@@ -60,10 +60,10 @@ std::vector<MeetupGuard::Candidate> candidates(FoundMeetups found) {
   return result;
 }
 
-std::vector<NewsGuard::Candidate> candidates(FoundNews found) {
+std::vector<NewsGuard::Candidate> candidates(FoundNews found, std::string_view firstName) {
   std::vector<NewsGuard::Candidate> result;
   for (NewsItem& item : found.news)
-    result.push_back({item.message, std::move(item.what), item.kind, std::move(item.when)});
+    result.push_back({item.message, withTypographicApostrophes(item.what, firstName), item.kind, std::move(item.when)});
   return result;
 }
 
@@ -94,7 +94,7 @@ Task<std::optional<std::string>> daySentence(LanguageModel& model, MessagesDayDr
   question.prompt += ModelInstructions::kDaySentenceEnding;
   const std::optional<std::string> text = co_await rawAnswer(model, std::move(question), nullptr);
   if (!text) co_return std::nullopt;
-  co_return SummaryGuard::checkSentence(*text, name);
+  co_return SummaryGuard::checkSentence(withTypographicApostrophes(*text, name), name);
 }
 
 Task<std::vector<MessagesMeetup>> findMeetups(LanguageModel& model, MessagesDayDraft draft, std::string firstName,
@@ -120,8 +120,8 @@ Task<std::vector<MessagesNews>> findNews(LanguageModel& model, MessagesDayDraft 
   question.prompt += ModelInstructions::newsEnding(firstName);
   const std::optional<std::string> json = co_await rawAnswer(model, std::move(question), &FoundNews::schema());
   if (json)
-    accepted =
-        NewsGuard::accept(candidates(FoundNews::fromAnswer(*json)), lines, firstName, draft.record.lastMessageAt);
+    accepted = NewsGuard::accept(candidates(FoundNews::fromAnswer(*json), firstName), lines, firstName,
+                                 draft.record.lastMessageAt);
   co_return accepted;
 }
 
@@ -149,7 +149,7 @@ Task<std::optional<std::string>> latelySummary(LanguageModel& model, std::vector
   if (!question) co_return std::nullopt;
   const std::optional<std::string> text = co_await rawAnswer(model, *std::move(question), nullptr);
   if (!text) co_return std::nullopt;
-  co_return SummaryGuard::checkLately(*text, firstName);
+  co_return SummaryGuard::checkLately(withTypographicApostrophes(*text, firstName), firstName);
 }
 
 }  // namespace pellora::MessagesModel

@@ -23,6 +23,7 @@
 #include "Adapters/Linux/Files/IniUserDefaults.h"
 #include "Adapters/Linux/Files/InotifyFileEvents.h"
 #include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
+#include "Adapters/Linux/Model/ModelSettings.h"
 #include "Adapters/Linux/Process/EventLoopScheduler.h"
 #include "Adapters/Linux/Process/FolderReadLock.h"
 #include "Adapters/Linux/Process/InstanceLock.h"
@@ -84,7 +85,7 @@ struct PlatformAdapters::Adapters {
   SignalQuitRequests quitRequests;
   std::optional<InstanceLock> readingLock;
   DesktopWindowActivation windowActivation;
-  std::unique_ptr<ChatCompletionsLanguageModel> languageModel = ChatCompletionsLanguageModel::fromEnvironment();
+  std::unique_ptr<ChatCompletionsLanguageModel> languageModel = ChatCompletionsLanguageModel::configured();
 };
 
 PlatformAdapters::PlatformAdapters(std::shared_ptr<HelperConfinement> confinement)
@@ -144,7 +145,10 @@ std::shared_ptr<HelperConfinement> PlatformAdapters::confineProcess([[maybe_unus
   HelperConfinement::Needs needs;
   needs.purpose = purpose == Purpose::window ? HelperConfinement::Purpose::window : HelperConfinement::Purpose::oneRead;
   needs.store = ChatDatabase::defaultURL();
-  needs.modelPort = portOf(ModelEndpoint::fromEnvironment());
+  needs.modelPort = portOf(ModelAddress::current().endpoint);
+  if (const auto settings = ModelSettings::file()) needs.readable.push_back(settings->parent_path());
+  if (const auto kept = ModelSettings::load(); kept && !kept->keyFile.empty())
+    needs.readable.emplace_back(kept->keyFile);
 #ifdef PELLORA_TRANSLATIONS
   needs.readable.emplace_back(PELLORA_TRANSLATIONS);
 #endif

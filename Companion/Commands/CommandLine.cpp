@@ -9,6 +9,7 @@
 #include "Companion/Commands/KeyCommand.h"
 #include "Companion/Commands/LatelyCommand.h"
 #include "Companion/Commands/ModelCommand.h"
+#include "Companion/Commands/ModelEvaluateCommand.h"
 #include "Companion/Commands/PeopleImportCommand.h"
 #include "Companion/Commands/PeopleListCommand.h"
 #include "Companion/Commands/PeopleRemoveCommand.h"
@@ -132,7 +133,17 @@ constexpr char kModelExamples[] =
     "PELLORA_MODEL (which one, when the server lists several).\n\n"
     "Examples:\n"
     "  pellora-companion model\n"
-    "  pellora-companion model --try\n";
+    "  pellora-companion model --try\n"
+    "  pellora-companion model use http://127.0.0.1:11434 --model qwen3:4b\n"
+    "  pellora-companion model evaluate\n";
+
+constexpr char kEvaluateExamples[] =
+    "Asks the helper's own questions about 600 invented days and judges what the\n"
+    "guards keep of the answers. Done (0) only if the model is good enough.\n\n"
+    "Examples:\n"
+    "  pellora-companion model evaluate\n"
+    "  pellora-companion model evaluate --repeat 2 --json\n"
+    "  pellora-companion model evaluate --ceiling\n";
 
 constexpr char kJsonHelp[] = "for scripts: one line of JSON";
 
@@ -248,6 +259,18 @@ class Commands {
   void addModel() {
     CLI::App* model = addCommand(_app, _model, "model", "whether there is a language model, and which", kModelExamples);
     model->add_flag("--try", _model.tries, "ask it two questions about invented texts and show the answers");
+    CLI::App* use = addCommand(*model, _modelUse, "use", "choose the server that the helper asks", kModelExamples);
+    use->add_option("URL", _modelUse.url, "http://127.0.0.1:PORT or unix:/path/to.sock")->required();
+    use->add_option("--model", _modelUse.model, "which one, when the server lists several")->check(refuseEmpty);
+    use->add_option("--key-file", _modelUse.keyFile, "a file that holds the server's key")->check(refuseEmpty);
+    addCommand(*model, _modelForget, "forget", "go back to the default socket", kModelExamples);
+    CLI::App* evaluate =
+        addCommand(*model, _modelEvaluate, "evaluate", "find out whether the model is good enough", kEvaluateExamples);
+    evaluate->add_option("CASES", _modelEvaluate.casesFile, "a file of cases instead of the ones that are built in")
+        ->check(refuseEmpty);
+    evaluate->add_option("--repeat", _modelEvaluate.repeats, "ask everything so many times")->check(CLI::Range(1, 100));
+    evaluate->add_flag("--ceiling", _modelEvaluate.withoutModel,
+                       "without a model: what the guards keep of true, random and empty answers");
   }
 
   void addChanging() {
@@ -294,6 +317,9 @@ class Commands {
   RereadCommand _reread;
   SetupCommand _setup;
   ModelCommand _model;
+  ModelUseCommand _modelUse;
+  ModelForgetCommand _modelForget;
+  ModelEvaluateCommand _modelEvaluate;
   ReadNowCommand _readNow;
   DeleteCommand _delete;
   SweepCommand _sweep;

@@ -2,32 +2,35 @@
 
 #include <QCoroTask>
 #include <cstdio>
-#include <nlohmann/json.hpp>
+#include <filesystem>
 #include <optional>
-#include <ostream>
-#include <sstream>
 #include <vector>
 
 #include "Companion/Commands/ModelTry.h"
+#include "Companion/Commands/ModelWork.h"
+#include "Companion/Output/CompanionFailure.h"
+#include "Companion/Output/DisplayText.h"
 #include "Companion/Output/Progress.h"
 #include "Companion/PlatformAdapters.h"
-#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
 
 namespace {
 
-using nlohmann::ordered_json;
+using display::printable;
+using platform_adapters::FoundModelServer;
 
 // Fewer than this do not hold a long day's messages, the instructions and the answer.
-constexpr long long kRoomyContextTokens = 4096;
+constexpr std::int64_t kRoomyContextTokens = 4096;
+constexpr std::size_t kColumn = 11;
 
-// What a model or a server wrote, fit for a terminal: valid, on one line, without control characters.
-std::string shown(const std::string& foreign) {
-  std::string line = text::repairedUtf8(foreign);
-  for (char& c : line) c = static_cast<unsigned char>(c) < 0x20 || c == 0x7F ? ' ' : c;
-  return text::replacingAll(line, "\xC2\x9B", " ");  // the one-character form of a terminal's escape sequences
-}
+// Everything that the command found out.
+struct Findings {
+  ModelReport report;
+  std::vector<ModelTry> tries;
+  std::vector<FoundModelServer> elsewhere;  // at the usual places
+  std::optional<ModelAccount> work;
+};
 
 std::string secondsText(double seconds) {
   char digits[32];
@@ -35,70 +38,141 @@ std::string secondsText(double seconds) {
   return digits;
 }
 
-std::string contextText(const std::optional<long long>& tokens) {
+std::string contextText(const std::optional<std::int64_t>& tokens) {
   if (!tokens) return "unknown";
   const std::string text = std::to_string(*tokens) + " tokens";
   return *tokens < kRoomyContextTokens ? text + " (small: long conversations will go without notes)" : text;
 }
 
-void printRow(std::ostream& out, const char* name, const std::string& value) {
-  std::string row = name;
-  row.resize(11, ' ');
-  out << row << value << '\n';
+std::string row(const std::string& name, const std::string& value) {
+  return value.empty() ? "" : display::padded(name, kColumn) + value + "\n";
 }
 
-void printTable(std::ostream& out, const ModelReport& report, const std::vector<ModelTry>& tries) {
-  printRow(out, "Available", report.isAvailable ? "yes" : "no");
-  if (!report.model.empty()) printRow(out, "Model", shown(report.model));
-  if (!report.where.empty()) printRow(out, "Where", shown(report.where));
-  if (report.isAvailable) {
-    printRow(out, "Server", report.server);
-    printRow(out, "Context", contextText(report.contextTokens));
-  }
-  for (const ModelTry& made : tries) {
-    out << '\n'
-        << (made.kind == "plain" ? "Plain question, " : "Guided question, ") << secondsText(made.seconds) << '\n';
-    if (!made.answer.empty()) out << "  " << shown(made.answer) << '\n';
-  }
+std::string listOf(const std::vector<std::string>& models) {
+  std::string text;
+  for (const std::string& model : models) text += (text.empty() ? "" : ", ") + printable(model);
+  return text.empty() ? "no model" : text;
 }
 
-void printJson(std::ostream& out, const ModelReport& report, const std::vector<ModelTry>& tries) {
-  ordered_json object;
-  object["available"] = report.isAvailable;
-  if (!report.model.empty()) object["model"] = report.model;
-  if (!report.where.empty()) object["where"] = report.where;
-  if (!report.server.empty()) object["server"] = report.server;
-  if (report.contextTokens) object["contextTokens"] = *report.contextTokens;
-  if (!report.reason.empty()) object["reason"] = report.reason;
-  if (!tries.empty()) object["tries"] = ordered_json::array();
-  for (const ModelTry& made : tries) {
-    ordered_json item{{"kind", made.kind}, {"answered", made.isAnswered()}, {"seconds", made.seconds}};
-    if (!made.answer.empty()) item["answer"] = made.answer;
-    if (!made.isAnswered()) item["reason"] = made.error;
-    object["tries"].push_back(std::move(item));
+// What listens at the usual places, and the line that sets the first usable one up.
+std::string elsewhereText(const std::vector<FoundModelServer>& servers) {
+  std::string text;
+  std::string proposal;
+  for (const FoundModelServer& server : servers) {
+    text += "  " + server.url + "  of " + printable(server.owner) + ": " +
+            (server.report.isAvailable ? listOf(server.report.models) : printable(server.report.trouble)) + "\n";
+    if (proposal.empty() && server.report.isAvailable)
+      proposal = "pellora-companion model use " + server.url + " --model " + printable(server.report.model);
   }
-  out << object.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+  if (text.empty()) return {};
+  return "\nFound on this machine:\n" + text + (proposal.empty() ? "" : "\nTo use it:\n  " + proposal + "\n");
+}
+
+std::string table(const Findings& found, Instant now) {
+  const ModelReport& report = found.report;
+  std::string text = row("Available", report.isAvailable ? "yes" : "no") + row("Model", printable(report.model)) +
+                     row("Where", printable(report.where));
+  if (report.isAvailable) text += row("Server", report.server) + row("Context", contextText(report.contextTokens));
+  if (found.work) {
+    text += row("Last read", model_work::cost(found.work->lastRead)) +
+            row("Waiting", model_work::waiting(*found.work, now)) + row("Will take", model_work::estimate(*found.work));
+  }
+  for (const ModelTry& made : found.tries) {
+    text += "\n" + std::string(made.kind == "plain" ? "Plain question, " : "Guided question, ") +
+            secondsText(made.seconds) + "\n";
+    if (!made.answer.empty()) text += "  " + printable(made.answer) + "\n";
+    if (!made.verdict.empty()) text += "  " + printable(made.verdict) + "\n";
+  }
+  return text + elsewhereText(found.elsewhere);
+}
+
+JsonValue json(const ModelTry& made) {
+  JsonValue item = JsonValue::object({{"kind", made.kind}, {"answered", made.isAnswered()}, {"seconds", made.seconds}});
+  if (!made.answer.empty()) item.set("answer", printable(made.answer));
+  if (!made.verdict.empty()) item.set("verdict", printable(made.verdict));
+  if (!made.isAnswered()) item.set("reason", printable(made.error));
+  return item;
+}
+
+JsonValue json(const FoundModelServer& server) {
+  JsonValue item = JsonValue::object({{"url", server.url},
+                                      {"owner", printable(server.owner)},
+                                      {"available", server.report.isAvailable},
+                                      {"models", JsonValue::array(server.report.models, [](const std::string& model) {
+                                         return JsonValue(printable(model));
+                                       })}});
+  if (!server.report.isAvailable) item.set("reason", printable(server.report.reason));
+  return item;
+}
+
+std::string jsonText(const Findings& found) {
+  const ModelReport& report = found.report;
+  JsonValue object = JsonValue::object({{"available", report.isAvailable}});
+  if (!report.model.empty()) object.set("model", printable(report.model));
+  if (!report.where.empty()) object.set("where", printable(report.where));
+  if (!report.server.empty()) object.set("server", report.server);
+  if (report.contextTokens) object.set("contextTokens", *report.contextTokens);
+  if (!report.reason.empty()) object.set("reason", printable(report.reason));
+  if (!found.tries.empty())
+    object.set("tries", JsonValue::array(found.tries, [](const ModelTry& made) { return json(made); }));
+  if (!found.elsewhere.empty())
+    object.set("found", JsonValue::array(found.elsewhere, [](const FoundModelServer& server) { return json(server); }));
+  if (found.work) object.set("work", model_work::json(*found.work));
+  return object.dump(JsonValue::Order::sorted) + "\n";
 }
 
 }  // namespace
 
-CommandResult ModelCommand::run(const CompanionContext&) const {
+CommandResult ModelCommand::run(const CompanionContext& context) const {
   const Progress progress("Asking the language model");
   const auto model = platform_adapters::languageModel();
-  const ModelReport report = QCoro::waitFor(model->report());
-  std::vector<ModelTry> made;
-  if (report.isAvailable && tries) {
-    made.push_back(QCoro::waitFor(ModelTry::plain(*model)));
-    made.push_back(QCoro::waitFor(ModelTry::guided(*model)));
+  Findings found;
+  found.report = QCoro::waitFor(model->report());
+  if (found.report.isAvailable && tries) {
+    found.tries.push_back(QCoro::waitFor(ModelTry::plain(*model)));
+    found.tries.push_back(QCoro::waitFor(ModelTry::guided(*model)));
   }
-  std::ostringstream output;
-  json ? printJson(output, report, made) : printTable(output, report, made);
-  std::string wrong = report.reason;
-  for (const ModelTry& one : made) {
+  const bool isSetUp = ModelAddress::current().source != ModelAddress::Source::defaultSocket;
+  if (!found.report.isAvailable && !isSetUp) found.elsewhere = platform_adapters::modelServersAtUsualPlaces();
+  found.work = model_work::load(context);
+  std::string wrong = found.report.reason;
+  for (const ModelTry& one : found.tries) {
     if (wrong.empty() && !one.isAnswered())
       wrong = "The " + one.kind + " question failed: the model server " + one.error + ".";
   }
-  return {output.str(), shown(wrong)};
+  return {json ? jsonText(found) : table(found, context.now), printable(wrong)};
+}
+
+CommandResult ModelUseCommand::run(const CompanionContext&) const {
+  ModelSettings settings{url, model, keyFile.empty() ? "" : std::filesystem::absolute(keyFile).string()};
+  const ModelEndpoint endpoint = settings.endpoint();
+  if (!endpoint.isUsable()) throw CompanionFailure(printable(endpoint.refusal));
+  ModelReport report;
+  {
+    const Progress progress("Asking the model server");
+    ChatCompletionsLanguageModel asked(endpoint, model);
+    report = QCoro::waitFor(asked.report());
+  }
+  // A model that is pulled later must not take the place of the one that was chosen now.
+  if (settings.model.empty()) settings.model = report.model;
+  settings.save();
+  const std::string what = settings.model.empty() ? "whichever model fits" : printable(settings.model);
+  std::string text = "The helper will ask " + what + " at " + printable(endpoint.where) +
+                     " from its next start on. Restart it if it is running.\n";
+  if (!report.isAvailable) text += "Not available now: " + printable(report.reason) + "\n";
+  if (!json) return {text, {}};
+  JsonValue object = JsonValue::object({{"available", report.isAvailable}, {"where", printable(endpoint.where)}});
+  if (!settings.model.empty()) object.set("model", printable(settings.model));
+  if (!report.isAvailable) object.set("reason", printable(report.reason));
+  return {object.dump(JsonValue::Order::sorted) + "\n", {}};
+}
+
+CommandResult ModelForgetCommand::run(const CompanionContext&) const {
+  const bool wasKept = ModelSettings::forget();
+  if (json) return {JsonValue::object({{"forgotten", wasKept}}).dump() + "\n", {}};
+  return {wasKept ? "The helper will look for a model at the default socket. Restart it if it is running.\n"
+                  : "No model server was kept.\n",
+          {}};
 }
 
 }  // namespace pellora

@@ -1,7 +1,12 @@
 #include "Companion/Commands/ModelTry.h"
 
 #include <chrono>
-#include <nlohmann/json.hpp>
+
+#include "PelloraMessagesCore/Language/FoundNews.h"
+#include "PelloraMessagesCore/Language/ModelInstructions.h"
+#include "PelloraMessagesCore/Language/PromptLines.h"
+#include "PelloraMessagesCore/NewsGuard.h"
+#include "PelloraMessagesCore/SummaryGuard.h"
 
 namespace pellora {
 
@@ -9,31 +14,27 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr const char* kPlainInstructions =
-    "You write one short sentence that says what a text conversation is about. Use only what is in it.";
-constexpr const char* kPlainPrompt =
-    "<messages>\nYou: Did the tomatoes on the balcony make it through the storm?\n"
-    "Robin: All of them! The basil is gone though.\n</messages>\n\nWrite the sentence now.";
-constexpr const char* kGuidedInstructions =
-    "You read a text conversation and name the message that mentions a plant, with the plant's name copied from it.";
-constexpr const char* kGuidedPrompt =
-    "<messages>\n[1] Me: Good morning!\n[2] Robin: The basil is gone.\n</messages>\n\nAnswer now.";
+constexpr const char* kName = "Robin";
 
-const GenerationSchema& guidedSchema() {
-  static const GenerationSchema kSchema{
-      "FoundPlant",
-      {{"message", "The number of the message", GeneratedInteger{}}, {"plant", "The plant's name", GeneratedText{}}}};
-  return kSchema;
+std::vector<MessageLine> inventedDay() {
+  return {{true, "Did the tomatoes on the balcony make it through the storm?"},
+          {false, "All of them! The basil is gone though."},
+          {false, "And guess what, I got the job at the bakery, I start in May!"}};
 }
 
 double secondsSince(Clock::time_point start) {
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-bool followsSchema(const std::string& answer) {
-  const auto object = nlohmann::json::parse(answer, nullptr, false);
-  return object.is_object() && object.size() == 2 && object.contains("message") && object.contains("plant") &&
-         object["message"].is_number_integer() && object["plant"].is_string();
+std::string newsVerdict(const std::string& answer) {
+  const FoundNews found = FoundNews::fromAnswer(answer);
+  if (found.news.empty()) return "no news in it, although there is some";
+  std::vector<NewsGuard::Candidate> candidates;
+  for (const NewsItem& item : found.news)
+    candidates.push_back({item.message, withTypographicApostrophes(item.what, kName), item.kind, item.when});
+  const auto kept = NewsGuard::accept(candidates, PromptLines::kept(inventedDay()), kName, Instant());
+  if (kept.empty()) return "rejected by the guards";
+  return "kept: " + kept.front().sentence;
 }
 
 }  // namespace
@@ -43,8 +44,13 @@ Task<ModelTry> ModelTry::plain(LanguageModel& model) {
   result.kind = "plain";
   const Clock::time_point start = Clock::now();
   try {
-    const LanguageModel::Answer answer = co_await model.respond(kPlainInstructions, kPlainPrompt);
+    std::string instructions = ModelInstructions::daySentence(kName);
+    std::string prompt =
+        PromptLines::spokenBlock(inventedDay(), kName) + std::string(ModelInstructions::kDaySentenceEnding);
+    const LanguageModel::Answer answer = co_await model.respond(std::move(instructions), std::move(prompt));
     result.answer = answer.text;
+    const auto kept = SummaryGuard::checkSentence(withTypographicApostrophes(answer.text, kName), kName);
+    result.verdict = kept ? "kept: " + *kept : "rejected by the guards";
   } catch (const LanguageModelError& error) {
     result.error = error.what();
   }
@@ -57,9 +63,16 @@ Task<ModelTry> ModelTry::guided(LanguageModel& model) {
   result.kind = "guided";
   const Clock::time_point start = Clock::now();
   try {
-    const LanguageModel::Answer answer = co_await model.respond(kGuidedInstructions, kGuidedPrompt, guidedSchema());
+    std::string instructions = ModelInstructions::news(kName);
+    std::string prompt =
+        PromptLines::numberedBlock(PromptLines::kept(inventedDay()), kName) + ModelInstructions::newsEnding(kName);
+    const LanguageModel::Answer answer =
+        co_await model.respond(std::move(instructions), std::move(prompt), FoundNews::schema());
     result.answer = answer.text;
-    if (!followsSchema(answer.text)) result.error = "gave an answer that does not follow its schema";
+    if (GeneratedContent::decode(FoundNews::schema(), answer.text))
+      result.verdict = newsVerdict(answer.text);
+    else
+      result.error = "gave an answer that does not follow its schema";
   } catch (const LanguageModelError& error) {
     result.error = error.what();
   }

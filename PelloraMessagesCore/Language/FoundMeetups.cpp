@@ -31,9 +31,9 @@ const GenerationSchema& FoundMeetups::schema() {
   return schema;
 }
 
-FoundMeetups FoundMeetups::fromAnswer(std::string_view json) {
+FoundMeetups FoundMeetups::fromAnswer(std::string_view answer) {
   FoundMeetups found;
-  if (const std::optional<GeneratedContent> content = GeneratedContent::decode(schema(), json))
+  if (const std::optional<GeneratedContent> content = GeneratedContent::decode(schema(), answer))
     for (const GeneratedContent& item : content->items("meetups")) found.meetups.push_back(MeetupItem::from(item));
   return found;
 }

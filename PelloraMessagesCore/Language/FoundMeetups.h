@@ -14,7 +14,7 @@ namespace pellora {
 
 // One meetup as the model proposes it; MeetupGuard decides.
 struct MeetupItem {
-  std::int64_t message = 0;  // line number of the prompt, from 1
+  std::int64_t message = 0;  // line number in the prompt, from 1
   std::string what;
   std::string when;
 
@@ -32,8 +32,8 @@ struct FoundMeetups {
   // The description asked with; lives as long as the process.
   static const GenerationSchema& schema();
 
-  // An answer that does not follow the description in every point has no meetups at all.
-  static FoundMeetups fromAnswer(std::string_view json);
+  // Without the items that do not fit; an answer that is not readable at all has no meetups.
+  static FoundMeetups fromAnswer(std::string_view answer);
 };
 
 }  // namespace pellora

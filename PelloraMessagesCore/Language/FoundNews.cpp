@@ -34,9 +34,9 @@ const GenerationSchema& FoundNews::schema() {
   return schema;
 }
 
-FoundNews FoundNews::fromAnswer(std::string_view json) {
+FoundNews FoundNews::fromAnswer(std::string_view answer) {
   FoundNews found;
-  if (const std::optional<GeneratedContent> content = GeneratedContent::decode(schema(), json))
+  if (const std::optional<GeneratedContent> content = GeneratedContent::decode(schema(), answer))
     for (const GeneratedContent& item : content->items("news")) found.news.push_back(NewsItem::from(item));
   return found;
 }

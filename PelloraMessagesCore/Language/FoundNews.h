@@ -15,7 +15,7 @@ namespace pellora {
 
 // One piece as the model proposes it; NewsGuard decides.
 struct NewsItem {
-  std::int64_t message = 0;  // line number of the prompt, from 1
+  std::int64_t message = 0;  // line number in the prompt, from 1
   std::string what;
   NewsKind kind = NewsKind::work;
   std::string when;
@@ -34,8 +34,8 @@ struct FoundNews {
   // The description asked with; lives as long as the process.
   static const GenerationSchema& schema();
 
-  // An answer that does not follow the description in every point has no news at all.
-  static FoundNews fromAnswer(std::string_view json);
+  // Without the items that do not fit; an answer that is not readable at all has no news.
+  static FoundNews fromAnswer(std::string_view answer);
 };
 
 }  // namespace pellora

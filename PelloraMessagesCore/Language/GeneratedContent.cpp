@@ -1,84 +1,82 @@
 #include "PelloraMessagesCore/Language/GeneratedContent.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
-#include <stdexcept>
+#include <charconv>
+
+#include "PelloraMessagesCore/Json/JsonValue.h"
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
 
 namespace {
 
-using Json = nlohmann::json;
+constexpr JsonLimits kLimits{.size = std::size_t{2} << 20, .depth = 16};
+constexpr std::string_view kFence = "```";
+constexpr std::string_view kApostrophe = "\u2019";
 
-constexpr int kDeepestNesting = 16;
-
-// The parsed text, discarded when it is not JSON or nests too deeply.
-Json parsed(std::string_view text) {
-  const Json::parser_callback_t bounded = [](int depth, Json::parse_event_t, Json&) {
-    if (depth > kDeepestNesting) throw std::length_error("Nested too deeply");
-    return true;
-  };
-  try {
-    return Json::parse(text, bounded, false);
-  } catch (const std::exception&) {
-    return Json(Json::value_t::discarded);
-  }
+// "```json", a line break, the answer, "```".
+std::string_view withoutFence(std::string_view answer) {
+  answer = text::trimmed(answer);
+  if (!answer.starts_with(kFence)) return answer;
+  answer.remove_prefix(std::min(answer.find('\n'), answer.size()));
+  answer = text::trimmed(answer);
+  if (answer.ends_with(kFence)) answer.remove_suffix(kFence.size());
+  return answer;
 }
 
-// A whole number however it is written: 1 and 1.0 are the same in JSON.
-std::optional<std::int64_t> wholeNumber(const Json& json) {
-  if (json.is_number_unsigned() && json.get<std::uint64_t>() > INT64_MAX) return std::nullopt;
-  if (json.is_number_integer()) return json.get<std::int64_t>();
-  if (!json.is_number_float()) return std::nullopt;
-  constexpr double kExact = 9007199254740992.0;  // every whole number below is a double of its own
-  const auto number = json.get<double>();
-  if (!(number > -kExact && number < kExact)) return std::nullopt;
-  const auto whole = static_cast<std::int64_t>(number);
-  if (static_cast<double>(whole) != number) return std::nullopt;
-  return whole;
+std::optional<std::int64_t> writtenNumber(std::string_view digits) {
+  digits = text::trimmed(digits);
+  std::int64_t number = 0;
+  const char* const end = digits.data() + digits.size();
+  const auto [stop, error] = std::from_chars(digits.data(), end, number);
+  if (error != std::errc() || stop != end) return std::nullopt;
+  return number;
+}
+
+bool isLetterAt(std::string_view text, std::size_t position) {
+  const auto byte = static_cast<unsigned char>(position < text.size() ? text[position] : ' ');
+  return byte >= 0x80 || (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
 }
 
 }  // namespace
 
 struct GeneratedContent::Reader {
-  const Json& json;
+  const JsonValue& json;
 
   std::optional<Value> operator()(const GeneratedInteger&) const {
-    const std::optional<std::int64_t> number = wholeNumber(json);
+    std::optional<std::int64_t> number = json.integer();
+    if (const std::string* const text = json.string()) number = writtenNumber(*text);
     if (!number) return std::nullopt;
     return *number;
   }
 
   std::optional<Value> operator()(const GeneratedText&) const {
-    if (!json.is_string()) return std::nullopt;
-    return json.get<std::string>();
+    if (json.isNull()) return std::string();
+    if (json.string() == nullptr) return std::nullopt;
+    return *json.string();
   }
 
   std::optional<Value> operator()(const GeneratedChoice& choice) const {
-    if (!json.is_string()) return std::nullopt;
-    const auto& word = json.get_ref<const std::string&>();
-    if (std::find(choice.cases.begin(), choice.cases.end(), word) == choice.cases.end()) return std::nullopt;
-    return word;
+    if (std::find(choice.cases.begin(), choice.cases.end(), json.text()) == choice.cases.end()) return std::nullopt;
+    return json.text();
   }
 
   std::optional<Value> operator()(const GeneratedList& list) const {
-    if (!json.is_array() || json.size() > list.maximumCount) return std::nullopt;
+    if (!json.isArray()) return std::nullopt;
     std::vector<GeneratedContent> items;
-    for (const Json& each : json) {
-      std::optional<GeneratedContent> item = Reader{each}.object(*list.item);
-      if (!item) return std::nullopt;
-      items.push_back(std::move(*item));
+    for (const JsonValue& each : json.elements()) {
+      if (items.size() == list.maximumCount) break;
+      if (std::optional<GeneratedContent> item = Reader{each}.object(*list.item)) items.push_back(std::move(*item));
     }
     return items;
   }
 
   std::optional<GeneratedContent> object(const GenerationSchema& schema) const {
-    if (!json.is_object() || json.size() != schema.properties.size()) return std::nullopt;
+    if (!json.isObject()) return std::nullopt;
     GeneratedContent content;
     for (const GeneratedProperty& property : schema.properties) {
-      const auto found = json.find(property.name);
-      if (found == json.end()) return std::nullopt;
-      std::optional<Value> value = std::visit(Reader{*found}, property.type);
+      if (!json.contains(property.name)) return std::nullopt;
+      std::optional<Value> value = std::visit(Reader{json[property.name]}, property.type);
       if (!value) return std::nullopt;
       content._values.emplace(property.name, std::move(*value));
     }
@@ -86,10 +84,26 @@ struct GeneratedContent::Reader {
   }
 };
 
-std::optional<GeneratedContent> GeneratedContent::decode(const GenerationSchema& schema, std::string_view json) {
-  const Json value = parsed(json);
-  if (value.is_discarded()) return std::nullopt;
-  return Reader{value}.object(schema);
+std::optional<GeneratedContent> GeneratedContent::decode(const GenerationSchema& schema, std::string_view answer) {
+  const std::optional<JsonValue> value = JsonValue::parse(withoutFence(answer), kLimits);
+  if (!value) return std::nullopt;
+  return Reader{*value}.object(schema);
+}
+
+std::string withTypographicApostrophes(std::string_view words, std::string_view name) {
+  const bool isNameStraight = name.find('\'') != std::string_view::npos;
+  std::string result;
+  for (std::size_t at = 0; at < words.size(); ++at) {
+    if (isNameStraight && words.substr(at).starts_with(name)) {
+      result += name;
+      at += name.size() - 1;
+    } else if (words[at] == '\'' && at > 0 && isLetterAt(words, at - 1) && isLetterAt(words, at + 1)) {
+      result += kApostrophe;
+    } else {
+      result += words[at];
+    }
+  }
+  return result;
 }
 
 }  // namespace pellora

@@ -1,7 +1,9 @@
 // A structured answer of a language model, read against the description that it was asked to follow. Reading is
-// total: whatever the answer's bytes are, they give a value or "absent", in time and memory bounded by their number.
-// Absent is what is not JSON, nests deeper than a description can, lacks a property, has one more, or has a value of
-// another type, a choice that is not offered or more items than asked for. The length of texts is not looked at.
+// total: whatever the answer's bytes are, they give a value or "absent", in time and memory linear in their number.
+// Answers are taken as far as they are good: a fence of back-ticks around the JSON is taken off, keys that nobody
+// asked for are passed over, null is the empty text, and a number written as text is the number. An item of a list
+// that still does not fit is dropped alone, and of too many items the first ones count. Absent is what is not a JSON
+// object, and one without a property or with a value of another type. The length of texts is not looked at.
 // Tested by Tests/Core/GeneratedContentTests.cpp.
 #pragma once
 
@@ -19,7 +21,7 @@ namespace pellora {
 
 class GeneratedContent {
  public:
-  static std::optional<GeneratedContent> decode(const GenerationSchema& schema, std::string_view json);
+  static std::optional<GeneratedContent> decode(const GenerationSchema& schema, std::string_view answer);
 
   // The value of a property that the schema declares with this type; std::out_of_range or std::bad_variant_access
   // for any other.
@@ -34,5 +36,9 @@ class GeneratedContent {
   using Value = std::variant<std::int64_t, std::string, std::vector<GeneratedContent>>;
   std::map<std::string, Value> _values;
 };
+
+// A model's own words with typographic apostrophes (U+2019) for straight ones between letters, as the platform's own
+// model writes them and the guards look for them. A name that is spelt with a straight one keeps it.
+std::string withTypographicApostrophes(std::string_view words, std::string_view name);
 
 }  // namespace pellora

@@ -105,10 +105,16 @@ TEST_P(ModelAdapter, TextsArriveLetterForLetter) {
 }
 
 TEST_P(ModelAdapter, QuestionOfAHundredThousandCharactersArrivesWhole) {
-  serve("--echo");
+  serve();
   std::string prompt;
   while (prompt.size() < 400000) prompt += "漢字👋";
-  EXPECT_EQ(json::parse(awaited(model().respond("Be brief.", prompt)).text)["prompt"], prompt);
+  EXPECT_NE(awaited(model().respond("Be brief.", prompt)).text, "");
+  EXPECT_EQ(json::parse(server().bodies(kChat).at(0))["messages"][1]["content"], prompt);
+}
+
+TEST_P(ModelAdapter, AnswerLongerThanAnyModelIsAskedForIsAnError) {
+  serve({QStringLiteral("--answer"), QString(70000, QLatin1Char('a'))});
+  EXPECT_EQ(failure(), "gave an answer that is too long");
 }
 
 TEST_P(ModelAdapter, FirstOrNamedModelIsAsked) {
@@ -139,7 +145,7 @@ TEST_P(ModelAdapter, ModelsThatRunElsewhereAreNeverAsked) {
 TEST_P(ModelAdapter, ModelsOfWhichNobodySaysWhereTheyRunAreNeverAsked) {
   serve("--ollama --tags-status 500");
   EXPECT_FALSE(isAvailable());
-  EXPECT_THAT(failure(), HasSubstr("did not tell where the model test-model runs"));
+  EXPECT_THAT(failure(), HasSubstr("did not tell where its models run"));
   EXPECT_EQ(server().count("/api/chat") + server().count(kChat), 0U);
   serve("--ollama --tags-status 404");
   EXPECT_TRUE(isAvailable()) << "another server that has no such list";
@@ -252,13 +258,125 @@ TEST_P(ModelAdapter, FieldsThatTheServerRefusesAreLeftOutFromThenOn) {
   EXPECT_EQ(server().count(kChat), 4U);
 }
 
-TEST_P(ModelAdapter, RefusalThatHasAnotherReasonLeavesNothingOutAndIsNotTriedAgain) {
+TEST_P(ModelAdapter, RefusalThatHasAnotherReasonSettlesNothing) {
   serve("--status 400");
   EXPECT_THAT(failure(), HasSubstr("answered 400"));
   EXPECT_THAT(failure(), HasSubstr("answered 400"));
   const auto bodies = server().bodies(kChat);
-  ASSERT_THAT(bodies, SizeIs(4)) << "three forms of the first question, then one of each";
+  ASSERT_THAT(bodies, SizeIs(6)) << "three forms of each question: neither was the fields' fault";
   EXPECT_THAT(bodies[3], HasSubstr("reasoning_effort"));
+}
+
+TEST_P(ModelAdapter, RefusedFirstQuestionDoesNotSettleWhatTheServerTakes) {
+  serve("--status 400 --status-questions 3 --reject-field reasoning_effort");
+  EXPECT_THAT(failure(), HasSubstr("answered 400"));
+  EXPECT_EQ(failure(), "") << "the fields are tried out again";
+  EXPECT_EQ(failure(), "");
+  EXPECT_EQ(server().count(kChat), 3U + 2U + 1U);
+}
+
+TEST_P(ModelAdapter, ConnectionThatBreaksInTheFirstQuestionSettlesNothing) {
+  serve("--break-questions 1 --reject-field reasoning_effort");
+  EXPECT_THAT(failure(), HasSubstr("closed the connection"));
+  EXPECT_EQ(failure(), "");
+  EXPECT_EQ(failure(), "");
+  EXPECT_EQ(server().count(kChat), 1U + 2U + 1U);
+}
+
+TEST_P(ModelAdapter, ServerThatRestartsIsSpokenToAsTheNewOneItIs) {
+  serve("--model one");
+  EXPECT_EQ(failure(), "");
+  server().restart({QStringLiteral("--model"), QStringLiteral("two"), QStringLiteral("--reject-field"),
+                    QStringLiteral("reasoning_effort")});
+  EXPECT_THAT(failure(), HasSubstr("answered 404")) << "still asked for the old model";
+  EXPECT_EQ(failure(), "");
+  EXPECT_EQ(json::parse(server().bodies(kChat).back())["model"], "two");
+}
+
+TEST_P(ModelAdapter, ErrorsTellWhatTheyAreAbout) {
+  using Reason = LanguageModelError::Reason;
+  const std::pair<const char*, Reason> kCases[] = {{"--status 500", Reason::server},
+                                                   {"--status 401", Reason::server},
+                                                   {"--status 404", Reason::server},
+                                                   {"--status 429", Reason::server},
+                                                   {"--status 400", Reason::question},
+                                                   {"--break-questions 1", Reason::server},
+                                                   {"--finish-reason length", Reason::question},
+                                                   {"--raw-body <html>", Reason::question},
+                                                   {"--pad-bytes 2200000", Reason::question}};
+  for (const auto& [options, reason] : kCases) {
+    serve(options);
+    try {
+      awaited(model().respond("be brief", "hello"));
+      ADD_FAILURE() << options;
+    } catch (const LanguageModelError& error) {
+      EXPECT_EQ(error.reason(), reason) << options;
+    }
+  }
+  server().stop();
+  try {
+    awaited(model().respond("be brief", "hello"));
+    ADD_FAILURE() << "no server";
+  } catch (const LanguageModelError& error) {
+    EXPECT_EQ(error.reason(), Reason::server);
+  }
+}
+
+TEST_P(ModelAdapter, TokensAreCountedAsFarAsTheServerTells) {
+  serve("--prompt-tokens 120 --answer-tokens 7");
+  const LanguageModel::Answer counted = awaited(model().respond("be brief", "hello"));
+  EXPECT_EQ(counted.promptTokens, 120);
+  EXPECT_EQ(counted.answerTokens, 7);
+  serve("--ollama --prompt-tokens 120 --answer-tokens 7");
+  EXPECT_EQ(awaited(model().respond("be brief", "hello")).answerTokens, 7);
+  serve();
+  EXPECT_EQ(awaited(model().respond("be brief", "hello")).promptTokens, 0);
+}
+
+TEST_P(ModelAdapter, EndlessExtensionsOfChunksAreCounted) {
+  serve("--endless-chunks");
+  EXPECT_EQ(failure(), "gave an answer that is too large");
+}
+
+TEST_P(ModelAdapter, KeyGoesToTheServerThatWantsOne) {
+  serve("--key secret-7");
+  EXPECT_FALSE(isAvailable());
+  EXPECT_THAT(awaited(model().report()).reason, HasSubstr("answered 401 (Invalid API Key)"));
+  ModelEndpoint endpoint = ModelEndpoint::parse(server().url());
+  endpoint.key = "secret-7";
+  _model = std::make_unique<ChatCompletionsLanguageModel>(endpoint);
+  EXPECT_TRUE(isAvailable());
+  EXPECT_EQ(failure(), "");
+}
+
+TEST_P(ModelAdapter, ServerOfAnotherUserGetsNothing) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can start a server as another account";
+  serve("--user 4242");
+  EXPECT_FALSE(isAvailable());
+  EXPECT_THAT(failure(), HasSubstr("belongs to another user of this machine"));
+  EXPECT_EQ(server().count(kList) + server().count(kChat), 0U);
+  serve("--user 42");
+  EXPECT_TRUE(isAvailable()) << "a system account, as a service has";
+}
+
+TEST_P(ModelAdapter, ImitatorOfOllamaIsAskedWithChatCompletions) {
+  serve("--imitator");
+  EXPECT_EQ(awaited(model().respond("be brief", "hello", _schema)).text, R"({"message":1,"what":"example"})");
+  EXPECT_EQ(server().count("/api/chat"), 0U);
+  EXPECT_EQ(awaited(model().report()).server, "OpenAI-compatible");
+}
+
+TEST_P(ModelAdapter, NewlyListedModelDoesNotReplaceTheOneInUse) {
+  serve("--ollama --model old");
+  EXPECT_EQ(failure(), "");
+  server().restart({QStringLiteral("--ollama"), QStringLiteral("--model"), QStringLiteral("new"),
+                    QStringLiteral("--model"), QStringLiteral("old")});
+  EXPECT_EQ(awaited(model().report()).model, "old");
+  serve("--ollama --model embed --model idle --model busy --embedding-model embed --loaded-model busy --context 2048");
+  const ModelReport report = awaited(model().report());
+  EXPECT_EQ(report.model, "busy");
+  EXPECT_EQ(report.contextTokens, 2048);
+  EXPECT_THAT(report.models, SizeIs(3));
 }
 
 TEST_P(ModelAdapter, QuestionLongerThanTheContextIsAskedOnce) {
@@ -281,7 +399,7 @@ TEST_P(ModelAdapter, OllamaIsSpokenToInItsOwnDialect) {
   EXPECT_EQ(json::parse(bodies[1])["options"]["num_ctx"], 8192);
   const ModelReport report = awaited(model().report());
   EXPECT_EQ(report.server, "Ollama");
-  EXPECT_EQ(report.contextTokens, 131072);
+  EXPECT_EQ(report.contextTokens, 8192) << "in use, not the model's largest";
 }
 
 TEST_P(ModelAdapter, OllamaErrorsAreErrors) {

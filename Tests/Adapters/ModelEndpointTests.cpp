@@ -1,9 +1,13 @@
 // Which addresses are this device, and how the environment names one.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 
 #include "Adapters/Linux/Model/ModelEndpoint.h"
+#include "Tests/Support/ScopedEnvironment.h"
+#include "Tests/Support/TemporaryFolder.h"
 
 namespace pellora {
 
@@ -134,18 +138,23 @@ TEST(ModelEndpoint, LocalhostIsPinnedAndNeverLookedUp) {
   EXPECT_EQ(ModelEndpoint::parse("http://127.0.0.1:81").pinnedHost, "");
 }
 
-TEST(ModelEndpoint, TheEnvironmentNamesItOrTheDefaultSocketIsTaken) {
-  setenv("XDG_RUNTIME_DIR", "/run/user/7", 1);
-  setenv("PELLORA_MODEL_URL", "http://127.0.0.1:9", 1);
-  EXPECT_EQ(ModelEndpoint::fromEnvironment().url, "http://127.0.0.1:9");
-  setenv("PELLORA_MODEL_URL", "http://example.com", 1);
-  EXPECT_FALSE(ModelEndpoint::fromEnvironment().isUsable());
-  setenv("PELLORA_MODEL_URL", "", 1);
-  EXPECT_EQ(ModelEndpoint::fromEnvironment().socketPath, "/run/user/7/app.pellora.messages/model.sock");
-  unsetenv("PELLORA_MODEL_URL");
-  EXPECT_EQ(ModelEndpoint::fromEnvironment().socketPath, "/run/user/7/app.pellora.messages/model.sock");
-  unsetenv("XDG_RUNTIME_DIR");
-  EXPECT_FALSE(ModelEndpoint::fromEnvironment().isUsable());
+TEST(ModelEndpoint, DefaultSocketIsInAFolderThatTheUserOwns) {
+  const support::TemporaryFolder folder;
+  support::ScopedEnvironment environment;
+  environment.set("XDG_RUNTIME_DIR", folder.path().string());
+  const std::string socket = (folder / "app.pellora.messages/model.sock").string();
+  EXPECT_EQ(ModelEndpoint::defaultSocket().socketPath, socket) << "also before anything is there";
+  std::filesystem::create_directory(folder / "app.pellora.messages");
+  EXPECT_EQ(ModelEndpoint::defaultSocket().socketPath, socket);
+  std::filesystem::permissions(folder / "app.pellora.messages", std::filesystem::perms(0777));
+  EXPECT_FALSE(ModelEndpoint::defaultSocket().isUsable()) << "anybody could put a socket there";
+  std::filesystem::permissions(folder / "app.pellora.messages", std::filesystem::perms(0700));
+  environment.unset("XDG_RUNTIME_DIR");
+  EXPECT_FALSE(ModelEndpoint::defaultSocket().isUsable());
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give a folder away";
+  environment.set("XDG_RUNTIME_DIR", folder.path().string());
+  ASSERT_EQ(chown((folder / "app.pellora.messages").c_str(), 4242, 4242), 0);
+  EXPECT_FALSE(ModelEndpoint::defaultSocket().isUsable());
 }
 
 }  // namespace

@@ -3,9 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Adapters/Linux/Model/AnswerText.h"
 #include "Adapters/Linux/Model/ChatCompletionsProtocol.h"
-#include "Adapters/Linux/Model/ModelChoice.h"
 #include "Adapters/Linux/Model/OllamaProtocol.h"
 #include "Adapters/Linux/Model/ServerError.h"
 #include "PelloraMessagesCore/Text/Text.h"
@@ -141,11 +139,18 @@ TEST(ChatCompletionsAnswer, PromptThatTheServerSilentlyCutIsAnError) {
   };
   EXPECT_THROW(ChatCompletionsProtocol::decodeAnswer(body(4096), question), LanguageModelError);
   EXPECT_NO_THROW(ChatCompletionsProtocol::decodeAnswer(body(12500), question));
+  EXPECT_THROW(ChatCompletionsProtocol::decodeAnswer(body(32768), question), LanguageModelError) << "a full context";
+  EXPECT_NO_THROW(ChatCompletionsProtocol::decodeAnswer(body(32769), question));
+  question.prompt.clear();
+  for (int i = 0; i < 6230; ++i) question.prompt += "漢";
+  EXPECT_THROW(ChatCompletionsProtocol::decodeAnswer(body(4096), question), LanguageModelError);
+  EXPECT_THROW(ChatCompletionsProtocol::decodeAnswer(body(2900), question), LanguageModelError);
+  EXPECT_NO_THROW(ChatCompletionsProtocol::decodeAnswer(body(4050), question));
   EXPECT_NO_THROW(ChatCompletionsProtocol::decodeAnswer(body(0), question));
   EXPECT_NO_THROW(ChatCompletionsProtocol::decodeAnswer(body(1), question));
 }
 
-TEST(AnswerText, ThinkingIsDroppedWhereverItsTagsStand) {
+TEST(ModelAnswer, ThinkingIsDroppedWhereverItsTagsStand) {
   const std::pair<const char*, const char*> kCases[] = {
       {"Hi.", "Hi."},
       {"<think>\nhm\n</think>\n\nHi.", "Hi."},
@@ -161,7 +166,7 @@ TEST(AnswerText, ThinkingIsDroppedWhereverItsTagsStand) {
       {"  Hi.\n", "Hi."},
       {"", ""},
   };
-  for (const auto& [content, expected] : kCases) EXPECT_EQ(AnswerText::withoutThinking(content), expected) << content;
+  for (const auto& [content, expected] : kCases) EXPECT_EQ(ModelAnswer::withoutThinking(content), expected) << content;
 }
 
 TEST(ChatCompletionsErrors, OverflowIsRecognisedInEveryForm) {
@@ -224,39 +229,76 @@ TEST(ModelLists, NamesAndContextSizesAreRead) {
     EXPECT_FALSE(ChatCompletionsProtocol::decodeModels(body)) << body;
 }
 
-TEST(ModelLists, ContextSizesAreFoundOnThePagesOfTheirServers) {
+std::vector<ListedModel> listed(const std::vector<std::string>& ids) {
+  std::vector<ListedModel> models(ids.size());
+  for (std::size_t place = 0; place < ids.size(); ++place) models[place].id = ids[place];
+  return models;
+}
+
+TEST(ModelLists, DetailsAreFoundOnThePagesOfTheirServers) {
   EXPECT_EQ(ChatCompletionsProtocol::contextFromProperties(R"({"default_generation_settings":{"n_ctx":512}})"), 512);
   EXPECT_EQ(ChatCompletionsProtocol::contextFromProperties(R"({"default_generation_settings":{"n_ctx":-1}})"),
             std::nullopt);
-  const char* detailed = R"({"data":[{"id":"x","max_context_length":9},
-    {"id":"m","max_context_length":32768,"loaded_context_length":4096}]})";
-  EXPECT_EQ(ChatCompletionsProtocol::contextFromDetailedModels(detailed, "m"), 4096);
-  EXPECT_EQ(ChatCompletionsProtocol::contextFromDetailedModels(detailed, "x"), 9);
-  EXPECT_EQ(ChatCompletionsProtocol::contextFromDetailedModels(detailed, "y"), std::nullopt);
+  std::vector<ListedModel> models = listed({"x", "m", "e"});
+  EXPECT_TRUE(ChatCompletionsProtocol::addDetails(R"({"data":[{"id":"x","type":"llm","max_context_length":9},
+    {"id":"m","type":"vlm","state":"loaded","max_context_length":32768,"loaded_context_length":4096},
+    {"id":"e","type":"embeddings"},{"id":"y"},7]})",
+                                                  models));
+  EXPECT_EQ(models[0].contextTokens, std::nullopt) << "the model's largest is not in use";
+  EXPECT_FALSE(models[0].isLoaded);
+  EXPECT_EQ(models[1].contextTokens, 4096);
+  EXPECT_TRUE(models[1].isLoaded && models[1].completesText.value());
+  EXPECT_FALSE(models[2].completesText.value());
+  EXPECT_FALSE(ChatCompletionsProtocol::addDetails("{}", models));
 }
 
-std::string chosen(const std::vector<std::string>& ids, const std::string& wanted) {
-  std::vector<ChatCompletionsProtocol::ListedModel> listed;
-  for (const std::string& id : ids) listed.push_back({id, std::nullopt, std::nullopt});
-  const ModelChoice choice = ModelChoice::among(listed, wanted);
+std::string chosen(std::vector<ListedModel> models, const std::string& wanted, const std::string& inUse = {}) {
+  const ModelChoice choice = ModelChoice::among(models, wanted, inUse);
   EXPECT_NE(choice.model.id.empty(), choice.trouble.empty());
   return choice.model.id;
 }
 
+std::string chosenByName(const std::vector<std::string>& ids, const std::string& wanted) {
+  return chosen(listed(ids), wanted);
+}
+
 TEST(ModelChoice, TheWantedOneOrTheFirstThatRunsHere) {
-  EXPECT_EQ(chosen({"a", "b"}, ""), "a");
-  EXPECT_EQ(chosen({"a", "b"}, "b"), "b");
-  EXPECT_EQ(chosen({"a", "b"}, "c"), "");
-  EXPECT_EQ(chosen({"a:latest"}, "a"), "a:latest");
-  EXPECT_EQ(chosen({"a:latest"}, "A"), "");
-  EXPECT_EQ(chosen({}, ""), "");
-  EXPECT_EQ(chosen({"big-cloud", "a"}, ""), "a");
-  EXPECT_EQ(chosen({"big:671b-cloud"}, ""), "");
-  EXPECT_EQ(chosen({"big:cloud"}, "big:cloud"), "");
-  EXPECT_EQ(chosen({"big:CLOUD", "a"}, "big:CLOUD"), "");
-  EXPECT_EQ(chosen({"cloudy"}, ""), "cloudy");
-  EXPECT_EQ(chosen({"text-embedding-small", "a"}, ""), "a");
-  EXPECT_EQ(chosen({"text-embedding-small"}, ""), "text-embedding-small");
+  EXPECT_EQ(chosenByName({"a", "b"}, ""), "a");
+  EXPECT_EQ(chosenByName({"a", "b"}, "b"), "b");
+  EXPECT_EQ(chosenByName({"a", "b"}, "c"), "");
+  EXPECT_EQ(chosenByName({"a:latest"}, "a"), "a:latest");
+  EXPECT_EQ(chosenByName({"a:latest"}, "A"), "");
+  EXPECT_EQ(chosenByName({}, ""), "");
+  EXPECT_EQ(chosenByName({"big-cloud", "a"}, ""), "a");
+  EXPECT_EQ(chosenByName({"big:671b-cloud"}, ""), "");
+  EXPECT_EQ(chosenByName({"big:cloud"}, "big:cloud"), "");
+  EXPECT_EQ(chosenByName({"big:CLOUD", "a"}, "big:CLOUD"), "");
+  EXPECT_EQ(chosenByName({"cloudy"}, ""), "cloudy");
+}
+
+TEST(ModelChoice, ModelsForEmbeddingAreChosenOnlyByName) {
+  for (const char* name : {"text-embedding-small", "bge-m3", "BAAI/bge-m3", "all-minilm:latest", "jina-reranker",
+                           "snowflake-arctic-embed", "gte-large", "multilingual-e5-base"}) {
+    EXPECT_EQ(chosenByName({name, "a"}, ""), "a") << name;
+    EXPECT_EQ(chosenByName({name}, ""), "") << name;
+    EXPECT_EQ(chosenByName({name, "a"}, name), name);
+  }
+  std::vector<ListedModel> models = listed({"a", "b"});
+  models[0].completesText = false;
+  EXPECT_EQ(chosen(models, ""), "b") << "what the server tells counts more than the name";
+}
+
+TEST(ModelChoice, TheOneInUseStaysAndElseOneThatIsLoadedIsTaken) {
+  std::vector<ListedModel> models = listed({"new", "old", "loaded"});
+  models[2].isLoaded = true;
+  EXPECT_EQ(chosen(models, "", "old"), "old");
+  EXPECT_EQ(chosen(models, "", "gone"), "loaded");
+  EXPECT_EQ(chosen(models, "new", "old"), "new");
+  models[1].isRemote = true;
+  EXPECT_EQ(chosen(models, "", "old"), "loaded");
+  EXPECT_EQ(chosen(models, "old"), "") << "runs elsewhere";
+  models[2].completesText = false;
+  EXPECT_EQ(chosen(models, ""), "new");
 }
 
 TEST(OllamaRequest, ContextSchemaAndNoCuttingAreAskedFor) {
@@ -297,22 +339,29 @@ TEST(OllamaAnswer, OnlyAWholeAnswerOfThisDeviceCounts) {
     EXPECT_THROW(decode(body), LanguageModelError) << body;
 }
 
-TEST(OllamaFacts, VersionTagsAndModelPagesAreRead) {
+TEST(OllamaFacts, VersionTagsRunningModelsAndFactsAreRead) {
   EXPECT_TRUE(OllamaProtocol::isVersion(R"({"version":"0.13.0"})"));
   for (const char* body : {"", "{}", R"({"version":""})", R"({"version":1})", R"({"error":"Unexpected endpoint"})"})
     EXPECT_FALSE(OllamaProtocol::isVersion(body)) << body;
-  const char* tags =
-      R"({"models":[{"name":"a:latest"},{"name":"b","remote_host":"h"},{"model":"c","remote_model":"r"}]})";
-  EXPECT_FALSE(OllamaProtocol::fromTags(tags, "a:latest")->isRemote);
-  EXPECT_TRUE(OllamaProtocol::fromTags(tags, "b")->isRemote);
-  EXPECT_TRUE(OllamaProtocol::fromTags(tags, "c")->isRemote);
-  EXPECT_FALSE(OllamaProtocol::fromTags(tags, "d"));
-  EXPECT_FALSE(OllamaProtocol::fromTags("", "d"));
-  const auto shown = OllamaProtocol::fromShow(R"({"model_info":{"llama.context_length":131072,"x":1}})");
-  EXPECT_EQ(shown->contextTokens, 131072);
-  EXPECT_FALSE(shown->isRemote);
-  EXPECT_TRUE(OllamaProtocol::fromShow(R"({"remote_host":"h"})")->isRemote);
-  EXPECT_FALSE(OllamaProtocol::fromShow("no"));
+  std::vector<ListedModel> models = listed({"a:latest", "b", "c", "d"});
+  EXPECT_TRUE(OllamaProtocol::addTags(R"({"models":[{"name":"a:latest","capabilities":["embedding"]},
+    {"name":"b","remote_host":"h"},{"model":"c","remote_model":"r","capabilities":["completion","tools"]}]})",
+                                      models));
+  EXPECT_FALSE(models[0].isRemote || models[3].isRemote);
+  EXPECT_TRUE(models[1].isRemote && models[2].isRemote);
+  EXPECT_EQ(models[0].completesText, false);
+  EXPECT_EQ(models[2].completesText, true);
+  EXPECT_EQ(models[3].completesText, std::nullopt);
+  EXPECT_FALSE(OllamaProtocol::addTags(R"({"models":[{"name":"other"}]})", models));
+  EXPECT_FALSE(OllamaProtocol::addTags("", models));
+  OllamaProtocol::addRunning(R"({"models":[{"name":"d","context_length":4096},{"name":"x"}]})", models);
+  EXPECT_TRUE(models[3].isLoaded);
+  EXPECT_EQ(models[3].contextTokens, 4096);
+  OllamaProtocol::addFacts(R"({"model_info":{"llama.context_length":131072,"x":1},"remote_host":"h"})", models[3]);
+  EXPECT_EQ(models[3].trainedTokens, 131072);
+  EXPECT_TRUE(models[3].isRemote);
+  OllamaProtocol::addFacts("no", models[0]);
+  EXPECT_FALSE(models[0].isRemote);
 }
 
 }  // namespace

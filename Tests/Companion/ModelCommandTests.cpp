@@ -5,6 +5,8 @@
 #include <nlohmann/json.hpp>
 
 #include "Companion/Commands/ModelCommand.h"
+#include "Companion/Output/CompanionFailure.h"
+#include "PelloraMessagesCore/HelperState.h"
 #include "Tests/Companion/CompanionWorld.h"
 #include "Tests/Support/ModelServerProcess.h"
 #include "Tests/Support/ScopedEnvironment.h"
@@ -27,6 +29,7 @@ class ModelCommands : public testing::Test {
     _server.emplace(ModelServerProcess::Transport::unixSocket, words);
     _environment.set("PELLORA_MODEL_URL", _server->url());
     _environment.unset("PELLORA_MODEL");
+    _environment.set("XDG_CONFIG_HOME", _config.path().string());
   }
 
   // Whether it was not done.
@@ -38,6 +41,7 @@ class ModelCommands : public testing::Test {
   }
 
   support::CompanionWorld _world;
+  support::TemporaryFolder _config;
   support::ScopedEnvironment _environment;
   std::optional<ModelServerProcess> _server;
   std::string _out;
@@ -69,7 +73,8 @@ TEST_F(ModelCommands, TryAsksOnePlainAndOneGuidedQuestion) {
   EXPECT_FALSE(run({.tries = true}));
   EXPECT_THAT(_out, HasSubstr("Plain question, "));
   EXPECT_THAT(_out, HasSubstr("Guided question, "));
-  EXPECT_THAT(_out, HasSubstr(R"({"message":1,"plant":"example"})"));
+  EXPECT_THAT(_out, HasSubstr("kept: Robin got the job at the bakery"));
+  EXPECT_THAT(_out, HasSubstr("kept: You and Robin talked about"));
   EXPECT_EQ(_server->count("/v1/chat/completions"), 2U);
 }
 
@@ -119,6 +124,66 @@ TEST_F(ModelCommands, EachReasonForNoModelIsOneSentence) {
   EXPECT_EQ(_err, "The model server is not running: there is no socket at " + path + ".");
   EXPECT_EQ(json::parse(_out)["reason"], "The model server is not running: there is no socket at " + path + ".");
   EXPECT_EQ(json::parse(_out)["available"], false);
+}
+
+TEST_F(ModelCommands, TrySaysWhatTheGuardsReject) {
+  serve("--answer Nothing --guided-answer {\"news\":[{\"message\":1,\"what\":\"x\",\"kind\":\"work\",\"when\":\"\"}]}");
+  EXPECT_FALSE(run({.tries = true}));
+  EXPECT_EQ(std::string::npos == _out.find("kept: "), true) << _out;
+  EXPECT_THAT(_out, HasSubstr("rejected by the guards"));
+}
+
+TEST_F(ModelCommands, NamesThatSteerATerminalAreMadeHarmless) {
+  serve("--model a\xE2\x80\xAE\xC2\x85z");
+  EXPECT_FALSE(run());
+  EXPECT_THAT(_out, Not(HasSubstr("\xE2\x80\xAE")));
+  EXPECT_THAT(_out, Not(HasSubstr("\xC2\x85")));
+  EXPECT_FALSE(run({.json = true}));
+  EXPECT_THAT(_out, Not(HasSubstr("\xE2\x80\xAE")));
+  EXPECT_THAT(_out, Not(HasSubstr("\xC2\x85")));
+}
+
+TEST_F(ModelCommands, UseKeepsTheServerAndTheModelThatWasChosen) {
+  serve("--model old --model other");
+  ModelUseCommand use;
+  use.url = _server->url();
+  const CommandResult kept = use.run(_world.context());
+  EXPECT_THAT(kept.output, HasSubstr("will ask old at " + _server->url()));
+  _environment.unset("PELLORA_MODEL_URL");
+  _server->restart(
+      {QStringLiteral("--model"), QStringLiteral("new"), QStringLiteral("--model"), QStringLiteral("old")});
+  EXPECT_FALSE(run());
+  EXPECT_THAT(_out, HasSubstr("Model      old\n"));
+  EXPECT_THAT(ModelForgetCommand{.json = true}.run(_world.context()).output, HasSubstr("true"));
+  EXPECT_THAT(ModelForgetCommand{.json = true}.run(_world.context()).output, HasSubstr("false"));
+}
+
+TEST_F(ModelCommands, UseRefusesWhatIsNotOnThisDevice) {
+  serve();
+  ModelUseCommand use;
+  use.url = "http://example.com";
+  EXPECT_THROW(use.run(_world.context()), CompanionFailure);
+  use.url = _server->url();
+  use.keyFile = "/nowhere";
+  EXPECT_THROW(use.run(_world.context()), CompanionFailure);
+  EXPECT_FALSE(ModelForgetCommand{}.run(_world.context()).output.empty());
+}
+
+TEST_F(ModelCommands, WorkOfTheHelperIsTold) {
+  serve();
+  HelperState state;
+  state.model.waitingDays = 84;
+  state.model.lastFailure = "answered 500 (model requires more system memory)";
+  state.model.nextTryAt = _world.context().now + std::chrono::minutes(15);
+  state.model.lastRead = {12, 3000, 400, 120000, 10};
+  state.save(_world.key(), _world.shared());
+  EXPECT_FALSE(run());
+  EXPECT_THAT(_out, HasSubstr("Last read  12 questions, 3400 tokens, 2 minutes\n"));
+  EXPECT_THAT(_out, HasSubstr("Waiting    The model server answered 500 (model requires more system memory). "
+                              "84 days wait; next try in 15 minutes.\n"));
+  EXPECT_THAT(_out, HasSubstr("Will take  about 17 minutes for 84 days with this model; newest days first\n"));
+  EXPECT_FALSE(run({.json = true}));
+  EXPECT_EQ(json::parse(_out)["work"]["waitingDays"], 84);
 }
 
 TEST_F(ModelCommands, ControlCharactersOfAnAnswerDoNotReachTheTerminal) {

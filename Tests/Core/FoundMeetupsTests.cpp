@@ -28,12 +28,18 @@ TEST(FoundMeetups, ReadsItems) {
   EXPECT_TRUE(FoundMeetups::fromAnswer(R"({"meetups":[]})").meetups.empty());
 }
 
-TEST(FoundMeetups, AnAnswerThatBreaksTheSchemaIsEmptyAsAWhole) {
-  for (const char* answer : {"", "none", R"({"news":[]})", R"({"meetups":[{"message":1,"what":"dinner"}]})",
-                             R"({"meetups":[{"message":1,"what":"a","when":""},{"message":"2","what":"","when":""}]})",
-                             R"({"meetups":[{"message":1,"what":"","when":""},{"message":1,"what":"","when":""},)"
-                             R"({"message":1,"what":"","when":""}]})"})
+TEST(FoundMeetups, ItemsThatDoNotFitAreDroppedAloneAndTwoCount) {
+  for (const char* answer : {"", "none", R"({"news":[]})", R"({"meetups":[{"message":1,"what":"dinner"}]})"})
     EXPECT_TRUE(FoundMeetups::fromAnswer(answer).meetups.empty()) << answer;
+  EXPECT_EQ(FoundMeetups::fromAnswer(
+                R"({"meetups":[{"message":"x","what":"a","when":""},{"message":"2","what":"","when":null}]})")
+                .meetups,
+            (std::vector<MeetupItem>{{2, "", ""}}));
+  EXPECT_EQ(
+      FoundMeetups::fromAnswer(R"({"meetups":[{"message":1,"what":"","when":""},{"message":2,"what":"","when":""},)"
+                               R"({"message":3,"what":"","when":""}]})")
+          .meetups,
+      (std::vector<MeetupItem>{{1, "", ""}, {2, "", ""}}));
 }
 
 }  // namespace

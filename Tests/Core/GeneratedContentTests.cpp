@@ -18,7 +18,7 @@ TEST(GenerationSchema, IsJsonSchemaWithThePropertiesInTheirOrder) {
             R"({"type":"object","properties":{"zeta":{"type":"string","enum":["one","two"]},)"
             R"("items":{"type":"array","maxItems":2,"items":{"type":"object","properties":{)"
             R"("number":{"type":"integer","description":"A \"number\""},"word":{"type":"string","maxLength":400}},)"
-            R"("required":["number","word"],"additionalProperties":false},"description":"Some items\u000a"}},)"
+            R"("required":["number","word"],"additionalProperties":false},"description":"Some items\n"}},)"
             R"("required":["zeta","items"],"additionalProperties":false})");
 }
 
@@ -46,44 +46,76 @@ INSTANTIATE_TEST_SUITE_P(NotJson, GeneratedContentViolation,
                          testing::Values("", " ", "none", "{", "[",
                                          R"({"zeta":"one","items":[]})"
                                          "x",
-                                         "```json\n{\"zeta\":\"one\",\"items\":[]}\n```", "{'zeta':'one','items':[]}",
-                                         "{\"zeta\":\"one\",\"items\":[],}", "{\"zeta\":\"one\"\"items\":[]}",
-                                         "{\"zeta\":\"on\xFF\",\"items\":[]}",
+                                         "{'zeta':'one','items':[]}", "{\"zeta\":\"one\",\"items\":[],}",
+                                         "{\"zeta\":\"one\"\"items\":[]}", "{\"zeta\":\"on\xFF\",\"items\":[]}",
                                          R"({"zeta":"one","items":[{"number":1,"word":"\ud800"}]})"));
 
 INSTANTIATE_TEST_SUITE_P(OtherShapes, GeneratedContentViolation,
                          testing::Values("null", "1", "\"one\"", "true", "[]", "{}", R"([{"zeta":"one","items":[]}])",
                                          R"({"answer":{"zeta":"one","items":[]}})"));
 
-INSTANTIATE_TEST_SUITE_P(MissingOrMore, GeneratedContentViolation,
-                         testing::Values(R"({"zeta":"one"})", R"({"items":[]})", R"({"Zeta":"one","items":[]})",
-                                         R"({"zeta":"one","items":[],"more":1})",
-                                         R"({"zeta":"one","items":[{"number":1}]})",
-                                         R"({"zeta":"one","items":[{"number":1,"word":"a","more":1}]})",
-                                         R"({"zeta":"one","items":[{"number":1,"word":"a"},{"word":"a"}]})"));
+INSTANTIATE_TEST_SUITE_P(Missing, GeneratedContentViolation,
+                         testing::Values(R"({"zeta":"one"})", R"({"items":[]})", R"({"Zeta":"one","items":[]})"));
 
 INSTANTIATE_TEST_SUITE_P(OtherTypes, GeneratedContentViolation,
                          testing::Values(R"({"zeta":1,"items":[]})", R"({"zeta":null,"items":[]})",
                                          R"({"zeta":["one"],"items":[]})", R"({"zeta":"one","items":{}})",
-                                         R"({"zeta":"one","items":null})", R"({"zeta":"one","items":""})",
-                                         R"({"zeta":"one","items":[1]})", R"({"zeta":"one","items":[null]})",
-                                         R"({"zeta":"one","items":[{"number":"1","word":"a"}]})",
-                                         R"({"zeta":"one","items":[{"number":1.5,"word":"a"}]})",
-                                         R"({"zeta":"one","items":[{"number":true,"word":"a"}]})",
-                                         R"({"zeta":"one","items":[{"number":null,"word":"a"}]})",
-                                         R"({"zeta":"one","items":[{"number":1e300,"word":"a"}]})",
-                                         R"({"zeta":"one","items":[{"number":1e999,"word":"a"}]})",
-                                         R"({"zeta":"one","items":[{"number":18446744073709551615,"word":"a"}]})",
-                                         R"({"zeta":"one","items":[{"number":99999999999999999999999,"word":"a"}]})",
-                                         R"({"zeta":"one","items":[{"number":1,"word":2}]})"));
+                                         R"({"zeta":"one","items":null})", R"({"zeta":"one","items":""})"));
 
 INSTANTIATE_TEST_SUITE_P(UnknownChoices, GeneratedContentViolation,
                          testing::Values(R"({"zeta":"three","items":[]})", R"({"zeta":"ONE","items":[]})",
                                          R"({"zeta":"","items":[]})", R"({"zeta":"one ","items":[]})"));
 
-INSTANTIATE_TEST_SUITE_P(TooMany, GeneratedContentViolation,
-                         testing::Values(R"({"zeta":"one","items":[{"number":1,"word":"a"},)"
-                                         R"({"number":2,"word":"a"},{"number":3,"word":"a"}]})"));
+class GeneratedContentItem : public testing::TestWithParam<const char*> {};
+
+TEST_P(GeneratedContentItem, ThatDoesNotFitIsDroppedAlone) {
+  const auto content = decode(R"({"zeta":"one","items":[)" + std::string(GetParam()) + R"(,{"number":7,"word":"b"}]})");
+  ASSERT_TRUE(content);
+  ASSERT_EQ(content->items("items").size(), 1u);
+  EXPECT_EQ(content->items("items")[0].integer("number"), 7);
+}
+
+INSTANTIATE_TEST_SUITE_P(Misfits, GeneratedContentItem,
+                         testing::Values("1", "null", "[]", "{}", R"({"number":1})", R"({"word":"a"})",
+                                         R"({"number":1.5,"word":"a"})", R"({"number":true,"word":"a"})",
+                                         R"({"number":null,"word":"a"})", R"({"number":1e300,"word":"a"})",
+                                         R"({"number":18446744073709551615,"word":"a"})", R"({"number":"","word":"a"})",
+                                         R"({"number":"one","word":"a"})", R"({"number":"1.5","word":"a"})",
+                                         R"({"number":1,"word":2})", R"({"number":1,"word":["a"]})"));
+
+TEST(GeneratedContent, OfTooManyItemsTheFirstOnesCount) {
+  const auto content = decode(R"({"zeta":"one","items":[{"number":1,"word":"a"},{"number":"x","word":"a"},)"
+                              R"({"number":2,"word":"b"},{"number":3,"word":"c"}]})");
+  ASSERT_TRUE(content);
+  ASSERT_EQ(content->items("items").size(), 2u);
+  EXPECT_EQ(content->items("items")[1].text("word"), "b");
+}
+
+TEST(GeneratedContent, WhatIsNearlyRightIsTakenAsItIsMeant) {
+  for (const char* answer : {R"({"zeta":"one","items":[{"number":"1","word":null}]})",
+                             R"({"zeta":"one","items":[{"number":" 1 ","word":""}]})",
+                             R"({"zeta":"one","more":[1],"items":[{"number":1,"word":"","more":{}}]})",
+                             "```json\n{\"zeta\":\"one\",\"items\":[{\"number\":1,\"word\":\"\"}]}\n```",
+                             "\n```\n{\"zeta\":\"one\",\"items\":[{\"number\":1,\"word\":\"\"}]}```\n",
+                             "```json\n{\"zeta\":\"one\",\"items\":[{\"number\":1,\"word\":\"\"}]}"}) {
+    const auto content = decode(answer);
+    ASSERT_TRUE(content) << answer;
+    ASSERT_EQ(content->items("items").size(), 1u) << answer;
+    EXPECT_EQ(content->items("items")[0].integer("number"), 1) << answer;
+    EXPECT_EQ(content->items("items")[0].text("word"), "") << answer;
+  }
+  for (const char* answer : {"```", "``````", "```json", "```json\n```"}) EXPECT_FALSE(decode(answer)) << answer;
+}
+
+TEST(GeneratedContent, ApostrophesBetweenLettersBecomeTypographic) {
+  EXPECT_EQ(withTypographicApostrophes("Sam's mother didn't say 'no' in '99.", "Sam"),
+            "Sam’s mother didn’t say 'no' in '99.");
+  EXPECT_EQ(withTypographicApostrophes("Zoë's", "Zoë"), "Zoë’s");
+  EXPECT_EQ(withTypographicApostrophes("D'Andre's dog and D'Andre don't", "D'Andre"),
+            "D'Andre’s dog and D'Andre don’t");
+  EXPECT_EQ(withTypographicApostrophes("'", ""), "'");
+  EXPECT_EQ(withTypographicApostrophes("", "'"), "");
+}
 
 TEST(GeneratedContent, TheLengthOfTextsIsNotLookedAt) {
   const std::string word(100'000, 'a');
@@ -92,7 +124,7 @@ TEST(GeneratedContent, TheLengthOfTextsIsNotLookedAt) {
   EXPECT_EQ(content->items("items")[0].text("word"), word);
 }
 
-TEST(GeneratedContent, AnswersThatAreTooLargeOrTooDeepAreAbsent) {
+TEST(GeneratedContent, AnswersOfAnySizeAreRead) {
   EXPECT_FALSE(decode(std::string(10'000'000, '[')));
   EXPECT_FALSE(decode(std::string(1'000'000, '[') + std::string(1'000'000, ']')));
   std::string deep;
@@ -102,7 +134,7 @@ TEST(GeneratedContent, AnswersThatAreTooLargeOrTooDeepAreAbsent) {
   EXPECT_FALSE(decode("\"" + std::string(10'000'000, 'a') + "\""));
   std::string many = R"({"zeta":"one","items":[{"number":1,"word":"a"})";
   for (int i = 0; i < 10'000; ++i) many += R"(,{"number":1,"word":"a"})";
-  EXPECT_FALSE(decode(many + "]}"));
+  ASSERT_TRUE(decode(many + "]}"));
   EXPECT_FALSE(decode(std::string("{\"zeta\":\"one\",\0\"items\":[]}", 27)));
 }
 

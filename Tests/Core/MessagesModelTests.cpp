@@ -298,6 +298,26 @@ TEST(MessagesModel, AnyErrorIsNoAnswer) {
   EXPECT_TRUE(awaited(MessagesModel::findNews(model, draftOf(kLines), "Sam")).empty());
 }
 
+TEST(MessagesModel, StraightApostrophesOfAModelAreTypographicOnes) {
+  ScriptedLanguageModel news =
+      answering(R"({"news":[{"message":1,"what":"Sam's sister got a job at the bakery.","kind":"work","when":""}]})");
+  const auto found = awaited(MessagesModel::findNews(news, draftOf(kLines), "Sam"));
+  ASSERT_EQ(found.size(), 1U);
+  EXPECT_EQ(found[0].sentence, "Sam’s sister got a job at the bakery.");
+  ScriptedLanguageModel sentence = answering("You and Sam talked about Sam's bakery.");
+  EXPECT_EQ(awaited(MessagesModel::daySentence(sentence, draftOf(kLines), "Sam")),
+            "You and Sam talked about Sam’s bakery.");
+}
+
+TEST(MessagesModel, OfTooManyItemsOnePerKindIsKept) {
+  std::string many = R"({"news":[)";
+  for (int i = 0; i < 10'000; ++i)
+    many += std::string(i == 0 ? "" : ",") +
+            R"({"message":1,"what":"Sam got a job at the bakery.","kind":"work","when":""})";
+  ScriptedLanguageModel model = answering(many + "]}");
+  EXPECT_EQ(awaited(MessagesModel::findNews(model, draftOf(kLines), "Sam")).size(), 1U);
+}
+
 TEST(MessagesModel, NothingUnguardedComesOutOfAnyAnswer) {
   std::vector<std::string> answers = {
       "",
@@ -315,15 +335,10 @@ TEST(MessagesModel, NothingUnguardedComesOutOfAnyAnswer) {
       "Lately you and Sam",
       "Du und Sam habt geredet.",
       "See http://x.yz",
-      R"({"news":[{"message":"1","what":"Sam got a job at the bakery.","kind":"work","when":""}]})",
-      R"({"meetups":[{"message":"2","what":"","when":""}]})",
+      R"({"news":[{"message":"one","what":"Sam got a job at the bakery.","kind":"work","when":""}]})",
+      R"({"meetups":[{"message":"two","what":"","when":""}]})",
       std::string(1'000'000, '['),
       "You and Sam " + std::string(1'000'000, 'x')};
-  std::string many = R"({"news":[)";
-  for (int i = 0; i < 10'000; ++i)
-    many += std::string(i == 0 ? "" : ",") +
-            R"({"message":1,"what":"Sam got a job at the bakery.","kind":"work","when":""})";
-  answers.push_back(many + "]}");
   for (const std::string& answer : answers) {
     ScriptedLanguageModel model = answering(answer);
     EXPECT_EQ(awaited(MessagesModel::daySentence(model, draftOf(kLines), "Sam")), std::nullopt) << answer.substr(0, 80);

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 
@@ -14,12 +15,15 @@ namespace {
 
 constexpr std::size_t kMostHeaderBytes = 64 * 1024;
 
-std::size_t contentLength(const std::string& header) {
-  constexpr const char* kName = "\r\ncontent-length:";
+// The value of a header field, whose name ends with a colon; empty without it.
+std::string field(const std::string& header, const std::string& name) {
   for (std::size_t at = header.find("\r\n"); at != std::string::npos; at = header.find("\r\n", at + 2)) {
-    if (strncasecmp(header.c_str() + at, kName, 17) == 0) return std::strtoul(header.c_str() + at + 17, nullptr, 10);
+    const std::size_t begin = at + 2 + name.size();
+    if (strncasecmp(header.c_str() + at + 2, name.c_str(), name.size()) != 0) continue;
+    const std::size_t first = std::min(header.find_first_not_of(' ', begin), header.size());
+    return header.substr(first, std::min(header.find("\r\n", first), header.size()) - first);
   }
-  return 0;
+  return {};
 }
 
 }  // namespace
@@ -39,7 +43,9 @@ std::optional<HttpRequest> HttpConnection::read() {
     received.append(buffer, static_cast<std::size_t>(count));
     if (headerEnd != std::string::npos) continue;
     headerEnd = received.find("\r\n\r\n");
-    if (headerEnd != std::string::npos) wanted = headerEnd + 4 + contentLength(received.substr(0, headerEnd));
+    if (headerEnd != std::string::npos)
+      wanted =
+          headerEnd + 4 + std::strtoul(field(received.substr(0, headerEnd), "Content-Length:").c_str(), nullptr, 10);
     if (headerEnd == std::string::npos && received.size() > kMostHeaderBytes) return std::nullopt;
   }
   const std::size_t space = received.find(' ');
@@ -49,6 +55,7 @@ std::optional<HttpRequest> HttpConnection::read() {
   request.method = received.substr(0, space);
   request.path = received.substr(space + 1, secondSpace - space - 1);
   request.body = received.substr(headerEnd + 4);
+  request.authorization = field(received.substr(0, headerEnd), "Authorization:");
   return request;
 }
 
@@ -75,6 +82,13 @@ bool HttpConnection::sendAll(std::string_view bytes) const {
 
 bool HttpConnection::send(const HttpResponse& response) {
   if (!staysWhileWaiting(response.delayMilliseconds)) return false;
+  if (response.isBroken) return true;
+  if (response.isEndless) {
+    if (!sendAll("HTTP/1.1 200 Answer\r\nTransfer-Encoding: chunked\r\n\r\n5;x=")) return false;
+    const std::string extension(16384, 'x');
+    while (sendAll(extension)) continue;
+    return false;
+  }
   std::string header = "HTTP/1.1 " + std::to_string(response.status) + " Answer\r\nContent-Type: application/json\r\n";
   if (!response.location.empty()) header += "Location: " + response.location + "\r\n";
   header += "Content-Length: " + std::to_string(response.body.size()) + "\r\nConnection: close\r\n\r\n";

@@ -11,6 +11,7 @@ struct HttpRequest {
   std::string method;
   std::string path;
   std::string body;
+  std::string authorization;  // the header's value
 };
 
 struct HttpResponse {
@@ -19,6 +20,8 @@ struct HttpResponse {
   std::string location;       // of a redirect; empty: none
   long long cutAfter = -1;    // bytes of the body after which the connection ends; negative: whole
   int delayMilliseconds = 0;  // before anything is sent
+  bool isBroken = false;      // the connection ends without an answer
+  bool isEndless = false;     // a chunk whose extension never ends, instead of a body
 };
 
 class HttpConnection {

@@ -194,7 +194,55 @@ ordered_json example(const ordered_json& schema) {
   return object;
 }
 
+// The case whose every line is in the prompt; null when there is none.
+ordered_json caseOf(const ordered_json& cases, const std::string& prompt) {
+  for (const ordered_json& known : cases) {
+    const ordered_json& lines = known["lines"];
+    const bool isThis = std::all_of(lines.begin(), lines.end(), [&](const ordered_json& line) {
+      std::string text = line[1];
+      for (const auto& [bracket, replacement] : {std::pair("<", "\u2039"), std::pair(">", "\u203A")})
+        for (std::size_t at = text.find(bracket); at != std::string::npos; at = text.find(bracket, at))
+          text.replace(at, 1, replacement);
+      return contains(prompt, ": " + text + "\n");
+    });
+    if (isThis) return known;
+  }
+  return nullptr;
+}
+
+ordered_json itemsOf(const ordered_json& known, const std::string& list, bool isPerfect) {
+  ordered_json items = ordered_json::array();
+  if (isPerfect) {
+    for (const ordered_json& item : known[list]) {
+      ordered_json answer{{"message", item["line"]}, {"what", item[list == "news" ? "sentence" : "what"]}};
+      if (list == "news") answer["kind"] = item["kind"];
+      answer["when"] = item["when"];
+      items.push_back(std::move(answer));
+    }
+    return items;
+  }
+  long long number = 0;
+  for (const ordered_json& line : known["lines"])
+    items.push_back({{"message", ++number},
+                     {"what", std::string(known["name"]) + " says " + std::string(line[1])},
+                     {"kind", "work"},
+                     {"when", ""}});
+  return items;
+}
+
 }  // namespace
+
+std::string known(const ordered_json& cases, bool isPerfect, const std::string& schemaText, const std::string& prompt) {
+  const ordered_json found = caseOf(cases, prompt);
+  if (found.is_null()) return {};
+  const ordered_json schema = ordered_json::parse(schemaText, nullptr, false);
+  if (schema.is_object()) {
+    const std::string list = schema["properties"].contains("news") ? "news" : "meetups";
+    return ordered_json{{list, itemsOf(found, list, isPerfect)}}.dump();
+  }
+  if (isPerfect) return found["sentence"];
+  return "You and " + std::string(found["name"]) + " love " + found.value("marker", "Mondays") + ".";
+}
 
 std::string plain(const std::string& instructions, const std::string& prompt) {
   if (const auto name = between(instructions, "starting with \"Lately you and ", "\""))

@@ -1,6 +1,7 @@
 #include "Tests/ModelServer/ModelBehaviour.h"
 
 #include <algorithm>
+#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "Tests/ModelServer/MadeUpAnswers.h"
@@ -30,6 +31,10 @@ ordered_json schemaOf(const ordered_json& body) {
   return format.value("json_schema", ordered_json::object()).value("schema", ordered_json());
 }
 
+bool isAmong(const std::string& name, const std::vector<std::string>& names) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
 struct Output {
   std::string content;
   std::string thinking;
@@ -44,6 +49,11 @@ Output withThinking(const std::string& answer, const std::string& form) {
 }
 
 }  // namespace
+
+ModelBehaviour::ModelBehaviour(ServerOptions options) : _options(std::move(options)) {
+  std::ifstream file(_options.casesFile);
+  for (std::string line; std::getline(file, line);) _cases.push_back(ordered_json::parse(line));
+}
 
 bool ModelBehaviour::isLoading() {
   const auto passed = std::chrono::steady_clock::now() - _startedAt;
@@ -66,14 +76,17 @@ HttpResponse ModelBehaviour::error(int status, const std::string& message, const
 
 HttpResponse ModelBehaviour::answer(const HttpRequest& request) {
   if (isLoading()) return error(503, "Loading model", "unavailable_error");
+  if (!_options.key.empty() && request.authorization != "Bearer " + _options.key)
+    return error(401, "Invalid API Key", "authentication_error");
   if (!_options.redirectTo.empty()) {
     HttpResponse response;
     response.status = 307;
     response.location = _options.redirectTo + request.path;
     return response;
   }
+  const bool speaksOllama = _options.ollama || _options.imitator;
   const bool isQuestion = request.method == "POST" &&
-                          (request.path == "/v1/chat/completions" || (_options.ollama && request.path == "/api/chat"));
+                          (request.path == "/v1/chat/completions" || (speaksOllama && request.path == "/api/chat"));
   if (isQuestion) {
     HttpResponse response = answerQuestion(request);
     response.delayMilliseconds = _options.delayMilliseconds;
@@ -81,15 +94,22 @@ HttpResponse ModelBehaviour::answer(const HttpRequest& request) {
     return response;
   }
   HttpResponse response = page(request.path);
-  if (_options.ollama && request.path == "/api/show") response.status = 200, response.body = ollamaModel(request.body);
+  if (speaksOllama && request.path == "/api/show") response.status = 200, response.body = ollamaModel(request.body);
   response.delayMilliseconds = _options.listDelayMilliseconds;
   return response;
 }
 
-HttpResponse ModelBehaviour::answerQuestion(const HttpRequest& request) const {
+HttpResponse ModelBehaviour::answerQuestion(const HttpRequest& request) {
   const ordered_json body = ordered_json::parse(request.body, nullptr, false);
   if (!body.is_object()) return error(500, "not JSON", "server_error");
-  if (_options.status != 200) return error(_options.status, "told to fail", "server_error");
+  const int number = ++_questions;
+  if (number <= _options.brokenQuestions) {
+    HttpResponse broken;
+    broken.isBroken = true;
+    return broken;
+  }
+  const bool fails = _options.statusQuestions == 0 || number <= _options.statusQuestions;
+  if (_options.status != 200 && fails) return error(_options.status, _options.errorMessage, "server_error");
   const std::string model = body.value("model", "");
   if (std::find(_options.models.begin(), _options.models.end(), model) == _options.models.end())
     return error(404, "model not found", "not_found_error");
@@ -104,10 +124,13 @@ HttpResponse ModelBehaviour::answerQuestion(const HttpRequest& request) const {
 
   HttpResponse response;
   response.body = _options.rawBody;
-  if (!response.body.empty()) return response;
-  const ordered_json schema = schemaOf(body);
+  response.isEndless = _options.endlessChunks;
+  if (!response.body.empty() || response.isEndless) return response;
+  // Imitators of Ollama ignore the schema in its dialect.
+  const ordered_json schema = _options.imitator && request.path == "/api/chat" ? ordered_json() : schemaOf(body);
   std::string answer = schema.is_null() ? _options.answer : _options.guidedAnswer;
   if (_options.echo) answer = dumped({{"instructions", instructions}, {"prompt", prompt}});
+  if (answer.empty()) answer = MadeUpAnswers::known(_cases, _options.manner == "perfect", dumped(schema), prompt);
   if (answer.empty())
     answer = schema.is_null() ? MadeUpAnswers::plain(instructions, prompt)
                               : MadeUpAnswers::guided(dumped(schema), instructions, prompt);
@@ -115,31 +138,38 @@ HttpResponse ModelBehaviour::answerQuestion(const HttpRequest& request) const {
   ordered_json message{{"role", "assistant"}, {"content", output.content}};
   if (request.path == "/api/chat") {
     if (!output.thinking.empty()) message["thinking"] = output.thinking;
-    response.body =
-        dumped({{"model", model}, {"message", message}, {"done", true}, {"done_reason", _options.finishReason}});
+    ordered_json whole{{"model", model}, {"message", message}, {"done", true}, {"done_reason", _options.finishReason}};
+    if (_options.promptTokens > 0) whole["prompt_eval_count"] = _options.promptTokens;
+    if (_options.answerTokens > 0) whole["eval_count"] = _options.answerTokens;
+    response.body = dumped(whole);
     return response;
   }
   if (!output.thinking.empty()) message["reasoning_content"] = output.thinking;
   ordered_json choice{{"index", 0}, {"message", message}, {"finish_reason", _options.finishReason}};
   ordered_json whole{{"object", "chat.completion"}, {"model", model}, {"choices", ordered_json::array({choice})}};
-  if (_options.promptTokens > 0) whole["usage"] = {{"prompt_tokens", _options.promptTokens}};
+  if (_options.promptTokens > 0)
+    whole["usage"] = {{"prompt_tokens", _options.promptTokens}, {"completion_tokens", _options.answerTokens}};
   if (_options.bodyBytes > 0) whole["padding"] = std::string(static_cast<std::size_t>(_options.bodyBytes), 'x');
   response.body = dumped(whole);
   return response;
 }
 
 HttpResponse ModelBehaviour::page(const std::string& path) const {
+  const bool speaksOllama = _options.ollama || _options.imitator;
   HttpResponse response;
   if (path == "/v1/models") {
     response.body = modelList();
   } else if (path == "/props" && _options.contextTokens > 0 && _options.contextStyle == "props") {
     response.body = dumped({{"default_generation_settings", {{"n_ctx", _options.contextTokens}}}});
   } else if (path == "/api/v0/models" && _options.contextTokens > 0 && _options.contextStyle == "detailed") {
-    ordered_json model{{"id", _options.models.front()}, {"max_context_length", _options.contextTokens}};
-    response.body = dumped({{"data", ordered_json::array({model})}});
-  } else if (_options.ollama && path == "/api/version") {
+    response.body = detailedModels();
+  } else if (_options.imitator && path == "/readyz") {
+    response.body = "OK";
+  } else if (speaksOllama && path == "/api/ps") {
+    response.body = runningModels();
+  } else if (speaksOllama && path == "/api/version") {
     response.body = R"({"version":"0.13.0"})";
-  } else if (_options.ollama && path == "/api/tags") {
+  } else if (speaksOllama && path == "/api/tags") {
     if (_options.tagsStatus != 200) return error(_options.tagsStatus, "no list", "server_error");
     response.body = ollamaTags();
   } else {
@@ -148,8 +178,28 @@ HttpResponse ModelBehaviour::page(const std::string& path) const {
   return response;
 }
 
-bool ModelBehaviour::isRemote(const std::string& model) const {
-  return std::find(_options.remoteModels.begin(), _options.remoteModels.end(), model) != _options.remoteModels.end();
+std::string ModelBehaviour::detailedModels() const {
+  ordered_json data = ordered_json::array();
+  for (const std::string& name : _options.models) {
+    const bool isLoaded = _options.loadedModels.empty() || isAmong(name, _options.loadedModels);
+    ordered_json model{{"id", name},
+                       {"type", isAmong(name, _options.embeddings) ? "embeddings" : "llm"},
+                       {"state", isLoaded ? "loaded" : "not-loaded"},
+                       {"max_context_length", 131072}};
+    if (isLoaded) model["loaded_context_length"] = _options.contextTokens;
+    data.push_back(std::move(model));
+  }
+  return dumped({{"data", data}});
+}
+
+std::string ModelBehaviour::runningModels() const {
+  ordered_json models = ordered_json::array();
+  for (const std::string& name : _options.loadedModels) {
+    ordered_json model{{"name", name}, {"model", name}};
+    if (_options.contextTokens > 0) model["context_length"] = _options.contextTokens;
+    models.push_back(std::move(model));
+  }
+  return dumped({{"models", models}});
 }
 
 std::string ModelBehaviour::modelList() const {
@@ -165,8 +215,12 @@ std::string ModelBehaviour::modelList() const {
 std::string ModelBehaviour::ollamaTags() const {
   ordered_json models = ordered_json::array();
   for (const std::string& name : _options.models) {
-    ordered_json model{{"name", name}, {"model", name}};
-    if (isRemote(name)) model["remote_host"] = "https://elsewhere.invalid:443", model["remote_model"] = name;
+    ordered_json model{{"name", name},
+                       {"model", name},
+                       {"digest", std::string(64, '0')},
+                       {"capabilities", {isAmong(name, _options.embeddings) ? "embedding" : "completion"}}};
+    if (isAmong(name, _options.remoteModels))
+      model["remote_host"] = "https://elsewhere.invalid:443", model["remote_model"] = name;
     models.push_back(std::move(model));
   }
   return dumped({{"models", models}});
@@ -174,9 +228,10 @@ std::string ModelBehaviour::ollamaTags() const {
 
 std::string ModelBehaviour::ollamaModel(const std::string& body) const {
   const ordered_json asked = ordered_json::parse(body, nullptr, false);
-  ordered_json model{{"details", {{"family", "test"}}}, {"capabilities", {"completion"}}};
+  ordered_json model{{"details", {{"family", "test"}}}};
   if (_options.contextTokens > 0) model["model_info"] = {{"test.context_length", _options.contextTokens}};
-  if (asked.is_object() && isRemote(asked.value("model", ""))) model["remote_host"] = "https://elsewhere.invalid:443";
+  if (asked.is_object() && isAmong(asked.value("model", ""), _options.remoteModels))
+    model["remote_host"] = "https://elsewhere.invalid:443";
   return dumped(model);
 }
 

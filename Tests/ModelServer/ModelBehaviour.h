@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "Tests/ModelServer/HttpConnection.h"
@@ -13,22 +14,25 @@ namespace pellora::modelserver {
 
 class ModelBehaviour {
  public:
-  explicit ModelBehaviour(ServerOptions options) : _options(std::move(options)) {}
+  explicit ModelBehaviour(ServerOptions options);
 
   HttpResponse answer(const HttpRequest& request);
 
  private:
   bool isLoading();
-  HttpResponse answerQuestion(const HttpRequest& request) const;
+  HttpResponse answerQuestion(const HttpRequest& request);
   HttpResponse page(const std::string& path) const;
   HttpResponse error(int status, const std::string& message, const std::string& type) const;
   std::string modelList() const;
   std::string ollamaTags() const;
+  std::string runningModels() const;
+  std::string detailedModels() const;
   std::string ollamaModel(const std::string& body) const;
-  bool isRemote(const std::string& model) const;
 
   ServerOptions _options;
+  nlohmann::ordered_json _cases = nlohmann::ordered_json::array();
   std::atomic<int> _asked{0};
+  std::atomic<int> _questions{0};
   std::chrono::steady_clock::time_point _startedAt = std::chrono::steady_clock::now();
 };
 

@@ -27,14 +27,28 @@ void addOptions(CLI::App& app, ServerOptions& options) {
       ->capture_default_str();
   app.add_option("--model", options.models, "A model to list; repeat for several (default: test-model)");
   app.add_option("--remote-model", options.remoteModels, "A listed model that counts as run by another machine");
+  app.add_option("--embedding-model", options.embeddings, "A listed model that is made for embedding");
+  app.add_option("--loaded-model", options.loadedModels, "A listed model that is in memory");
   app.add_option("--answer", options.answer, "The answer to every plain question instead of a made-up one");
   app.add_option("--guided-answer", options.guidedAnswer, "The answer to every guided question");
+  app.add_option("--cases", options.casesFile,
+                 "Days for judging models; questions about them are answered by what is known");
+  app.add_option("--manner", options.manner, "How: telling the truth, or news of every line and every order obeyed")
+      ->check(CLI::IsMember({"perfect", "bad"}));
   app.add_flag("--echo", options.echo, "Answer with what was asked, as JSON with instructions and prompt");
   app.add_option("--loading-requests", options.loadingRequests, "Answer 503 to the first N requests");
   app.add_option("--loading-ms", options.loadingMilliseconds, "Answer 503 for the first milliseconds");
   app.add_option("--delay-ms", options.delayMilliseconds, "Think this long before each answer");
   app.add_option("--list-delay-ms", options.listDelayMilliseconds, "Wait this long before every other page");
   app.add_option("--status", options.status, "Answer questions with this error status");
+  app.add_option("--status-questions", options.statusQuestions, "Only the first N questions");
+  app.add_option("--break-questions", options.brokenQuestions, "End the connection of the first N questions");
+  app.add_option("--error-message", options.errorMessage, "What error answers say");
+  app.add_option("--key", options.key, "Answer 401 to requests that do not bring this key");
+  app.add_flag("--endless-chunks", options.endlessChunks, "Answer with a chunk whose extension never ends");
+  app.add_option("--answer-tokens", options.answerTokens, "The number of answer tokens to tell");
+  app.add_flag("--imitator", options.imitator, "Imitate Ollama as LocalAI does: with a /readyz, without schemas");
+  app.add_option("--user", options.user, "Run as this account");
   app.add_option("--error-form", options.errorForm, "How errors are told")
       ->check(CLI::IsMember({"object", "string", "none"}));
   app.add_option("--reject-field", options.rejectFields, "Refuse requests that have this field; repeat for several");
@@ -119,6 +133,9 @@ int run(int argc, char** argv) {
   if (options.models.empty()) options.models = {"test-model"};
   if (options.exitWithParent) prctl(PR_SET_PDEATHSIG, SIGKILL);
 
+  if (options.user >= 0 &&
+      (setgid(static_cast<gid_t>(options.user)) != 0 || setuid(static_cast<uid_t>(options.user)) != 0))
+    return fail("Cannot run as this account");
   const int listener =
       options.listen.starts_with("unix:") ? listenOnSocket(options.listen.substr(5)) : listenOnPort(options.listen);
   if (listener < 0) return 1;

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
@@ -37,8 +38,19 @@ std::string firstLine(int descriptor) {
 }  // namespace
 
 ModelServerProcess::ModelServerProcess(Transport transport, const QStringList& options) {
-  const std::string where =
-      transport == Transport::unixSocket ? "unix:" + (_folder / "m.sock").string() : "127.0.0.1:0";
+  start(transport == Transport::unixSocket ? "unix:" + (_folder / "m.sock").string() : "127.0.0.1:0", options);
+}
+
+void ModelServerProcess::restart(const QStringList& options) {
+  constexpr std::string_view kHttp = "http://";
+  const std::string where = _url.starts_with(kHttp) ? _url.substr(kHttp.size()) : _url;
+  stop();
+  start(where, options);
+}
+
+void ModelServerProcess::start(const std::string& where, const QStringList& options) {
+  // Readable for a server that runs as another account.
+  std::filesystem::permissions(_folder.path(), std::filesystem::perms(0777));
   std::vector<std::string> arguments{PELLORA_TEST_MODEL_SERVER,  "--exit-with-parent", "--log-bodies", "--log",
                                      (_folder / "log").string(), "--listen",           where};
   for (const QString& option : options) arguments.push_back(option.toStdString());
@@ -49,7 +61,7 @@ ModelServerProcess::ModelServerProcess(Transport transport, const QStringList& o
   const std::string line = firstLine(pipe[0]);
   close(pipe[0]);
   constexpr std::string_view kReady = "listening on ";
-  if (line.starts_with(kReady)) _url = line.substr(kReady.size());
+  _url = line.starts_with(kReady) ? line.substr(kReady.size()) : std::string();
 }
 
 ModelServerProcess::~ModelServerProcess() {

@@ -34,7 +34,12 @@ class ModelServerProcess {
 
   void stop();
 
+  // Ends the server and starts one with other options at the same place; its requests add to the same log.
+  void restart(const QStringList& options);
+
  private:
+  void start(const std::string& where, const QStringList& options);
+
   TemporaryFolder _folder;
   pid_t _process = -1;  // negative when it does not run
   std::string _url;

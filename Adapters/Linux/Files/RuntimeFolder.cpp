@@ -11,21 +11,25 @@ namespace {
 
 constexpr mode_t kPrivate = 0700;
 
-bool isOwnFolder(const std::filesystem::path& folder) {
+}  // namespace
+
+bool isOwn(const std::filesystem::path& folder) {
   struct stat status{};
   return lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid() &&
          (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
+namespace {
+
 bool isPrivate(const std::filesystem::path& folder) {
   struct stat status{};
-  return isOwnFolder(folder) && lstat(folder.c_str(), &status) == 0 && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+  return isOwn(folder) && lstat(folder.c_str(), &status) == 0 && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
 }
 
 }  // namespace
 
 std::optional<std::filesystem::path> path() {
-  if (const auto folder = XdgFolders::runtime(); folder && isOwnFolder(*folder)) return folder;
+  if (const auto folder = XdgFolders::runtime(); folder && isOwn(*folder)) return folder;
   const auto home = XdgFolders::home();
   if (!home) return std::nullopt;
   std::filesystem::path folder = *home / ".cache";
@@ -41,7 +45,7 @@ std::optional<std::filesystem::path> own() {
   if (!base) return std::nullopt;
   std::filesystem::path folder = *base / "app.pellora.messages";
   mkdir(folder.c_str(), kPrivate);
-  if (!isOwnFolder(folder)) return std::nullopt;
+  if (!isOwn(folder)) return std::nullopt;
   return folder;
 }
 

@@ -12,6 +12,9 @@ namespace RuntimeFolder {
 
 std::optional<std::filesystem::path> path();
 
+// Whether this is a folder of this user's, not a link to one, that nobody else can write.
+bool isOwn(const std::filesystem::path& folder);
+
 // The folder "app.pellora.messages" in it, made with mode 0700; absent also when it is not a private one.
 std::optional<std::filesystem::path> own();
 

@@ -1,8 +1,6 @@
 #include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
 
-#include <cstdlib>
-
-#include "Adapters/Linux/Model/ModelServer.h"
+#include "Adapters/Linux/Model/ModelSettings.h"
 
 namespace pellora {
 
@@ -13,9 +11,9 @@ ChatCompletionsLanguageModel::~ChatCompletionsLanguageModel() {
   close();
 }
 
-std::unique_ptr<ChatCompletionsLanguageModel> ChatCompletionsLanguageModel::fromEnvironment() {
-  const char* model = std::getenv("PELLORA_MODEL");
-  return std::make_unique<ChatCompletionsLanguageModel>(ModelEndpoint::fromEnvironment(), model ? model : "");
+std::unique_ptr<ChatCompletionsLanguageModel> ChatCompletionsLanguageModel::configured() {
+  ModelAddress address = ModelAddress::current();
+  return std::make_unique<ChatCompletionsLanguageModel>(std::move(address.endpoint), std::move(address.model));
 }
 
 void ChatCompletionsLanguageModel::close() {

@@ -1,6 +1,6 @@
 // The language model of this device: a local server that speaks the chat-completions dialect (or Ollama's own),
 // reached over a Unix socket or the loopback interface and asked without blocking the main thread. Texts go to that
-// server and nowhere else, and nothing of them stands in the text of an error.
+// server and nowhere else, and no error quotes them.
 //
 // When it is destroyed, questions under way are given up: their connections are closed within milliseconds, and the
 // event loop resumes what waits for them with a LanguageModelError. They need nothing of this object by then.
@@ -11,24 +11,22 @@
 #include <string>
 
 #include "Adapters/Linux/Model/ModelEndpoint.h"
-#include "Adapters/Linux/Model/ModelReport.h"
+#include "Adapters/Linux/Model/ModelServer.h"
 #include "PelloraMessagesCore/Ports/LanguageModel.h"
 
 namespace pellora {
 
-class ModelServer;
-
 class ChatCompletionsLanguageModel : public LanguageModel {
  public:
-  // An empty `model` means the first that the server lists.
+  // An empty `model` means whichever fits of those that the server lists.
   explicit ChatCompletionsLanguageModel(ModelEndpoint endpoint, std::string model = {});
   ~ChatCompletionsLanguageModel() override;
 
   ChatCompletionsLanguageModel(const ChatCompletionsLanguageModel&) = delete;
   ChatCompletionsLanguageModel& operator=(const ChatCompletionsLanguageModel&) = delete;
 
-  // As PELLORA_MODEL_URL and PELLORA_MODEL say.
-  static std::unique_ptr<ChatCompletionsLanguageModel> fromEnvironment();
+  // As environment and settings say.
+  static std::unique_ptr<ChatCompletionsLanguageModel> configured();
 
   Task<bool> isAvailable() override;
   Task<Answer> respond(std::string instructions, std::string prompt) override;

@@ -1,104 +1,91 @@
 #include "Adapters/Linux/Model/ChatCompletionsProtocol.h"
 
-#include "Adapters/Linux/Model/AnswerText.h"
-#include "Adapters/Linux/Model/JsonReading.h"
+#include <algorithm>
+
 #include "Adapters/Linux/Model/ServerError.h"
 
 namespace pellora::ChatCompletionsProtocol {
 
 namespace {
 
-using JsonReading::member;
-using JsonReading::positive;
-using JsonReading::textOf;
-using nlohmann::json;
-using nlohmann::ordered_json;
-
-// Where a server silently cuts a prompt, it counts at least this many tokens, and no text takes this many bytes for
-// each of them.
-constexpr long long kSmallestContextTokens = 1024;
-constexpr long long kMostBytesPerToken = 16;
-
-void refuseCutPrompt(const json& answer, const ModelQuestion& question) {
-  const std::optional<long long> counted = positive(member(member(answer, "usage"), "prompt_tokens"));
-  const auto sent = static_cast<long long>(question.systemMessage().size() + question.prompt.size());
-  if (counted && *counted >= kSmallestContextTokens && sent / kMostBytesPerToken > *counted)
-    throw AnswerText::cutPrompt();
+// Absent unless it is a whole number above zero.
+std::optional<std::int64_t> positive(const JsonValue& value) {
+  const std::optional<std::int64_t> number = value.integer();
+  return number && *number > 0 ? number : std::nullopt;
 }
 
 }  // namespace
 
 std::string requestBody(const ModelQuestion& question, Extras extras) {
-  ordered_json body;
-  body["model"] = question.model;
-  body["stream"] = false;
-  body["max_tokens"] = kMaximumAnswerTokens;
-  body["messages"] = ordered_json::array(
-      {{{"role", "system"}, {"content", question.systemMessage()}}, {{"role", "user"}, {"content", question.prompt}}});
+  JsonValue body = JsonValue::object({{"model", question.model},
+                                      {"stream", false},
+                                      {"max_tokens", kMaximumAnswerTokens},
+                                      {"messages", question.messages()}});
   if (question.isGuided()) {
-    ordered_json format;
-    format["type"] = "json_schema";
-    format["json_schema"]["name"] = question.schemaName;
-    format["json_schema"]["strict"] = true;
-    format["json_schema"]["schema"] = ordered_json::parse(question.schemaText);
-    body["response_format"] = std::move(format);
+    JsonValue schema = JsonValue::object({{"name", question.schemaName},
+                                          {"strict", true},
+                                          {"schema", JsonValue::parse(question.schemaText).value_or(JsonValue())}});
+    body.set("response_format", JsonValue::object({{"type", "json_schema"}, {"json_schema", std::move(schema)}}));
   }
-  if (extras != Extras::none) body["chat_template_kwargs"]["enable_thinking"] = false;
-  if (extras == Extras::both) body["reasoning_effort"] = "none";
-  return body.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+  if (extras != Extras::none) body.set("chat_template_kwargs", JsonValue::object({{"enable_thinking", false}}));
+  if (extras == Extras::both) body.set("reasoning_effort", "none");
+  return body.dump();
 }
 
 LanguageModel::Answer decodeAnswer(std::string_view body, const ModelQuestion& question) {
-  const json answer = json::parse(body, nullptr, false);
-  if (!answer.is_object()) throw AnswerText::unreadable();
-  if (!member(answer, "error").is_null()) throw ServerError::toQuestion(200, body, question);
-  const json& choices = member(answer, "choices");
-  if (!choices.is_array() || choices.empty()) throw AnswerText::unreadable();
-  const json& choice = choices.front();
-  AnswerText::requireEnd(textOf(member(choice, "finish_reason")));
-  refuseCutPrompt(answer, question);
-  const json& message = member(choice, "message");
-  std::string thinking = textOf(member(message, "reasoning_content"));
-  if (thinking.empty()) thinking = textOf(member(message, "reasoning"));
-  const json& usage = member(answer, "usage");
-  return {AnswerText::choose(textOf(member(message, "content")), thinking, question.isGuided()),
-          positive(member(usage, "prompt_tokens")).value_or(0),
-          positive(member(usage, "completion_tokens")).value_or(0)};
+  const JsonValue answer = JsonValue::parse(body).value_or(JsonValue());
+  if (!answer.isObject()) throw ModelAnswer::unreadable();
+  if (!answer["error"].isNull()) throw ServerError::toQuestion(200, body, question);
+  const JsonValue::Array& choices = answer["choices"].elements();
+  if (choices.empty()) throw ModelAnswer::unreadable();
+  const JsonValue& choice = choices.front();
+  ModelAnswer::requireEnd(choice["finish_reason"].text());
+  const std::int64_t promptTokens = ModelAnswer::tokens(answer["usage"]["prompt_tokens"]);
+  ModelAnswer::requireWholePrompt(question, promptTokens);
+  const JsonValue& message = choice["message"];
+  const std::string& thinking = message["reasoning_content"].text();
+  return {ModelAnswer::choose(message["content"].text(), thinking.empty() ? message["reasoning"].text() : thinking,
+                              question.isGuided()),
+          promptTokens, ModelAnswer::tokens(answer["usage"]["completion_tokens"])};
 }
 
 std::optional<std::vector<ListedModel>> decodeModels(std::string_view body) {
-  const json answer = json::parse(body, nullptr, false);
-  const json& data = member(answer, "data");
-  const bool isEmptyList = data.is_null() && textOf(member(answer, "object")) == "list";
-  if (!data.is_array() && !isEmptyList) return std::nullopt;
+  const JsonValue answer = JsonValue::parse(body).value_or(JsonValue());
+  const JsonValue& data = answer["data"];
+  const bool isEmptyList = data.isNull() && answer["object"].text() == "list";
+  if (!data.isArray() && !isEmptyList) return std::nullopt;
   std::vector<ListedModel> models;
-  for (const json& item : data) {
+  for (const JsonValue& item : data.elements()) {
     ListedModel model;
-    model.id = textOf(member(item, "id"));
+    model.id = item["id"].text();
     if (model.id.empty()) continue;
-    model.contextTokens = positive(member(item, "max_model_len"));
-    if (!model.contextTokens) model.contextTokens = positive(member(member(item, "meta"), "n_ctx"));
-    model.trainedTokens = positive(member(member(item, "meta"), "n_ctx_train"));
+    model.contextTokens = positive(item["max_model_len"]);
+    if (!model.contextTokens) model.contextTokens = positive(item["meta"]["n_ctx"]);
+    model.trainedTokens = positive(item["meta"]["n_ctx_train"]);
+    model.isLoaded = item["status"]["value"].text() == "loaded";
     models.push_back(std::move(model));
   }
   return models;
 }
 
-std::optional<long long> contextFromProperties(std::string_view body) {
-  const json answer = json::parse(body, nullptr, false);
-  return positive(member(member(answer, "default_generation_settings"), "n_ctx"));
+std::optional<std::int64_t> contextFromProperties(std::string_view body) {
+  return positive(JsonValue::parse(body).value_or(JsonValue())["default_generation_settings"]["n_ctx"]);
 }
 
-std::optional<long long> contextFromDetailedModels(std::string_view body, const std::string& model) {
-  const json answer = json::parse(body, nullptr, false);
-  const json& data = member(answer, "data");
-  if (!data.is_array()) return std::nullopt;
-  for (const json& item : data) {
-    if (textOf(member(item, "id")) != model) continue;
-    const std::optional<long long> loaded = positive(member(item, "loaded_context_length"));
-    return loaded ? loaded : positive(member(item, "max_context_length"));
+bool addDetails(std::string_view body, std::vector<ListedModel>& models) {
+  const JsonValue answer = JsonValue::parse(body).value_or(JsonValue());
+  if (!answer["data"].isArray()) return false;
+  for (const JsonValue& item : answer["data"].elements()) {
+    const auto model = std::find_if(models.begin(), models.end(),
+                                    [&](const ListedModel& listed) { return listed.id == item["id"].text(); });
+    if (model == models.end()) continue;
+    const std::string& type = item["type"].text();
+    if (!type.empty()) model->completesText = type == "llm" || type == "vlm";
+    model->isLoaded = item["state"].text() == "loaded";
+    model->contextTokens = positive(item["loaded_context_length"]);
+    model->trainedTokens = positive(item["max_context_length"]);
   }
-  return std::nullopt;
+  return true;
 }
 
 }  // namespace pellora::ChatCompletionsProtocol

@@ -1,6 +1,8 @@
-// The chat-completions dialect that local model servers share: `POST /v1/chat/completions` and `GET /v1/models`.
+// The chat-completions dialect that local model servers share: `POST /v1/chat/completions` and `GET /v1/models`, and
+// the pages on which some of them tell more about their models.
 // Readers are total: whatever bytes a server answers with give a value or a LanguageModelError whose text quotes
-// nothing of the question or the answer. Pure functions. Tested by Tests/Adapters/ModelProtocolTests.cpp.
+// nothing of the question or the answer. Pure functions, callable from any thread.
+// Tested by Tests/Adapters/ModelProtocolTests.cpp.
 #pragma once
 
 #include <optional>
@@ -8,8 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Adapters/Linux/Model/ModelChoice.h"
 #include "Adapters/Linux/Model/ModelQuestion.h"
-#include "PelloraMessagesCore/Ports/LanguageModel.h"
 
 namespace pellora {
 
@@ -29,18 +31,15 @@ std::string requestBody(const ModelQuestion& question, Extras extras);
 // Throws LanguageModelError unless the answer is there, whole and ended by the model itself.
 LanguageModel::Answer decodeAnswer(std::string_view body, const ModelQuestion& question);
 
-struct ListedModel {
-  std::string id;
-  std::optional<long long> contextTokens;  // what the server says that it serves
-  std::optional<long long> trainedTokens;  // what the model was made for
-};
-
-// The models that the server lists, in its order; absent when the body is no such list.
+// The models that the server lists, in its order; absent when the body is not such a list.
 std::optional<std::vector<ListedModel>> decodeModels(std::string_view body);
 
-// The context size in tokens, where the server has a page of its own that tells it.
-std::optional<long long> contextFromProperties(std::string_view body);
-std::optional<long long> contextFromDetailedModels(std::string_view body, const std::string& model);
+// The context in use, in tokens, as llama.cpp's server tells it.
+std::optional<std::int64_t> contextFromProperties(std::string_view body);
+
+// Adds what LM Studio tells about its models: what each is for, whether it is loaded, and with which context. False
+// when the body is not such a list.
+bool addDetails(std::string_view body, std::vector<ListedModel>& models);
 
 }  // namespace ChatCompletionsProtocol
 

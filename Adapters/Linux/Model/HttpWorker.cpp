@@ -1,18 +1,18 @@
 #include "Adapters/Linux/Model/HttpWorker.h"
 
-#include <sys/eventfd.h>
-#include <unistd.h>
-
 #include <QCoreApplication>
 #include <algorithm>
 #include <climits>
 #include <new>
-
-#include "Adapters/Linux/Model/HttpTransfer.h"
+#include <system_error>
+#include <utility>
 
 namespace pellora {
 
 namespace {
+
+// The longest that a running transfer goes unobserved, should the kernel lose an event.
+constexpr int kLongestPauseMilliseconds = 1000;
 
 struct ExchangeAwaiter {
   std::shared_ptr<HttpExchange> exchange;
@@ -44,54 +44,50 @@ Task<HttpAnswer> answerOf(std::shared_ptr<HttpExchange> exchange) {
 
 }  // namespace
 
-HttpWorker::HttpWorker(ModelEndpoint endpoint) : _endpoint(std::move(endpoint)) {}
-
-HttpWorker::~HttpWorker() {
-  close();
-}
-
 Task<HttpAnswer> HttpWorker::send(HttpRequest request) {
   auto exchange = std::make_shared<HttpExchange>();
   exchange->request = std::move(request);
-  exchange->isDone = !enqueue(exchange);
+  if (const std::optional<HttpAnswer::Outcome> refusal = enqueue(exchange)) {
+    exchange->answer.outcome = *refusal;
+    if (exchange->request.digest) exchange->request.digest(exchange->answer);
+    exchange->isDone = true;
+  }
   return answerOf(std::move(exchange));
 }
 
-bool HttpWorker::enqueue(const std::shared_ptr<HttpExchange>& exchange) {
-  if (_isClosed || !_endpoint.isUsable()) return false;
-  if (!_thread.joinable()) start();
+std::optional<HttpAnswer::Outcome> HttpWorker::enqueue(const std::shared_ptr<HttpExchange>& exchange) {
+  if (_isClosed || !_endpoint.isUsable()) return HttpAnswer::Outcome::cancelled;
+  if (!_thread.joinable() && !start()) return HttpAnswer::Outcome::noResources;
   _underway.push_back(exchange);
   {
     const std::lock_guard lock(_mutex);
     _waiting.push_back(exchange);
   }
-  curl_multi_wakeup(_multi);
+  curl_multi_wakeup(_multi.get());
+  return std::nullopt;
+}
+
+// False when the process can have no more descriptors or threads. libcurl does without its wake-up descriptor when
+// there is none to be had; the thread would then sleep through every request.
+bool HttpWorker::start() {
+  // No TLS and nothing else to set up: it is always plain HTTP to this device.
+  static const CURLcode ready = curl_global_init(CURL_GLOBAL_NOTHING);
+  try {
+    if (!_mailbox) _mailbox = std::make_unique<MainThreadMailbox>();
+    _multi.reset(ready == CURLE_OK ? curl_multi_init() : nullptr);
+    if (!_multi || curl_multi_wakeup(_multi.get()) != CURLM_OK) return false;
+    _thread = std::thread(&HttpWorker::run, this);
+  } catch (const std::bad_alloc&) {
+    return false;
+  } catch (const std::system_error&) {
+    return false;
+  }
   return true;
 }
 
-void HttpWorker::start() {
-  // No TLS and nothing else to set up: it is always plain HTTP to this device.
-  static const CURLcode ready = curl_global_init(CURL_GLOBAL_NOTHING);
-  _multi = ready == CURLE_OK ? curl_multi_init() : nullptr;
-  _eventDescriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  if (_multi == nullptr || _eventDescriptor < 0) throw std::bad_alloc();
-  _notifier = std::make_unique<QSocketNotifier>(_eventDescriptor, QSocketNotifier::Read);
-  QObject::connect(_notifier.get(), &QSocketNotifier::activated, [this] { takeResults(); });
-  _thread = std::thread(&HttpWorker::run, this);
-}
-
-void HttpWorker::takeResults() {
-  eventfd_t count = 0;
-  eventfd_read(_eventDescriptor, &count);
-  Exchanges finished;
-  {
-    const std::lock_guard lock(_mutex);
-    finished.swap(_finished);
-  }
-  for (const auto& exchange : finished) {
-    std::erase(_underway, exchange);
-    resumeLater(exchange);
-  }
+void HttpWorker::take(const std::shared_ptr<HttpExchange>& finished) {
+  std::erase(_underway, finished);
+  resumeLater(finished);
 }
 
 void HttpWorker::close() {
@@ -100,28 +96,30 @@ void HttpWorker::close() {
     const std::lock_guard lock(_mutex);
     _isStopping = true;
   }
-  curl_multi_wakeup(_multi);
+  curl_multi_wakeup(_multi.get());
   _thread.join();
-  curl_multi_cleanup(_multi);
-  _notifier.reset();
-  ::close(_eventDescriptor);
-  for (const auto& exchange : std::exchange(_underway, {})) resumeLater(exchange);
+  _multi.reset();
+  _mailbox.reset();
+  for (const auto& exchange : std::exchange(_underway, {})) {
+    exchange->answer = HttpAnswer();
+    resumeLater(exchange);
+  }
 }
 
 void HttpWorker::run() {
-  std::list<std::unique_ptr<HttpTransfer>> transfers;
+  Transfers transfers;
   while (startWaiting(transfers)) {
     int running = 0;
-    curl_multi_perform(_multi, &running);
+    curl_multi_perform(_multi.get(), &running);
     collectFinished(transfers);
     // Returns early for traffic, for the timers of a transfer, and when woken up.
-    curl_multi_poll(_multi, nullptr, 0, INT_MAX, nullptr);
+    curl_multi_poll(_multi.get(), nullptr, 0, transfers.empty() ? INT_MAX : kLongestPauseMilliseconds, nullptr);
   }
-  for (const auto& transfer : transfers) curl_multi_remove_handle(_multi, transfer->handle());
+  for (const auto& transfer : transfers) curl_multi_remove_handle(_multi.get(), transfer->handle());
 }
 
 // False when it is time to end.
-bool HttpWorker::startWaiting(std::list<std::unique_ptr<HttpTransfer>>& transfers) {
+bool HttpWorker::startWaiting(Transfers& transfers) {
   Exchanges waiting;
   {
     const std::lock_guard lock(_mutex);
@@ -130,32 +128,32 @@ bool HttpWorker::startWaiting(std::list<std::unique_ptr<HttpTransfer>>& transfer
   }
   for (auto& exchange : waiting) {
     transfers.push_back(std::make_unique<HttpTransfer>(_endpoint, std::move(exchange)));
-    curl_multi_add_handle(_multi, transfers.back()->handle());
+    curl_multi_add_handle(_multi.get(), transfers.back()->handle());
   }
   return true;
 }
 
-void HttpWorker::collectFinished(std::list<std::unique_ptr<HttpTransfer>>& transfers) {
+void HttpWorker::collectFinished(Transfers& transfers) {
+  for (auto transfer = transfers.begin(); transfer != transfers.end();) {
+    const auto next = std::next(transfer);
+    if ((*transfer)->isTooLarge()) finish(transfers, transfer, CURLE_WRITE_ERROR);
+    transfer = next;
+  }
   int left = 0;
-  while (const CURLMsg* message = curl_multi_info_read(_multi, &left)) {
+  while (const CURLMsg* message = curl_multi_info_read(_multi.get(), &left)) {
     if (message->msg != CURLMSG_DONE) continue;
     const auto transfer = std::find_if(transfers.begin(), transfers.end(), [&](const auto& candidate) {
       return candidate->handle() == message->easy_handle;
     });
-    if (transfer == transfers.end()) continue;
-    std::shared_ptr<HttpExchange> exchange = (*transfer)->finish(message->data.result);
-    curl_multi_remove_handle(_multi, (*transfer)->handle());
-    transfers.erase(transfer);
-    postResult(std::move(exchange));
+    if (transfer != transfers.end()) finish(transfers, transfer, message->data.result);
   }
 }
 
-void HttpWorker::postResult(std::shared_ptr<HttpExchange> exchange) {
-  {
-    const std::lock_guard lock(_mutex);
-    _finished.push_back(std::move(exchange));
-  }
-  eventfd_write(_eventDescriptor, 1);
+void HttpWorker::finish(Transfers& transfers, Transfers::iterator transfer, CURLcode result) {
+  curl_multi_remove_handle(_multi.get(), (*transfer)->handle());
+  std::shared_ptr<HttpExchange> exchange = (*transfer)->finish(result);
+  transfers.erase(transfer);
+  _mailbox->post([this, exchange = std::move(exchange)] { take(exchange); });
 }
 
 }  // namespace pellora

@@ -1,6 +1,6 @@
 // Talks HTTP to one endpoint in a thread of its own, so that the main thread never waits: `send` is awaited there
-// and resumes by way of the event loop. The thread starts with the first request, sleeps in between without waking
-// up, and touches nothing of Qt: results come back through a locked list and an event descriptor.
+// and resumes by way of the event loop. The thread starts with the first request and sleeps in between without waking
+// up.
 //
 // Every request ends: answered, failed, timed out, or cancelled by `close` (which the destructor calls) within
 // milliseconds, even in the middle of an answer. What waits for a cancelled request is resumed by the event loop
@@ -8,27 +8,22 @@
 // Main thread only, and a QCoreApplication must exist. Tested by Tests/Adapters/ModelAdapterTests.cpp.
 #pragma once
 
-#include <curl/curl.h>
-
-#include <QSocketNotifier>
 #include <list>
 #include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
 
-#include "Adapters/Linux/Model/HttpExchange.h"
-#include "Adapters/Linux/Model/ModelEndpoint.h"
+#include "Adapters/Linux/Model/HttpTransfer.h"
+#include "Adapters/Linux/Process/MainThreadMailbox.h"
 #include "PelloraMessagesCore/Ports/Task.h"
 
 namespace pellora {
 
-class HttpTransfer;
-
 class HttpWorker {
  public:
-  explicit HttpWorker(ModelEndpoint endpoint);
-  ~HttpWorker();
+  explicit HttpWorker(ModelEndpoint endpoint) : _endpoint(std::move(endpoint)) {}
+  ~HttpWorker() { close(); }
 
   HttpWorker(const HttpWorker&) = delete;
   HttpWorker& operator=(const HttpWorker&) = delete;
@@ -43,31 +38,35 @@ class HttpWorker {
 
  private:
   using Exchanges = std::vector<std::shared_ptr<HttpExchange>>;
+  using Transfers = std::list<std::unique_ptr<HttpTransfer>>;
 
-  bool enqueue(const std::shared_ptr<HttpExchange>& exchange);
-  void start();
-  void takeResults();
+  struct MultiDeleter {
+    void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
+  };
+
+  // The outcome of what cannot even be handed to the worker thread; absent when it was.
+  std::optional<HttpAnswer::Outcome> enqueue(const std::shared_ptr<HttpExchange>& exchange);
+  bool start();
+  void take(const std::shared_ptr<HttpExchange>& finished);
 
   // Worker thread.
   void run();
-  bool startWaiting(std::list<std::unique_ptr<HttpTransfer>>& transfers);
-  void collectFinished(std::list<std::unique_ptr<HttpTransfer>>& transfers);
-  void postResult(std::shared_ptr<HttpExchange> exchange);
+  bool startWaiting(Transfers& transfers);
+  void collectFinished(Transfers& transfers);
+  void finish(Transfers& transfers, Transfers::iterator transfer, CURLcode result);
 
   ModelEndpoint _endpoint;
 
   // Main thread.
   bool _isClosed = false;
-  int _eventDescriptor = -1;
-  std::unique_ptr<QSocketNotifier> _notifier;
+  std::unique_ptr<MainThreadMailbox> _mailbox;
   Exchanges _underway;
   std::thread _thread;
-  CURLM* _multi = nullptr;  // used by the worker thread; woken up from the main thread
+  std::unique_ptr<CURLM, MultiDeleter> _multi;  // used by the worker thread; woken up from the main thread
 
-  std::mutex _mutex;  // guards the three below
+  std::mutex _mutex;  // guards the two below
   bool _isStopping = false;
   Exchanges _waiting;
-  Exchanges _finished;
 };
 
 }  // namespace pellora

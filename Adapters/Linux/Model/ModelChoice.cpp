@@ -1,6 +1,7 @@
 #include "Adapters/Linux/Model/ModelChoice.h"
 
 #include <algorithm>
+#include <array>
 
 #include "PelloraMessagesCore/Text/Text.h"
 
@@ -8,12 +9,20 @@ namespace pellora {
 
 namespace {
 
-using ChatCompletionsProtocol::ListedModel;
+// Parts of the names of models that turn text into numbers or order texts: they are in the same lists and answer no
+// question.
+constexpr std::array<std::string_view, 12> kOtherUses = {
+    "embed", "rerank", "bge-", "bge_", "minilm", "gte-", "e5-", "mpnet", "paraphrase", "colbert", "splade", "whisper"};
 
-// Models that turn text into numbers stand in the same lists and answer no question.
-bool canAnswer(const ListedModel& model) {
+bool completesText(const ListedModel& model) {
+  if (model.completesText) return *model.completesText;
   const std::string name = text::lowercased(model.id);
-  return name.find("embed") == std::string::npos && name.find("rerank") == std::string::npos;
+  return std::none_of(kOtherUses.begin(), kOtherUses.end(),
+                      [&](std::string_view use) { return name.find(use) != std::string::npos; });
+}
+
+bool runsElsewhere(const ListedModel& model) {
+  return model.isRemote || ModelChoice::isForwarded(model.id);
 }
 
 }  // namespace
@@ -27,24 +36,28 @@ bool ModelChoice::isForwarded(std::string_view id) {
   return name.ends_with("-cloud") || name.ends_with(":cloud");
 }
 
-ModelChoice ModelChoice::among(const std::vector<ListedModel>& listed, const std::string& wanted) {
+ModelChoice ModelChoice::among(const std::vector<ListedModel>& listed, const std::string& wanted,
+                               const std::string& inUse) {
   if (listed.empty()) return {{}, "lists no model"};
+  const auto named = [&](const std::string& id) {
+    return std::find_if(listed.begin(), listed.end(), [&](const ListedModel& model) { return model.id == id; });
+  };
   if (!wanted.empty()) {
-    const auto named = [&](const std::string& id) {
-      return std::find_if(listed.begin(), listed.end(), [&](const ListedModel& model) { return model.id == id; });
-    };
     auto found = named(wanted);
     if (found == listed.end()) found = named(wanted + ":latest");
     if (found == listed.end()) return {{}, "does not list the model " + wanted};
-    if (isForwarded(found->id)) return {{}, forwardedTrouble(found->id)};
+    if (runsElsewhere(*found)) return {{}, forwardedTrouble(found->id)};
     return {*found, {}};
   }
-  const auto isHere = [](const ListedModel& model) { return !isForwarded(model.id); };
-  const auto fits = [&](const ListedModel& model) { return isHere(model) && canAnswer(model); };
-  auto found = std::find_if(listed.begin(), listed.end(), fits);
-  if (found == listed.end()) found = std::find_if(listed.begin(), listed.end(), isHere);
-  if (found == listed.end()) return {{}, forwardedTrouble(listed.front().id)};
-  return {*found, {}};
+  const auto fits = [](const ListedModel& model) { return !runsElsewhere(model) && completesText(model); };
+  if (const auto used = named(inUse); used != listed.end() && fits(*used)) return {*used, {}};
+  auto found = std::find_if(listed.begin(), listed.end(),
+                            [&](const ListedModel& model) { return model.isLoaded && fits(model); });
+  if (found == listed.end()) found = std::find_if(listed.begin(), listed.end(), fits);
+  if (found != listed.end()) return {*found, {}};
+  const auto elsewhere = std::find_if(listed.begin(), listed.end(), runsElsewhere);
+  if (elsewhere != listed.end()) return {{}, forwardedTrouble(elsewhere->id)};
+  return {{}, "lists only models that are made for embedding or ranking"};
 }
 
 }  // namespace pellora

@@ -4,10 +4,11 @@
 #include <sys/un.h>
 
 #include <charconv>
-#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <optional>
 
+#include "Adapters/Linux/Files/RuntimeFolder.h"
 #include "Adapters/Linux/Files/XdgFolders.h"
 
 namespace pellora {
@@ -109,11 +110,16 @@ ModelEndpoint ModelEndpoint::parse(std::string_view text) {
   return refused("The model's address is not understood: " + std::string(kForms));
 }
 
-ModelEndpoint ModelEndpoint::fromEnvironment() {
-  if (const char* url = std::getenv("PELLORA_MODEL_URL"); url != nullptr && *url != '\0') return parse(url);
+ModelEndpoint ModelEndpoint::defaultSocket() {
   const auto folder = XdgFolders::runtime();
-  if (!folder) return refused("No model is set up: neither PELLORA_MODEL_URL nor XDG_RUNTIME_DIR is set.");
-  return onSocket((*folder / kDefaultSocket).string());
+  if (!folder)
+    return refused("No model is set up: say which with \"pellora-companion model use URL\", or set PELLORA_MODEL_URL.");
+  const std::filesystem::path socket = *folder / kDefaultSocket;
+  std::error_code ignored;
+  for (const std::filesystem::path& holder : {*folder, socket.parent_path()})
+    if (std::filesystem::exists(holder, ignored) && !RuntimeFolder::isOwn(holder))
+      return refused("The folder " + holder.string() + " belongs to somebody else, so no model is looked for in it.");
+  return onSocket(socket.string());
 }
 
 }  // namespace pellora

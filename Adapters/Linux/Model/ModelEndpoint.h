@@ -15,6 +15,7 @@ struct ModelEndpoint {
   std::string socketPath;  // absolute path of a Unix socket; empty for a port
   std::string pinnedHost;  // for libcurl: which addresses the host's name stands for; empty when it is an address
   std::string where;       // for people: the socket's path or the address with its port; empty when there is none
+  std::string key;         // for "Authorization: Bearer"; empty: none
   std::string refusal;     // why it is not used, one sentence; empty when it is
 
   bool isUsable() const { return refusal.empty(); }
@@ -23,9 +24,9 @@ struct ModelEndpoint {
   // any address of 127.0.0.0/8; without a port: 80) or `unix:/path`.
   static ModelEndpoint parse(std::string_view text);
 
-  // PELLORA_MODEL_URL; unset or empty: app.pellora.messages/model.sock in the user's runtime folder, whether or not
-  // something listens there now.
-  static ModelEndpoint fromEnvironment();
+  // app.pellora.messages/model.sock in the user's runtime folder, whether or not something listens there now. Refused
+  // in a folder that belongs to somebody else.
+  static ModelEndpoint defaultSocket();
 };
 
 }  // namespace pellora

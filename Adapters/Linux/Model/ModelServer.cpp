@@ -2,40 +2,63 @@
 
 #include <filesystem>
 
-#include "Adapters/Linux/Model/ModelChoice.h"
 #include "Adapters/Linux/Model/OllamaProtocol.h"
 #include "Adapters/Linux/Model/ServerError.h"
 
 namespace pellora {
 
-using ChatCompletionsProtocol::Extras;
-using ChatCompletionsProtocol::ListedModel;
-
 namespace {
 
-constexpr int kLoading = 503;
+constexpr int kBadRequest = 400;
 constexpr int kNotFound = 404;
+constexpr int kUnprocessable = 422;
+constexpr int kLoading = 503;
 constexpr const char* kNotAModelServer = "does not answer as a model server does";
 
 bool isAnsweredWith(const HttpAnswer& answer, int status) {
   return answer.outcome == HttpAnswer::Outcome::answered && answer.status == status;
 }
 
-bool rejectsFields(const HttpAnswer& answer) {
-  if (answer.outcome != HttpAnswer::Outcome::answered || (answer.status != 400 && answer.status != 422)) return false;
-  return !ServerError::isContextOverflow(answer.body);
+const char* nameOf(bool isOllama, bool isLmStudio) {
+  return isOllama ? "Ollama" : isLmStudio ? "LM Studio" : "OpenAI-compatible";
 }
 
 }  // namespace
 
-Task<HttpAnswer> ModelServer::get(std::shared_ptr<ModelServer> self, std::string path) {
+struct ModelServer::Decoded {
+  LanguageModel::Answer answer;
+  std::exception_ptr error;
+  bool refusesFields = false;  // perhaps because of fields that the server has not heard of
+
+  template <class Decode>
+  static std::function<void(HttpAnswer&)> digest(std::shared_ptr<Decoded> result, ModelQuestion question,
+                                                 Decode decode) {
+    return [result, question = std::move(question), decode](HttpAnswer& answer) {
+      if (answer.outcome != HttpAnswer::Outcome::answered) return;
+      *result = Decoded();
+      try {
+        if (answer.status != 200) throw ServerError::toQuestion(answer.status, answer.body, question);
+        result->answer = decode(answer.body, question);
+      } catch (...) {
+        result->error = std::current_exception();
+      }
+      result->refusesFields = (answer.status == kBadRequest || answer.status == kUnprocessable) &&
+                              !ServerError::isContextOverflow(answer.body);
+      answer.body.clear();
+    };
+  }
+};
+
+Task<HttpAnswer> ModelServer::get(std::shared_ptr<ModelServer> self, std::string path,
+                                  std::function<void(HttpAnswer&)> digest) {
   HttpRequest request;
   request.path = std::move(path);
   request.timeout = kProbeTimeout;
+  request.digest = std::move(digest);
   return self->_worker.send(std::move(request));
 }
 
-// Why there is no list of models, as a clause about the server; empty when there is one.
+// Why there is no answer, as a clause about the server; empty when there is one.
 std::string ModelServer::trouble(const HttpAnswer& answer) const {
   const ModelEndpoint& endpoint = _worker.endpoint();
   std::error_code ignored;
@@ -48,11 +71,15 @@ std::string ModelServer::trouble(const HttpAnswer& answer) const {
       if (!endpoint.socketPath.empty() && !std::filesystem::exists(endpoint.socketPath, ignored))
         return "is not running: there is no socket at " + endpoint.socketPath;
       return "does not listen at " + endpoint.where;
+    case HttpAnswer::Outcome::foreignOwner:
+      return "at " + endpoint.where + " belongs to another user of this machine, so it is not used";
     case HttpAnswer::Outcome::timedOut:
       return "did not answer within " + std::to_string(kProbeTimeout.count()) + " seconds";
     case HttpAnswer::Outcome::tooLarge:
     case HttpAnswer::Outcome::brokenOff:
       return kNotAModelServer;
+    case HttpAnswer::Outcome::noResources:
+      return "could not be asked: this program can open no more files";
     case HttpAnswer::Outcome::cancelled:
       return "was not asked: the question was cancelled";
   }
@@ -67,18 +94,17 @@ Task<ModelReport> ModelServer::probe(std::shared_ptr<ModelServer> self) {
     report.reason = self->_worker.endpoint().refusal;
     co_return report;
   }
-
-  const HttpAnswer answer = co_await get(self, ChatCompletionsProtocol::kModelsPath);
+  const auto listed = std::make_shared<std::optional<std::vector<ListedModel>>>();
+  const HttpAnswer answer = co_await get(self, ChatCompletionsProtocol::kModelsPath, [listed](HttpAnswer& received) {
+    if (received.isOk()) *listed = ChatCompletionsProtocol::decodeModels(received.body);
+  });
   report.trouble = self->trouble(answer);
+  if (report.trouble.empty() && !*listed) report.trouble = kNotAModelServer;
   if (report.trouble.empty()) {
-    const auto listed = ChatCompletionsProtocol::decodeModels(answer.body);
-    const ModelChoice choice = ModelChoice::among(listed.value_or(std::vector<ListedModel>()), self->_wantedModel);
-    report.trouble = listed ? choice.trouble : kNotAModelServer;
-    report.model = choice.model.id;
-    if (report.trouble.empty() && (!self->_known || self->_known->model.id != report.model)) {
-      std::string refusal = co_await recognise(self, choice.model);
-      report.trouble = std::move(refusal);
-    }
+    for (const ListedModel& model : **listed) report.models.push_back(model.id);
+    const Models models = std::make_shared<std::vector<ListedModel>>(std::move(**listed));
+    std::string refusal = co_await recognize(self, models, &report);
+    report.trouble = std::move(refusal);
   }
   if (!report.trouble.empty()) {
     report.reason = "The model server " + report.trouble + ".";
@@ -87,41 +113,70 @@ Task<ModelReport> ModelServer::probe(std::shared_ptr<ModelServer> self) {
   }
   self->trust();
   report.isAvailable = true;
-  report.server = self->_known->dialect == Dialect::ollama ? "Ollama" : "OpenAI-compatible";
+  report.server = nameOf(self->_known->kind == Kind::ollama, self->_known->kind == Kind::lmStudio);
   co_return report;
 }
 
-// Finds out which dialect the server speaks, and whether the model runs on this machine.
-Task<std::string> ModelServer::recognise(std::shared_ptr<ModelServer> self, ListedModel model) {
-  std::string refusal;
+// Finds out whether one of the models is to be asked, and how. Gives the reason why not; empty: `_known` is set.
+Task<std::string> ModelServer::recognize(std::shared_ptr<ModelServer> self, Models models, ModelReport* report) {
+  const ModelChoice first = ModelChoice::among(*models, self->_wantedModel, self->_modelInUse);
+  report->model = first.model.id;
+  if (self->_known && self->_known->model.id == first.model.id) co_return std::string();
+  if (models->empty() || (first.model.id.empty() && !self->_wantedModel.empty())) co_return first.trouble;
   Known known;
-  known.model = std::move(model);
-  const HttpAnswer version = co_await get(self, OllamaProtocol::kVersionPath);
-  if (version.isOk() && OllamaProtocol::isVersion(version.body)) {
-    const HttpAnswer tags = co_await get(self, OllamaProtocol::kTagsPath);
-    // Such a server forwards to other machines when it is told to; without its list nobody knows whether it does.
-    if (!tags.isOk() && !isAnsweredWith(tags, kNotFound)) {
-      refusal = "did not tell where the model " + known.model.id + " runs, so it is not used";
-      co_return refusal;
-    }
-    const auto tag = OllamaProtocol::fromTags(tags.isOk() ? tags.body : std::string(), known.model.id);
-    if (tag) {
-      HttpRequest request;
-      request.path = OllamaProtocol::kShowPath;
-      request.body = OllamaProtocol::showBody(known.model.id);
-      request.timeout = kProbeTimeout;
-      const HttpAnswer shown = co_await self->_worker.send(std::move(request));
-      const auto facts = OllamaProtocol::fromShow(shown.isOk() ? shown.body : std::string());
-      if (tag->isRemote || (facts && facts->isRemote)) {
-        refusal = ModelChoice::forwardedTrouble(known.model.id);
-        co_return refusal;
-      }
-      known.dialect = Dialect::ollama;
-      if (facts) known.model.contextTokens = facts->contextTokens;
-    }
+  std::string refusal = co_await identify(self, models, &known);
+  if (refusal.empty()) {
+    const ModelChoice choice = ModelChoice::among(*models, self->_wantedModel, self->_modelInUse);
+    report->model = choice.model.id;
+    refusal = choice.trouble;
+    known.model = choice.model;
   }
-  self->_known = std::move(known);
+  if (refusal.empty() && known.kind == Kind::ollama) {
+    HttpRequest request;
+    request.path = OllamaProtocol::kShowPath;
+    request.body = OllamaProtocol::showBody(known.model.id);
+    request.timeout = kProbeTimeout;
+    const auto model = std::make_shared<ListedModel>(known.model);
+    request.digest = [model](HttpAnswer& received) {
+      if (received.isOk()) OllamaProtocol::addFacts(received.body, *model);
+    };
+    co_await self->_worker.send(std::move(request));
+    known.model = *model;
+    if (model->isRemote) refusal = ModelChoice::forwardedTrouble(model->id);
+  }
+  if (refusal.empty()) {
+    self->_modelInUse = known.model.id;
+    self->_known = std::move(known);
+  }
   co_return refusal;
+}
+
+// Which make the server is of, by more than one of its pages, and what it tells about its models.
+Task<std::string> ModelServer::identify(std::shared_ptr<ModelServer> self, Models models, Known* known) {
+  const auto holds = std::make_shared<bool>(false);
+  co_await get(self, OllamaProtocol::kVersionPath,
+               [holds](HttpAnswer& received) { *holds = received.isOk() && OllamaProtocol::isVersion(received.body); });
+  if (!*holds) {
+    co_await get(self, ChatCompletionsProtocol::kDetailedModelsPath, [holds, models](HttpAnswer& received) {
+      *holds = received.isOk() && ChatCompletionsProtocol::addDetails(received.body, *models);
+    });
+    if (*holds) known->kind = Kind::lmStudio;
+    co_return std::string();
+  }
+  *holds = false;
+  const HttpAnswer tags = co_await get(self, OllamaProtocol::kTagsPath, [holds, models](HttpAnswer& received) {
+    *holds = received.isOk() && OllamaProtocol::addTags(received.body, *models);
+  });
+  // Such a server forwards to other machines when it is told to; without its list nobody knows whether it does.
+  if (!tags.isOk() && !isAnsweredWith(tags, kNotFound))
+    co_return "did not tell where its models run, so it is not used";
+  if (!*holds) co_return std::string();
+  co_await get(self, OllamaProtocol::kRunningPath, [models](HttpAnswer& received) {
+    if (received.isOk()) OllamaProtocol::addRunning(received.body, *models);
+  });
+  const HttpAnswer imitator = co_await get(self, OllamaProtocol::kImitatorsPath);
+  if (!imitator.isOk()) known->kind = Kind::ollama;
+  co_return std::string();
 }
 
 Task<bool> ModelServer::isAvailable(std::shared_ptr<ModelServer> self) {
@@ -134,22 +189,22 @@ Task<ModelReport> ModelServer::report(std::shared_ptr<ModelServer> self) {
   self->_known.reset();
   ModelReport report = co_await probe(self);
   if (report.isAvailable && self->_known) {
-    const std::optional<long long> context = co_await findContext(self);
+    const std::optional<std::int64_t> context = co_await findContext(self);
     report.contextTokens = context;
   }
   co_return report;
 }
 
-Task<std::optional<long long>> ModelServer::findContext(std::shared_ptr<ModelServer> self) {
+Task<std::optional<std::int64_t>> ModelServer::findContext(std::shared_ptr<ModelServer> self) {
   const Known known = *self->_known;
-  if (known.model.contextTokens || known.dialect == Dialect::ollama) co_return known.model.contextTokens;
-  const HttpAnswer properties = co_await get(self, ChatCompletionsProtocol::kPropertiesPath);
-  std::optional<long long> context;
-  if (properties.isOk()) context = ChatCompletionsProtocol::contextFromProperties(properties.body);
-  if (context) co_return context;
-  const HttpAnswer models = co_await get(self, ChatCompletionsProtocol::kDetailedModelsPath);
-  if (models.isOk()) context = ChatCompletionsProtocol::contextFromDetailedModels(models.body, known.model.id);
-  co_return context ? context : known.model.trainedTokens;
+  if (known.model.contextTokens) co_return known.model.contextTokens;
+  if (known.kind == Kind::ollama) co_return OllamaProtocol::usualContext(known.model.trainedTokens);
+  if (known.kind == Kind::lmStudio) co_return std::optional<std::int64_t>();
+  const auto context = std::make_shared<std::optional<std::int64_t>>();
+  co_await get(self, ChatCompletionsProtocol::kPropertiesPath, [context](HttpAnswer& received) {
+    if (received.isOk()) *context = ChatCompletionsProtocol::contextFromProperties(received.body);
+  });
+  co_return std::optional<std::int64_t>(*context);
 }
 
 Task<LanguageModel::Answer> ModelServer::ask(std::shared_ptr<ModelServer> self, ModelQuestion question) {
@@ -159,59 +214,64 @@ Task<LanguageModel::Answer> ModelServer::ask(std::shared_ptr<ModelServer> self, 
   }
   question.model = self->_known->model.id;
   LanguageModel::Answer answer;
-  switch (self->_known->dialect) {
-    case Dialect::chatCompletions:
-      answer = co_await askChatCompletions(self, std::move(question));
-      break;
-    case Dialect::ollama:
-      answer = co_await askOllama(self, std::move(question));
-      break;
-  }
+  if (self->_known->kind == Kind::ollama)
+    answer = co_await askOllama(self, std::move(question));
+  else
+    answer = co_await askChatCompletions(self, std::move(question));
   co_return answer;
 }
 
 Task<LanguageModel::Answer> ModelServer::askOllama(std::shared_ptr<ModelServer> self, ModelQuestion question) {
+  const auto decoded = std::make_shared<Decoded>();
   HttpRequest request;
   request.path = OllamaProtocol::kChatPath;
   request.timeout = kAnswerTimeout;
-  const long long context = OllamaProtocol::contextFor(question, self->_known->model.contextTokens);
+  const std::int64_t context = OllamaProtocol::contextFor(question, self->_known->model.trainedTokens);
   request.body = OllamaProtocol::requestBody(question, context);
+  request.digest = Decoded::digest(decoded, std::move(question), &OllamaProtocol::decodeAnswer);
   const HttpAnswer answer = co_await self->_worker.send(std::move(request));
-  self->requireAnswer(answer, question);
-  co_return OllamaProtocol::decodeAnswer(answer.body, question);
+  LanguageModel::Answer result = self->requireAnswer(answer, *decoded);
+  co_return result;
 }
 
 Task<LanguageModel::Answer> ModelServer::askChatCompletions(std::shared_ptr<ModelServer> self, ModelQuestion question) {
+  const auto decoded = std::make_shared<Decoded>();
   HttpRequest request;
   request.path = ChatCompletionsProtocol::kChatPath;
   request.timeout = kAnswerTimeout;
+  request.digest = Decoded::digest(decoded, question, &ChatCompletionsProtocol::decodeAnswer);
   Extras extras = self->_known->extras;
   const bool mayNegotiate = !self->_known->areExtrasSettled;
   request.body = ChatCompletionsProtocol::requestBody(question, extras);
   HttpAnswer answer = co_await self->_worker.send(request);
-  while (mayNegotiate && extras != Extras::none && rejectsFields(answer)) {
+  while (mayNegotiate && extras != Extras::none && decoded->refusesFields &&
+         answer.outcome == HttpAnswer::Outcome::answered) {
     extras = extras == Extras::both ? Extras::templateOnly : Extras::none;
     request.body = ChatCompletionsProtocol::requestBody(question, extras);
     answer = co_await self->_worker.send(request);
   }
-  if (self->_known) {
-    if (answer.isOk()) self->_known->extras = extras;
-    // Refused with nothing left to leave out: the fields were not the reason.
-    self->_known->areExtrasSettled = answer.isOk() || rejectsFields(answer);
+  if (self->_known && answer.isOk()) {
+    self->_known->extras = extras;
+    self->_known->areExtrasSettled = true;
+  } else if (self->_known && decoded->refusesFields) {
+    // Nothing was left to leave out, so the question was the reason; or the server is another one than before.
+    self->_known->extras = Extras::both;
+    self->_known->areExtrasSettled = false;
   }
-  self->requireAnswer(answer, question);
-  co_return ChatCompletionsProtocol::decodeAnswer(answer.body, question);
+  LanguageModel::Answer result = self->requireAnswer(answer, *decoded);
+  co_return result;
 }
 
-// Throws unless there is a body to decode; forgets the server when it went away or became another one.
-void ModelServer::requireAnswer(const HttpAnswer& answer, const ModelQuestion& question) {
+// Throws unless the question was answered; forgets the server when it went away or became another one.
+LanguageModel::Answer ModelServer::requireAnswer(const HttpAnswer& answer, Decoded& decoded) {
   using Reason = LanguageModelError::Reason;
-  if (answer.isOk()) return trust();
-  const bool answered = answer.outcome == HttpAnswer::Outcome::answered;
-  if (!answered || answer.status == kLoading || answer.status == kNotFound) _known.reset();
+  const bool isAnswered = answer.outcome == HttpAnswer::Outcome::answered;
+  if (answer.isOk()) trust();
+  if (!isAnswered || answer.status == kLoading || answer.status == kNotFound) _known.reset();
   switch (answer.outcome) {
     case HttpAnswer::Outcome::answered:
-      throw ServerError::toQuestion(answer.status, answer.body, question);
+      if (decoded.error) std::rethrow_exception(decoded.error);
+      return std::move(decoded.answer);
     case HttpAnswer::Outcome::timedOut:
       throw LanguageModelError(Reason::timeOut,
                                "gave no answer within " + std::to_string(kAnswerTimeout.count()) + " seconds");
@@ -220,9 +280,12 @@ void ModelServer::requireAnswer(const HttpAnswer& answer, const ModelQuestion& q
     case HttpAnswer::Outcome::brokenOff:
       throw LanguageModelError(Reason::server, "closed the connection before the answer was whole");
     case HttpAnswer::Outcome::noServer:
+    case HttpAnswer::Outcome::foreignOwner:
+    case HttpAnswer::Outcome::noResources:
     case HttpAnswer::Outcome::cancelled:
-      throw LanguageModelError(Reason::server, trouble(answer));
+      break;
   }
+  throw LanguageModelError(Reason::server, trouble(answer));
 }
 
 }  // namespace pellora

@@ -3,7 +3,7 @@
 // request end, and all later ones.
 //
 // A positive answer about availability, and every answered question, is trusted for kTrust; a server that goes away
-// is asked anew. Main thread only.
+// is asked again. Main thread only; what the server sends is read in the worker thread.
 // Tested by Tests/Adapters/ModelAdapterTests.cpp.
 #pragma once
 
@@ -14,11 +14,20 @@
 
 #include "Adapters/Linux/Model/ChatCompletionsProtocol.h"
 #include "Adapters/Linux/Model/HttpWorker.h"
-#include "Adapters/Linux/Model/ModelQuestion.h"
-#include "Adapters/Linux/Model/ModelReport.h"
-#include "PelloraMessagesCore/Ports/LanguageModel.h"
 
 namespace pellora {
+
+// What there is to say about the language model of this device, for the people who set it up.
+struct ModelReport {
+  bool isAvailable = false;
+  std::string model;                          // the one that is asked; empty when none is chosen
+  std::string where;                          // the socket or address; empty when there is none
+  std::string server;                         // "Ollama", "LM Studio", "OpenAI-compatible"; empty when not available
+  std::optional<std::int64_t> contextTokens;  // in use; absent when the server does not tell
+  std::string reason;                         // why it is not available, one sentence; empty when it is
+  std::string trouble;                        // the same as a clause: "is still loading its model"
+  std::vector<std::string> models;            // all that the server lists
+};
 
 class ModelServer {
  public:
@@ -26,7 +35,7 @@ class ModelServer {
   static constexpr std::chrono::seconds kProbeTimeout{2};
   static constexpr std::chrono::seconds kAnswerTimeout{300};  // a first question may load the model
 
-  // An empty `wantedModel` means the first that the server lists.
+  // An empty `wantedModel` means whichever fits.
   ModelServer(ModelEndpoint endpoint, std::string wantedModel)
       : _worker(std::move(endpoint)), _wantedModel(std::move(wantedModel)) {}
 
@@ -35,38 +44,45 @@ class ModelServer {
   // `question.model` is filled in. Throws LanguageModelError.
   static Task<LanguageModel::Answer> ask(std::shared_ptr<ModelServer> self, ModelQuestion question);
 
-  // Looks now, whatever is known already.
+  // Looks now, whatever is known already. Sends no question.
   static Task<ModelReport> report(std::shared_ptr<ModelServer> self);
 
   void close() { _worker.close(); }
 
  private:
   using Clock = std::chrono::steady_clock;
+  using Extras = ChatCompletionsProtocol::Extras;
+  using Models = std::shared_ptr<std::vector<ListedModel>>;
 
-  enum class Dialect { chatCompletions, ollama };
+  enum class Kind { ollama, lmStudio, other };
 
   struct Known {
-    Dialect dialect = Dialect::chatCompletions;
-    ChatCompletionsProtocol::ListedModel model;
-    ChatCompletionsProtocol::Extras extras = ChatCompletionsProtocol::Extras::both;
-    bool areExtrasSettled = false;  // a request told which of them the server takes
+    Kind kind = Kind::other;
+    ListedModel model;
+    Extras extras = Extras::both;
+    bool areExtrasSettled = false;  // an answered question told which of them the server takes
   };
 
+  // A question's answer as the worker thread has read it.
+  struct Decoded;
+
   static Task<ModelReport> probe(std::shared_ptr<ModelServer> self);
-  // Why the model is not to be used; empty when it may be, and `_known` is set.
-  static Task<std::string> recognise(std::shared_ptr<ModelServer> self, ChatCompletionsProtocol::ListedModel model);
-  static Task<std::optional<long long>> findContext(std::shared_ptr<ModelServer> self);
+  static Task<std::string> recognize(std::shared_ptr<ModelServer> self, Models models, ModelReport* report);
+  static Task<std::string> identify(std::shared_ptr<ModelServer> self, Models models, Known* known);
+  static Task<std::optional<std::int64_t>> findContext(std::shared_ptr<ModelServer> self);
   static Task<LanguageModel::Answer> askOllama(std::shared_ptr<ModelServer> self, ModelQuestion question);
   static Task<LanguageModel::Answer> askChatCompletions(std::shared_ptr<ModelServer> self, ModelQuestion question);
-  static Task<HttpAnswer> get(std::shared_ptr<ModelServer> self, std::string path);
+  static Task<HttpAnswer> get(std::shared_ptr<ModelServer> self, std::string path,
+                              std::function<void(HttpAnswer&)> digest = nullptr);
 
   bool isTrusted() const { return _known && Clock::now() < _trustedUntil; }
   void trust() { _trustedUntil = Clock::now() + kTrust; }
   std::string trouble(const HttpAnswer& answer) const;
-  void requireAnswer(const HttpAnswer& answer, const ModelQuestion& question);
+  LanguageModel::Answer requireAnswer(const HttpAnswer& answer, Decoded& decoded);
 
   HttpWorker _worker;
   std::string _wantedModel;
+  std::string _modelInUse;  // the last one that was chosen, also while the server is away
   std::optional<Known> _known;
   Clock::time_point _trustedUntil;
 };

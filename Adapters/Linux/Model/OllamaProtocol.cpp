@@ -2,104 +2,124 @@
 
 #include <algorithm>
 
-#include "Adapters/Linux/Model/AnswerText.h"
-#include "Adapters/Linux/Model/JsonReading.h"
 #include "Adapters/Linux/Model/ServerError.h"
 
 namespace pellora::OllamaProtocol {
 
 namespace {
 
-using JsonReading::member;
-using JsonReading::positive;
-using JsonReading::textOf;
-using nlohmann::json;
-using nlohmann::ordered_json;
+constexpr std::int64_t kUsualContextTokens = 8192;
+constexpr std::int64_t kTemplateTokens = 256;  // what a chat template adds around the messages
 
-constexpr long long kUsualContextTokens = 8192;
-constexpr long long kTemplateTokens = 256;  // what a chat template adds around the messages
+bool isRemote(const JsonValue& model) {
+  return !model["remote_host"].text().empty() || !model["remote_model"].text().empty();
+}
 
-bool isRemote(const json& model) {
-  return !textOf(member(model, "remote_host")).empty() || !textOf(member(model, "remote_model")).empty();
+std::optional<std::int64_t> positive(const JsonValue& value) {
+  const std::optional<std::int64_t> number = value.integer();
+  return number && *number > 0 ? number : std::nullopt;
+}
+
+ListedModel* named(std::vector<ListedModel>& models, const JsonValue& item) {
+  const auto found = std::find_if(models.begin(), models.end(), [&](const ListedModel& model) {
+    return model.id == item["name"].text() || model.id == item["model"].text();
+  });
+  return found == models.end() ? nullptr : &*found;
+}
+
+void addCapabilities(const JsonValue& item, ListedModel& model) {
+  const JsonValue::Array& capabilities = item["capabilities"].elements();
+  if (capabilities.empty()) return;
+  model.completesText = std::any_of(capabilities.begin(), capabilities.end(),
+                                    [](const JsonValue& capability) { return capability.text() == "completion"; });
 }
 
 // An upper bound for common vocabularies: three letters of plain text a token, two bytes of anything else.
-long long estimatedTokens(std::string_view text) {
+std::int64_t estimatedTokens(std::string_view text) {
   const auto other = std::count_if(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
-  const auto plain = static_cast<long long>(text.size()) - other;
+  const auto plain = static_cast<std::int64_t>(text.size()) - other;
   return plain / 3 + other / 2 + 1;
 }
 
 }  // namespace
 
 bool isVersion(std::string_view body) {
-  const json answer = json::parse(body, nullptr, false);
-  return !textOf(member(answer, "version")).empty();
+  return !JsonValue::parse(body).value_or(JsonValue())["version"].text().empty();
 }
 
-std::optional<KnownModel> fromTags(std::string_view body, const std::string& model) {
-  const json answer = json::parse(body, nullptr, false);
-  const json& models = member(answer, "models");
-  if (!models.is_array()) return std::nullopt;
-  for (const json& item : models) {
-    if (textOf(member(item, "name")) != model && textOf(member(item, "model")) != model) continue;
-    return KnownModel{isRemote(item), std::nullopt};
+bool addTags(std::string_view body, std::vector<ListedModel>& models) {
+  const JsonValue answer = JsonValue::parse(body).value_or(JsonValue());
+  bool isListed = false;
+  for (const JsonValue& item : answer["models"].elements()) {
+    ListedModel* const model = named(models, item);
+    if (model == nullptr) continue;
+    isListed = true;
+    model->isRemote = isRemote(item);
+    addCapabilities(item, *model);
   }
-  return std::nullopt;
+  return isListed;
+}
+
+void addRunning(std::string_view body, std::vector<ListedModel>& models) {
+  const JsonValue answer = JsonValue::parse(body).value_or(JsonValue());
+  for (const JsonValue& item : answer["models"].elements()) {
+    ListedModel* const model = named(models, item);
+    if (model == nullptr) continue;
+    model->isLoaded = true;
+    model->contextTokens = positive(item["context_length"]);
+  }
 }
 
 std::string showBody(const std::string& model) {
-  return json{{"model", model}}.dump(-1, ' ', false, json::error_handler_t::replace);
+  return JsonValue::object({{"model", model}}).dump();
 }
 
-std::optional<KnownModel> fromShow(std::string_view body) {
-  const json answer = json::parse(body, nullptr, false);
-  if (!answer.is_object()) return std::nullopt;
-  KnownModel known{isRemote(answer), std::nullopt};
-  const json& facts = member(answer, "model_info");
-  if (!facts.is_object()) return known;
-  for (const auto& [key, value] : facts.items()) {
+void addFacts(std::string_view body, ListedModel& model) {
+  const JsonValue answer = JsonValue::parse(body).value_or(JsonValue());
+  model.isRemote = model.isRemote || isRemote(answer);
+  addCapabilities(answer, model);
+  for (const auto& [key, value] : answer["model_info"].members()) {
     if (!key.ends_with(".context_length")) continue;
-    if (const auto tokens = positive(value)) known.contextTokens = tokens;
+    if (const auto tokens = positive(value)) model.trainedTokens = tokens;
   }
-  return known;
 }
 
-long long contextFor(const ModelQuestion& question, std::optional<long long> modelLimit) {
-  const long long needed = estimatedTokens(question.systemMessage()) + estimatedTokens(question.prompt) +
-                           kTemplateTokens + kMaximumAnswerTokens;
-  const long long most = modelLimit.value_or(kUsualContextTokens);
-  long long context = kUsualContextTokens;
+std::int64_t usualContext(std::optional<std::int64_t> trained) {
+  return std::min(kUsualContextTokens, trained.value_or(kUsualContextTokens));
+}
+
+std::int64_t contextFor(const ModelQuestion& question, std::optional<std::int64_t> trained) {
+  const std::int64_t needed = estimatedTokens(question.systemMessage()) + estimatedTokens(question.prompt) +
+                              kTemplateTokens + kMaximumAnswerTokens;
+  const std::int64_t most = trained.value_or(kUsualContextTokens);
+  std::int64_t context = kUsualContextTokens;
   while (context < needed && context < most) context *= 2;
   return std::min(context, most);
 }
 
-std::string requestBody(const ModelQuestion& question, long long contextTokens) {
-  ordered_json body;
-  body["model"] = question.model;
-  body["stream"] = false;
-  body["think"] = false;
-  body["truncate"] = false;
-  body["shift"] = false;
-  body["options"]["num_ctx"] = contextTokens;
-  body["options"]["num_predict"] = kMaximumAnswerTokens;
-  body["messages"] = ordered_json::array(
-      {{{"role", "system"}, {"content", question.systemMessage()}}, {{"role", "user"}, {"content", question.prompt}}});
-  if (question.isGuided()) body["format"] = ordered_json::parse(question.schemaText);
-  return body.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+std::string requestBody(const ModelQuestion& question, std::int64_t contextTokens) {
+  JsonValue body = JsonValue::object(
+      {{"model", question.model},
+       {"stream", false},
+       {"think", false},
+       {"truncate", false},
+       {"shift", false},
+       {"options", JsonValue::object({{"num_ctx", contextTokens}, {"num_predict", kMaximumAnswerTokens}})},
+       {"messages", question.messages()}});
+  if (question.isGuided()) body.set("format", JsonValue::parse(question.schemaText).value_or(JsonValue()));
+  return body.dump();
 }
 
 LanguageModel::Answer decodeAnswer(std::string_view body, const ModelQuestion& question) {
-  const json answer = json::parse(body, nullptr, false);
-  if (!answer.is_object()) throw AnswerText::unreadable();
-  if (!member(answer, "error").is_null()) throw ServerError::toQuestion(200, body, question);
+  const JsonValue answer = JsonValue::parse(body).value_or(JsonValue());
+  if (!answer.isObject()) throw ModelAnswer::unreadable();
+  if (!answer["error"].isNull()) throw ServerError::toQuestion(200, body, question);
   if (isRemote(answer))
     throw LanguageModelError(LanguageModelError::Reason::server, "gave an answer of another machine's model");
-  AnswerText::requireEnd(member(answer, "done") == true ? textOf(member(answer, "done_reason")) : std::string());
-  const json& message = member(answer, "message");
-  return {
-      AnswerText::choose(textOf(member(message, "content")), textOf(member(message, "thinking")), question.isGuided()),
-      positive(member(answer, "prompt_eval_count")).value_or(0), positive(member(answer, "eval_count")).value_or(0)};
+  ModelAnswer::requireEnd(answer["done"].boolean().value_or(false) ? answer["done_reason"].text() : std::string());
+  const JsonValue& message = answer["message"];
+  return {ModelAnswer::choose(message["content"].text(), message["thinking"].text(), question.isGuided()),
+          ModelAnswer::tokens(answer["prompt_eval_count"]), ModelAnswer::tokens(answer["eval_count"])};
 }
 
 }  // namespace pellora::OllamaProtocol

@@ -3,17 +3,11 @@
 #include <algorithm>
 #include <array>
 
-#include "Adapters/Linux/Model/JsonReading.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::ServerError {
 
 namespace {
-
-using JsonReading::member;
-using JsonReading::positive;
-using JsonReading::textOf;
-using nlohmann::json;
 
 // As many bytes in a row are taken for a part of the question wherever they occur in it.
 constexpr std::size_t kTellingBytes = 12;
@@ -22,13 +16,14 @@ constexpr std::size_t kTellingBytes = 12;
 constexpr std::array kAboutTheQuestion = {400, 413, 414, 422};
 
 // Errors come as a string, as an object with a message, or as the framework's own form.
-std::string messageIn(std::string_view body) {
-  const json answer = json::parse(body, nullptr, false);
-  const json& error = member(answer, "error");
-  for (const std::string& text : {textOf(error), textOf(member(error, "message")), textOf(member(answer, "message")),
-                                  textOf(member(answer, "detail"))})
-    if (!text.empty()) return text;
+std::string messageIn(const JsonValue& answer) {
+  for (const JsonValue* place : {&answer["error"], &answer["error"]["message"], &answer["message"], &answer["detail"]})
+    if (!place->text().empty()) return place->text();
   return {};
+}
+
+JsonValue parsed(std::string_view body) {
+  return JsonValue::parse(body).value_or(JsonValue());
 }
 
 // On one line, short, and plain ASCII, so that nothing in it can steer a terminal or turn the line around.
@@ -67,30 +62,29 @@ std::string clauseWith(int status, const std::string& message) {
 }  // namespace
 
 std::string clause(int status, std::string_view body) {
-  return clauseWith(status, readable(messageIn(body)));
+  return clauseWith(status, readable(messageIn(parsed(body))));
 }
 
 bool isContextOverflow(std::string_view body) {
-  const json answer = json::parse(body, nullptr, false);
-  const json& error = member(answer, "error");
-  const std::string said = textOf(error) + textOf(member(error, "type")) + textOf(member(error, "code")) +
-                           textOf(member(error, "message")) + textOf(member(answer, "message"));
+  const JsonValue answer = parsed(body);
+  const JsonValue& error = answer["error"];
+  const std::string said =
+      error.text() + error["type"].text() + error["code"].text() + error["message"].text() + answer["message"].text();
   return said.find("context") != std::string::npos || said.find("too long") != std::string::npos;
 }
 
 LanguageModelError toQuestion(int status, std::string_view body, const ModelQuestion& question) {
   using Reason = LanguageModelError::Reason;
   if (status == 200) {
-    const json answer = json::parse(body, nullptr, false);
-    const auto code = positive(member(member(answer, "error"), "code"));
-    status = code && *code >= 400 && *code < 600 ? static_cast<int>(*code) : 400;
+    const std::int64_t code = parsed(body)["error"]["code"].integer().value_or(0);
+    status = code >= 400 && code < 600 ? static_cast<int>(code) : 400;
   }
   const bool isAboutTheQuestion =
       std::find(kAboutTheQuestion.begin(), kAboutTheQuestion.end(), status) != kAboutTheQuestion.end();
   const Reason reason = isAboutTheQuestion ? Reason::question : Reason::server;
   if (isAboutTheQuestion && isContextOverflow(body))
     return {reason, "answered " + std::to_string(status) + " (the question is longer than the model's context)"};
-  std::string message = readable(messageIn(body));
+  std::string message = readable(messageIn(parsed(body)));
   const bool mayHideText = message.find('\\') != std::string::npos || repeats(message, question.prompt) ||
                            repeats(message, question.instructions);
   if (mayHideText) message.clear();

@@ -1,11 +1,9 @@
 // One thread that does what would hold up the event loop, one piece after the other, in the order given. It is
 // started by the first piece, sleeps between pieces without waking up and ends with its owner, after the piece that it
-// is at; pieces that were not begun by then are dropped. It touches nothing of Qt: the main thread hears of finished
-// pieces through a locked list and an event descriptor.
+// is at; pieces that were not begun by then are dropped. The main thread hears of finished pieces through a mailbox.
 // Main thread only, and a QCoreApplication must exist. Tested by Tests/Adapters/SchedulerTests.cpp.
 #pragma once
 
-#include <QSocketNotifier>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -13,7 +11,8 @@
 #include <memory>
 #include <mutex>
 #include <thread>
-#include <vector>
+
+#include "Adapters/Linux/Process/MainThreadMailbox.h"
 
 namespace pellora {
 
@@ -36,19 +35,14 @@ class BackgroundThread {
     std::function<void()> done;
   };
 
-  void listen();
-  void tellFinished();
   void loop();
-  void finishPiece(std::function<void()> done);
 
-  int _eventDescriptor = -1;
-  std::unique_ptr<QSocketNotifier> _notifier;
+  std::unique_ptr<MainThreadMailbox> _mailbox;
   std::thread _thread;
 
   std::mutex _mutex;  // guards what follows
   std::condition_variable _changed;
   std::deque<Piece> _waiting;
-  std::vector<std::function<void()>> _finished;
   bool _isBusy = false;
   bool _isEnding = false;
 };
