@@ -60,14 +60,16 @@ CommandResult PeopleListCommand::run(const CompanionContext& context) const {
   const auto handles = StoreHandles::read(context.store);
   if (json) return {companion_json::text(people, handles), {}};
   if (people.empty()) return {"The people file is empty.\n", {}};
-  TextTable table({{"Name"}, {"Messages"}, {"Numbers"}, {"Addresses"}, {"Identifier", TextTable::Side::left, true}});
-  for (const HelperPerson& person : people)
-    table.add({person.firstName,
-               !handles               ? "?"
-               : handles->has(person) ? "yes"
-                                      : "no",
-               joined(person.phones), joined(person.emails), person.id.toString()});
+  TextTable table({{"Name"}, {"Numbers"}, {"Addresses"}, {"Identifier", TextTable::Side::left, true}});
+  std::vector<std::string> notFound;
+  for (const HelperPerson& person : people) {
+    table.add({person.firstName, joined(person.phones), joined(person.emails), person.id.toString()});
+    if (handles && !handles->has(person)) notFound.push_back(display::printable(personTitle(person, people)));
+  }
   std::string output = table.render(context.style);
+  if (handles)
+    output += std::to_string(people.size() - notFound.size()) + " of " + std::to_string(people.size()) +
+              " in Messages" + (notFound.empty() ? "" : "; not found: " + joined(notFound)) + ".\n";
   for (const SharedHandle& shared : SharedHandle::find(people))
     output += context.style.paint(OutputStyle::Ink::yellow, "Warning: " + shared.sentence()) + "\n";
   return {output, {}};
