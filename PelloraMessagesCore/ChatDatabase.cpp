@@ -113,20 +113,15 @@ class RowTaker {
   std::vector<HistoryMessage> messages;
   std::int64_t lastRowID = 0;       // of all rows
   std::int64_t highestSettled = 0;  // of the messages and the rows of other chats
-  std::int64_t lastDate = 0;        // as stored
-  int rowsAtLastDate = 0;
 
  private:
   void takeRow(Statement& row) {
     lastRowID = row.integer64(0);
-    const std::int64_t date = row.integer64(1);
-    rowsAtLastDate = date == lastDate ? rowsAtLastDate + 1 : 1;
-    lastDate = date;
     const std::int64_t chat = row.integer64(5);
     if (isWanted(chat)) {
       std::optional<std::string> text = body(row);
       if (!text || text->empty()) return;
-      messages.push_back({lastRowID, ChatDatabase::date(date), row.boolean(2), std::move(*text), chat});
+      messages.push_back({lastRowID, ChatDatabase::date(row.integer64(1)), row.boolean(2), std::move(*text), chat});
     }
     highestSettled = std::max(highestSettled, lastRowID);
   }
@@ -154,14 +149,18 @@ std::vector<HistoryMessage> messageRows(sqlite3* db, const std::string& sql, std
   return std::move(rows.messages);
 }
 
-// Every row of a query ordered by date, `limit` at a time. A further portion begins with the date at which the one
-// before ended, behind the rows of that date that were given already; in one snapshot their order stays the same.
+// Every row of a query ordered by date, `limit` at a time. A further portion begins behind the rows that were given
+// already, not at the last one's date: a damaged date need not be a number, and in one snapshot their order stays.
 std::vector<HistoryMessage> allRows(sqlite3* db, const std::string& condition, const ChatSelection* chats,
                                     std::int64_t since, int limit) {
   const std::string sql = messageQuery(condition, "m.date", limit);
   RowTaker rows(chats);
-  if (rows.take(db, sql, since) < limit) return std::move(rows.messages);
-  while (rows.take(db, sql + " OFFSET " + std::to_string(rows.rowsAtLastDate), rows.lastDate) == limit) continue;
+  std::int64_t given = 0;
+  int count = 0;
+  do {
+    count = rows.take(db, given == 0 ? sql : sql + " OFFSET " + std::to_string(given), since);
+    given += count;
+  } while (count == limit);
   return std::move(rows.messages);
 }
 

@@ -346,8 +346,8 @@ int runOnTerminal(const Arguments& arguments, const std::string& typed, std::str
   char buffer[4096];
   for (ssize_t count = 0; (count = ::read(terminal, buffer, sizeof buffer)) > 0;) {
     shown.append(buffer, static_cast<std::size_t>(count));
-    // A question ends with a space, once the terminal is as the program wants it.
-    if (isTyped || !shown.ends_with(' ')) continue;
+    // A question is asked once the terminal is as the program wants it; what is typed before is lost.
+    if (isTyped || !(shown.ends_with(": ") || shown.ends_with("? "))) continue;
     isTyped = ::write(terminal, typed.data(), typed.size()) == static_cast<ssize_t>(typed.size());
   }
   ::close(terminal);
