@@ -74,6 +74,12 @@ class X11Windows {
   xcb_window_t _root;
 };
 
+// Null where the windows are not those of an X server; a platform without any may claim to be one, and has none.
+xcb_connection_t* x11Connection() {
+  auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+  return x11 == nullptr ? nullptr : x11->connection();
+}
+
 }  // namespace
 
 std::string DesktopWindowActivation::launchToken() {
@@ -86,14 +92,13 @@ void DesktopWindowActivation::useToken(const std::string& token) {
   if (token.empty()) return;
   _time = timeOf(token);
   // The window library hands it to the compositor with its next request, and forgets it.
-  if (qGuiApp->nativeInterface<QNativeInterface::QX11Application>() == nullptr)
-    qputenv(kToken, QByteArray::fromStdString(token));
+  if (x11Connection() == nullptr) qputenv(kToken, QByteArray::fromStdString(token));
 }
 
 void DesktopWindowActivation::bringToFront(std::uint64_t window) {
-  auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  if (x11 == nullptr) return;
-  const X11Windows windows(x11->connection());
+  xcb_connection_t* connection = x11Connection();
+  if (connection == nullptr) return;
+  const X11Windows windows(connection);
   const auto shown = static_cast<xcb_window_t>(window);
   // Some window managers do not follow a window to its workspace, so it comes to the user's.
   const auto workspace = windows.number(windows.root(), "_NET_CURRENT_DESKTOP");
