@@ -19,6 +19,10 @@ namespace {
 constexpr std::size_t kLongestPassword = 1024;  // bytes
 constexpr std::size_t kLongestLine = 4096;      // bytes
 constexpr char kInterrupt = '\x03';             // Ctrl+C, where it is not a signal
+constexpr char kEndOfInput = '\x04';            // Ctrl+D
+constexpr char kEraseLine = '\x15';             // Ctrl+U
+constexpr char kErase = '\x7f';
+constexpr char kBackspace = '\b';
 
 }  // namespace
 
@@ -40,13 +44,21 @@ bool readByte(char& byte) {
   return count == 1;
 }
 
-// While it lives, nothing that is typed is shown, and Ctrl+C arrives as a character.
+// The length without the last character, which in UTF-8 ends at its first byte.
+std::size_t withoutLastCharacter(const char* text, std::size_t size) {
+  while (size > 0 && (static_cast<unsigned char>(text[size - 1]) & 0xC0) == 0x80) --size;
+  return size > 0 ? size - 1 : 0;
+}
+
+// While it lives, nothing that is typed is shown, and every key arrives at once as a character, Ctrl+C too.
 class QuietTerminal {
  public:
   QuietTerminal() {
     ::tcgetattr(STDIN_FILENO, &_before);
     termios quiet = _before;
-    quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO | ISIG);
+    quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO | ISIG | ICANON);
+    quiet.c_cc[VMIN] = 1;
+    quiet.c_cc[VTIME] = 0;
     ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
   }
   ~QuietTerminal() { ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &_before); }
@@ -90,10 +102,15 @@ std::optional<SecretBytes> password(const std::string& question) {
     const QuietTerminal quiet;
     show(display::printable(question) + " ");
     char byte = 0;
-    while (size < typed.size() && readByte(byte) && byte != '\n' && byte != '\r') {
+    while (size < typed.size() && readByte(byte) && byte != '\n' && byte != '\r' && byte != kEndOfInput) {
       isInterrupted = byte == kInterrupt;
       if (isInterrupted) break;
-      typed[size++] = byte;
+      if (byte == kErase || byte == kBackspace)
+        size = withoutLastCharacter(typed.data(), size);
+      else if (byte == kEraseLine)
+        size = 0;
+      else
+        typed[size++] = byte;
     }
   }
   show("\n");

@@ -369,7 +369,11 @@ TEST_F(Program, AsksForTheBackupsPasswordWithoutShowingIt) {
   std::string shown;
   EXPECT_EQ(runOnTerminal(add, "wrong\n", shown), 1);
   EXPECT_THAT(shown, AllOf(HasSubstr("Password of the backup:"), HasSubstr("not the password")));
-  EXPECT_EQ(runOnTerminal(add, "geheim 123\n", shown), 0);
+  EXPECT_EQ(runOnTerminal(add,
+                          "falsch\x15geheim 12é\x7f"
+                          "3\n",
+                          shown),
+            0);
   EXPECT_THAT(shown, AllOf(HasSubstr("1 message"), Not(HasSubstr("geheim"))));
   EXPECT_EQ(runOnTerminal(add, "\x03", shown), 128 + SIGINT);
   EXPECT_EQ(run(add), 1) << "without a terminal";

@@ -48,7 +48,7 @@ TEST_P(TwoWritersTest, ReaderSeesWholeVersionsOnly) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, TwoWritersTest,
-                         testing::Values("people", "notes", "analysed", "lately", "heartbeat", "defaults"),
+                         testing::Values("people", "notes", "state", "lately", "heartbeat", "defaults"),
                          [](const auto& info) { return info.param; });
 
 }  // namespace
