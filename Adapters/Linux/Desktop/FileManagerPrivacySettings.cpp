@@ -18,7 +18,7 @@ namespace pellora {
 namespace {
 
 void askPortal(const QDBusConnection& bus, const std::filesystem::path& folder) {
-  const FileDescriptor descriptor(open(folder.c_str(), O_PATH | O_CLOEXEC | O_DIRECTORY));
+  const FileDescriptor descriptor = FileDescriptor::open(folder, O_PATH | O_DIRECTORY);
   if (!descriptor.isOpen()) return;
   QDBusMessage call = QDBusMessage::createMethodCall(
       QStringLiteral("org.freedesktop.portal.Desktop"), QStringLiteral("/org/freedesktop/portal/desktop"),

@@ -89,7 +89,7 @@ void Landlock::keepError(long result) {
 }
 
 void Landlock::allow(const std::filesystem::path& path, Access access) {
-  const FileDescriptor parent(open(path.c_str(), O_PATH | O_CLOEXEC));
+  const FileDescriptor parent = FileDescriptor::open(path, O_PATH);
   struct stat status{};
   if (!parent.isOpen() || fstat(parent.number(), &status) != 0) return;
   landlock_path_beneath_attr rule{};
