@@ -17,7 +17,7 @@ std::string counted(std::int64_t count, const char* one, const char* many) {
   return display::counted(static_cast<std::size_t>(count), one, many);
 }
 
-// "15 minutes", "2 hours": the largest unit of which there is more than one and a half, rounded.
+// "15 minutes", "2 hours": rounded, in the largest unit that the duration exceeds one and a half times.
 std::string duration(std::int64_t seconds) {
   struct Unit {
     std::int64_t seconds;

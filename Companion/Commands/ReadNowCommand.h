@@ -1,4 +1,4 @@
-// What asks for a read: `read-now` for one at once, `reread` for everything again at the next one.
+// The commands that ask for a read: `read-now` starts one at once, `reread` makes the next one read everything again.
 // Tested by Tests/Companion/ProgramTests.cpp.
 #pragma once
 

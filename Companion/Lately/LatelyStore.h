@@ -43,7 +43,7 @@ struct LatelyStore {
   std::size_t unreadable = 0;        // files that hold no valid record
   HelperDayNotes notes;              // empty until `addNotes`
 
-  // Throws CompanionFailure when the records cannot be listed; when there is no folder of them, there are none.
+  // Throws CompanionFailure when the records cannot be listed; without a folder there are none.
   static LatelyStore read(const CompanionContext& context, const ExchangeKey& key);
 
   // Brings in the day notes for output that people read: whoever waits for a reply comes first, the longest wait

@@ -15,7 +15,7 @@ namespace pellora {
 
 namespace {
 
-constexpr std::size_t kShortestNumber = 7;    // digits; a part with fewer is no number of its own
+constexpr std::size_t kShortestNumber = 7;    // digits; a part with fewer is not a number by itself
 constexpr std::size_t kLongestName = 200;     // bytes, of a first name
 constexpr std::size_t kLongestNumber = 200;   // bytes
 constexpr std::size_t kLongestAddress = 320;  // bytes

@@ -1,4 +1,4 @@
-// How a second launch reaches the first one without a session bus: a datagram socket beside the lock file. A
+// Lets a second launch reach the first one without a session bus: a datagram socket beside the lock file. A
 // datagram means "show yourself" and holds the token to do it with, which may be empty. Needs the event loop of the
 // main thread.
 #pragma once
