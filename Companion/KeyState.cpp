@@ -57,6 +57,10 @@ bool isAboutKeyring(const std::string& reason) {
 
 }  // namespace
 
+bool KeyState::lacksKeyring() const {
+  return kind == Kind::unavailable && (reason.empty() || isAboutKeyring(reason));
+}
+
 std::string KeyState::sentence() const {
   switch (kind) {
     case Kind::found:
@@ -67,7 +71,7 @@ std::string KeyState::sentence() const {
       return withRemedy(reason.empty() ? "The keyring with the exchange key is locked" : reason,
                         "unlock it (signing in to the desktop usually does), then try again");
     case Kind::unavailable:
-      if (!reason.empty() && !isAboutKeyring(reason)) return reason;
+      if (!lacksKeyring()) return reason;
       return withRemedy(reason.empty() ? "There is no keyring for the exchange key" : reason,
                         "start a keyring, or keep the key in a file: pellora-companion key use-file");
     case Kind::damaged:

@@ -19,6 +19,9 @@ struct KeyState {
 
   static KeyState find(SecretStore& secrets);
 
+  // Whether there is no keyring to reach, for which the key file would do instead.
+  bool lacksKeyring() const;
+
   // The kind in one word, as scripts get it.
   std::string_view word() const;
 

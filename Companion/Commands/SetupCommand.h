@@ -1,6 +1,6 @@
 // `setup`: the four steps from nothing to results in order (history, people, language model, start at login), each
 // showing what it found and skippable. On a terminal it asks for what is missing and runs the command for it; without
-// one it tells what is missing. Tested by Tests/Companion/ProgramTests.cpp.
+// one it tells what is missing, and how to get it. Tested by Tests/Companion/ProgramTests.cpp.
 #pragma once
 
 #include <functional>

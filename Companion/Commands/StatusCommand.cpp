@@ -6,7 +6,6 @@
 #include "Companion/Commands/StatusReport.h"
 #include "Companion/Output/Progress.h"
 #include "Companion/PlatformAdapters.h"
-#include "PelloraMessagesCore/ChatDatabase.h"
 
 namespace pellora {
 
@@ -14,7 +13,7 @@ CommandResult StatusCommand::run(const CompanionContext& context) const {
   StatusReport report;
   {
     const Progress progress("Looking at the Messages store and the model server");
-    report = StatusReport::gather(context, ChatDatabase::defaultURL());
+    report = StatusReport::gather(context);
     report.presence = platform_adapters::helperPresence();
     report.trayObstacle = platform_adapters::trayObstacle();
     const auto model = platform_adapters::languageModel();

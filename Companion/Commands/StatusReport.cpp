@@ -44,25 +44,6 @@ std::string keyText(const KeyState& key) {
   return key.kind == KeyState::Kind::none ? "none yet, the first import creates it" : key.sentence();
 }
 
-std::string peopleText(const StatusReport& report) {
-  switch (report.peopleKind) {
-    case PeopleStore::Kind::missing:
-      return "none yet";
-    case PeopleStore::Kind::inaccessible:
-      return "the people file cannot be read: " + report.peopleReason;
-    case PeopleStore::Kind::sealed:
-      return report.key.key ? "the people file does not open with the key"
-                            : "the people file cannot be opened without the key";
-    case PeopleStore::Kind::read:
-      break;
-  }
-  std::string text = display::counted(report.people, "person", "people");
-  if (report.sharedHandles > 0)
-    text += "; " + display::counted(report.sharedHandles, "number or address", "numbers or addresses") +
-            " claimed more than once";
-  return text;
-}
-
 std::string modelText(const ModelReport& model) {
   if (!model.isAvailable) return "not available: " + model.reason;
   return model.model + " (" + model.server + ", " + model.where + ")";
@@ -84,10 +65,10 @@ std::string protectionsText(const ConfinementReport& report) {
 
 }  // namespace
 
-StatusReport StatusReport::gather(const CompanionContext& context, const std::filesystem::path& store) {
+StatusReport StatusReport::gather(const CompanionContext& context) {
   StatusReport report;
   report.now = context.now;
-  report.store = StoreProbe::of(store);
+  report.store = StoreProbe::of(context.store);
   report.key = KeyState::find(context.secrets);
   const PeopleStore people = PeopleStore::find(context, report.key.key);
   report.peopleKind = people.kind;
@@ -143,6 +124,25 @@ std::string StatusReport::nextStepWithHelper() const {
   return look;
 }
 
+std::string StatusReport::peopleText() const {
+  switch (peopleKind) {
+    case PeopleStore::Kind::missing:
+      return "none yet";
+    case PeopleStore::Kind::inaccessible:
+      return "the people file cannot be read: " + peopleReason;
+    case PeopleStore::Kind::sealed:
+      return key.key ? "the people file does not open with the key"
+                     : "the people file cannot be opened without the key";
+    case PeopleStore::Kind::read:
+      break;
+  }
+  std::string text = display::counted(people, "person", "people");
+  if (sharedHandles > 0)
+    text +=
+        "; " + display::counted(sharedHandles, "number or address", "numbers or addresses") + " claimed more than once";
+  return text;
+}
+
 bool StatusReport::isStoreOld() const {
   const std::optional<Instant>& newest = store.summary.newestMessageAt;
   return newest && now - *newest > kStoreIsOldAfter;
@@ -158,7 +158,7 @@ std::string StatusReport::text(const CompanionContext& context) const {
   std::string text =
       row(context, "Messages store", storeText(*this, context), good(store.messages.has_value() && !isStoreOld()));
   text += row(context, "Exchange key", keyText(key), good(key.key.has_value()));
-  text += row(context, "People", peopleText(*this), good(people > 0));
+  text += row(context, "People", peopleText(), good(people > 0));
   text += row(context, "Last read", lastReadAt ? RelativeDate::text(*lastReadAt, now, context.calendar) : "never",
               good(lastReadAt.has_value()));
   text += row(context, "Helper", helperText(presence, heartbeat, progress(), context),

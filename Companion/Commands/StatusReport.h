@@ -37,7 +37,7 @@ struct StatusReport {
   std::string trayObstacle;  // empty when there is none, or nobody looked
   Instant now;
 
-  static StatusReport gather(const CompanionContext& context, const std::filesystem::path& store);
+  static StatusReport gather(const CompanionContext& context);
 
   bool isHelperRunning() const { return presence == platform_adapters::HelperPresence::running; }
 
@@ -49,6 +49,9 @@ struct StatusReport {
 
   // What to do next, in one sentence.
   std::string nextStep() const;
+
+  // How many people there are, or why nobody can tell.
+  std::string peopleText() const;
 
   std::string text(const CompanionContext& context) const;
 

@@ -224,7 +224,7 @@ TEST(PeopleStore, SaysWhyThePeopleFileCannotBeRead) {
     const std::string sentence = std::string("The people file cannot be read: ") + obstacle.reason;
     EXPECT_EQ(failureOfImport(world), sentence + "; nothing was changed.");
     EXPECT_EQ(failureOf(PeopleListCommand(), world), sentence + ".");
-    const auto report = StatusReport::gather(world.context(), world.shared() / "chat.db");
+    const auto report = StatusReport::gather(world.context());
     EXPECT_THAT(report.text(world.context()), HasSubstr("the people file cannot be read: "));
     EXPECT_EQ(report.peopleReason, obstacle.reason);
   }
@@ -237,8 +237,7 @@ TEST(PeopleStore, SaysThatPermissionIsMissing) {
   for (const auto& place : {world.shared() / "people.json", world.shared()}) {
     std::filesystem::permissions(place, std::filesystem::perms::none);
     EXPECT_EQ(failureOfImport(world), "The people file cannot be read: Permission denied; nothing was changed.");
-    EXPECT_THAT(StatusReport::gather(world.context(), "/nowhere").text(world.context()),
-                HasSubstr("Permission denied"));
+    EXPECT_THAT(StatusReport::gather(world.context()).text(world.context()), HasSubstr("Permission denied"));
     std::filesystem::permissions(place, std::filesystem::perms::owner_all);
   }
 }
@@ -319,7 +318,7 @@ void expectNoListing(CompanionWorld& world, const char* reason) {
   EXPECT_THAT(failureOf(DeleteCommand{"Anna", false}, world), isTold);
   EXPECT_THAT(failureOf(DeleteCommand{CompanionWorld::anna().id.toString(), false}, world),
               HasSubstr("cannot be removed"));
-  const auto report = StatusReport::gather(world.context(), "/nowhere");
+  const auto report = StatusReport::gather(world.context());
   EXPECT_THAT(report.text(world.context()), HasSubstr(std::string("cannot be listed: ") + reason));
 }
 
@@ -418,7 +417,7 @@ TEST(StatusReport, AHelperThatEndedIsNotTakenForOneThatRuns) {
   CompanionWorld world;
   const Instant now = instantAtSeconds(CompanionWorld::kNow);
   HelperHeartbeat{now - std::chrono::minutes(2), HelperHeartbeat::Status::reading, now, "1.2.3"}.write(world.shared());
-  auto report = StatusReport::gather(world.context(), world.shared() / "chat.db");
+  auto report = StatusReport::gather(world.context());
   CompanionContext wide = world.context();
   wide.style.width = 200;
   EXPECT_THAT(report.text(wide), HasSubstr("not running, last heard of 2 minutes ago (reading normally, version"));
@@ -435,7 +434,7 @@ TEST(StatusReport, TellsHowFarAReadIsAndWhatWaitsForTheModel) {
   state.model.lastFailure = "The model server answered 500 (out of memory).";
   state.model.nextTryAt = now + std::chrono::minutes(15);
   state.save(world.key(), world.shared());
-  auto report = StatusReport::gather(world.context(), world.shared() / "chat.db");
+  auto report = StatusReport::gather(world.context());
   EXPECT_THAT(report.text(world.context()), Not(HasSubstr("12 of 84"))) << "nothing runs; a killed read left it";
   report.presence = platform_adapters::HelperPresence::running;
   CompanionContext wide = world.context();
@@ -456,7 +455,7 @@ TEST(StatusReport, TellsHowFarAReadIsAndWhatWaitsForTheModel) {
 TEST(StatusReport, ADamagedHeartbeatIsTold) {
   CompanionWorld world;
   AtomicFile::write(world.shared() / "heartbeat.json", "{");
-  const auto report = StatusReport::gather(world.context(), world.shared() / "chat.db");
+  const auto report = StatusReport::gather(world.context());
   EXPECT_THAT(report.text(world.context()), HasSubstr("its heartbeat cannot be read"));
 }
 

@@ -44,7 +44,8 @@ CompanionContext CompanionWorld::context() {
           instantAtSeconds(kNow),
           LocalCalendar::inTimeZone("UTC"),
           {},
-          _folder / "settings"};
+          _folder / "settings",
+          shared() / "chat.db"};
 }
 
 ExchangeKey CompanionWorld::key() {

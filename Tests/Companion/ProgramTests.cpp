@@ -436,10 +436,12 @@ TEST_F(Program, AKeptKeyFileNeedsNoEnvironment) {
   EXPECT_EQ(run({"key"}), 1);
 }
 
-TEST_F(Program, SetupTellsWhatIsMissingWithoutATerminal) {
+TEST_F(Program, SetupTellsWithoutATerminalWhatIsMissingAndHowToGetIt) {
   EXPECT_EQ(run({"setup"}), 1);
-  EXPECT_THAT(output, ContainsRegex("History +missing: .*\nPeople +missing: .*\nLanguage model +missing: .*\n"
-                                    "Start at login +missing: off\n"));
+  EXPECT_THAT(output, ContainsRegex("History +missing: There is no Messages database"));
+  EXPECT_THAT(output, ContainsRegex("People +missing: none yet\n +pellora-companion people import FILE\n"));
+  EXPECT_THAT(output, ContainsRegex("Language model +missing: "));
+  EXPECT_THAT(output, ContainsRegex("Start at login +missing: off\n"));
   EXPECT_THAT(errors, HasSubstr("Still missing: History, People, Language model and Start at login."));
   EXPECT_EQ(run({"setup", "--json"}), 1);
   EXPECT_EQ(Json::parse(output).size(), 4U);
@@ -449,12 +451,38 @@ TEST_F(Program, SetupAsksOnATerminalForWhatIsMissing) {
   const support::SmallStore store(_folder / "Library/Messages/chat.db");
   const std::filesystem::path people = _folder / "people.json";
   std::ofstream(people) << kPeople;
-  ProgramRun::Setup terminal = setup({"setup"}, people.string() + "\n\ny\n");
-  terminal.output = ProgramRun::Output::terminal;
-  EXPECT_EQ(runProgram(terminal), 1) << "the model was skipped";
-  EXPECT_THAT(output, AllOf(HasSubstr("2 added"), HasSubstr("Still missing: Language model.")));
+  std::string shown;
+  EXPECT_EQ(runOnTerminal({"setup"}, people.string() + "\n\ny\n", shown), 1) << "the model was skipped";
+  EXPECT_THAT(shown, AllOf(HasSubstr("2 added"), ContainsRegex("Next step +Start the helper: pellora-for-messages"),
+                           HasSubstr("Still missing: Language model.")));
   EXPECT_EQ(run({"people", "list"}), 0);
   EXPECT_TRUE(std::filesystem::exists(_folder / ".config/autostart/app.pellora.Messages.desktop"));
+}
+
+TEST_F(Program, SetupAsksAgainAfterAMistakeAndKnowsPathsAsAShellDoes) {
+  const support::SmallStore store(_folder / "Library/Messages/chat.db");
+  std::filesystem::create_directory(_folder / "my books");
+  const std::string path = (_folder / "my books/people.json").string();
+  std::ofstream(path) << kPeople;
+  const std::string forms[] = {"~/my books/people.json", "'" + path + "'", '"' + path + '"',
+                               _folder.path().string() + "/my\\ books/people.json"};
+  for (const std::string& typed : forms) {
+    std::string shown;
+    EXPECT_EQ(runOnTerminal({"setup"}, "/nowhere\n" + typed + "\n\n\n", shown), 1);
+    EXPECT_THAT(shown, AllOf(HasSubstr("Cannot read /nowhere"), HasSubstr("now holds 2 people"))) << typed;
+    std::filesystem::remove_all(shared());
+  }
+}
+
+TEST_F(Program, SetupOffersTheKeyFileWhereThereIsNoKeyring) {
+  _environment.unset("PELLORA_SECRET_STORE");
+  const support::SmallStore store(_folder / "Library/Messages/chat.db");
+  const std::filesystem::path people = _folder / "people.json";
+  std::ofstream(people) << kPeople;
+  std::string shown;
+  EXPECT_EQ(runOnTerminal({"setup"}, "y\n" + people.string() + "\n\n\n", shown), 1);
+  EXPECT_THAT(shown, AllOf(HasSubstr("Keep the key in a file (y)?"), HasSubstr("now holds 2 people"),
+                           HasSubstr("Still missing: Language model and Start at login.")));
 }
 
 TEST_F(Program, RereadIsKeptForTheNextRead) {
