@@ -95,7 +95,8 @@ auto withFields(Record& record, Use use) {
 template <Is<LastReadMark> Record, class Use>
 auto withFields(Record& record, Use use) {
   return use(Field{"at", record.at}, Field{"day", record.day}, Field{"lastRowID", record.lastRowID},
-             Field{"notesMark", record.notesMark}, Field{"rowMark", record.rowMark}, Field{"zone", record.zone});
+             Field{"names", record.names}, Field{"notesMark", record.notesMark}, Field{"rowMark", record.rowMark},
+             Field{"zone", record.zone});
 }
 
 template <Is<WaitingDay> Record, class Use>

@@ -27,6 +27,7 @@ struct LastReadMark {
   std::string notesMark;       // of the notes file that was current at the end
   std::string day;             // day string of `at` in the calendar of that read
   std::string zone;            // where that calendar's days begin
+  std::string names;           // fingerprint of the people's names
 
   bool operator==(const LastReadMark&) const = default;
 };

@@ -15,6 +15,12 @@ void addJoined(Fnv1a& hash, const std::vector<std::string>& texts) {
   }
 }
 
+std::string digitsOf(const Fnv1a& hash) {
+  char digits[16];
+  const auto end = std::to_chars(digits, digits + sizeof digits, hash.hash(), 16).ptr;
+  return std::string(digits, end);
+}
+
 }  // namespace
 
 std::string peopleFingerprint(const std::vector<HelperPerson>& people) {
@@ -27,9 +33,16 @@ std::string peopleFingerprint(const std::vector<HelperPerson>& people) {
     fingerprint.add(":");
     addJoined(fingerprint, people[index].emails);
   }
-  char digits[16];
-  const auto end = std::to_chars(digits, digits + sizeof digits, fingerprint.hash(), 16).ptr;
-  return std::string(digits, end);
+  return digitsOf(fingerprint);
+}
+
+std::string namesFingerprint(const std::vector<HelperPerson>& people) {
+  Fnv1a fingerprint;
+  for (const HelperPerson& person : people) {
+    fingerprint.add(person.firstName);
+    fingerprint.add("|");
+  }
+  return digitsOf(fingerprint);
 }
 
 }  // namespace pellora

@@ -12,4 +12,7 @@ namespace pellora {
 // Lower-case hexadecimal without leading zeros.
 std::string peopleFingerprint(const std::vector<HelperPerson>& people);
 
+// The same of their first names, on which birthdays and sentences depend, and which the other one leaves out.
+std::string namesFingerprint(const std::vector<HelperPerson>& people);
+
 }  // namespace pellora

@@ -39,6 +39,7 @@ ReadContext::ReadContext(Instant now, ExchangeKey key, std::vector<HelperPerson>
       calendar(std::move(calendar)),
       matcher(this->people),
       fingerprint(peopleFingerprint(this->people)),
+      names(namesFingerprint(this->people)),
       windowStart(now - kReadWindow),
       cutoffDay(this->calendar.dayString(windowStart)) {}
 

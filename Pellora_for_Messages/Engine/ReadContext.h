@@ -38,6 +38,7 @@ struct ReadContext {
   LocalCalendar calendar;
   HandleMatcher matcher;
   std::string fingerprint;  // of the people
+  std::string names;        // fingerprint of their names
   Instant windowStart;
   std::string cutoffDay;  // of the window's start
   std::optional<std::filesystem::path> folder{};

@@ -31,7 +31,7 @@ auto findDay(Entries& entries, const MessagesDayRecord& day) {
 // Taken at two times.
 bool isSamePlace(const LastReadMark& earlier, const LastReadMark& later) {
   return earlier.lastRowID == later.lastRowID && earlier.rowMark == later.rowMark &&
-         earlier.notesMark == later.notesMark && earlier.day == later.day;
+         earlier.notesMark == later.notesMark && earlier.day == later.day && earlier.names == later.names;
 }
 
 bool isAbout(const MessagesLatelyRecord& record, const std::vector<MessagesDayRecord>& days) {
@@ -220,7 +220,8 @@ void ReadResults::finish(const StoreReading& reading) {
                           reading.rowMark,
                           _notesMark,
                           _context.calendar.dayString(_context.now),
-                          _context.zoneMark(_context.now)};
+                          _context.zoneMark(_context.now),
+                          _context.names};
   // The mark of a read that changed nothing says the same; then the file can stay as it is.
   if (!_state.lastRead || !isSamePlace(*_state.lastRead, mark) ||
       _state.lastRead->zone != _context.zoneMark(_state.lastRead->at))

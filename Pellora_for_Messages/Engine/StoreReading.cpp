@@ -37,6 +37,7 @@ bool isLastReadIntact(const ReadContext& context, const ReadMemory& memory) {
   const ReadSettings& settings = memory.settings;
   const std::optional<LastReadMark>& last = memory.state.lastRead;
   if (settings.lastRowID == 0 || settings.fingerprint != context.fingerprint || !memory.stored || !last) return false;
+  if (last->names != context.names) return false;
   if (!settings.lastReadAt || *settings.lastReadAt > context.now) return false;
   return last->lastRowID == settings.lastRowID && last->at <= context.now && last->notesMark == memory.stored->mark &&
          last->day == context.calendar.dayString(context.now) && last->zone == context.zoneMark(last->at);

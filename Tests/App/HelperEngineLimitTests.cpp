@@ -1,12 +1,11 @@
 // Where a read begins and ends: the window and its limits, the moment it counts from, what it does when something
-// around it fails, and other processes that read.
+// around it fails, and other processes that read. ReadHistoryTests.cpp has stores of more rows than one portion.
 #include <gtest/gtest.h>
 
 #include <fstream>
 
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "Tests/Support/EngineWorld.h"
-#include "Tests/Support/ReadHistory.h"
 
 namespace pellora {
 namespace {
@@ -24,34 +23,6 @@ std::string harbour(const ScriptedLanguageModel::Asked& asked) {
 TEST(HelperEngineLimit, AStoreIsReadInPortionsOfFiftyThousandAndFiveThousandRows) {
   EXPECT_EQ(StoreReading::kFullLimit, 50'000);
   EXPECT_EQ(StoreReading::kIncrementalLimit, 5'000);
-}
-
-TEST(HelperEngineLimit, TheNewestMessagesCountBehindSixtyThousandRowsOfAGroup) {
-  const support::FilesInMemory inMemory;
-  EngineWorld world;
-  const auto group = world.store->addChat({"+15550100001", "+15550100002"});
-  world.store->execute("BEGIN");
-  world.fromAnna(29 * 24h, "the first");
-  for (int index = 0; index < 60'000; ++index)
-    world.store->addMessage(group, EngineWorld::kStart - 28 * 24h + index * 1s, false, "to the group");
-  world.fromAnna(2h, "the last but one");
-  world.fromAnna(1h, "the last");
-  world.store->execute("COMMIT");
-  world.read();
-  EXPECT_EQ(world.lately(world.anna.id)->receivedCount, 3);
-}
-
-TEST(HelperEngineLimit, TwelveThousandNewRowsAreReadAtOnce) {
-  const support::FilesInMemory inMemory;
-  EngineWorld world;
-  world.fromAnna(50h, "the first");
-  world.read();
-  world.store->execute("BEGIN");
-  for (int index = 0; index < 12'000; ++index) world.fromAnna(24h - index * 1s, "new");
-  world.store->execute("COMMIT");
-  world.read();
-  EXPECT_EQ(world.lately(world.anna.id)->receivedCount, 12'001);
-  EXPECT_EQ(world.lastRow(), 12'001);
 }
 
 TEST(HelperEngineLimit, ALateRowRebuildsItsWholeDay) {

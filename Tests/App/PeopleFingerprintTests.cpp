@@ -51,6 +51,15 @@ TEST(PeopleFingerprint, ChangesWithEverythingButTheName) {
   EXPECT_EQ(peopleFingerprint({{kAnna, "Annie", {"1", "2"}, {"a"}}, sam}), peopleFingerprint({anna, sam}));
 }
 
+TEST(PeopleFingerprint, ThatOfTheNamesChangesWithNamesOnly) {
+  const HelperPerson anna{kAnna, "Anna", {"1"}, {"a"}};
+  const HelperPerson sam{kSam, "Sam", {}, {}};
+  EXPECT_EQ(namesFingerprint({anna, sam}), hashOf("Anna|Sam|"));
+  EXPECT_EQ(namesFingerprint({{kAnna, "Anna", {}, {}}, sam}), namesFingerprint({anna, sam}));
+  EXPECT_NE(namesFingerprint({sam, anna}), namesFingerprint({anna, sam}));
+  EXPECT_NE(namesFingerprint({{kAnna, "Ann", {}, {}}, {kSam, "aSam", {}, {}}}), namesFingerprint({anna, sam}));
+}
+
 TEST(PeopleFingerprint, HasNoLeadingZeros) {
   bool isAnyShort = false;
   for (int number = 0; number < 2000; ++number) {

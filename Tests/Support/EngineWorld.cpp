@@ -38,7 +38,7 @@ HelperPlatform EngineWorld::platform() {
           "1.0.0"};
 }
 
-std::vector<MessagesDayRecord> EngineWorld::freshDays() {
+ScratchHome::Records EngineWorld::freshRecords() {
   const std::filesystem::path fresh = folder / "fresh";
   std::filesystem::remove_all(fresh);
   std::filesystem::create_directories(fresh);
@@ -51,7 +51,9 @@ std::vector<MessagesDayRecord> EngineWorld::freshDays() {
   HelperEngine engine({*clock, itsDefaults, secrets, itsContainer, notifications, fileEvents, loginItem, itsModel,
                        itsLock, database, [this] { return LocalCalendar::inTimeZone(zone); }, "1.0.0"});
   QCoro::waitFor(engine.readNow());
-  return HelperDayNotes::load(key, fresh).days;
+  ScratchHome::Records records{HelperDayNotes::load(key, fresh).days, MessagesLatelyInbox::readAll(key, fresh)};
+  for (MessagesLatelyRecord& each : records.lately) each.writtenAt = {};
+  return records;
 }
 
 void EngineWorld::writePeople(const std::vector<HelperPerson>& people) {

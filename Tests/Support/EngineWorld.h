@@ -24,6 +24,7 @@
 #include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"
 #include "Pellora_for_Messages/Engine/HelperEngine.h"
+#include "Tests/Support/ScratchHome.h"
 #include "Tests/Support/SmallStore.h"
 #include "Tests/Support/TemporaryFolder.h"
 
@@ -41,8 +42,8 @@ class EngineWorld {
   void read() { QCoro::waitFor(makeEngine()->readNow()); }
 
   void writePeople(const std::vector<HelperPerson>& people);
-  // The days that a read of the same store finds that knows of no earlier read and no model.
-  std::vector<MessagesDayRecord> freshDays();
+  // What a read of the same store leaves that knows of no earlier read and no model.
+  ScratchHome::Records freshRecords();
   HelperDayNotes notes() const { return HelperDayNotes::load(key, shared); }
   std::optional<MessagesLatelyRecord> lately(const Uuid& person) const {
     return MessagesLatelyInbox::read(key, shared, person);

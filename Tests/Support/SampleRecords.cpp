@@ -87,7 +87,8 @@ HelperState sampleState() {
   const Uuid person = *Uuid::parse(kSamplePerson);
   HelperState state;
   state.notesVersion = 9;
-  state.lastRead = LastReadMark{now, 4711, "p:0/AB-12 1740821400", "0123abcd", "2025-03-01", "Europe/Berlin"};
+  state.lastRead =
+      LastReadMark{now, 4711, "p:0/AB-12 1740821400", "0123abcd", "2025-03-01", "Europe/Berlin", "af63dc4c8601ec8c"};
   state.analysed = sampleDays(3);
   state.waiting = {{sampleDay(), true, false, true, 2, now}};
   state.lately = {{person, "Write a summary", "<days>\nMar 1: You and Sam", "Lately you and Sam", true, 0, now},

@@ -27,6 +27,7 @@ class ScratchHome {
   std::filesystem::path shared() const { return _folder.path() / "data/app.pellora.messages"; }
   SmallStore& store() { return *_store; }
   const SmallStore& store() const { return *_store; }
+  std::unique_ptr<SmallStore>& ownStore() { return _store; }  // to be closed and opened again
   const ExchangeKey& key() const { return *_key; }
   const HelperPerson& anna() const { return _people[0]; }
   const HelperPerson& ben() const { return _people[1]; }

@@ -19,8 +19,14 @@ std::int64_t lastRowID(StoreConnection& connection) {
 
 }  // namespace
 
+std::unique_ptr<SmallStore> SmallStore::open(const std::filesystem::path& file) {
+  std::unique_ptr<SmallStore> store(new SmallStore(file, StoreConnection::Mode::existing));
+  store->execute("PRAGMA synchronous = OFF");
+  return store;
+}
+
 SmallStore::SmallStore(const std::filesystem::path& file)
-    : _file(file), _connection(withParents(file), StoreConnection::Mode::create) {
+    : SmallStore(withParents(file), StoreConnection::Mode::create) {
   execute("PRAGMA page_size = 4096; PRAGMA journal_mode = WAL; PRAGMA synchronous = OFF; BEGIN");
   execute(MessagesSchema::tables());
   execute(MessagesSchema::indexes());

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,8 +34,11 @@ class SmallStore {
     std::int64_t itemType = 0;
   };
 
-  // Parent folders are created.
+  // Creates the store, with its parent folders.
   explicit SmallStore(const std::filesystem::path& file);
+
+  // Opens a store that is there.
+  static std::unique_ptr<SmallStore> open(const std::filesystem::path& file);
 
   const std::filesystem::path& path() const { return _file; }
 
@@ -58,6 +62,8 @@ class SmallStore {
   StoreConnection& connection() { return _connection; }
 
  private:
+  SmallStore(const std::filesystem::path& file, StoreConnection::Mode mode) : _file(file), _connection(file, mode) {}
+
   std::filesystem::path _file;
   StoreConnection _connection;
 };
