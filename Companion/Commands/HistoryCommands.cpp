@@ -172,6 +172,7 @@ CommandResult HistoryRefreshCommand::run(const CompanionContext& context) const 
 }
 
 CommandResult HistoryStatusCommand::run(const CompanionContext& context) const {
+  StagedStore::removeLeftovers(context.store);
   const StoreProbe probe = StoreProbe::of(context.store);
   const auto record = HistoryRecord::read(context.settings);
   const std::string complaint = probe.isReadable() ? "" : probe.sentence() + " " + probe.nextStep();

@@ -5,6 +5,7 @@
 
 #include "Companion/Commands/CompanionJson.h"
 #include "Companion/Commands/PersonChoice.h"
+#include "Companion/History/StagedStore.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
 #include "Companion/Output/ReadingObstacle.h"
@@ -67,6 +68,7 @@ CommandResult DeleteCommand::run(const CompanionContext& context) const {
 }
 
 CommandResult SweepCommand::run(const CompanionContext& context) const {
+  StagedStore::removeLeftovers(context.store);
   const ExchangeKey key = context.key();
   LatelyStore::countFiles(context);  // throws when nothing can be said about the files
   MessagesLatelyInbox::Swept swept = MessagesLatelyInbox::sweep(key, context.folder);

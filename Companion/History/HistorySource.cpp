@@ -2,6 +2,9 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+#include <system_error>
+
 #include "Companion/History/HistoryDatabase.h"
 #include "Companion/History/StoreProbe.h"
 #include "Companion/Output/CompanionFailure.h"
@@ -27,8 +30,24 @@ std::uintmax_t sizeOf(const fs::path& database) {
   return sum;
 }
 
+// How to get at what another user's folder holds.
+std::string copying(const fs::path& folder) {
+  return " Copy it to a folder of yours first: sudo cp -r " + display::printable(folder.string()) +
+         " ~/copied-messages && sudo chown -R \"$USER\" ~/copied-messages";
+}
+
 [[noreturn]] void refuse(const StoreProbe& probe) {
-  throw CompanionFailure(probe.sentence() + " Nothing was changed.");
+  const std::string remedy =
+      probe.kind == StoreProbe::Kind::noPermission ? copying(probe.file.parent_path()) : std::string();
+  throw CompanionFailure(probe.sentence() + " Nothing was changed." + remedy);
+}
+
+// Throws when the folder cannot be looked into.
+void needAccess(const fs::path& folder) {
+  if (::access(folder.c_str(), R_OK | X_OK) == 0) return;
+  const std::string reason = std::generic_category().message(errno);
+  throw CompanionFailure("The folder " + display::printable(folder.string()) + " cannot be read: " + reason + "." +
+                         copying(folder));
 }
 
 }  // namespace
@@ -37,6 +56,7 @@ HistorySource HistorySource::find(const fs::path& path) {
   HistorySource source;
   std::error_code error;
   source._path = fs::absolute(path, error).lexically_normal();
+  if (fs::is_directory(source._path, error)) needAccess(source._path);
   if (fs::is_directory(source._path, error) && PhoneBackup::isAt(source._path)) {
     source._backup.emplace(source._path);
     source._database = source._backup->database();

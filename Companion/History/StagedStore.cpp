@@ -23,8 +23,10 @@ constexpr char kPrefix[] = ".pellora-history-";
 constexpr std::uintmax_t kSpareRoom = std::uintmax_t{16} << 20;  // bytes, for what others write meanwhile
 
 [[noreturn]] void fail(const std::string& action, const fs::path& file, int code) {
-  throw CompanionFailure("Cannot " + action + " " + display::printable(file.string()) + ": " +
-                         std::generic_category().message(code) + ". Nothing was changed.");
+  const std::string name = display::printable(file.string());
+  const std::string remedy = code == EACCES || code == EPERM ? " Is it yours? sudo chown -R \"$USER\" " + name : "";
+  throw CompanionFailure("Cannot " + action + " " + name + ": " + std::generic_category().message(code) +
+                         ". Nothing was changed." + remedy);
 }
 
 void makeFolder(const fs::path& folder) {
@@ -32,17 +34,6 @@ void makeFolder(const fs::path& folder) {
   if (fs::is_directory(folder, error)) return;
   if (folder.has_parent_path() && folder.parent_path() != folder) makeFolder(folder.parent_path());
   if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) fail("create the folder", folder, errno);
-}
-
-// Folders of this kind whose makers are gone.
-void removeLeftovers(const fs::path& folder) {
-  std::error_code error;
-  for (const auto& entry : fs::directory_iterator(folder, error)) {
-    if (!entry.path().filename().string().starts_with(kPrefix) || entry.is_symlink(error)) continue;
-    const FileDescriptor descriptor = FileDescriptor::open(entry.path(), O_RDONLY | O_DIRECTORY);
-    if (descriptor.isOpen() && ::flock(descriptor.number(), LOCK_EX | LOCK_NB) == 0)
-      fs::remove_all(entry.path(), error);
-  }
 }
 
 // Whether a process of this user, other than this one, has the file or its log open.
@@ -87,10 +78,20 @@ void syncOf(const fs::path& path, int flags) {
 
 }  // namespace
 
+void StagedStore::removeLeftovers(const fs::path& place) {
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(place.parent_path(), error)) {
+    if (!entry.path().filename().string().starts_with(kPrefix) || entry.is_symlink(error)) continue;
+    const FileDescriptor descriptor = FileDescriptor::open(entry.path(), O_RDONLY | O_DIRECTORY);
+    if (descriptor.isOpen() && ::flock(descriptor.number(), LOCK_EX | LOCK_NB) == 0)
+      fs::remove_all(entry.path(), error);
+  }
+}
+
 StagedStore::StagedStore(fs::path place) : _place(std::move(place)) {
   const fs::path folder = _place.parent_path();
   makeFolder(folder);
-  removeLeftovers(folder);
+  removeLeftovers(_place);
   std::string pattern = (folder / kPrefix).string() + "XXXXXX";
   if (::mkdtemp(pattern.data()) == nullptr) fail("write into the folder", folder, errno);
   _folder = pattern;
@@ -119,7 +120,9 @@ void StagedStore::check() const {
   } catch (const HistoryDatabase::Error&) {
     // Said below.
   }
-  throw CompanionFailure("The history is damaged; copy it again while Messages does not run. Nothing was changed.");
+  throw CompanionFailure(
+      "The history is damaged, or its log is of another time than the database; copy both again, together and while "
+      "Messages does not run. Nothing was changed.");
 }
 
 std::optional<std::int64_t> StagedStore::newMessages() const {

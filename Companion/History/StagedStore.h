@@ -1,7 +1,7 @@
 // A Messages store on its way: prepared in a private folder beside its place, checked there, and put into place in one
 // step, so that the place holds the old history or the new one, whole, whatever happens. The old log is merged into the
 // old store first and goes with it. The folder goes with this object; one that a killed process left is removed by the
-// next. Throws CompanionFailure. Tested by Tests/Companion/HistoryTests.cpp.
+// next, and by `history status` and `sweep`. Throws CompanionFailure. Tested by Tests/Companion/HistoryTests.cpp.
 #pragma once
 
 #include <cstdint>
@@ -19,6 +19,9 @@ class StagedStore {
   ~StagedStore();
   StagedStore(const StagedStore&) = delete;
   StagedStore& operator=(const StagedStore&) = delete;
+
+  // Removes folders of this kind beside `place` whose makers are gone.
+  static void removeLeftovers(const std::filesystem::path& place);
 
   // Where to write it.
   std::filesystem::path file() const { return _folder / "chat.db"; }

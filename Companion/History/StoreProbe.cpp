@@ -207,14 +207,14 @@ std::string StoreProbe::sentence() const {
 
 std::string StoreProbe::nextStep() const {
   const std::string name = display::printable(file.string());
+  const std::string folder = display::printable(file.parent_path().string());
   switch (kind) {
     case Kind::readable:
       return {};
     case Kind::missing:
       return std::string("Bring your history onto this device: ") + kAdd;
     case Kind::noPermission:
-      return "Give yourself access to " + name + ", as with: sudo chown -R \"$USER\" " +
-             display::printable(file.parent_path().string());
+      return "Give yourself access to " + name + ", as with: sudo chown -R \"$USER\" " + folder;
     case Kind::notAFile:
       return "Put the database itself at " + name + ": " + kAdd;
     case Kind::empty:
@@ -230,8 +230,8 @@ std::string StoreProbe::nextStep() const {
     case Kind::damaged:
       return std::string("Copy the database again while Messages does not run: ") + kAdd;
     case Kind::readOnly:
-      return "Take a copy of your own: mv the folder aside and run \"pellora-companion history add\" with " + name +
-             ".";
+      return "Move the folder aside and take a copy of it: mv " + folder + " " + folder +
+             "-original && pellora-companion history add " + folder + "-original";
     case Kind::locked:
       return "Close the program that holds the Messages database, or wait until it is done, then ask again.";
     case Kind::unreadable:

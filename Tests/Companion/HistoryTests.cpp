@@ -215,6 +215,38 @@ TEST_F(History, WhatAKilledRunLeftIsRemovedByTheNext) {
   std::ofstream(leftover / "chat.db") << "half";
   add(makeStore("chat.db", 5));
   EXPECT_FALSE(fs::exists(leftover));
+  fs::create_directories(leftover);
+  HistoryStatusCommand().run(context());
+  EXPECT_FALSE(fs::exists(leftover)) << "also when nothing is added any more";
+  const StagedStore atWork(place());
+  HistoryStatusCommand().run(context());
+  EXPECT_TRUE(fs::exists(atWork.file().parent_path())) << "its maker is still there";
+}
+
+TEST_F(History, ALogOfAnotherTimeIsRefusedWhereTheDatabaseLibraryTakesIt) {
+  // The log belongs to what the database became later: it passes for its own, and the pages do not fit together.
+  const fs::path file = makeStore("later.db", 300, 5);
+  fs::copy_file(file, _folder / "early.db");
+  constexpr char kMore[] =
+      "INSERT INTO message (guid, text, date) SELECT hex(randomblob(16)), hex(randomblob(300)), date FROM message";
+  StoreConnection(file, StoreConnection::Mode::existing).execute(kMore);
+  {
+    StoreConnection again(file, StoreConnection::Mode::existing);
+    again.execute((std::string(kMore) + " LIMIT 20").c_str());
+    again.keepLogOnClose();
+  }
+  fs::copy_file(file.string() + "-wal", _folder / "early.db-wal");
+  EXPECT_THAT(failureOfAdding(_folder / "early.db"), HasSubstr("Nothing was changed."));
+  EXPECT_FALSE(fs::exists(place()));
+}
+
+TEST_F(History, AFolderOfAnotherUserNamesHowToCopyIt) {
+  if (::geteuid() == 0) GTEST_SKIP() << "permission bits do not bind this user";
+  makeStore("disk/chat.db", 5);
+  fs::permissions(_folder / "disk", fs::perms::none);
+  EXPECT_THAT(failureOfAdding(_folder / "disk"), HasSubstr("sudo cp -r"));
+  EXPECT_THAT(failureOfAdding(_folder / "disk/chat.db"), HasSubstr("sudo cp -r"));
+  fs::permissions(_folder / "disk", fs::perms::owner_all);
 }
 
 TEST_F(History, AReadOnlyDiskIsCopiedWithItsLog) {
