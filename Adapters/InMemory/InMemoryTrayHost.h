@@ -1,6 +1,8 @@
 // A place for tray items that a test opens when it likes.
 #pragma once
 
+#include <utility>
+
 #include "PelloraMessagesCore/Ports/TrayHost.h"
 
 namespace pellora {

@@ -1,6 +1,7 @@
 #include "Companion/Commands/PersonChoice.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"

@@ -4,6 +4,7 @@
 #include <unicode/ucnv.h>
 #include <unicode/utf8.h>
 
+#include <cstdint>
 #include <limits>
 #include <memory>
 

@@ -1,6 +1,7 @@
 #include "Companion/People/CsvPeople.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 
 #include "Companion/Output/ForeignText.h"

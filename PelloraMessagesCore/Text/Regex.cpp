@@ -3,6 +3,7 @@
 #include <unicode/regex.h>
 #include <unicode/unistr.h>
 
+#include <cstdint>
 #include <stdexcept>
 
 namespace pellora {

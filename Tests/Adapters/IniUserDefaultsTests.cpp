@@ -5,6 +5,8 @@
 
 #include <QSettings>
 #include <fstream>
+#include <iterator>
+#include <memory>
 
 #include "Adapters/Linux/Files/IniUserDefaults.h"
 #include "PelloraMessagesCore/Files/FileError.h"

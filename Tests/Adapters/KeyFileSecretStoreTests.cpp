@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <iterator>
 #include <set>
 
 #include "Adapters/Linux/Secrets/KeyFileSecretStore.h"

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <iterator>
 
 #include "Adapters/InMemory/InMemoryLoginItem.h"
 #include "Adapters/Linux/Desktop/XdgAutostartLoginItem.h"

@@ -8,7 +8,9 @@
 
 #include <QElapsedTimer>
 #include <QTimer>
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <nlohmann/json.hpp>

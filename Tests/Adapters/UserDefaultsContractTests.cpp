@@ -1,6 +1,9 @@
 // What all user defaults promise, asked of those in memory and of those in a file.
 #include <gtest/gtest.h>
 
+#include <limits>
+#include <memory>
+
 #include "Adapters/InMemory/InMemoryUserDefaults.h"
 #include "Adapters/Linux/Files/IniUserDefaults.h"
 #include "PelloraMessagesCore/Files/FileError.h"

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <set>
 
 #include "Pellora_for_Messages/Engine/PeopleFingerprint.h"

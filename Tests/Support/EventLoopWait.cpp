@@ -2,6 +2,8 @@
 
 #include <QCoreApplication>
 #include <QTimer>
+#include <chrono>
+#include <functional>
 
 namespace pellora::support {
 

@@ -4,6 +4,7 @@
 #include <QDBusConnectionInterface>
 #include <atomic>
 #include <fstream>
+#include <memory>
 
 namespace pellora::support {
 

@@ -7,6 +7,7 @@
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <atomic>
+#include <memory>
 
 #include "EventLoopWait.h"
 

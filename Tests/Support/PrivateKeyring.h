@@ -2,6 +2,8 @@
 // the end of one login and the start of another are.
 #pragma once
 
+#include <memory>
+
 #include "PrivateBus.h"
 
 namespace pellora::support {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <climits>
 #include <new>
+#include <optional>
 #include <system_error>
 #include <utility>
 
