@@ -3,15 +3,22 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
 #include <netinet/in.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/ioctl.h>
+#include <sys/ipc.h>
+#include <sys/mman.h>
+#include <sys/msg.h>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
+#include <sys/shm.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/uio.h>
 #include <sys/un.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -228,6 +235,23 @@ TEST_F(ProcessConfinementTest, OnlyTheModelPortIsConnectedTo) {
             "");
 }
 
+// Without a port of its own asked for, which the rules on ports would see.
+TEST_F(ProcessConfinementTest, NothingListens) {
+  ConfinementPlan withPort = plan();
+  withPort.modelPort = 8080;
+  EXPECT_EQ(confined(withPort,
+                     [](Attempts& attempts) {
+                       attempts.refused("TCP", listen(socket(AF_INET, SOCK_STREAM, 0), 1));
+                       const int local = socket(AF_UNIX, SOCK_STREAM, 0);
+                       sockaddr_un nameless{};
+                       nameless.sun_family = AF_UNIX;
+                       attempts.works("a name by the kernel", bind(local, reinterpret_cast<const sockaddr*>(&nameless),
+                                                                   sizeof nameless.sun_family));
+                       attempts.refused("local", listen(local, 1));
+                     }),
+            "");
+}
+
 TEST_F(ProcessConfinementTest, SocketsStayWhenTheDisplayNeedsThem) {
   const Listener display;
   ConfinementPlan withNetwork = plan();
@@ -296,6 +320,12 @@ TEST_F(ProcessConfinementTest, ModesOwnersAndTimesStayAsTheyAre) {
                        attempts.refused("attributes", setxattr(there, "user.x", "y", 1, 0), {EPERM});
                        const int open = ::open(_readable.c_str(), O_RDONLY);
                        attempts.refused("fchmod", fchmod(open, 0666), {EPERM});
+                       int flags = FS_NODUMP_FL;
+                       attempts.refused("flags", ioctl(open, FS_IOC_SETFLAGS, &flags), {EPERM});
+                       fsxattr extended{};
+                       attempts.refused("more flags", ioctl(open, FS_IOC_FSSETXATTR, &extended), {EPERM});
+                       attempts.refused("setxattrat", syscall(463, AT_FDCWD, there, 0, "user.x", nullptr, 0), {ENOSYS});
+                       attempts.refused("file_setattr", syscall(469, AT_FDCWD, there, nullptr, 0, 0), {ENOSYS});
                      }),
             "");
 }
@@ -341,6 +371,63 @@ TEST_F(ProcessConfinementTest, SignalsGoToItselfOnly) {
             "");
 }
 
+TEST_F(ProcessConfinementTest, NothingIsSharedByNumberWithOtherPrograms) {
+  const int memory = shmget(IPC_PRIVATE, 4096, IPC_CREAT | 0600);
+  ASSERT_GE(memory, 0);
+  const int queue = msgget(IPC_PRIVATE, IPC_CREAT | 0600);
+  EXPECT_EQ(confined(plan(),
+                     [memory, queue](Attempts& attempts) {
+                       attempts.refused("memory", reinterpret_cast<long>(shmat(memory, nullptr, 0)), {EPERM});
+                       attempts.refused("memory of its own", shmget(IPC_PRIVATE, 4096, IPC_CREAT | 0600), {EPERM});
+                       attempts.refused("removing memory", shmctl(memory, IPC_RMID, nullptr), {EPERM});
+                       const long message = 1;
+                       attempts.refused("a queue", msgsnd(queue, &message, 0, IPC_NOWAIT), {EPERM});
+                     }),
+            "");
+  shmctl(memory, IPC_RMID, nullptr);
+  msgctl(queue, IPC_RMID, nullptr);
+}
+
+TEST_F(ProcessConfinementTest, NoOtherWaysIntoTheKernelAreOpen) {
+  EXPECT_EQ(
+      confined(plan(),
+               [](Attempts& attempts) {
+                 attempts.refused("ring of calls", syscall(SYS_io_uring_setup, 1, nullptr), {EPERM});
+                 attempts.refused("tracing", ptrace(PTRACE_SEIZE, getppid(), nullptr, nullptr), {EPERM});
+                 const iovec piece{&attempts, 1};
+                 attempts.refused("reading memory", process_vm_readv(getppid(), &piece, 1, &piece, 1, 0), {EPERM});
+                 attempts.refused("writing memory", process_vm_writev(getppid(), &piece, 1, &piece, 1, 0), {EPERM});
+                 const int program = memfd_create("program", MFD_CLOEXEC);
+                 char* const none[] = {nullptr};
+                 attempts.works("nameless memory", program);
+                 attempts.refused("running it", syscall(SYS_execveat, program, "", none, none, AT_EMPTY_PATH), {EPERM});
+                 attempts.refused("new users", unshare(CLONE_NEWUSER), {EPERM});
+                 attempts.refused("new users by clone", syscall(SYS_clone, CLONE_NEWUSER | SIGCHLD, 0, 0, 0, 0),
+                                  {EPERM});
+                 attempts.refused("clone3", syscall(SYS_clone3, nullptr, 0), {ENOSYS});
+#ifdef __x86_64__
+                 attempts.refused("a call of 32-bit addresses", syscall(0x40000000 + SYS_getpid), {ENOSYS});
+#endif
+                 std::thread([] {}).join();
+               }),
+      "");
+}
+
+#ifdef __x86_64__
+// The calls of 32-bit programs, which a kernel may leave out.
+TEST_F(ProcessConfinementTest, CallsOf32BitProgramsDoNotExist) {
+  const auto processNumber = [] {
+    constexpr long kGetProcess = 20;
+    long result = kGetProcess;
+    asm volatile("int $0x80" : "+a"(result) : : "memory", "r8", "r9", "r10", "r11");
+    return result;
+  };
+  if (support::reportOfProcess([&] { return std::to_string(processNumber() == getpid()); }) != "1")
+    GTEST_SKIP() << "this kernel has none";
+  EXPECT_EQ(confined(plan(), [&](Attempts& attempts) { attempts.holds("refused", processNumber() == -ENOSYS); }), "");
+}
+#endif
+
 TEST_F(ProcessConfinementTest, OwnFoldersAreMadeAndWrittenIn) {
   EXPECT_EQ(confined(plan(),
                      [this](Attempts& attempts) {
@@ -349,6 +436,14 @@ TEST_F(ProcessConfinementTest, OwnFoldersAreMadeAndWrittenIn) {
                        AtomicFile::write(_own / "below/it/file", "deep");
                        AtomicFile::write(_folder / "config/deep/own/file", "other");
                        AtomicFile::removeLeftovers(_own);
+                       // A link would lead the companion elsewhere, a pipe or a socket let it wait.
+                       if (Landlock::version() > 0) {
+                         const fs::path made = _own / "made";
+                         attempts.refused("symlink", symlink("/etc/passwd", made.c_str()));
+                         attempts.refused("pipe", mkfifo(made.c_str(), 0600));
+                         attempts.refused("device", mknod(made.c_str(), S_IFCHR | 0600, 259), {EACCES, EPERM});
+                         attempts.refused("socket", mknod(made.c_str(), S_IFSOCK | 0600, 0));
+                       }
                        attempts.works("unlinking", unlink((_own / "file").c_str()));
                      }),
             "");

@@ -61,8 +61,8 @@ bool feedsNoTerminal() {
 }
 
 bool makesNoSocket(bool mayUseTcp) {
-  return isSocketRefused(AF_INET, SOCK_DGRAM) && isSocketRefused(AF_NETLINK, SOCK_RAW) &&
-         (mayUseTcp || isSocketRefused(AF_INET6, SOCK_STREAM));
+  return isRefused(listen(kNoDescriptor, 1), EACCES) && isSocketRefused(AF_INET, SOCK_DGRAM) &&
+         isSocketRefused(AF_NETLINK, SOCK_RAW) && (mayUseTcp || isSocketRefused(AF_INET6, SOCK_STREAM));
 }
 
 bool bindsNoPort() {

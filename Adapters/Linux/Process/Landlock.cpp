@@ -41,6 +41,11 @@ constexpr std::uint64_t kWriting = LANDLOCK_ACCESS_FS_WRITE_FILE | LANDLOCK_ACCE
                                    LANDLOCK_ACCESS_FS_MAKE_DIR | LANDLOCK_ACCESS_FS_MAKE_REG |
                                    LANDLOCK_ACCESS_FS_MAKE_SOCK | LANDLOCK_ACCESS_FS_MAKE_FIFO |
                                    LANDLOCK_ACCESS_FS_MAKE_BLOCK | LANDLOCK_ACCESS_FS_MAKE_SYM;
+// What is asked for of everything: links, pipes, sockets and devices are ruled, too, and nowhere allowed. A link in one
+// of the helper's folders would lead the companion, which has more rights, elsewhere.
+constexpr std::uint64_t kWritingFiles = LANDLOCK_ACCESS_FS_WRITE_FILE | LANDLOCK_ACCESS_FS_REMOVE_DIR |
+                                        LANDLOCK_ACCESS_FS_REMOVE_FILE | LANDLOCK_ACCESS_FS_MAKE_DIR |
+                                        LANDLOCK_ACCESS_FS_MAKE_REG;
 constexpr std::uint64_t kOnFiles = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_WRITE_FILE | kTruncate;
 
 std::uint64_t rightsOf(Landlock::Access access) {
@@ -52,7 +57,7 @@ std::uint64_t rightsOf(Landlock::Access access) {
     case Landlock::Access::everything:
       break;
   }
-  return kReading | kWriting | kRefer | kTruncate;
+  return kReading | kWritingFiles | kRefer | kTruncate;
 }
 
 }  // namespace
@@ -60,6 +65,12 @@ std::uint64_t rightsOf(Landlock::Access access) {
 int Landlock::version() {
   const long result = syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
   return result < 0 ? 0 : static_cast<int>(result);
+}
+
+int Landlock::refusal() {
+  // ENOSYS: not built in; EOPNOTSUPP: switched off at boot.
+  if (version() > 0 || errno == ENOSYS || errno == EOPNOTSUPP) return 0;
+  return errno;
 }
 
 Landlock::Landlock(bool restrictsTcp) {

@@ -10,14 +10,17 @@ namespace pellora {
 
 class Landlock {
  public:
-  // What may be done with a file, or with everything below a folder.
+  // What may be done with a file, or with everything below a folder. `everything` is about files and folders: links,
+  // pipes, sockets and devices are made nowhere.
   enum class Access { reading, readingAndMakingEmptyFiles, everything };
 
   static constexpr int kFirstWithNetwork = 4;
   static constexpr int kFirstWithSignals = 6;
 
-  // 0 where the kernel has no Landlock, or where it is switched off.
+  // 0 where the kernel has no Landlock, where it is switched off, and where asking for it is refused.
   static int version();
+  // The error with which asking for it was refused; 0 where there is nothing to refuse, too.
+  static int refusal();
 
   // Asks for rules on files, on signals where the kernel has that, and on TCP when `restrictsTcp` and the kernel has
   // that.

@@ -105,8 +105,12 @@ Protection readingProtection(int error, const std::filesystem::path& store) {
 void confineFiles(const ConfinementPlan& plan, std::vector<Protection>& protections) {
   const bool restrictsTcp = plan.modelPort && !plan.needsInternetSockets;
   if (Landlock::version() == 0) {
-    for (const char* name : {"writing", "reading"}) protections.push_back(missing(name, "the kernel has no Landlock"));
-    if (restrictsTcp) protections.push_back(missing("model port", "the kernel has no Landlock"));
+    const int error = Landlock::refusal();
+    const auto tell = [error](const char* name) {
+      return error == 0 ? missing(name, "the kernel has no Landlock") : protection(name, error, false, "");
+    };
+    for (const char* name : {"writing", "reading"}) protections.push_back(tell(name));
+    if (restrictsTcp) protections.push_back(tell("model port"));
     return;
   }
   // Its folder must stay in the kernel's memory: one that is looked up again later would have no rule.
@@ -151,8 +155,9 @@ void confineCalls(const ConfinementPlan& plan, std::vector<Protection>& protecti
   if (plan.needsInternetSockets)
     protections.push_back(missing("sockets", "the display or the bus is reached over the network"));
   else
-    protections.push_back(protection("sockets", error, ConfinementTrial::makesNoSocket(plan.modelPort.has_value()),
-                                     plan.modelPort ? "local ones and TCP only" : "local ones only"));
+    protections.push_back(protection(
+        "sockets", error, ConfinementTrial::makesNoSocket(plan.modelPort.has_value()),
+        plan.modelPort ? "local ones and TCP only, none that listens" : "local ones only, none that listens"));
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
 // Gives up what the process does not need, enforced by the kernel and for good: core dumps and tracing by others,
-// starting programs, internet sockets (or all but one TCP port), signals to others, changing modes of files, putting
-// words into its terminal, reading and writing outside the named folders. Whatever is told to be in force was tried
-// from inside. A protection that the kernel does not have is left out and reported; one that it has and refuses is
-// reported as refused, and the program must not go on. The session bus stays open: other programs there can be asked
-// for things. Call it at the very start: parts of it hold only for threads made afterwards.
-// Tested by Tests/Adapters/ProcessConfinementTests.cpp.
+// starting programs, internet sockets (or all but one TCP port), listening, signals to others, memory shared by number,
+// changing modes of files, putting words into its terminal, reading and writing outside the named folders. Whatever is
+// told to be in force was tried from inside. A protection that the kernel does not have is left out and reported; one
+// that it has and refuses is reported as refused, and the program must not go on. The session bus stays open: other
+// programs there can be asked for things. Call it at the very start: parts of it hold only for threads made afterwards.
+// Tested by Tests/Adapters/ProcessConfinementTests.cpp and Tests/Attacks/RefusedProtectionTests.cpp.
 #pragma once
 
 #include <cstdint>

@@ -87,12 +87,21 @@ int addFolderOf(dl_phdr_info* object, std::size_t, void* folders) {
   return 0;
 }
 
+bool isAtOrAbove(const fs::path& folder, const fs::path& other) {
+  const fs::path relative = other.lexically_relative(folder);
+  return !relative.empty() && *relative.begin() != "..";
+}
+
 // A folder that would open the user's files as a whole is not the system's, whatever a variable says.
-bool isTooMuch(const fs::path& path) {
+bool isTooMuch(const fs::path& given) {
+  fs::path path = given.lexically_normal();
+  if (path.filename().empty()) path = path.parent_path();
+  if (path == "/" || path == "/home" || path == "/tmp") return true;
   const auto home = XdgFolders::home();
-  const fs::path normal = path.lexically_normal();
-  if (normal == "/" || normal == "/home" || normal == "/tmp" || normal == "/root") return true;
-  return home && (normal == *home || normal == *home / "");
+  const auto cache = home ? std::optional(*home / ".cache") : std::nullopt;
+  for (const auto& folder : {XdgFolders::config(), XdgFolders::data(), XdgFolders::runtime(), cache})
+    if (folder && isAtOrAbove(path, *folder)) return true;
+  return false;
 }
 
 template <std::size_t count>

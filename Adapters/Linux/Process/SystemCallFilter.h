@@ -8,10 +8,11 @@ namespace SystemCallFilter {
 enum class Sockets { localOnly, localAndTcp, all };
 
 // `lookingIntoOthers`: tracing, reading and changing other processes and the system, sockets of kinds not needed.
-// `everything`: starting programs, signals to others, file modes and owners, and putting words into a terminal, too.
+// `everything`: starting programs, signals to others, file modes, owners and attributes, putting words into a terminal,
+// listening, and memory shared by number, too.
 enum class Scope { lookingIntoOthers, everything };
 
-// Whether the kernel has such filters at all.
+// Whether the kernel has such filters. True, too, when asking for them is refused: then enforce() is.
 bool isPossible();
 
 // 0, or the error with which the kernel or its library refused.
