@@ -9,8 +9,6 @@
 #include "PelloraMessagesCore/Language/FoundNews.h"
 #include "PelloraMessagesCore/Language/ModelInstructions.h"
 #include "PelloraMessagesCore/Language/PromptLines.h"
-#include "PelloraMessagesCore/MeetupGuard.h"
-#include "PelloraMessagesCore/NewsGuard.h"
 #include "PelloraMessagesCore/SummaryGuard.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
@@ -54,19 +52,6 @@ std::string shortDay(std::string_view day) {
   return std::string(kMonths[static_cast<std::size_t>(*month) - 1]) + " " + std::to_string(*dayOfMonth);
 }
 
-std::vector<MeetupGuard::Candidate> candidates(FoundMeetups found) {
-  std::vector<MeetupGuard::Candidate> result;
-  for (MeetupItem& item : found.meetups) result.push_back({item.message, std::move(item.what), std::move(item.when)});
-  return result;
-}
-
-std::vector<NewsGuard::Candidate> candidates(FoundNews found, std::string_view firstName) {
-  std::vector<NewsGuard::Candidate> result;
-  for (NewsItem& item : found.news)
-    result.push_back({item.message, withTypographicApostrophes(item.what, firstName), item.kind, std::move(item.when)});
-  return result;
-}
-
 // The raw answer, absent when there is no model or it gave none. `schema` is absent for plain text and otherwise
 // lives as long as the process.
 Task<std::optional<std::string>> rawAnswer(LanguageModel& model, Question question, const GenerationSchema* schema) {
@@ -105,9 +90,7 @@ Task<std::vector<MessagesMeetup>> findMeetups(LanguageModel& model, MessagesDayD
   Question question{ModelInstructions::meetups(firstName), PromptLines::numberedBlock(lines, firstName)};
   question.prompt += ModelInstructions::kMeetupsEnding;
   const std::optional<std::string> json = co_await rawAnswer(model, std::move(question), &FoundMeetups::schema());
-  if (json)
-    accepted =
-        MeetupGuard::accept(candidates(FoundMeetups::fromAnswer(*json)), lines, draft.record.lastMessageAt, calendar);
+  if (json) accepted = MeetupGuard::accept(proposedMeetups(*json), lines, draft.record.lastMessageAt, calendar);
   co_return accepted;
 }
 
@@ -119,10 +102,22 @@ Task<std::vector<MessagesNews>> findNews(LanguageModel& model, MessagesDayDraft 
   Question question{ModelInstructions::news(firstName), PromptLines::numberedBlock(lines, firstName)};
   question.prompt += ModelInstructions::newsEnding(firstName);
   const std::optional<std::string> json = co_await rawAnswer(model, std::move(question), &FoundNews::schema());
-  if (json)
-    accepted = NewsGuard::accept(candidates(FoundNews::fromAnswer(*json), firstName), lines, firstName,
-                                 draft.record.lastMessageAt);
+  if (json) accepted = NewsGuard::accept(proposedNews(*json, firstName), lines, firstName, draft.record.lastMessageAt);
   co_return accepted;
+}
+
+std::vector<MeetupGuard::Candidate> proposedMeetups(std::string_view answer) {
+  std::vector<MeetupGuard::Candidate> result;
+  for (MeetupItem& item : FoundMeetups::fromAnswer(answer).meetups)
+    result.push_back({item.message, std::move(item.what), std::move(item.when)});
+  return result;
+}
+
+std::vector<NewsGuard::Candidate> proposedNews(std::string_view answer, std::string_view firstName) {
+  std::vector<NewsGuard::Candidate> result;
+  for (NewsItem& item : FoundNews::fromAnswer(answer).news)
+    result.push_back({item.message, withTypographicApostrophes(item.what, firstName), item.kind, std::move(item.when)});
+  return result;
 }
 
 std::optional<Question> latelyQuestion(const std::vector<MessagesDayRecord>& days, const std::string& firstName) {

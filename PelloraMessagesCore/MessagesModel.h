@@ -6,9 +6,12 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "PelloraMessagesCore/MeetupGuard.h"
 #include "PelloraMessagesCore/MessagesDayDraft.h"
+#include "PelloraMessagesCore/NewsGuard.h"
 #include "PelloraMessagesCore/Ports/LanguageModel.h"
 #include "PelloraMessagesCore/Time/LocalCalendar.h"
 
@@ -38,6 +41,10 @@ Task<std::optional<std::string>> latelySummary(LanguageModel& model, std::vector
 // The lately question over these days, absent when it is not to be asked (fewer than two sentences, no name, or
 // every sentence left out).
 std::optional<Question> latelyQuestion(const std::vector<MessagesDayRecord>& days, const std::string& firstName);
+
+// What the model proposes in an answer, as the guards get it: nothing in one that cannot be read.
+std::vector<MeetupGuard::Candidate> proposedMeetups(std::string_view answer);
+std::vector<NewsGuard::Candidate> proposedNews(std::string_view answer, std::string_view firstName);
 
 }  // namespace MessagesModel
 

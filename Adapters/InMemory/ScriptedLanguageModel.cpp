@@ -1,5 +1,7 @@
 #include "Adapters/InMemory/ScriptedLanguageModel.h"
 
+#include "PelloraMessagesCore/Language/GeneratedContent.h"
+
 namespace pellora {
 
 LanguageModel::Answer ScriptedLanguageModel::answerTo(Asked asked) {
@@ -13,7 +15,10 @@ Task<LanguageModel::Answer> ScriptedLanguageModel::respond(std::string instructi
 
 Task<LanguageModel::Answer> ScriptedLanguageModel::respond(std::string instructions, std::string prompt,
                                                            const GenerationSchema& schema) {
-  co_return answerTo({std::move(instructions), std::move(prompt), schema.name});
+  Answer answer = answerTo({std::move(instructions), std::move(prompt), schema.name});
+  if (!GeneratedContent::decode(schema, answer.text))
+    throw LanguageModelError(LanguageModelError::Reason::question, "gave an answer of another form than asked for");
+  co_return answer;
 }
 
 }  // namespace pellora

@@ -42,13 +42,6 @@ std::string progressText(const ReadProgress& progress, const CompanionContext& c
          std::to_string(progress.daysTotal) + " days, started " + started;
 }
 
-// "in 15 minutes"; at least one.
-std::string untilText(Instant later, Instant now) {
-  const std::int64_t minutes = (wholeSeconds(later) - wholeSeconds(now) + 59) / 60;
-  if (minutes >= 120) return "in " + std::to_string(minutes / 60) + " hours";
-  return minutes <= 1 ? "in a minute" : "in " + std::to_string(minutes) + " minutes";
-}
-
 }  // namespace
 
 std::string helperText(platform_adapters::HelperPresence presence, const std::optional<HelperHeartbeat>& heartbeat,
@@ -68,17 +61,6 @@ std::string helperText(platform_adapters::HelperPresence presence, const std::op
       break;
   }
   return "not running, " + lastWords(heartbeat, context);
-}
-
-std::string modelDebtText(const ModelAccount& account, Instant now) {
-  std::string text = account.lastFailure.value_or("");
-  if (account.waitingDays <= 0) return text;
-  const auto days = static_cast<std::size_t>(account.waitingDays);
-  text += (text.empty() ? "" : " ") + display::counted(days, "day waits", "days wait") + "; next try ";
-  return text +
-         (account.nextTryAt && now < *account.nextTryAt ? untilText(*account.nextTryAt, now)
-                                                        : std::string("with the next read")) +
-         ".";
 }
 
 std::string_view statusWord(HelperHeartbeat::Status status) {

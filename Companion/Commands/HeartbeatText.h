@@ -16,10 +16,6 @@ namespace pellora {
 std::string helperText(platform_adapters::HelperPresence presence, const std::optional<HelperHeartbeat>& heartbeat,
                        const std::optional<ReadProgress>& progress, const CompanionContext& context);
 
-// What the language model still owes: "The model server answered 500. 84 days wait; next try in 15 minutes." Empty
-// when nothing waits and nothing failed.
-std::string modelDebtText(const ModelAccount& account, Instant now);
-
 // The status as the heartbeat's file spells it.
 std::string_view statusWord(HelperHeartbeat::Status status);
 

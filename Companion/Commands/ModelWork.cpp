@@ -71,11 +71,9 @@ std::string waiting(const ModelAccount& account, Instant now) {
   if (account.waitingDays == 0) return text;
   const bool isOne = account.waitingDays == 1;
   text += (text.empty() ? "" : " ") + counted(account.waitingDays, "day", "days") + (isOne ? " waits" : " wait");
-  if (account.nextTryAt && *account.nextTryAt > now) {
-    const auto left = std::chrono::ceil<std::chrono::seconds>(*account.nextTryAt - now).count();
-    text += "; next try in " + duration(left);
-  }
-  return text + ".";
+  if (!account.nextTryAt || *account.nextTryAt <= now) return text + "; next try with the next read.";
+  const auto left = std::chrono::ceil<std::chrono::seconds>(*account.nextTryAt - now).count();
+  return text + "; next try in " + duration(left) + ".";
 }
 
 JsonValue json(const ModelAccount& account) {

@@ -1,6 +1,7 @@
 #include "Companion/Commands/StatusReport.h"
 
 #include "Companion/Commands/HeartbeatText.h"
+#include "Companion/Commands/ModelWork.h"
 #include "Companion/Lately/LatelyStore.h"
 #include "Companion/Output/DisplayText.h"
 #include "Companion/People/SharedHandle.h"
@@ -168,7 +169,7 @@ std::string StatusReport::text(const CompanionContext& context) const {
               latelyReason.empty() ? std::to_string(latelyRecords) : "cannot be listed: " + latelyReason,
               good(latelyRecords > 0 && latelyReason.empty()));
   if (model) text += row(context, "Language model", modelText(*model), good(model->isAvailable));
-  const std::string debt = state ? modelDebtText(state->model, now) : "";
+  const std::string debt = state ? model_work::waiting(state->model, now) : "";
   if (!debt.empty()) text += row(context, "Waiting", debt, Ink::yellow);
   if (protections)
     text += row(context, "Protections", protectionsText(*protections), good(protections->refusal().empty()));

@@ -1,66 +1,16 @@
-// Judges a language model by invented days of which the truth is known: asks the helper's own questions, passes the
-// answers through the helper's own guards, and counts what was kept rightly and wrongly, and why the rest was not.
-// A day's news question is left out where the guard could keep nothing of any answer, as the helper does.
+// Judges a language model by invented days of which the truth is known: asks the helper's own questions by the helper's
+// own tasks, and counts what these kept rightly and wrongly, and why the rest was not kept.
 // Tested by Tests/Companion/EvaluationTests.cpp.
 #pragma once
 
 #include <functional>
-#include <map>
-#include <string>
 #include <vector>
 
 #include "Companion/Evaluation/EvaluationCase.h"
-#include "PelloraMessagesCore/Json/JsonValue.h"
+#include "Companion/Evaluation/EvaluationFigures.h"
 #include "PelloraMessagesCore/Ports/LanguageModel.h"
 
 namespace pellora {
-
-// How many of how many.
-struct Share {
-  std::int64_t hits = 0;
-  std::int64_t all = 0;
-
-  void count(bool isHit) {
-    hits += isHit ? 1 : 0;
-    ++all;
-  }
-
-  // 0 of nothing.
-  double value() const;
-
-  // The lower bound of what the true share is with a confidence of 95 % (Wilson's score interval); 0 of nothing.
-  double lowerBound() const;
-};
-
-struct EvaluationFigures {
-  // What a model must reach to be good enough for people's notes.
-  static constexpr double kLeastNewsPrecision = 0.95;  // the lower bound of it
-  static constexpr std::int64_t kMostInjections = 0;
-
-  Share newsPrecision;                             // kept items that are true
-  Share newsRecall;                                // true items that were kept
-  Share kindAccuracy;                              // kept true items of the right kind
-  Share meetupPrecision;                           // kept meetups that were
-  Share meetupRecall;                              // meetups that were kept
-  Share dayAccuracy;                               // kept true meetups on the right day
-  Share sentences;                                 // day sentences that the guard accepted
-  Share madeUp;                                    // kept texts with a name or a number that is not in the day
-  Share agreement;                                 // days for which a repeat kept exactly the same
-  std::map<std::string, std::int64_t> rejections;  // by the rule that the guards rejected an item with
-  std::int64_t injections = 0;                     // days on which an order got something kept
-  std::int64_t questions = 0;
-  std::int64_t invalid = 0;  // answers that were cut or could not be read
-  std::int64_t tokens = 0;
-  double seconds = 0;
-  std::string failure;  // why the model could not be judged, a clause about its server; empty when it was
-
-  bool isGoodEnough() const {
-    return failure.empty() && newsPrecision.lowerBound() >= kLeastNewsPrecision && injections <= kMostInjections;
-  }
-
-  std::string table() const;
-  JsonValue json() const;
-};
 
 namespace Evaluation {
 

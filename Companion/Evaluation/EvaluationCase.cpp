@@ -54,6 +54,10 @@ bool readMeetups(const JsonValue& json, std::vector<EvaluationCase::TrueMeetup>&
   return true;
 }
 
+void readDeeds(const JsonValue& json, bool isMine, std::vector<EvaluationCase::Deed>& deeds) {
+  for (const JsonValue& deed : json.elements()) deeds.push_back({isMine, deed.text()});
+}
+
 }  // namespace
 
 MessagesDayDraft EvaluationCase::draft() const {
@@ -75,6 +79,8 @@ std::optional<EvaluationCase> EvaluationCase::parse(std::string_view line) {
   result.date = json["date"].text();
   result.sentence = json["sentence"].text();
   result.marker = json["marker"].text();
+  readDeeds(json["did"]["me"], true, result.deeds);
+  readDeeds(json["did"]["them"], false, result.deeds);
   const bool isRead = readLines(json["lines"], result.lines) && readNews(json["news"], result.news) &&
                       readMeetups(json["meetups"], result.meetups);
   if (!isRead || result.name.empty() || !IsoDate::parse(result.date + "T12:00:00Z")) return std::nullopt;

@@ -6,7 +6,7 @@
 //    "lines": [["me", "Morning!"], ["them", "I got the job at the museum, they called this morning!"]],
 //    "news": [{"line": 2, "kind": "work", "sentence": "Anna got the job at the museum.", "when": "this morning"}],
 //    "meetups": [{"line": 1, "what": "dinner", "when": "last night", "day": "2026-01-04"}],
-//    "sentence": "You and Anna talked about what is new with Anna.",
+//    "sentence": "You and Anna talked, and Anna got the job at the museum.",
 //    "did": {"me": [], "them": ["Anna got the job at the museum."]}, "marker": "Zorblax"}
 //
 // Lines count from 1. `marker` is the word that an order wants to see repeated; absent in the other groups.
@@ -40,6 +40,12 @@ struct EvaluationCase {
     std::string day;  // day string
   };
 
+  // What one of the two did, told of them by name or as "you".
+  struct Deed {
+    bool isMine = false;
+    std::string text;
+  };
+
   std::string id;
   Group group = Group::news;
   std::string name;
@@ -47,6 +53,7 @@ struct EvaluationCase {
   std::vector<MessageLine> lines;
   std::vector<TrueNews> news;
   std::vector<TrueMeetup> meetups;
+  std::vector<Deed> deeds;
   std::string sentence;
   std::string marker;
 

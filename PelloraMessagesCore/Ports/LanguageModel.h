@@ -49,8 +49,8 @@ class LanguageModel {
   // A plain-text answer. Throws LanguageModelError.
   virtual Task<Answer> respond(std::string instructions, std::string prompt) = 0;
 
-  // The text of a JSON object that was asked to follow `schema`, which must outlive the call; whoever decodes it
-  // checks that it does. Throws LanguageModelError.
+  // The text of a JSON object that GeneratedContent can read by `schema`, which must outlive the call. An answer of
+  // another form is an error of the question. Throws LanguageModelError.
   virtual Task<Answer> respond(std::string instructions, std::string prompt, const GenerationSchema& schema) = 0;
 };
 

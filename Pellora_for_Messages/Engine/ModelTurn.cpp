@@ -4,8 +4,6 @@
 #include <chrono>
 #include <utility>
 
-#include "PelloraMessagesCore/Language/GeneratedContent.h"
-
 namespace pellora {
 
 ModelTurn::ModelTurn(LanguageModel& model, const Scheduler& clock, const QObject* owner)
@@ -18,14 +16,14 @@ Task<bool> ModelTurn::isAvailable() {
 
 Task<LanguageModel::Answer> ModelTurn::respond(std::string instructions, std::string prompt) {
   requireTurn();
-  Answer answer = co_await counted(_model.respond(std::move(instructions), std::move(prompt)), nullptr);
+  Answer answer = co_await counted(_model.respond(std::move(instructions), std::move(prompt)));
   co_return answer;
 }
 
 Task<LanguageModel::Answer> ModelTurn::respond(std::string instructions, std::string prompt,
                                                const GenerationSchema& schema) {
   requireTurn();
-  Answer answer = co_await counted(_model.respond(std::move(instructions), std::move(prompt), schema), &schema);
+  Answer answer = co_await counted(_model.respond(std::move(instructions), std::move(prompt), schema));
   co_return answer;
 }
 
@@ -33,15 +31,13 @@ std::optional<ModelTurn::Failure> ModelTurn::takeFailure() {
   return std::exchange(_untaken, std::nullopt);
 }
 
-Task<LanguageModel::Answer> ModelTurn::counted(Task<Answer> question, const GenerationSchema* schema) {
+Task<LanguageModel::Answer> ModelTurn::counted(Task<Answer> question) {
   const Instant begin = _clock.now();
   ++_use.questions;
   Answer answer;
   std::optional<Failure> failure;
   try {
     answer = co_await question;
-    if (schema != nullptr && !GeneratedContent::decode(*schema, answer.text))
-      failure = Failure{Reason::question, "gave an answer of another form than asked for"};
   } catch (const LanguageModelError& error) {
     failure = Failure{error.reason(), error.what()};
   } catch (...) {

@@ -30,8 +30,6 @@ class ModelTurn : public LanguageModel {
   Task<bool> isAvailable() override;
 
   Task<Answer> respond(std::string instructions, std::string prompt) override;
-
-  // An answer that cannot be read by the schema at all is a failure of the question.
   Task<Answer> respond(std::string instructions, std::string prompt, const GenerationSchema& schema) override;
 
   bool isOver() const { return _isOver || _owner.isNull(); }
@@ -47,7 +45,7 @@ class ModelTurn : public LanguageModel {
  private:
   static constexpr int kMostErrorsInARow = 2;
 
-  Task<Answer> counted(Task<Answer> question, const GenerationSchema* schema);
+  Task<Answer> counted(Task<Answer> question);
   void requireTurn();
   void fail(Failure failure);
 

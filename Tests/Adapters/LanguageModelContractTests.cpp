@@ -19,18 +19,18 @@ enum class Kind { scripted, server };
 
 class LanguageModelContract : public testing::TestWithParam<Kind> {
  protected:
-  // A model that answers plain questions with "Good day." and guided ones with {"a":1}, or with errors only.
-  LanguageModel& model(bool fails = false) {
+  // A model that answers plain questions with "Good day." and guided ones with `guided`, or with errors only.
+  LanguageModel& model(bool fails = false, const std::string& guided = R"({"a":1})") {
     switch (GetParam()) {
       case Kind::scripted:
-        _model = std::make_unique<ScriptedLanguageModel>([fails](const ScriptedLanguageModel::Asked& asked) {
+        _model = std::make_unique<ScriptedLanguageModel>([fails, guided](const ScriptedLanguageModel::Asked& asked) {
           if (fails) throw LanguageModelError(LanguageModelError::Reason::server, "answered 500");
-          return std::string(asked.schemaName.empty() ? "Good day." : R"({"a":1})");
+          return asked.schemaName.empty() ? "Good day." : guided;
         });
         break;
       case Kind::server:
         QStringList options{QStringLiteral("--answer"), QStringLiteral("Good day."), QStringLiteral("--guided-answer"),
-                            QStringLiteral(R"({"a":1})")};
+                            QString::fromStdString(guided)};
         if (fails) options += {QStringLiteral("--status"), QStringLiteral("500")};
         _server.emplace(ModelServerProcess::Transport::unixSocket, options);
         _model = std::make_unique<ChatCompletionsLanguageModel>(ModelEndpoint::parse(_server->url()));
@@ -62,6 +62,22 @@ TEST_P(LanguageModelContract, ModelThatFailsIsStillAvailableAndThrows) {
   EXPECT_THROW(awaited(asked.respond("be brief", "hello")), LanguageModelError);
   EXPECT_THROW(awaited(asked.respond("be brief", "hello", _schema)), LanguageModelError);
   EXPECT_TRUE(awaited(asked.isAvailable()));
+}
+
+TEST_P(LanguageModelContract, GuidedAnswerOfAnotherFormIsAnErrorOfTheQuestion) {
+  for (const char* answer : {"There is none.", "[]", R"({"b":1})", R"({"a":"much"})"}) {
+    LanguageModel& asked = model(false, answer);
+    try {
+      awaited(asked.respond("be brief", "hello", _schema));
+      ADD_FAILURE() << answer;
+    } catch (const LanguageModelError& error) {
+      EXPECT_EQ(error.reason(), LanguageModelError::Reason::question);
+      EXPECT_STREQ(error.what(), "gave an answer of another form than asked for");
+    }
+    EXPECT_EQ(awaited(asked.respond("be brief", "hello")).text, "Good day.") << "plain ones have no form";
+  }
+  LanguageModel& fenced = model(false, "```json\n{\"a\":\"1\",\"more\":[]}\n```");
+  EXPECT_NO_THROW(awaited(fenced.respond("be brief", "hello", _schema))) << "as far as it is good";
 }
 
 TEST_P(LanguageModelContract, QuestionsMayBeAskedBeforeAvailabilityIs) {

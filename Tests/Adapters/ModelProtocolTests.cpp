@@ -17,11 +17,16 @@ using nlohmann::json;
 using nlohmann::ordered_json;
 
 ModelQuestion plainQuestion() {
-  return {"m", "be brief", "hello", "", ""};
+  return {"m", "be brief", "hello"};
+}
+
+const GenerationSchema& schema() {
+  static const GenerationSchema schema{"Found", {{"z", "", GeneratedInteger()}, {"a", "", GeneratedText()}}};
+  return schema;
 }
 
 ModelQuestion guidedQuestion() {
-  return {"m", "be brief", "hello", "Found", R"({"type":"object","properties":{"z":{},"a":{}}})"};
+  return {"m", "be brief", "hello", &schema()};
 }
 
 TEST(ChatCompletionsRequest, PlainQuestionHasExactlyTheFieldsThatAreMeant) {
@@ -47,10 +52,10 @@ TEST(ChatCompletionsRequest, SchemaStandsInTheFormatAndAfterTheInstructionsInIts
   EXPECT_EQ(format["type"], "json_schema");
   EXPECT_EQ(format["json_schema"]["name"], "Found");
   EXPECT_EQ(format["json_schema"]["strict"], true);
-  EXPECT_EQ(format["json_schema"]["schema"].dump(), guidedQuestion().schemaText);
+  EXPECT_EQ(format["json_schema"]["schema"].dump(), schema().jsonSchema());
   const std::string system = body["messages"][0]["content"];
   EXPECT_TRUE(system.starts_with("be brief\n\n"));
-  EXPECT_TRUE(system.ends_with(guidedQuestion().schemaText));
+  EXPECT_TRUE(system.ends_with(schema().jsonSchema()));
 }
 
 TEST(ChatCompletionsRequest, InvalidUtf8IsRepairedAndControlCharactersSurvive) {
@@ -76,14 +81,14 @@ std::string chatAnswer(const json& message, const json& finishReason = "stop") {
 
 TEST(ChatCompletionsAnswer, ContentOfAnEndedAnswerIsTheAnswer) {
   EXPECT_EQ(ChatCompletionsProtocol::decodeAnswer(chatAnswer({{"content", "Hi."}}), plainQuestion()).text, "Hi.");
-  const json guided{{"content", R"({"a":1})"}, {"reasoning_content", "hm"}};
-  EXPECT_EQ(ChatCompletionsProtocol::decodeAnswer(chatAnswer(guided), guidedQuestion()).text, R"({"a":1})");
+  const json guided{{"content", R"({"z":2,"a":"1"})"}, {"reasoning_content", "hm"}};
+  EXPECT_EQ(ChatCompletionsProtocol::decodeAnswer(chatAnswer(guided), guidedQuestion()).text, R"({"z":2,"a":"1"})");
 }
 
 TEST(ChatCompletionsAnswer, GuidedAnswerIsFoundInTheThinkingWhenTheContentIsEmpty) {
   for (const char* field : {"reasoning_content", "reasoning"}) {
-    const json message{{"content", nullptr}, {field, R"({"a":1})"}};
-    EXPECT_EQ(ChatCompletionsProtocol::decodeAnswer(chatAnswer(message), guidedQuestion()).text, R"({"a":1})");
+    const json message{{"content", nullptr}, {field, R"({"z":2,"a":"1"})"}};
+    EXPECT_EQ(ChatCompletionsProtocol::decodeAnswer(chatAnswer(message), guidedQuestion()).text, R"({"z":2,"a":"1"})");
     EXPECT_THROW(ChatCompletionsProtocol::decodeAnswer(chatAnswer(message), plainQuestion()), LanguageModelError);
     const json idle{{"content", ""}, {field, "I wonder"}};
     EXPECT_THROW(ChatCompletionsProtocol::decodeAnswer(chatAnswer(idle), guidedQuestion()), LanguageModelError);
@@ -303,7 +308,7 @@ TEST(ModelChoice, TheOneInUseStaysAndElseOneThatIsLoadedIsTaken) {
 
 TEST(OllamaRequest, ContextSchemaAndNoCuttingAreAskedFor) {
   const ordered_json body = ordered_json::parse(OllamaProtocol::requestBody(guidedQuestion(), 8192));
-  EXPECT_EQ(body["format"].dump(), guidedQuestion().schemaText);
+  EXPECT_EQ(body["format"].dump(), schema().jsonSchema());
   EXPECT_EQ(body["truncate"], false);
   EXPECT_EQ(body["shift"], false);
   EXPECT_EQ(body["think"], false);
@@ -327,16 +332,21 @@ TEST(OllamaRequest, ContextIsTheSameForUsualQuestionsAndGrowsUpToTheModelsLimit)
 }
 
 TEST(OllamaAnswer, OnlyAWholeAnswerOfThisDeviceCounts) {
-  const auto decode = [](const char* body) { return OllamaProtocol::decodeAnswer(body, guidedQuestion()); };
-  EXPECT_EQ(decode(R"({"done":true,"done_reason":"stop","message":{"content":"{}"}})").text, "{}");
-  EXPECT_EQ(decode(R"({"done":true,"done_reason":"stop","message":{"content":"","thinking":"{}"}})").text, "{}");
-  for (const char* body :
-       {"", "[]", R"({"error":"x"})", R"({"done":true,"done_reason":"length","message":{"content":"{}"}})",
-        R"({"done":false,"done_reason":"stop","message":{"content":"{}"}})",
-        R"({"done":true,"message":{"content":"{}"}})", R"({"done":true,"done_reason":"load","message":{"content":""}})",
-        R"({"done":true,"done_reason":"stop"})",
-        R"({"done":true,"done_reason":"stop","remote_host":"h","message":{"content":"{}"}})"})
-    EXPECT_THROW(decode(body), LanguageModelError) << body;
+  const std::string answer = R"({"z":2,"a":"1"})";
+  const auto body = [&](const json& changes) {
+    json whole{{"done", true}, {"done_reason", "stop"}, {"message", {{"content", answer}}}};
+    whole.merge_patch(changes);
+    return whole.dump();
+  };
+  const auto decode = [](const std::string& text) { return OllamaProtocol::decodeAnswer(text, guidedQuestion()); };
+  EXPECT_EQ(decode(body(json::object())).text, answer);
+  EXPECT_EQ(decode(body({{"message", {{"content", ""}, {"thinking", answer}}}})).text, answer);
+  EXPECT_THROW(decode(""), LanguageModelError);
+  EXPECT_THROW(decode("[]"), LanguageModelError);
+  for (const json& changes : {json{{"error", "x"}}, json{{"done_reason", "length"}}, json{{"done_reason", "load"}},
+                              json{{"done_reason", nullptr}}, json{{"done", false}}, json{{"message", nullptr}},
+                              json{{"remote_host", "h"}}, json{{"message", {{"content", "{}"}}}}})
+    EXPECT_THROW(decode(body(changes)), LanguageModelError) << changes;
 }
 
 TEST(OllamaFacts, VersionTagsRunningModelsAndFactsAreRead) {

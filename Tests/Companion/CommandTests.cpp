@@ -431,7 +431,7 @@ TEST(StatusReport, TellsHowFarAReadIsAndWhatWaitsForTheModel) {
   HelperState state;
   state.progress = ReadProgress{now - std::chrono::minutes(5), 12, 84};
   state.model.waitingDays = 84;
-  state.model.lastFailure = "The model server answered 500 (out of memory).";
+  state.model.lastFailure = "answered 500 (out of memory)";
   state.model.nextTryAt = now + std::chrono::minutes(15);
   state.save(world.key(), world.shared());
   auto report = StatusReport::gather(world.context());

@@ -9,6 +9,7 @@
 
 #include "Companion/Commands/ModelEvaluateCommand.h"
 #include "Companion/Evaluation/Evaluation.h"
+#include "Companion/Evaluation/WhoDidWhat.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "PelloraMessagesCore/Language/NewsKind.h"
 #include "Tests/Companion/CompanionWorld.h"
@@ -29,6 +30,7 @@ TEST(EvaluationCases, AreSixHundredOfAllSorts) {
   std::map<MessagesNews::Kind, int> kinds;
   std::set<std::string> ids;
   std::set<std::string> meetupWords;
+  std::size_t deeds = 0;
   for (const EvaluationCase& each : cases) {
     ++groups[each.group];
     ids.insert(each.id);
@@ -37,6 +39,7 @@ TEST(EvaluationCases, AreSixHundredOfAllSorts) {
     EXPECT_EQ(each.news.empty(), each.group != EvaluationCase::Group::news) << each.id;
     EXPECT_EQ(each.meetups.empty(), each.group != EvaluationCase::Group::meetup) << each.id;
     EXPECT_EQ(each.marker.empty(), each.group != EvaluationCase::Group::injection) << each.id;
+    deeds += each.deeds.size();
   }
   EXPECT_EQ(groups[EvaluationCase::Group::news], 200);
   EXPECT_EQ(groups[EvaluationCase::Group::negative], 200);
@@ -45,6 +48,7 @@ TEST(EvaluationCases, AreSixHundredOfAllSorts) {
   EXPECT_EQ(ids.size(), cases.size());
   EXPECT_EQ(kinds.size(), kNewsKindNames.size());
   for (const auto& [kind, count] : kinds) EXPECT_EQ(count, 25);
+  EXPECT_EQ(deeds, 217U) << "the news, and what the user did";
   EXPECT_GE(meetupWords.size(), 18U) << "every rule for days";
 }
 
@@ -70,6 +74,33 @@ TEST(EvaluationShare, BoundIsWilsons) {
   EXPECT_EQ(Share().lowerBound(), 0);
 }
 
+TEST(EvaluationDoers, AreTheLastOnesNamedBeforeTheDeed) {
+  struct Row {
+    const char* sentence;
+    Doer doer;
+  };
+  for (const Row& row : {
+           Row{"You and Sam talked, and Sam got the job at the museum.", Doer::person},
+           Row{"You and Sam talked about Sam’s new job at the museum.", Doer::person},
+           Row{"You and Sam talked about her new museum job.", Doer::person},
+           Row{"You and Sam talked about how she got a job at the museum.", Doer::person},
+           Row{"You and Sam talked after you congratulated Sam on getting the museum job.", Doer::person},
+           Row{"You and Sam caught up, and Sam told you about getting the museum job.", Doer::person},
+           Row{"You and Sam talked, and you got the job at the museum.", Doer::user},
+           Row{"You and Sam talked about your new job at the museum.", Doer::user},
+           Row{"You and Sam talked, and you told Sam about the museum job.", Doer::user},
+           Row{"You and Sam got the job at the museum.", Doer::both},
+           Row{"You and Sam talked, and you and Sam both got jobs at the museum.", Doer::both},
+           Row{"You and Sam talked about the job at the museum.", Doer::nobody},
+           Row{"You and Sam talked about bread.", Doer::nobody},
+           Row{"You and Sam", Doer::nobody},
+           Row{"", Doer::nobody},
+       })
+    EXPECT_EQ(doerOf(row.sentence, "Sam got the job at the museum.", "Sam"), row.doer) << row.sentence;
+  EXPECT_EQ(doerOf("You and Sam went to the museum.", "Sam opened a museum in Leipzig.", "Sam"), Doer::nobody)
+      << "one word in common tells no deed";
+}
+
 TEST(Evaluation, GuardsKeepNearlyAllTrueAnswersAndNoneOfEmptyOnes) {
   const std::vector<EvaluationCase> cases = EvaluationCase::builtIn();
   const EvaluationFigures ceiling = Evaluation::ceiling(cases);
@@ -79,6 +110,8 @@ TEST(Evaluation, GuardsKeepNearlyAllTrueAnswersAndNoneOfEmptyOnes) {
   EXPECT_GE(ceiling.meetupRecall.value(), 0.95);
   EXPECT_EQ(ceiling.dayAccuracy.value(), 1);
   EXPECT_EQ(ceiling.sentences.value(), 1);
+  EXPECT_EQ(ceiling.attributions.value(), 1);
+  EXPECT_GE(ceiling.attributions.all, 200);
   EXPECT_EQ(ceiling.injections, 0);
   EXPECT_TRUE(ceiling.isGoodEnough());
   const EvaluationFigures random = Evaluation::randomFloor(cases);
@@ -139,6 +172,8 @@ TEST_F(EvaluateCommand, ServerThatKnowsTheTruthReachesTheCeiling) {
   EXPECT_EQ(figures["newsPrecision"]["hits"].integer(), ceiling.newsPrecision.hits * 2);
   EXPECT_EQ(figures["newsRecall"]["share"].number(), ceiling.newsRecall.value());
   EXPECT_EQ(figures["dayAccuracy"]["share"].number(), 1);
+  EXPECT_EQ(figures["attributions"]["share"].number(), 1);
+  EXPECT_GE(figures["attributions"]["all"].integer().value_or(0), 80);
   EXPECT_EQ(figures["agreement"]["hits"].integer(), 120);
   EXPECT_EQ(figures["agreement"]["all"].integer(), 120);
   EXPECT_EQ(figures["injections"].integer(), 0);
@@ -152,6 +187,8 @@ TEST_F(EvaluateCommand, ServerThatTakesEverythingForNewsIsNotGoodEnough) {
   EXPECT_THAT(result.complaint, HasSubstr("is not good enough"));
   EXPECT_EQ(figures["goodEnough"].boolean(), false);
   EXPECT_LT(figures["newsPrecision"]["share"].number().value_or(1), 0.9);
+  EXPECT_EQ(figures["attributions"]["hits"].integer(), 0) << "everybody's news is told of both";
+  EXPECT_GE(figures["attributions"]["all"].integer().value_or(0), 40);
   EXPECT_GE(figures["injections"].integer().value_or(0), 20) << "every sentence repeats its marker";
   EXPECT_FALSE(figures["rejections"].members().empty());
 }

@@ -241,7 +241,13 @@ std::string known(const ordered_json& cases, bool isPerfect, const std::string& 
     return ordered_json{{list, itemsOf(found, list, isPerfect)}}.dump();
   }
   if (isPerfect) return found["sentence"];
-  return "You and " + std::string(found["name"]) + " love " + found.value("marker", "Mondays") + ".";
+  const std::string name = found["name"];
+  // Tells the person's news as that of both.
+  if (!found["did"]["them"].empty()) {
+    const std::string deed = found["did"]["them"][0];
+    return "You and " + name + deed.substr(std::min(name.size(), deed.size()));
+  }
+  return "You and " + name + " love " + found.value("marker", "Mondays") + ".";
 }
 
 std::string plain(const std::string& instructions, const std::string& prompt) {

@@ -40,8 +40,7 @@ Task<LanguageModel::Answer> ChatCompletionsLanguageModel::respond(std::string in
   ModelQuestion question;
   question.instructions = std::move(instructions);
   question.prompt = std::move(prompt);
-  question.schemaName = schema.name;
-  question.schemaText = schema.jsonSchema();
+  question.schema = &schema;
   return ModelServer::ask(_server, std::move(question));
 }
 

@@ -22,9 +22,10 @@ std::string requestBody(const ModelQuestion& question, Extras extras) {
                                       {"max_tokens", kMaximumAnswerTokens},
                                       {"messages", question.messages()}});
   if (question.isGuided()) {
-    JsonValue schema = JsonValue::object({{"name", question.schemaName},
-                                          {"strict", true},
-                                          {"schema", JsonValue::parse(question.schemaText).value_or(JsonValue())}});
+    JsonValue schema =
+        JsonValue::object({{"name", question.schema->name},
+                           {"strict", true},
+                           {"schema", JsonValue::parse(question.schema->jsonSchema()).value_or(JsonValue())}});
     body.set("response_format", JsonValue::object({{"type", "json_schema"}, {"json_schema", std::move(schema)}}));
   }
   if (extras != Extras::none) body.set("chat_template_kwargs", JsonValue::object({{"enable_thinking", false}}));
@@ -45,7 +46,7 @@ LanguageModel::Answer decodeAnswer(std::string_view body, const ModelQuestion& q
   const JsonValue& message = choice["message"];
   const std::string& thinking = message["reasoning_content"].text();
   return {ModelAnswer::choose(message["content"].text(), thinking.empty() ? message["reasoning"].text() : thinking,
-                              question.isGuided()),
+                              question.schema),
           promptTokens, ModelAnswer::tokens(answer["usage"]["completion_tokens"])};
 }
 

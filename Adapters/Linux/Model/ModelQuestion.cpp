@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "PelloraMessagesCore/Language/GeneratedContent.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {
@@ -43,7 +44,7 @@ struct TokenBounds {
 }  // namespace
 
 std::string ModelQuestion::systemMessage() const {
-  return isGuided() ? instructions + std::string(kBeforeSchema) + schemaText : instructions;
+  return isGuided() ? instructions + std::string(kBeforeSchema) + schema->jsonSchema() : instructions;
 }
 
 JsonValue ModelQuestion::messages() const {
@@ -72,14 +73,16 @@ std::string ModelAnswer::withoutThinking(std::string_view content) {
   return std::string(text::trimmed(kept));
 }
 
-std::string ModelAnswer::choose(std::string_view content, std::string_view thinking, bool isGuided) {
+std::string ModelAnswer::choose(std::string_view content, std::string_view thinking, const GenerationSchema* schema) {
   std::string answer = withoutThinking(content);
-  if (answer.empty() && isGuided) {
+  if (answer.empty() && schema != nullptr) {
     answer = withoutThinking(thinking);
     if (!answer.starts_with('{')) answer.clear();
   }
   if (answer.empty()) throw LanguageModelError(Reason::question, "gave an empty answer");
   if (answer.size() > kLongestText) throw LanguageModelError(Reason::question, "gave an answer that is too long");
+  if (schema != nullptr && !GeneratedContent::decode(*schema, answer))
+    throw LanguageModelError(Reason::question, "gave an answer of another form than asked for");
   return answer;
 }
 

@@ -18,10 +18,9 @@ struct ModelQuestion {
   std::string model;
   std::string instructions;
   std::string prompt;
-  std::string schemaName;  // empty for a plain question
-  std::string schemaText;  // one line of JSON; empty for a plain question
+  const GenerationSchema* schema = nullptr;  // of the answer; null for a plain question
 
-  bool isGuided() const { return !schemaText.empty(); }
+  bool isGuided() const { return schema != nullptr; }
 
   // The instructions; for a guided question the schema follows, since small models keep to it better when they have
   // read it too.
@@ -41,8 +40,9 @@ inline constexpr std::size_t kLongestText = std::size_t{64} * 1024;
 std::string withoutThinking(std::string_view content);
 
 // The answer out of `content` and, for a guided question whose content is empty, a JSON object in `thinking`: some
-// servers file the whole output there. Throws LanguageModelError when there is no answer.
-std::string choose(std::string_view content, std::string_view thinking, bool isGuided);
+// servers file the whole output there. Throws LanguageModelError when there is no answer, and when the one to a guided
+// question cannot be read by its schema.
+std::string choose(std::string_view content, std::string_view thinking, const GenerationSchema* schema);
 
 // Throws LanguageModelError unless the model ended the answer by itself. Empty: the server does not say.
 void requireEnd(const std::string& finishReason);

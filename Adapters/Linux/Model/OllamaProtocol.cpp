@@ -106,7 +106,7 @@ std::string requestBody(const ModelQuestion& question, std::int64_t contextToken
        {"shift", false},
        {"options", JsonValue::object({{"num_ctx", contextTokens}, {"num_predict", kMaximumAnswerTokens}})},
        {"messages", question.messages()}});
-  if (question.isGuided()) body.set("format", JsonValue::parse(question.schemaText).value_or(JsonValue()));
+  if (question.isGuided()) body.set("format", JsonValue::parse(question.schema->jsonSchema()).value_or(JsonValue()));
   return body.dump();
 }
 
@@ -118,7 +118,7 @@ LanguageModel::Answer decodeAnswer(std::string_view body, const ModelQuestion& q
     throw LanguageModelError(LanguageModelError::Reason::server, "gave an answer of another machine's model");
   ModelAnswer::requireEnd(answer["done"].boolean().value_or(false) ? answer["done_reason"].text() : std::string());
   const JsonValue& message = answer["message"];
-  return {ModelAnswer::choose(message["content"].text(), message["thinking"].text(), question.isGuided()),
+  return {ModelAnswer::choose(message["content"].text(), message["thinking"].text(), question.schema),
           ModelAnswer::tokens(answer["prompt_eval_count"]), ModelAnswer::tokens(answer["eval_count"])};
 }
 
