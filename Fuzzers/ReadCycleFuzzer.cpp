@@ -162,6 +162,13 @@ void checkRecords(const HelperDayNotes& notes, const std::vector<HelperPerson>& 
   }
 }
 
+// A damaged date need not be a number, so the two ways of reading may put its row in different places.
+std::vector<HistoryMessage> inOrder(std::vector<HistoryMessage> messages) {
+  std::ranges::sort(messages, {},
+                    [](const HistoryMessage& message) { return std::pair(message.rowID, message.chatID); });
+  return messages;
+}
+
 void readAll(const fs::path& path) {
   const std::vector<HelperPerson> people = {{Uuid({1}), "Sam", {"5550100123"}, {}},
                                             {Uuid({2}), "Robin", {}, {"sam@example.com"}}};
@@ -174,9 +181,8 @@ void readAll(const fs::path& path) {
   database.messages(std::set<std::int64_t>{1, 2, 3}, instantAtSeconds(978'307'200));
   const Instant since = instantAtSeconds(978'307'200);
   const auto messages = database.messages(since, 50'000);
-  // Read in portions, a store gives the same rows.
-  requireSame(database.windowMessages({1, 2, 3, 4, 5, 6, 7, 8}, since, 2) ==
-              database.windowMessages({1, 2, 3, 4, 5, 6, 7, 8}, since, 50'000));
+  // Chats first or dates first: the same rows.
+  requireSame(inOrder(database.allMessages({1, 2, 3}, since)) == inOrder(messages));
   database.newRows({1, 2}, 0, 3);
   database.rowMark(1);
   auto drafts = MessagesDayBuilder::drafts(messages, participants, matcher, matcher.firstNames(), calendar);

@@ -13,6 +13,7 @@
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <tuple>
 #include <utility>
 
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
@@ -41,6 +42,12 @@ class Statement {
   Statement& operator=(const Statement&) = delete;
 
   void bind(std::int64_t parameter) { sqlite3_bind_int64(_statement, 1, parameter); }
+
+  // Hands a value of C++ to a function of SQL that knows it by `type`; it must outlive the statement.
+  template <class Value>
+  void bind(int index, const Value& value, const char* type) {
+    sqlite3_bind_pointer(_statement, index, const_cast<Value*>(&value), type, nullptr);
+  }
 
   // False after the last row.
   bool nextRow() {
@@ -105,6 +112,10 @@ class RowTaker {
   int take(sqlite3* db, const std::string& sql, std::int64_t parameter) {
     Statement statement(db, sql);
     statement.bind(parameter);
+    return takeAll(statement);
+  }
+
+  int takeAll(Statement& statement) {
     int count = 0;
     for (; statement.nextRow(); ++count) takeRow(statement);
     return count;
@@ -149,19 +160,45 @@ std::vector<HistoryMessage> messageRows(sqlite3* db, const std::string& sql, std
   return std::move(rows.messages);
 }
 
-// Every row of a query ordered by date, `limit` at a time. A further portion begins behind the rows that were given
-// already, not at the last one's date: a damaged date need not be a number, and in one snapshot their order stays.
-std::vector<HistoryMessage> allRows(sqlite3* db, const std::string& condition, const ChatSelection* chats,
-                                    std::int64_t since, int limit) {
-  const std::string sql = messageQuery(condition, "m.date", limit);
-  RowTaker rows(chats);
-  std::int64_t given = 0;
-  int count = 0;
-  do {
-    count = rows.take(db, given == 0 ? sql : sql + " OFFSET " + std::to_string(given), since);
-    given += count;
-  } while (count == limit);
-  return std::move(rows.messages);
+// The row ids of a window, ascending; what the function of SQL below looks into.
+using RowIDs = std::vector<std::int64_t>;
+constexpr char kRowIDsPointer[] = "row ids";
+
+// is_in_window(row id, RowIDs bound as a pointer)
+void isInWindow(sqlite3_context* context, int, sqlite3_value** arguments) {
+  const auto* window = static_cast<const RowIDs*>(sqlite3_value_pointer(arguments[1], kRowIDsPointer));
+  const std::int64_t rowID = sqlite3_value_int64(arguments[0]);
+  sqlite3_result_int(context, window != nullptr && std::binary_search(window->begin(), window->end(), rowID) ? 1 : 0);
+}
+
+// The index on dates holds all that this asks for, so no message is touched.
+RowIDs rowIDsSince(sqlite3* db, std::int64_t since) {
+  Statement statement(db, "SELECT ROWID FROM message WHERE date >= ?");
+  statement.bind(since);
+  RowIDs rowIDs;
+  while (statement.nextRow()) rowIDs.push_back(statement.integer64(0));
+  std::sort(rowIDs.begin(), rowIDs.end());
+  return rowIDs;
+}
+
+std::string chatList(const auto& chats) {
+  std::string list;
+  for (const std::int64_t chat : chats) {
+    if (!list.empty()) list += ',';
+    list += std::to_string(chat);
+  }
+  return list;
+}
+
+// Chats before messages: only rows of these chats are ever fetched, each page of them once, as row ids ascend.
+std::string selectionQuery(const ChatSelection& chats) {
+  return "SELECT m.ROWID, m.date, m.is_from_me, m.text, m.attributedBody, cmj.chat_id\n"
+         "FROM (SELECT message_id, chat_id FROM chat_message_join\n"
+         "WHERE chat_id IN (" +
+         chatList(chats) +
+         ") AND message_id >= ?1 AND is_in_window(message_id, ?2) ORDER BY message_id, chat_id) cmj\n"
+         "CROSS JOIN message m ON m.ROWID = cmj.message_id\n"
+         "WHERE IFNULL(m.associated_message_type, 0) = 0 AND IFNULL(m.item_type, 0) = 0";
 }
 
 // By canonical form; of handles that are canonically the same, the first one stays.
@@ -263,6 +300,8 @@ ChatDatabase::ChatDatabase(const std::filesystem::path& url) {
   // A sort that outgrows its buffer would otherwise put message texts into a temporary file.
   sqlite3_exec(_db, "PRAGMA temp_store = MEMORY", nullptr, nullptr, nullptr);
   StoreHardening::harden(_db, _steps);
+  sqlite3_create_function(_db, "is_in_window", 2, SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_DIRECTONLY, nullptr,
+                          isInWindow, nullptr, nullptr);
 }
 
 sqlite3* ChatDatabase::checked() const {
@@ -315,27 +354,29 @@ std::vector<HistoryMessage> ChatDatabase::messages(Instant since, int limit) con
   return messageRows(checked(), messageQuery("m.date >= ?", "m.date", limit), appleTime(since));
 }
 
-std::vector<HistoryMessage> ChatDatabase::windowMessages(const ChatSelection& chats, Instant since, int limit) const {
-  return allRows(checked(), "m.date >= ?", &chats, appleTime(since), limit);
-}
-
 std::vector<HistoryMessage> ChatDatabase::messages(const std::set<std::int64_t>& inChats, Instant since) const {
   if (inChats.empty()) return {};
   return messageRows(checked(), messageQuery(chatsCondition(inChats), "m.date", kMaximumHistoryRows), appleTime(since));
 }
 
-std::vector<HistoryMessage> ChatDatabase::allMessages(const std::set<std::int64_t>& inChats, Instant since) const {
-  if (inChats.empty()) return {};
-  return allRows(checked(), chatsCondition(inChats), nullptr, appleTime(since), kMaximumHistoryRows);
+std::vector<HistoryMessage> ChatDatabase::allMessages(const ChatSelection& inChats, Instant since) const {
+  const RowIDs window = inChats.empty() ? RowIDs() : rowIDsSince(checked(), appleTime(since));
+  if (window.empty()) return {};
+  Statement statement(checked(), selectionQuery(inChats));
+  statement.bind(window.front());
+  statement.bind(2, window, kRowIDsPointer);
+  RowTaker rows;
+  rows.takeAll(statement);
+  const auto place = [](const HistoryMessage& message) {
+    return std::tuple(message.date, message.rowID, message.chatID);
+  };
+  // Most stores keep rows in the order of their dates.
+  if (!std::ranges::is_sorted(rows.messages, {}, place)) std::ranges::sort(rows.messages, {}, place);
+  return std::move(rows.messages);
 }
 
 std::string ChatDatabase::chatsCondition(const std::set<std::int64_t>& chats) {
-  std::string list;
-  for (const std::int64_t chat : chats) {
-    if (!list.empty()) list += ',';
-    list += std::to_string(chat);
-  }
-  return "m.date >= ? AND cmj.chat_id IN (" + list + ")";
+  return "m.date >= ? AND cmj.chat_id IN (" + chatList(chats) + ")";
 }
 
 ChatParticipants ChatDatabase::chatParticipants() const {

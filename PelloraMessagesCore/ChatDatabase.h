@@ -97,15 +97,12 @@ class ChatDatabase {
   // Rows dated at or after `since`, oldest first.
   std::vector<HistoryMessage> messages(Instant since, int limit) const;
 
-  // All rows of these chats dated at or after `since`, oldest first, asked for in portions of `limit` rows of all
-  // chats. Only inside a snapshot.
-  std::vector<HistoryMessage> windowMessages(const ChatSelection& chats, Instant since, int limit) const;
-
   // Rows of these chats dated at or after `since`, oldest first, at most 50,000. No chats, no query.
   std::vector<HistoryMessage> messages(const std::set<std::int64_t>& inChats, Instant since) const;
 
-  // As above, all of them, in portions of 50,000. Only inside a snapshot.
-  std::vector<HistoryMessage> allMessages(const std::set<std::int64_t>& inChats, Instant since) const;
+  // As above, however many there are. Text of other chats is never asked for, whatever the order of dates and row ids.
+  // Only inside a snapshot.
+  std::vector<HistoryMessage> allMessages(const ChatSelection& inChats, Instant since) const;
 
   ChatParticipants chatParticipants() const;
 

@@ -60,17 +60,16 @@ std::vector<MessagesDayDraft> draftsOf(std::vector<HistoryMessage> messages, con
 StoreReading readAll(const Store& store) {
   StoreReading reading;
   reading.lastRowID = store.database.maxRowID();
-  reading.drafts =
-      draftsOf(store.database.windowMessages(store.chats, store.context.windowStart, StoreReading::kFullLimit), store);
+  reading.drafts = draftsOf(store.database.allMessages(store.chats, store.context.windowStart), store);
   return reading;
 }
 
 // The chats of the new messages and every other chat of the same people: a day's record joins all handles of a person.
-std::set<std::int64_t> chatsToReread(const std::set<std::int64_t>& touched, const Store& store) {
+ChatSelection chatsToReread(const std::set<std::int64_t>& touched, const Store& store) {
   std::set<Uuid> people;
   for (const std::int64_t chat : touched)
     if (const auto person = store.personOf.find(chat); person != store.personOf.end()) people.insert(person->second);
-  std::set<std::int64_t> chats;
+  ChatSelection chats;
   for (const auto& [chat, person] : store.personOf)
     if (people.contains(person)) chats.insert(chat);
   return chats;

@@ -14,7 +14,6 @@
 namespace pellora {
 
 struct StoreReading {
-  static constexpr int kFullLimit = 50'000;        // rows of one portion
   static constexpr int kIncrementalLimit = 5'000;  // rows
 
   // A read is full when there is no trustworthy earlier read to build on, or when days wait for a model that is there.

@@ -20,8 +20,7 @@ std::string harbour(const ScriptedLanguageModel::Asked& asked) {
   return "You and Anna talked about the harbour.";
 }
 
-TEST(HelperEngineLimit, AStoreIsReadInPortionsOfFiftyThousandAndFiveThousandRows) {
-  EXPECT_EQ(StoreReading::kFullLimit, 50'000);
+TEST(HelperEngineLimit, NewRowsAreReadInPortionsOfFiveThousand) {
   EXPECT_EQ(StoreReading::kIncrementalLimit, 5'000);
 }
 

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <limits>
+#include <tuple>
 
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/Text/Text.h"
@@ -185,18 +186,47 @@ TEST_F(ChatDatabaseTest, NewRowsOfOtherChatsAreSettledWithoutTheirText) {
   EXPECT_EQ(rows.highestRowID, 0);
 }
 
-TEST_F(ChatDatabaseTest, AWindowIsReadWholeInPortionsOfAnySize) {
-  for (int index = 0; index < 40; ++index) {
-    // Runs of equal dates, longer than some portions.
-    _store.addMessage(_chat, at(100 + index / 9), index % 2 == 0, "message " + std::to_string(index));
-    if (index % 5 == 0) _store.addRow({.chat = _chat, .date = ChatDatabase::appleTime(at(100 + index / 9))});
+// Chats first, dates first: two ways to the same rows, whatever the order of row ids, dates and chats.
+TEST_F(ChatDatabaseTest, AllMessagesAreThoseOfTheWindowInTheseChats) {
+  std::vector<std::int64_t> chats = {_chat};
+  for (int index = 1; index < 5; ++index) chats.push_back(_store.addChat({"+1555010020" + std::to_string(index)}));
+  for (int index = 0; index < 200; ++index) {
+    const int date = 100 + index * 37 % 60;  // neighbours are far apart, many are equal
+    const std::int64_t chat = chats[static_cast<std::size_t>(index * 7 % 5)];
+    const auto row = _store.addMessage(chat, at(date), index % 2 == 0, "message " + std::to_string(index));
+    if (index % 5 == 0) _store.addRow({.chat = chat, .date = ChatDatabase::appleTime(at(date))});
+    if (index % 11 == 0)  // in two chats at once
+      _store.execute("INSERT INTO chat_message_join (chat_id, message_id) VALUES (" +
+                     std::to_string(chats[static_cast<std::size_t>((index * 7 + 1) % 5)]) + ", " + std::to_string(row) +
+                     ")");
   }
   ChatDatabase database(_store.path());
   database.beginSnapshot();
-  const auto whole = database.messages(at(0), 50'000);
-  ASSERT_EQ(whole.size(), 40U);
-  for (const int limit : {1, 2, 3, 7, 9, 10, 39, 40, 47, 48, 49, 50'000})
-    EXPECT_EQ(database.windowMessages({_chat}, at(0), limit), whole) << limit;
+  for (const ChatSelection& selection : {ChatSelection{chats[0]}, {chats[1], chats[4]}, {chats.begin(), chats.end()}})
+    for (const int since : {0, 100, 101, 130, 159, 160}) {
+      std::vector<HistoryMessage> expected = database.messages(at(since), 50'000);
+      std::erase_if(expected, [&](const HistoryMessage& message) { return !selection.contains(message.chatID); });
+      std::ranges::sort(expected, {}, [](const HistoryMessage& message) {
+        return std::tuple(message.date, message.rowID, message.chatID);
+      });
+      EXPECT_EQ(database.allMessages(selection, at(since)), expected) << since << ", " << selection.size() << " chats";
+    }
+  EXPECT_THAT(database.allMessages({}, at(0)), IsEmpty());
+  EXPECT_THAT(database.allMessages({987'654}, at(0)), IsEmpty());
+}
+
+TEST_F(ChatDatabaseTest, AllMessagesNeedNoIndexOfTheStore) {
+  _store.addMessage(_chat, at(3), true, "third");
+  _store.addMessage(_chat, at(1), true, "first");
+  _store.addMessage(_store.addChat({"+15550100099"}), at(2), true, "elsewhere");
+  _store.execute("PRAGMA legacy_alter_table = ON");
+  _store.execute("ALTER TABLE chat_message_join RENAME TO indexed");
+  _store.execute("CREATE TABLE chat_message_join (chat_id, message_id)");
+  _store.execute("INSERT INTO chat_message_join SELECT chat_id, message_id FROM indexed");
+  _store.execute("DROP INDEX message_idx_date");
+  ChatDatabase database(_store.path());
+  database.beginSnapshot();
+  EXPECT_THAT(rowIDs(database.allMessages({_chat}, at(0))), ElementsAre(2, 1));
 }
 
 TEST_F(ChatDatabaseTest, ASnapshotSeesNothingThatComesLater) {
