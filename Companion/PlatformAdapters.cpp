@@ -12,6 +12,7 @@
 #include "Adapters/Linux/Desktop/PrivateBusConnection.h"
 #include "Adapters/Linux/Desktop/SessionBusAddress.h"
 #include "Adapters/Linux/Desktop/XdgAutostartLoginItem.h"
+#include "Adapters/Linux/Desktop/XdgOpen.h"
 #include "Adapters/Linux/Files/FileLock.h"
 #include "Adapters/Linux/Files/IniUserDefaults.h"
 #include "Adapters/Linux/Files/RuntimeFolder.h"
@@ -19,6 +20,7 @@
 #include "Adapters/Linux/Files/XdgGroupContainer.h"
 #include "Adapters/Linux/Model/PeerOwner.h"
 #include "Adapters/Linux/Process/InstanceLock.h"
+#include "Adapters/Linux/Process/Keeper.h"
 #include "Adapters/Linux/Process/ProcessConfinement.h"
 #include "Adapters/Linux/Secrets/MakeSecretStore.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
@@ -28,6 +30,12 @@
 namespace pellora::platform_adapters {
 
 namespace {
+
+// Absent unless something will be opened.
+std::unique_ptr<Keeper>& opener() {
+  static std::unique_ptr<Keeper> keeper;
+  return keeper;
+}
 
 constexpr char kSettingsFolder[] = "app.pellora.messages.companion";
 constexpr char kLastReadKey[] = "messages.lastReadAt";
@@ -42,6 +50,10 @@ void confineProcess([[maybe_unused]] bool mayAskModel) {
 #ifndef PELLORA_UNCONFINED
   ProcessConfinement::applyToCompanion(mayAskModel);
 #endif
+}
+
+void prepareToOpen(const std::filesystem::path& file) {
+  opener() = Keeper::start({[file] { return XdgOpen::start(file); }}, [] {}, [] {});
 }
 
 std::unique_ptr<SecretStore> secretStore() {
@@ -152,7 +164,7 @@ HelperRequest askHelperToRead() {
 }
 
 std::optional<std::string> openFile(const std::filesystem::path& file) {
-  return PortalFileOpener::open(file);
+  return PortalFileOpener::open(file, [] { return opener() && opener()->ask(0); });
 }
 
 std::unique_ptr<ChatCompletionsLanguageModel> languageModel() {

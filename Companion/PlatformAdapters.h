@@ -21,6 +21,10 @@ namespace pellora::platform_adapters {
 // but local ones; of these TCP stays when the command `mayAskModel`. Call it first of all, before any thread exists.
 void confineProcess(bool mayAskModel);
 
+// For a command that will show this file: keeps a process that starts the program for it as a shell would. Call it
+// before the process is confined; without it openFile needs the desktop's portal.
+void prepareToOpen(const std::filesystem::path& file);
+
 // The keyring, or the key file where PELLORA_SECRET_STORE asks for it.
 std::unique_ptr<SecretStore> secretStore();
 
@@ -65,8 +69,8 @@ enum class HelperRequest { asked, noBus, busSilent, notRunning, notTaken };
 // Asks the running helper to read at once. Waits for the bus at most.
 HelperRequest askHelperToRead();
 
-// Shows the file in the program that the desktop has for its kind. Absent when it was handed over; otherwise the
-// reason why not, a short phrase.
+// Shows the file, which was prepared for, in the program that the desktop has for its kind. Absent when it was handed
+// over; otherwise the reason why not, a short phrase.
 std::optional<std::string> openFile(const std::filesystem::path& file);
 
 // As environment and settings say.

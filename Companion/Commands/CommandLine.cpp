@@ -247,7 +247,8 @@ class Commands {
     CLI::Option* html = lately->add_option("--html", _lately.htmlFile,
                                            "write a page for a browser into this file; - is standard output");
     html->type_name("FILE")->check(refuseEmpty)->excludes(lately->get_option("--json"));
-    CLI::App* view = addCommand(_app, _view, "view", "show the lately records in the browser", kViewExamples);
+    CLI::App* view =
+        addCommand(_app, _view, ViewCommand::kName, "show the lately records in the browser", kViewExamples);
     view->add_option("PERSON", _view.person, "only this person")->check(refuseEmpty);
     CLI::App* key = addCommand(_app, _key, "key", "whether there is an exchange key, and where", kKeyExamples);
     key->require_subcommand(0, 1);

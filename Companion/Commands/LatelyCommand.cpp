@@ -70,18 +70,22 @@ CommandResult LatelyCommand::run(const CompanionContext& context) const {
   return {lately_text::page(lately, strip, context), {}};
 }
 
+std::filesystem::path ViewCommand::page(const std::filesystem::path& runtime) {
+  return runtime / kPageFile;
+}
+
 CommandResult ViewCommand::run(const CompanionContext& context) const {
   if (!context.runtime) throw CompanionFailure("There is no folder of yours for the page that ends with the session.");
   std::string obstacle;
-  std::string page;
+  std::string text;
   try {
-    page = pageOf(read(person, context, Audience::people), context);
+    text = pageOf(read(person, context, Audience::people), context);
   } catch (const CompanionFailure& failure) {
     obstacle = failure.what();
-    page = LatelyPage({}, context).html(obstacle);
+    text = LatelyPage({}, context).html(obstacle);
   }
-  const std::filesystem::path file = *context.runtime / kPageFile;
-  AtomicFile::write(file, page);
+  const std::filesystem::path file = page(*context.runtime);
+  AtomicFile::write(file, text);
   const auto reason = platform_adapters::openFile(file);
   const std::string shownFile = display::printable(file.string());
   if (obstacle.empty() && reason) obstacle = "The page cannot be opened (" + *reason + "); it is " + shownFile + ".";

@@ -2,6 +2,7 @@
 // file, `view` as a page in the browser. Tested by Tests/Companion/LatelyCommandTests.cpp and ProgramTests.cpp.
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -20,8 +21,13 @@ struct LatelyCommand {
 // Writes the page into the runtime folder, fresh each time, and opens it. What keeps the records from being shown is on
 // the page too: somebody who starts this from a menu sees nothing else.
 struct ViewCommand {
+  static constexpr char kName[] = "view";
+
   std::optional<std::string> person;
   bool json = false;
+
+  // Where the page goes in this runtime folder.
+  static std::filesystem::path page(const std::filesystem::path& runtime);
 
   CommandResult run(const CompanionContext& context) const;
 };

@@ -12,6 +12,7 @@
 
 #include "Adapters/Linux/Desktop/PortalFileOpener.h"
 #include "Adapters/Linux/Desktop/PrivateBusConnection.h"
+#include "Adapters/Linux/Desktop/XdgOpen.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/PrivateBus.h"
 #include "Tests/Support/ScopedEnvironment.h"
@@ -74,6 +75,10 @@ class PortalFileOpenerTest : public testing::Test {
     _environment.unset("WAYLAND_DISPLAY");
   }
 
+  std::optional<std::string> open() const {
+    return PortalFileOpener::open(_file, [this] { return XdgOpen::start(_file); });
+  }
+
   bool isGivenToXdgOpen() {
     return support::waitUntil([this] { return fs::exists(_bus->home() / "given"); });
   }
@@ -85,33 +90,33 @@ class PortalFileOpenerTest : public testing::Test {
 
 TEST_F(PortalFileOpenerTest, ThePortalGetsTheOpenFile) {
   Portal portal(_bus->address(), 0);
-  EXPECT_EQ(PortalFileOpener::open(_file), std::nullopt);
+  EXPECT_EQ(open(), std::nullopt);
   EXPECT_EQ(portal.opened, "the page");
   EXPECT_FALSE(fs::exists(_bus->home() / "given"));
 }
 
 TEST_F(PortalFileOpenerTest, AUserWhoChoosesNoProgramIsNotAskedAgain) {
   Portal portal(_bus->address(), 1);
-  EXPECT_EQ(PortalFileOpener::open(_file), std::nullopt);
+  EXPECT_EQ(open(), std::nullopt);
   EXPECT_FALSE(fs::exists(_bus->home() / "given"));
 }
 
 TEST_F(PortalFileOpenerTest, XdgOpenGetsWhatThePortalDoesNotOpen) {
   Portal portal(_bus->address(), 2);
-  EXPECT_EQ(PortalFileOpener::open(_file), std::nullopt);
+  EXPECT_EQ(open(), std::nullopt);
   EXPECT_TRUE(isGivenToXdgOpen());
 }
 
 TEST_F(PortalFileOpenerTest, XdgOpenGetsItWithoutAPortal) {
-  EXPECT_EQ(PortalFileOpener::open(_file), std::nullopt);
+  EXPECT_EQ(open(), std::nullopt);
   EXPECT_TRUE(isGivenToXdgOpen());
 }
 
 TEST_F(PortalFileOpenerTest, SaysWhenThereIsNothingToOpenItWith) {
   _environment.set("PATH", "/nowhere");
-  EXPECT_EQ(PortalFileOpener::open(_file), "there is no portal and no xdg-open");
+  EXPECT_EQ(open(), "there is no portal and no xdg-open");
   _environment.unset("DISPLAY");
-  EXPECT_EQ(PortalFileOpener::open(_file), "there is no desktop");
+  EXPECT_EQ(open(), "there is no desktop");
 }
 
 }  // namespace

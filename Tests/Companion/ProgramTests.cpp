@@ -421,6 +421,30 @@ TEST_F(Program, ViewOpensAPageThatIsFreshEachTimeAndSaysWhatIsMissing) {
   EXPECT_THAT(errors, HasSubstr("The page cannot be opened (there is no desktop); it is " + page.string() + "."));
 }
 
+TEST_F(Program, TheBrowserInheritsNothingThatTheProgramGaveUp) {
+  // An xdg-open that tells how it was started; of the signals the usual ones, which the last seven digits are.
+  const std::filesystem::path told = _folder / "told";
+  std::filesystem::create_directory(_folder / "bin");
+  std::ofstream(_folder / "bin/xdg-open")
+      << "#!/bin/sh\n{ sed -nE '/^(NoNewPrivs|Seccomp):/p; s/^(Sig(Ign|Blk)):.*(.{7})$/\\1 \\3/p' /proc/self/status\n"
+      << "ulimit -c; } > " << told.string() << ".part\nmv " << told.string() << ".part " << told.string() << "\n";
+  std::filesystem::permissions(_folder / "bin/xdg-open", std::filesystem::perms::owner_all);
+  _environment.set("PATH", (_folder / "bin").string() + ":/usr/bin:/bin");
+  const auto started = [&] {
+    EXPECT_TRUE(support::waitUntil([&] { return std::filesystem::exists(told); }));
+    const std::string text = contentOf(told);
+    std::filesystem::remove(told);
+    return text;
+  };
+  ProgramRun shell({(_folder / "bin/xdg-open").string(), {}, {}});
+  EXPECT_EQ(shell.wait(), 0);
+  const std::string asFromAShell = started();
+  _environment.set("DISPLAY", ":77");
+  ASSERT_EQ(run({"people", "import", "-"}, kPeople), 0);
+  EXPECT_EQ(run({"view"}), 0) << errors;
+  EXPECT_EQ(started(), asFromAShell);
+}
+
 TEST_F(Program, AKeptKeyFileNeedsNoEnvironment) {
   _environment.unset("PELLORA_SECRET_STORE");
   EXPECT_EQ(run({"people", "import", "-"}, kPeople), 1);

@@ -9,7 +9,6 @@
 #include <QDBusReply>
 #include <QDBusUnixFileDescriptor>
 #include <QEventLoop>
-#include <QProcess>
 #include <QStandardPaths>
 #include <QTimer>
 #include <chrono>
@@ -40,18 +39,10 @@ bool hasDisplay() {
   return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") || !qEnvironmentVariableIsEmpty("DISPLAY");
 }
 
-std::optional<std::string> openWithoutPortal(const std::filesystem::path& file) {
+std::optional<std::string> openWithoutPortal(const std::function<bool()>& startXdgOpen) {
   if (!hasDisplay()) return "there is no desktop";
-  const QString program = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
-  if (program.isEmpty()) return "there is no portal and no xdg-open";
-  QProcess process;
-  process.setProgram(program);
-  process.setArguments({QString::fromStdString(file.string())});
-  process.setStandardInputFile(QProcess::nullDevice());
-  process.setStandardOutputFile(QProcess::nullDevice());
-  process.setStandardErrorFile(QProcess::nullDevice());
-  if (!process.startDetached()) return "xdg-open does not start";
-  return std::nullopt;
+  if (QStandardPaths::findExecutable(QStringLiteral("xdg-open")).isEmpty()) return "there is no portal and no xdg-open";
+  return startXdgOpen() ? std::nullopt : std::optional<std::string>("xdg-open does not start");
 }
 
 }  // namespace
@@ -88,10 +79,11 @@ PortalFileOpener::Outcome PortalFileOpener::ask(const std::filesystem::path& fil
   return !_answer || *_answer == kSuccess || *_answer == kCancelled ? Outcome::opened : Outcome::refused;
 }
 
-std::optional<std::string> PortalFileOpener::open(const std::filesystem::path& file) {
+std::optional<std::string> PortalFileOpener::open(const std::filesystem::path& file,
+                                                  const std::function<bool()>& startXdgOpen) {
   PortalFileOpener opener;
   if (opener.ask(file) == Outcome::opened) return std::nullopt;
-  return openWithoutPortal(file);
+  return openWithoutPortal(startXdgOpen);
 }
 
 }  // namespace pellora

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QVariantMap>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -17,7 +18,8 @@ class PortalFileOpener : public QObject {
 
  public:
   // Absent when the file was handed over; otherwise the reason why not, a short phrase.
-  static std::optional<std::string> open(const std::filesystem::path& file);
+  // `startXdgOpen` is called without a portal, and says whether that started.
+  static std::optional<std::string> open(const std::filesystem::path& file, const std::function<bool()>& startXdgOpen);
 
   Q_SLOT void answered(uint code, const QVariantMap& results);
 
