@@ -84,14 +84,33 @@ class Statement {
   sqlite3_stmt* _statement = nullptr;
 };
 
-std::string messageQuery(const std::string& condition, const std::string& ordering, int limit) {
-  return "SELECT m.ROWID, m.date, m.is_from_me, m.text, m.attributedBody, cmj.chat_id\n"
+constexpr char kTextColumns[] = "m.text, m.attributedBody";
+// The same of some chats only: what lies in other rows is never asked for.
+constexpr char kSelectedTextColumns[] =
+    "CASE WHEN is_one_of(cmj.chat_id, ?2) THEN m.text END, CASE WHEN is_one_of(cmj.chat_id, ?2) THEN m.attributedBody "
+    "END";
+
+std::string messageQuery(const std::string& condition, const std::string& ordering, int limit,
+                         const char* textColumns = kTextColumns) {
+  return std::string("SELECT m.ROWID, m.date, m.is_from_me, ") + textColumns +
+         ", cmj.chat_id\n"
          "FROM message m JOIN chat_message_join cmj ON cmj.message_id = m.ROWID\n"
          "WHERE " +
          condition +
          " AND IFNULL(m.associated_message_type, 0) = 0 AND IFNULL(m.item_type, 0) = 0\n"
          "ORDER BY " +
          ordering + " LIMIT " + std::to_string(limit);
+}
+
+// Row ids, ascending, for the function of SQL below.
+using RowIDs = std::vector<std::int64_t>;
+constexpr char kRowIDsPointer[] = "row ids";
+
+// is_one_of(row id, RowIDs bound as a pointer)
+void isOneOf(sqlite3_context* context, int, sqlite3_value** arguments) {
+  const auto* rowIDs = static_cast<const RowIDs*>(sqlite3_value_pointer(arguments[1], kRowIDsPointer));
+  const std::int64_t rowID = sqlite3_value_int64(arguments[0]);
+  sqlite3_result_int(context, rowIDs != nullptr && std::binary_search(rowIDs->begin(), rowIDs->end(), rowID) ? 1 : 0);
 }
 
 std::optional<std::string> body(Statement& row) {
@@ -102,73 +121,35 @@ std::optional<std::string> body(Statement& row) {
   return MessageBody::text(repaired, attributedBody);
 }
 
-// Takes the rows of message queries, one query after the other.
-class RowTaker {
- public:
-  // `chats` is null for all of them.
-  explicit RowTaker(const ChatSelection* chats = nullptr) : _chats(chats) {}
-
-  // The number of rows that the query gave, whatever became of them.
-  int take(sqlite3* db, const std::string& sql, std::int64_t parameter) {
-    Statement statement(db, sql);
-    statement.bind(parameter);
-    return takeAll(statement);
-  }
-
-  int takeAll(Statement& statement) {
-    int count = 0;
-    for (; statement.nextRow(); ++count) takeRow(statement);
-    return count;
-  }
-
+// What the rows of a message query come to.
+struct TakenRows {
   std::vector<HistoryMessage> messages;
+  int count = 0;                    // rows, whatever became of them
   std::int64_t lastRowID = 0;       // of all rows
   std::int64_t highestSettled = 0;  // of the messages and the rows of other chats
-
- private:
-  void takeRow(Statement& row) {
-    lastRowID = row.integer64(0);
-    const std::int64_t chat = row.integer64(5);
-    if (isWanted(chat)) {
-      std::optional<std::string> text = body(row);
-      if (!text || text->empty()) return;
-      messages.push_back({lastRowID, ChatDatabase::date(row.integer64(1)), row.boolean(2), std::move(*text), chat});
-    }
-    highestSettled = std::max(highestSettled, lastRowID);
-  }
-
-  // Neighbouring rows are often of one chat.
-  bool isWanted(std::int64_t chat) {
-    if (_chats == nullptr) return true;
-    if (chat != _lastChat || !_wasAsked) {
-      _wasAsked = true;
-      _lastChat = chat;
-      _isLastChatWanted = _chats->contains(chat);
-    }
-    return _isLastChatWanted;
-  }
-
-  const ChatSelection* _chats;
-  bool _wasAsked = false;
-  std::int64_t _lastChat = 0;
-  bool _isLastChatWanted = false;
 };
 
-std::vector<HistoryMessage> messageRows(sqlite3* db, const std::string& sql, std::int64_t parameter) {
-  RowTaker rows;
-  rows.take(db, sql, parameter);
-  return std::move(rows.messages);
+// `chats` is null for all of them.
+TakenRows takenRows(Statement& row, const ChatSelection* chats = nullptr) {
+  TakenRows taken;
+  for (; row.nextRow(); ++taken.count) {
+    taken.lastRowID = row.integer64(0);
+    const std::int64_t chat = row.integer64(5);
+    if (chats == nullptr || chats->contains(chat)) {
+      std::optional<std::string> text = body(row);
+      if (!text || text->empty()) continue;
+      taken.messages.push_back(
+          {taken.lastRowID, ChatDatabase::date(row.integer64(1)), row.boolean(2), std::move(*text), chat});
+    }
+    taken.highestSettled = std::max(taken.highestSettled, taken.lastRowID);
+  }
+  return taken;
 }
 
-// The row ids of a window, ascending; what the function of SQL below looks into.
-using RowIDs = std::vector<std::int64_t>;
-constexpr char kRowIDsPointer[] = "row ids";
-
-// is_in_window(row id, RowIDs bound as a pointer)
-void isInWindow(sqlite3_context* context, int, sqlite3_value** arguments) {
-  const auto* window = static_cast<const RowIDs*>(sqlite3_value_pointer(arguments[1], kRowIDsPointer));
-  const std::int64_t rowID = sqlite3_value_int64(arguments[0]);
-  sqlite3_result_int(context, window != nullptr && std::binary_search(window->begin(), window->end(), rowID) ? 1 : 0);
+std::vector<HistoryMessage> messageRows(sqlite3* db, const std::string& sql, std::int64_t parameter) {
+  Statement statement(db, sql);
+  statement.bind(parameter);
+  return takenRows(statement).messages;
 }
 
 // The index on dates holds all that this asks for, so no message is touched.
@@ -196,7 +177,7 @@ std::string selectionQuery(const ChatSelection& chats) {
          "FROM (SELECT message_id, chat_id FROM chat_message_join\n"
          "WHERE chat_id IN (" +
          chatList(chats) +
-         ") AND message_id >= ?1 AND is_in_window(message_id, ?2) ORDER BY message_id, chat_id) cmj\n"
+         ") AND message_id >= ?1 AND is_one_of(message_id, ?2) ORDER BY message_id, chat_id) cmj\n"
          "CROSS JOIN message m ON m.ROWID = cmj.message_id\n"
          "WHERE IFNULL(m.associated_message_type, 0) = 0 AND IFNULL(m.item_type, 0) = 0";
 }
@@ -300,8 +281,8 @@ ChatDatabase::ChatDatabase(const std::filesystem::path& url) {
   // A sort that outgrows its buffer would otherwise put message texts into a temporary file.
   sqlite3_exec(_db, "PRAGMA temp_store = MEMORY", nullptr, nullptr, nullptr);
   StoreHardening::harden(_db, _steps);
-  sqlite3_create_function(_db, "is_in_window", 2, SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_DIRECTONLY, nullptr,
-                          isInWindow, nullptr, nullptr);
+  sqlite3_create_function(_db, "is_one_of", 2, SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_DIRECTONLY, nullptr, isOneOf,
+                          nullptr, nullptr);
 }
 
 sqlite3* ChatDatabase::checked() const {
@@ -345,8 +326,13 @@ std::vector<HistoryMessage> ChatDatabase::messages(std::int64_t afterRowID, int 
 }
 
 ChatDatabase::NewRows ChatDatabase::newRows(const ChatSelection& chats, std::int64_t afterRowID, int limit) const {
-  RowTaker rows(&chats);
-  const bool isLimitReached = rows.take(checked(), messageQuery("m.ROWID > ?", "m.ROWID", limit), afterRowID) == limit;
+  RowIDs wanted(chats.begin(), chats.end());
+  std::sort(wanted.begin(), wanted.end());
+  Statement statement(checked(), messageQuery("m.ROWID > ?1", "m.ROWID", limit, kSelectedTextColumns));
+  statement.bind(afterRowID);
+  statement.bind(2, wanted, kRowIDsPointer);
+  TakenRows rows = takenRows(statement, &chats);
+  const bool isLimitReached = rows.count == limit;
   return {std::move(rows.messages), isLimitReached ? rows.lastRowID : rows.highestSettled, isLimitReached};
 }
 
@@ -365,14 +351,13 @@ std::vector<HistoryMessage> ChatDatabase::allMessages(const ChatSelection& inCha
   Statement statement(checked(), selectionQuery(inChats));
   statement.bind(window.front());
   statement.bind(2, window, kRowIDsPointer);
-  RowTaker rows;
-  rows.takeAll(statement);
+  std::vector<HistoryMessage> messages = takenRows(statement).messages;
   const auto place = [](const HistoryMessage& message) {
     return std::tuple(message.date, message.rowID, message.chatID);
   };
   // Most stores keep rows in the order of their dates.
-  if (!std::ranges::is_sorted(rows.messages, {}, place)) std::ranges::sort(rows.messages, {}, place);
-  return std::move(rows.messages);
+  if (!std::ranges::is_sorted(messages, {}, place)) std::ranges::sort(messages, {}, place);
+  return messages;
 }
 
 std::string ChatDatabase::chatsCondition(const std::set<std::int64_t>& chats) {

@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "PelloraMessagesCore/ChatDatabase.h"
+#include "PelloraMessagesCore/StoreHardening.h"
 #include "PelloraMessagesCore/Text/Text.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/SmallStore.h"
@@ -213,6 +214,21 @@ TEST_F(ChatDatabaseTest, AllMessagesAreThoseOfTheWindowInTheseChats) {
     }
   EXPECT_THAT(database.allMessages({}, at(0)), IsEmpty());
   EXPECT_THAT(database.allMessages({987'654}, at(0)), IsEmpty());
+}
+
+// A body beyond the limit stops whoever asks for it, so a read that goes on did not ask.
+TEST_F(ChatDatabaseTest, TextsOfOtherChatsAreNeverAskedFor) {
+  const auto other = _store.addChat({"+15550100099"});
+  _store.addMessage(_chat, at(1), true, "first");
+  const auto row = _store.addMessage(other, at(2), false, "elsewhere");
+  _store.execute("UPDATE message SET text = NULL, attributedBody = zeroblob(" +
+                 std::to_string(StoreHardening::kMaximumLength + 1) + ") WHERE ROWID = " + std::to_string(row));
+  _store.addMessage(_chat, at(3), true, "second");
+  ChatDatabase database(_store.path());
+  database.beginSnapshot();
+  EXPECT_THROW(database.messages(0, 5000), ChatDatabase::Failure);
+  EXPECT_THAT(rowIDs(database.newRows({_chat}, 0, 5000).messages), ElementsAre(1, 3));
+  EXPECT_THAT(rowIDs(database.allMessages({_chat}, at(0))), ElementsAre(1, 3));
 }
 
 TEST_F(ChatDatabaseTest, AllMessagesNeedNoIndexOfTheStore) {
