@@ -9,7 +9,7 @@
 
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
-#include "PelloraMessagesCore/Files/SealedEnvelope.h"
+#include "PelloraMessagesCore/Files/SealedFile.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "Companion/Output/OutputStyle.h"
-#include "PelloraMessagesCore/Files/ExchangeKey.h"
+#include "PelloraMessagesCore/Files/SecretBytes.h"
 #include "PelloraMessagesCore/Ports/SecretStore.h"
 #include "PelloraMessagesCore/Time/Instant.h"
 #include "PelloraMessagesCore/Time/LocalCalendar.h"

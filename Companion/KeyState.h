@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "PelloraMessagesCore/Files/ExchangeKey.h"
+#include "PelloraMessagesCore/Files/SecretBytes.h"
 #include "PelloraMessagesCore/Ports/SecretStore.h"
 
 namespace pellora {

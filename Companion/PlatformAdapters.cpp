@@ -8,16 +8,13 @@
 #include <system_error>
 
 #include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
+#include "Adapters/Linux/Desktop/DesktopBus.h"
 #include "Adapters/Linux/Desktop/PortalFileOpener.h"
-#include "Adapters/Linux/Desktop/PrivateBusConnection.h"
-#include "Adapters/Linux/Desktop/SessionBusAddress.h"
 #include "Adapters/Linux/Desktop/XdgAutostartLoginItem.h"
 #include "Adapters/Linux/Desktop/XdgOpen.h"
 #include "Adapters/Linux/Files/FileLock.h"
 #include "Adapters/Linux/Files/IniUserDefaults.h"
-#include "Adapters/Linux/Files/RuntimeFolder.h"
 #include "Adapters/Linux/Files/XdgFolders.h"
-#include "Adapters/Linux/Files/XdgGroupContainer.h"
 #include "Adapters/Linux/Model/PeerOwner.h"
 #include "Adapters/Linux/Process/InstanceLock.h"
 #include "Adapters/Linux/Process/Keeper.h"
@@ -25,7 +22,6 @@
 #include "Adapters/Linux/Secrets/MakeSecretStore.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "PelloraMessagesCore/HelperExchange.h"
-#include "PelloraMessagesCore/HelperReadRequest.h"
 
 namespace pellora::platform_adapters {
 

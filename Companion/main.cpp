@@ -8,9 +8,9 @@
 #include <string_view>
 
 #include "Companion/Commands/CommandLine.h"
-#include "Companion/Commands/LatelyCommand.h"
+#include "Companion/Commands/Commands.h"
 #include "Companion/PlatformAdapters.h"
-#include "PelloraMessagesCore/Files/StandardDescriptors.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 
 namespace {
 

@@ -5,8 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/Language/FoundMeetups.h"
-#include "PelloraMessagesCore/Language/FoundNews.h"
+#include "PelloraMessagesCore/Language/FoundItems.h"
 #include "PelloraMessagesCore/MeetupGuard.h"
 #include "PelloraMessagesCore/NewsGuard.h"
 #include "PelloraMessagesCore/SummaryGuard.h"

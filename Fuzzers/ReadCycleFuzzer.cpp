@@ -18,7 +18,6 @@
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
 #include "SampleStore/MessagesSchema.h"
 #include "SampleStore/StoreConnection.h"
-#include "SampleStore/StoreError.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "PelloraMessagesCore/Files/SealedEnvelope.h"
+#include "PelloraMessagesCore/Files/SealedFile.h"
 
 using pellora::ExchangeKey;
 namespace SealedEnvelope = pellora::SealedEnvelope;

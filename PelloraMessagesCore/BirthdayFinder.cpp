@@ -11,7 +11,7 @@
 #include <unordered_set>
 
 #include "PelloraMessagesCore/Language/GuardText.h"
-#include "PelloraMessagesCore/Text/ByteWindows.h"
+#include "PelloraMessagesCore/Text/Bytes.h"
 #include "PelloraMessagesCore/Text/PhraseTable.h"
 #include "PelloraMessagesCore/Text/Regex.h"
 #include "PelloraMessagesCore/Text/Text.h"

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "PelloraMessagesCore/Language/MessageLine.h"
-#include "PelloraMessagesCore/MessagesBirthday.h"
+#include "PelloraMessagesCore/Language/PromptLines.h"
+#include "PelloraMessagesCore/MessagesDayRecord.h"
 #include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {

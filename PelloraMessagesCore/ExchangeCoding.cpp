@@ -160,71 +160,71 @@ auto withFields(Record& record, Use use) {
 template <class Given>
 concept HasFields = requires(Given& record) { withFields(record, [](const auto&...) {}); };
 
-// Writing.
+// Writing, with a JsonWriter or a JsonTree.
 
 constexpr std::size_t kUsualDaySize = 512;  // bytes of one day record's JSON
 
-void put(JsonWriter& json, const std::string& value) {
+void put(auto& json, const std::string& value) {
   json.string(value);
 }
 
-void put(JsonWriter& json, std::int64_t value) {
+void put(auto& json, std::int64_t value) {
   json.integer(value);
 }
 
-void put(JsonWriter& json, int value) {
+void put(auto& json, int value) {
   json.integer(value);
 }
 
-void put(JsonWriter& json, bool value) {
+void put(auto& json, bool value) {
   json.boolean(value);
 }
 
-void put(JsonWriter& json, const Uuid& value) {
+void put(auto& json, const Uuid& value) {
   json.plainString(value.toString());
 }
 
-void put(JsonWriter& json, Instant value) {
+void put(auto& json, Instant value) {
   const auto characters = IsoDate::characters(value);
   json.plainString({characters.data(), characters.size()});
 }
 
-void put(JsonWriter& json, MessagesNews::Kind value) {
+void put(auto& json, MessagesNews::Kind value) {
   json.plainString(kNewsKindNames[static_cast<std::size_t>(value)]);
 }
 
-void put(JsonWriter& json, HelperHeartbeat::Status value) {
+void put(auto& json, HelperHeartbeat::Status value) {
   json.plainString(kStatusNames[static_cast<std::size_t>(value)]);
 }
 
 template <class Element>
-void put(JsonWriter& json, const std::vector<Element>& values);
+void put(auto& json, const std::vector<Element>& values);
 
 template <HasFields Record>
-void put(JsonWriter& json, const Record& record);
+void put(auto& json, const Record& record);
 
 template <class Value>
-void putField(JsonWriter& json, const Field<Value>& field) {
+void putField(auto& json, const Field<Value>& field) {
   json.key(field.key);
   put(json, field.value);
 }
 
 template <class Value>
-void putField(JsonWriter& json, const Field<const std::optional<Value>>& field) {
+void putField(auto& json, const Field<const std::optional<Value>>& field) {
   if (!field.value) return;
   json.key(field.key);
   put(json, *field.value);
 }
 
 template <HasFields Record>
-void put(JsonWriter& json, const Record& record) {
+void put(auto& json, const Record& record) {
   json.beginObject();
   withFields(record, [&](const auto&... field) { (putField(json, field), ...); });
   json.endObject();
 }
 
 template <class Element>
-void put(JsonWriter& json, const std::vector<Element>& values) {
+void put(auto& json, const std::vector<Element>& values) {
   json.beginArray();
   for (const Element& value : values) put(json, value);
   json.endArray();
@@ -364,6 +364,12 @@ std::string encode(const HelperState& value) {
 
 std::string encode(const MessagesLatelyRecord& value) {
   return encodeRecord(value, 4 * kUsualDaySize);
+}
+
+JsonValue value(const MessagesLatelyRecord& record) {
+  JsonTree tree;
+  put(tree, record);
+  return std::move(tree).take();
 }
 
 template <class Value>

@@ -12,6 +12,8 @@
 #include <string>
 #include <string_view>
 
+#include "PelloraMessagesCore/Json/JsonValue.h"
+
 namespace pellora {
 
 struct HelperDayNotes;
@@ -27,6 +29,9 @@ std::string encode(const HelperHeartbeat& value);
 std::string encode(const HelperDayNotes& value);
 std::string encode(const HelperState& value);
 std::string encode(const MessagesLatelyRecord& value);
+
+// The members of the same object, for output that adds its own to them.
+JsonValue value(const MessagesLatelyRecord& record);
 
 // `decode<HelperHeartbeat>(bytes)`, likewise for the other four.
 template <class Value>

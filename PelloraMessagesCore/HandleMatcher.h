@@ -1,5 +1,4 @@
-// Finds the person to whom a Messages handle belongs. A number or address that two people claim belongs to
-// nobody. Built once per read. Tested by Tests/Core/HandleMatcherTests.cpp.
+// How phone numbers and e-mail addresses are spelled, and whose they are.
 #pragma once
 
 #include <optional>
@@ -8,11 +7,25 @@
 #include <unordered_map>
 #include <vector>
 
-#include "PelloraMessagesCore/HelperPerson.h"
+#include "PelloraMessagesCore/HelperPeopleFile.h"
 #include "PelloraMessagesCore/Text/Uuid.h"
 
 namespace pellora {
 
+// The one spelling in which phone numbers and e-mail addresses are stored and compared.
+// Tested by Tests/Core/HandleMatcherTests.cpp.
+namespace ContactNormalization {
+
+// Number characters of any script only, and of those the last ten: a country code falls away.
+std::string phone(std::string_view text);
+
+// Trimmed and lower-cased.
+std::string email(std::string_view text);
+
+}  // namespace ContactNormalization
+
+// Finds the person to whom a Messages handle belongs. A number or address that two people claim belongs to
+// nobody. Built once per read. Tested by Tests/Core/HandleMatcherTests.cpp.
 class HandleMatcher {
  public:
   explicit HandleMatcher(const std::vector<HelperPerson>& people);

@@ -7,11 +7,10 @@
 
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
-#include "PelloraMessagesCore/Files/FileError.h"
-#include "PelloraMessagesCore/Files/SealedEnvelope.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/Files/SealedFile.h"
 #include "PelloraMessagesCore/HelperExchange.h"
-#include "PelloraMessagesCore/Text/Hex.h"
+#include "PelloraMessagesCore/Text/Bytes.h"
 
 namespace pellora {
 

@@ -1,5 +1,7 @@
 #include "PelloraMessagesCore/HelperExchange.h"
 
+#include <utility>
+
 namespace pellora::HelperExchange {
 
 std::string latelyContext(const std::string& name) {
@@ -11,3 +13,15 @@ std::optional<std::filesystem::path> folderURL(const GroupContainer& container) 
 }
 
 }  // namespace pellora::HelperExchange
+
+namespace pellora::HelperReadRequest {
+
+bool post(NotificationCenter& center) {
+  return center.post(kName);
+}
+
+std::unique_ptr<NotificationObserver> observe(NotificationCenter& center, std::function<void()> handler) {
+  return center.observe(kName, std::move(handler));
+}
+
+}  // namespace pellora::HelperReadRequest

@@ -2,10 +2,13 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "PelloraMessagesCore/Ports/GroupContainer.h"
+#include "PelloraMessagesCore/Ports/NotificationCenter.h"
 #include "PelloraMessagesCore/Text/Uuid.h"
 
 namespace pellora {
@@ -38,5 +41,18 @@ std::string latelyContext(const std::string& name);
 std::optional<std::filesystem::path> folderURL(const GroupContainer& container);
 
 }  // namespace HelperExchange
+
+// The signal by which the main app asks for a read at once. It carries nothing.
+namespace HelperReadRequest {
+
+inline constexpr char kName[] = "app.pellora.messages.readNow";
+
+// False when the platform has no way to deliver it.
+bool post(NotificationCenter& center);
+
+// `handler` is called on the main thread for every signal, as long as the observer lives.
+std::unique_ptr<NotificationObserver> observe(NotificationCenter& center, std::function<void()> handler);
+
+}  // namespace HelperReadRequest
 
 }  // namespace pellora

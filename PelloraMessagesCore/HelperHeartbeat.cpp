@@ -2,7 +2,7 @@
 
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
-#include "PelloraMessagesCore/Files/FileError.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 
 namespace pellora {

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/Files/ExchangeKey.h"
+#include "PelloraMessagesCore/Files/SecretBytes.h"
 #include "PelloraMessagesCore/MessagesDayRecord.h"
 
 namespace pellora {

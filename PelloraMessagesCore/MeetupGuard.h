@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "PelloraMessagesCore/Language/MessageLine.h"
-#include "PelloraMessagesCore/MessagesMeetup.h"
+#include "PelloraMessagesCore/Language/PromptLines.h"
+#include "PelloraMessagesCore/MessagesDayRecord.h"
 #include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {
@@ -36,5 +36,17 @@ std::vector<MessagesMeetup> accept(const std::vector<Candidate>& candidates, con
                                    Instant referenceDate, const LocalCalendar& calendar);
 
 }  // namespace MeetupGuard
+
+// Which calendar day the words about a meetup mean. Pure. Tested by Tests/Core/MeetupDayTests.cpp.
+namespace MeetupDay {
+
+struct Resolved {
+  Instant day;  // start of the day
+  bool isDayFromWords = false;
+};
+
+Resolved resolve(std::string_view when, Instant referenceDate, const LocalCalendar& calendar);
+
+}  // namespace MeetupDay
 
 }  // namespace pellora

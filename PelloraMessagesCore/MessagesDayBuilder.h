@@ -13,7 +13,7 @@
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/HandleMatcher.h"
 #include "PelloraMessagesCore/HistoryMessage.h"
-#include "PelloraMessagesCore/MessagesDayDraft.h"
+#include "PelloraMessagesCore/MessagesDayRecord.h"
 #include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {

@@ -8,7 +8,7 @@
 #include <system_error>
 #include <vector>
 
-#include "PelloraMessagesCore/Files/ExchangeKey.h"
+#include "PelloraMessagesCore/Files/SecretBytes.h"
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
 #include "PelloraMessagesCore/Text/Uuid.h"
 

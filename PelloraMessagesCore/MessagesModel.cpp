@@ -5,8 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "PelloraMessagesCore/Language/FoundMeetups.h"
-#include "PelloraMessagesCore/Language/FoundNews.h"
+#include "PelloraMessagesCore/Language/FoundItems.h"
 #include "PelloraMessagesCore/Language/ModelInstructions.h"
 #include "PelloraMessagesCore/Language/PromptLines.h"
 #include "PelloraMessagesCore/SummaryGuard.h"

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "PelloraMessagesCore/MeetupGuard.h"
-#include "PelloraMessagesCore/MessagesDayDraft.h"
+#include "PelloraMessagesCore/MessagesDayRecord.h"
 #include "PelloraMessagesCore/NewsGuard.h"
 #include "PelloraMessagesCore/Ports/LanguageModel.h"
 #include "PelloraMessagesCore/Time/LocalCalendar.h"

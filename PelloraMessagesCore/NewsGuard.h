@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "PelloraMessagesCore/Language/MessageLine.h"
-#include "PelloraMessagesCore/MessagesNews.h"
+#include "PelloraMessagesCore/Language/PromptLines.h"
+#include "PelloraMessagesCore/MessagesDayRecord.h"
 
 namespace pellora {
 

@@ -1,10 +1,12 @@
 #include "Pellora_for_Messages/HelperApp.h"
 
 #include <QApplication>
+#include <QGuiApplication>
 #include <QLocale>
 #include <QPixmapCache>
 #include <QPointer>
 #include <QScreen>
+#include <QSessionManager>
 #include <QTranslator>
 #include <cstdlib>
 #include <iostream>
@@ -14,6 +16,13 @@
 #include "Pellora_for_Messages/Window/HelperLook.h"
 
 namespace pellora {
+
+HelperAppDelegate::HelperAppDelegate(QGuiApplication& application) {
+  QGuiApplication::setQuitOnLastWindowClosed(shouldTerminateAfterLastWindowClosed());
+  // Nothing needs saving at the end of a session: files are whole at every moment and an abandoned read is repeated.
+  connect(&application, &QGuiApplication::commitDataRequest, this,
+          [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); });
+}
 
 namespace {
 

@@ -1,23 +1,35 @@
-// The app: one engine, started at once, the tray item with its menu, and the status window, which is made when it is
-// shown and put away when it is closed. Tested by Tests/Window/HelperAppTests.cpp and Tests/Desktop/desktop-test.
+// The app around the engine: its life, its window, its tray item.
 #pragma once
 
+#include <QObject>
 #include <memory>
 
 #include "Pellora_for_Messages/Engine/HelperEngine.h"
 #include "Pellora_for_Messages/Engine/HelperOptions.h"
-#include "Pellora_for_Messages/HelperAppDelegate.h"
 #include "Pellora_for_Messages/HelperDesktop.h"
 #include "Pellora_for_Messages/Window/HelperMenu.h"
-#include "Pellora_for_Messages/Window/HelperTray.h"
 #include "Pellora_for_Messages/Window/HelperWindow.h"
 
+class QGuiApplication;
 class QApplication;
 
 namespace pellora {
 
 class HelperConfinement;
 
+// Keeps the process alive when the window is closed, and out of the session's list of programs to start again: the
+// login item does that.
+class HelperAppDelegate : public QObject {
+  Q_OBJECT
+
+ public:
+  explicit HelperAppDelegate(QGuiApplication& application);
+
+  bool shouldTerminateAfterLastWindowClosed() const { return false; }
+};
+
+// The app: one engine, started at once, the tray item with its menu, and the status window, which is made when it is
+// shown and put away when it is closed. Tested by Tests/Window/HelperAppTests.cpp and Tests/Desktop/desktop-test.
 class HelperApp : public QObject {
   Q_OBJECT
 

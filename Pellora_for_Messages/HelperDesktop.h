@@ -3,12 +3,8 @@
 
 #include <functional>
 
-#include "PelloraMessagesCore/Ports/Appearance.h"
-#include "PelloraMessagesCore/Ports/PrivacySettings.h"
-#include "PelloraMessagesCore/Ports/QuitRequests.h"
-#include "PelloraMessagesCore/Ports/SleepNotice.h"
-#include "PelloraMessagesCore/Ports/TrayHost.h"
-#include "PelloraMessagesCore/Ports/WindowActivation.h"
+#include "PelloraMessagesCore/Ports/Desktop.h"
+#include "PelloraMessagesCore/Ports/Session.h"
 
 namespace pellora {
 

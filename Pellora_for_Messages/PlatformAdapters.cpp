@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
+#include "Adapters/Linux/Desktop/DesktopBus.h"
 #include "Adapters/Linux/Desktop/DesktopWindowActivation.h"
 #include "Adapters/Linux/Desktop/DisplayServer.h"
 #include "Adapters/Linux/Desktop/FileManagerPrivacySettings.h"
@@ -18,7 +19,6 @@
 #include "Adapters/Linux/Desktop/LogindSleepNotice.h"
 #include "Adapters/Linux/Desktop/PortalAppearance.h"
 #include "Adapters/Linux/Desktop/SessionAppInstance.h"
-#include "Adapters/Linux/Desktop/SessionBusAddress.h"
 #include "Adapters/Linux/Desktop/StatusNotifierHost.h"
 #include "Adapters/Linux/Files/IniUserDefaults.h"
 #include "Adapters/Linux/Files/InotifyFileEvents.h"

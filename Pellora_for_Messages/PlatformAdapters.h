@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "PelloraMessagesCore/Ports/AppInstance.h"
+#include "PelloraMessagesCore/Ports/Session.h"
 #include "Pellora_for_Messages/Engine/HelperPlatform.h"
 #include "Pellora_for_Messages/HelperDesktop.h"
 

@@ -1,12 +1,16 @@
 #include "Pellora_for_Messages/ReadOnce.h"
 
-#include <QCoroTask>
-#include <iostream>
+#include <unistd.h>
 
+#include <QCoroTask>
+#include <cerrno>
+#include <iostream>
+#include <system_error>
+
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "Pellora_for_Messages/Engine/HelperEngine.h"
 #include "Pellora_for_Messages/Engine/StatusLine.h"
 #include "Pellora_for_Messages/PlatformAdapters.h"
-#include "Pellora_for_Messages/PrintedText.h"
 
 namespace pellora::ReadOnce {
 
@@ -54,3 +58,19 @@ int run(std::shared_ptr<HelperConfinement> confinement) {
 }
 
 }  // namespace pellora::ReadOnce
+
+namespace pellora {
+
+bool printText(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = retried([&] { return ::write(STDOUT_FILENO, text.data(), text.size()); });
+    if (written < 0) {
+      std::cerr << "The output cannot be written: " << std::generic_category().message(errno) << ".\n";
+      return false;
+    }
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+}  // namespace pellora

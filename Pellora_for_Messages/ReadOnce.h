@@ -1,8 +1,9 @@
-// `--read-once`: one read without a display. Prints the status line on standard output and, when there is nothing
-// to be glad of, one sentence on standard error. Needs a QCoreApplication.
+// `--read-once`: one read without a display. Prints the status line on standard output and, unless the read succeeded,
+// one sentence on standard error. Needs a QCoreApplication.
 #pragma once
 
 #include <memory>
+#include <string_view>
 
 namespace pellora {
 
@@ -20,5 +21,9 @@ inline constexpr int kAlreadyRunning = 6;
 int run(std::shared_ptr<HelperConfinement> confinement);
 
 }  // namespace ReadOnce
+
+// Writes all of it to standard output, for a helper without a window. When that fails it says so in one sentence on
+// standard error; the result is false.
+bool printText(std::string_view text);
 
 }  // namespace pellora

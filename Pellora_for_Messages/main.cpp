@@ -6,11 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/Files/StandardDescriptors.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "Pellora_for_Messages/Engine/HelperOptions.h"
 #include "Pellora_for_Messages/HelperApp.h"
 #include "Pellora_for_Messages/PlatformAdapters.h"
-#include "Pellora_for_Messages/PrintedText.h"
 #include "Pellora_for_Messages/ReadOnce.h"
 
 namespace {

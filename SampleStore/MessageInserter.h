@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "PelloraMessagesCore/Time/Instant.h"
-#include "SampleStore/SampleLine.h"
-#include "SampleStore/SampleRandom.h"
+#include "SampleStore/SampleDialogue.h"
+#include "SampleStore/SamplePerson.h"
 #include "SampleStore/StoreConnection.h"
 
 namespace pellora {

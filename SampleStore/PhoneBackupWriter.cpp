@@ -13,7 +13,6 @@
 
 #include "SampleStore/SampleStoreWriter.h"
 #include "SampleStore/StoreConnection.h"
-#include "SampleStore/StoreError.h"
 
 namespace pellora {
 

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <string>
 
-#include "SampleStore/SampleOptions.h"
+#include "SampleStore/SampleStoreWriter.h"
 
 namespace pellora {
 

@@ -1,14 +1,27 @@
-// Made-up conversations: everyday chat in any amount, and scenes with what a history is looked through for (news,
-// meetings, birthdays, links, open questions) and what must not be mistaken for it.
+// What sample people write to each other.
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <vector>
 
-#include "SampleStore/SampleLine.h"
-#include "SampleStore/SampleRandom.h"
+#include "SampleStore/SamplePerson.h"
+
+namespace pellora {
+
+// One line of a made-up conversation.
+struct SampleLine {
+  bool fromMe = false;
+  std::string text;
+  bool isAttachment = false;  // nothing but a picture
+};
+
+}  // namespace pellora
 
 namespace pellora::SampleDialogue {
+
+// Made-up conversations: everyday chat in any amount, and scenes with what a history is looked through for (news,
+// meetings, birthdays, links, open questions) and what must not be mistaken for it.
 
 // Exactly `count` lines of chat.
 std::vector<SampleLine> chat(SampleRandom& random, std::size_t count);

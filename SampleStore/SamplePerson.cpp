@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdio>
 
-#include "SampleStore/SampleRandom.h"
+#include "SampleStore/SamplePerson.h"
 
 namespace pellora {
 

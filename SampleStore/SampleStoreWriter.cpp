@@ -4,12 +4,12 @@
 #include <optional>
 #include <vector>
 
-#include "PelloraMessagesCore/Files/FileError.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "SampleStore/MessageInserter.h"
 #include "SampleStore/MessagesSchema.h"
 #include "SampleStore/SampleDialogue.h"
 #include "SampleStore/SamplePerson.h"
-#include "SampleStore/StoreError.h"
+#include "SampleStore/StoreConnection.h"
 
 namespace pellora {
 

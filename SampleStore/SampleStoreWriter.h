@@ -1,19 +1,31 @@
-// Writes a Messages store: a whole made-up history at once, or newer messages at the end of one that is there.
-// Bodies lie where real stores have them, mostly in the archive stream; among the rows are reactions, renames,
-// attachments, group chats, strangers and old dates in seconds. Failures throw StoreError.
-// Tested by Tests/SampleStore/SampleStoreTests.cpp.
+// The writer of sample stores and its options.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
 
-#include "SampleStore/SampleOptions.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 #include "SampleStore/StoreConnection.h"
 
 namespace pellora {
 
+// What a made-up history is to look like. The same options give the same content.
+struct SampleOptions {
+  std::uint64_t seed = 1;
+  std::size_t messages = 20'000;  // rows of `message`, of every kind
+  std::size_t people = 12;        // people one knows
+  std::size_t chats = 0;          // at least so many chats, filled up with strangers'; 0: as it comes
+  int days = 200;                 // how far back the history goes
+  Instant now;                    // where it ends
+};
+
+// Writes a Messages store: a whole made-up history at once, or newer messages at the end of one that is there.
+// Bodies lie where real stores have them, mostly in the archive stream; among the rows are reactions, renames,
+// attachments, group chats, strangers and old dates in seconds. Failures throw StoreError.
+// Tested by Tests/SampleStore/SampleStoreTests.cpp.
 class SampleStoreWriter {
  public:
   // Makes the store with parent folders (mode 0700); the file must not exist.

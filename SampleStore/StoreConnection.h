@@ -1,17 +1,55 @@
-// A connection that writes a Messages store, used by one thread. A store locked by another process is waited for
-// during ten seconds. Every failure throws StoreError.
+// A connection to the store that is being written, its statements and its error.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 
-#include "SampleStore/StoreStatement.h"
-
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace pellora {
 
+// A store could not be created or written. The text is one sentence for a person.
+class StoreError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// A prepared statement of a StoreConnection, which must outlive it. Parameters are bound by position from 1; texts
+// and blobs are borrowed until the statement has run. Every failure throws StoreError.
+class StoreStatement {
+ public:
+  StoreStatement(sqlite3* connection, std::string_view sql);
+  ~StoreStatement();
+  StoreStatement(const StoreStatement&) = delete;
+  StoreStatement& operator=(const StoreStatement&) = delete;
+
+  StoreStatement& bindNull(int position);
+  StoreStatement& bindInteger(int position, std::int64_t value);
+  StoreStatement& bindText(int position, std::string_view text);
+  StoreStatement& bindBlob(int position, std::string_view bytes);
+
+  // Runs to the end, drops all parameters, and is ready to be bound again.
+  void run();
+
+  // Steps to the next row; false at the end, where the statement is ready to be bound again.
+  bool nextRow();
+  std::int64_t integer(int column) const;
+  std::string text(int column) const;
+
+ private:
+  void check(int result) const;
+  void reset();
+
+  sqlite3* _connection;
+  sqlite3_stmt* _statement = nullptr;
+};
+
+// A connection that writes a Messages store, used by one thread. A store locked by another process is waited for
+// during ten seconds. Every failure throws StoreError.
 class StoreConnection {
  public:
   enum class Mode { create, existing };

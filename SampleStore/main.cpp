@@ -7,7 +7,7 @@
 #include <thread>
 #include <utility>
 
-#include "PelloraMessagesCore/Files/StandardDescriptors.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
 #include "PelloraMessagesCore/Time/IsoDate.h"
 #include "SampleStore/PhoneBackupWriter.h"

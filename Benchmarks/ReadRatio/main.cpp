@@ -15,18 +15,14 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "Adapters/InMemory/FixedGroupContainer.h"
-#include "Adapters/InMemory/InMemoryFileEvents.h"
-#include "Adapters/InMemory/InMemoryLoginItem.h"
-#include "Adapters/InMemory/InMemoryNotificationCenter.h"
-#include "Adapters/InMemory/InMemoryReadLock.h"
-#include "Adapters/InMemory/InMemorySecretStore.h"
-#include "Adapters/InMemory/InMemoryUserDefaults.h"
+#include "Adapters/InMemory/InMemoryDesktop.h"
+#include "Adapters/InMemory/InMemoryEvents.h"
+#include "Adapters/InMemory/InMemoryStorage.h"
 #include "Adapters/InMemory/ScriptedLanguageModel.h"
 #include "Adapters/InMemory/VirtualScheduler.h"
 #include "PelloraMessagesCore/ChatDatabase.h"
-#include "PelloraMessagesCore/ContactNormalization.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
+#include "PelloraMessagesCore/HandleMatcher.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"
 #include "Pellora_for_Messages/Engine/HelperEngine.h"
 

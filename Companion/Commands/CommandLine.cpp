@@ -5,21 +5,10 @@
 #include <iostream>
 #include <sstream>
 
-#include "Companion/Commands/HistoryCommands.h"
-#include "Companion/Commands/KeyCommand.h"
-#include "Companion/Commands/LatelyCommand.h"
-#include "Companion/Commands/ModelCommand.h"
-#include "Companion/Commands/ModelEvaluateCommand.h"
-#include "Companion/Commands/PeopleImportCommand.h"
-#include "Companion/Commands/PeopleListCommand.h"
-#include "Companion/Commands/PeopleRemoveCommand.h"
-#include "Companion/Commands/ReadNowCommand.h"
-#include "Companion/Commands/RemovalCommands.h"
-#include "Companion/Commands/SetupCommand.h"
-#include "Companion/Commands/StatusCommand.h"
+#include "Companion/Commands/Commands.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
-#include "Companion/Output/StandardOutput.h"
+#include "Companion/Output/OutputFile.h"
 #include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/Text/Text.h"

@@ -1,9 +1,9 @@
 #include "Companion/Commands/CompanionJson.h"
 
-#include "Companion/Commands/HeartbeatText.h"
+#include "Companion/Commands/StatusReport.h"
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
-#include "PelloraMessagesCore/Text/Hex.h"
+#include "PelloraMessagesCore/Text/Bytes.h"
 #include "PelloraMessagesCore/Time/IsoDate.h"
 
 namespace pellora::companion_json {
@@ -24,8 +24,7 @@ Json json(const std::vector<HelperPerson>& people) {
 }
 
 Json json(const NamedLately& lately) {
-  // The record's own text with two members more.
-  Json object = Json(Json::parse(ExchangeCoding::encode(lately.record))).set("name", lately.name);
+  Json object = ExchangeCoding::value(lately.record).set("name", lately.name);
   if (lately.isOlderThan) object.set("olderThanShown", IsoDate::text(*lately.isOlderThan));
   return object;
 }

@@ -1,19 +1,16 @@
-#include "Companion/Commands/HistoryCommands.h"
-
 #include <openssl/crypto.h>
 
 #include <filesystem>
 #include <memory>
 
+#include "Companion/Commands/Commands.h"
 #include "Companion/Commands/CompanionJson.h"
-#include "Companion/History/HistoryRecord.h"
 #include "Companion/History/HistorySource.h"
 #include "Companion/History/StagedStore.h"
 #include "Companion/History/StoreProbe.h"
 #include "Companion/Output/CompanionFailure.h"
-#include "Companion/Output/DateText.h"
 #include "Companion/Output/DisplayText.h"
-#include "Companion/Output/InterruptionGuard.h"
+#include "Companion/Output/OutputFile.h"
 #include "Companion/Output/Progress.h"
 #include "Companion/Output/Terminal.h"
 #include "Companion/PlatformAdapters.h"

@@ -1,8 +1,7 @@
-#include "Companion/Commands/KeyCommand.h"
-
 #include <cstdlib>
 #include <string>
 
+#include "Companion/Commands/Commands.h"
 #include "Companion/Commands/CompanionJson.h"
 #include "Companion/KeyState.h"
 #include "Companion/PlatformAdapters.h"

@@ -1,10 +1,9 @@
-#include "Companion/Commands/LatelyCommand.h"
-
+#include "Companion/Commands/Commands.h"
 #include "Companion/Commands/CompanionJson.h"
 #include "Companion/Commands/PersonChoice.h"
 #include "Companion/Lately/LatelyPage.h"
+#include "Companion/Lately/LatelyStore.h"
 #include "Companion/Lately/LatelyText.h"
-#include "Companion/Lately/ShownRecords.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
 #include "Companion/Output/OutputFile.h"

@@ -1,12 +1,10 @@
-#include "Companion/Commands/ModelCommand.h"
-
 #include <QCoroTask>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
 #include <vector>
 
-#include "Companion/Commands/ModelTry.h"
+#include "Companion/Commands/Commands.h"
 #include "Companion/Commands/ModelWork.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"

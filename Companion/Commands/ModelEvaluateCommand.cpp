@@ -1,8 +1,7 @@
-#include "Companion/Commands/ModelEvaluateCommand.h"
-
 #include <QCoroTask>
 #include <stdexcept>
 
+#include "Companion/Commands/Commands.h"
 #include "Companion/Evaluation/Evaluation.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"

@@ -8,6 +8,7 @@
 #include "Companion/CompanionContext.h"
 #include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
+#include "PelloraMessagesCore/Ports/LanguageModel.h"
 
 namespace pellora::model_work {
 
@@ -26,3 +27,23 @@ std::string waiting(const ModelAccount& account, Instant now);
 JsonValue json(const ModelAccount& account);
 
 }  // namespace pellora::model_work
+
+namespace pellora {
+
+// Harmless questions about an invented day, asked to see whether a model answers, how, how fast, and what the guards
+// make of it: a day's sentence and its news.
+struct ModelTry {
+  std::string kind;     // "plain" or "guided"
+  std::string answer;   // as the model gave it
+  std::string error;    // why there is no usable answer, a clause about the server; empty when there is one
+  std::string verdict;  // what the guards made of it, one clause: "kept: Robin got the job."
+  double seconds = 0;
+
+  bool isAnswered() const { return error.empty(); }
+
+  // Neither throws. `model` must outlive the task.
+  static Task<ModelTry> plain(LanguageModel& model);
+  static Task<ModelTry> guided(LanguageModel& model);
+};
+
+}  // namespace pellora

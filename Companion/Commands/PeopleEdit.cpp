@@ -4,7 +4,7 @@
 #include <system_error>
 
 #include "Companion/Output/CompanionFailure.h"
-#include "Companion/Output/InterruptionGuard.h"
+#include "Companion/Output/OutputFile.h"
 #include "Companion/People/StoreHandles.h"
 #include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"

@@ -1,5 +1,4 @@
-#include "Companion/Commands/PeopleImportCommand.h"
-
+#include "Companion/Commands/Commands.h"
 #include "Companion/Commands/CompanionJson.h"
 #include "Companion/Commands/PeopleEdit.h"
 #include "Companion/Output/CompanionFailure.h"
@@ -7,7 +6,6 @@
 #include "Companion/Output/Progress.h"
 #include "Companion/Output/Terminal.h"
 #include "Companion/People/ImportOutcome.h"
-#include "Companion/People/InputFile.h"
 #include "Companion/People/PeopleChoice.h"
 #include "Companion/People/PeopleParser.h"
 #include "Companion/People/PhoneNumbers.h"

@@ -1,15 +1,12 @@
-#include "Companion/Commands/PeopleListCommand.h"
-
 #include <unordered_set>
 
+#include "Companion/Commands/Commands.h"
 #include "Companion/Commands/CompanionJson.h"
 #include "Companion/History/StoreProbe.h"
 #include "Companion/Output/CompanionFailure.h"
-#include "Companion/Output/DateText.h"
 #include "Companion/Output/DisplayText.h"
 #include "Companion/Output/TextTable.h"
 #include "Companion/People/PeopleStore.h"
-#include "Companion/People/SharedHandle.h"
 #include "Companion/People/StoreHandles.h"
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"

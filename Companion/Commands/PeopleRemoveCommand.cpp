@@ -1,7 +1,6 @@
-#include "Companion/Commands/PeopleRemoveCommand.h"
-
 #include <algorithm>
 
+#include "Companion/Commands/Commands.h"
 #include "Companion/Commands/CompanionJson.h"
 #include "Companion/Commands/PeopleEdit.h"
 #include "Companion/Commands/PersonChoice.h"

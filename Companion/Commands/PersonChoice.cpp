@@ -5,7 +5,7 @@
 
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
-#include "PelloraMessagesCore/ContactNormalization.h"
+#include "PelloraMessagesCore/HandleMatcher.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {

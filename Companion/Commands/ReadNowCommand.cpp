@@ -1,5 +1,4 @@
-#include "Companion/Commands/ReadNowCommand.h"
-
+#include "Companion/Commands/Commands.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
 #include "Companion/PlatformAdapters.h"

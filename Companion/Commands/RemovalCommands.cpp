@@ -1,14 +1,12 @@
-#include "Companion/Commands/RemovalCommands.h"
-
 #include <algorithm>
 #include <system_error>
 
+#include "Companion/Commands/Commands.h"
 #include "Companion/Commands/CompanionJson.h"
 #include "Companion/Commands/PersonChoice.h"
 #include "Companion/History/StagedStore.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
-#include "Companion/Output/ReadingObstacle.h"
 #include "Companion/People/PeopleStore.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"

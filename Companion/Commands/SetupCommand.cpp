@@ -1,13 +1,14 @@
-#include "Companion/Commands/SetupCommand.h"
+#include <unistd.h>
 
 #include <QCoroTask>
 #include <algorithm>
 #include <string_view>
 
+#include "Companion/Commands/Commands.h"
 #include "Companion/Commands/StatusReport.h"
 #include "Companion/Output/DisplayText.h"
+#include "Companion/Output/OutputFile.h"
 #include "Companion/Output/Progress.h"
-#include "Companion/Output/StandardOutput.h"
 #include "Companion/Output/Terminal.h"
 #include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"

@@ -1,7 +1,6 @@
-#include "Companion/Commands/StatusCommand.h"
-
 #include <QCoroTask>
 
+#include "Companion/Commands/Commands.h"
 #include "Companion/Commands/CompanionJson.h"
 #include "Companion/Commands/StatusReport.h"
 #include "Companion/Output/Progress.h"

@@ -5,7 +5,9 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 
+#include "Companion/CompanionContext.h"
 #include "Companion/History/StoreProbe.h"
 #include "Companion/KeyState.h"
 #include "Companion/People/PeopleStore.h"
@@ -59,5 +61,14 @@ struct StatusReport {
   // When everything that the helper needs is there.
   std::string nextStepWithHelper() const;
 };
+
+// The helper in words: whether it runs, what it does, how far a read is, and what it said last.
+
+// `progress` is of a read that may be running; a helper that does not run is not reading.
+std::string helperText(platform_adapters::HelperPresence presence, const std::optional<HelperHeartbeat>& heartbeat,
+                       const std::optional<ReadProgress>& progress, const CompanionContext& context);
+
+// The status as the heartbeat's file spells it.
+std::string_view statusWord(HelperHeartbeat::Status status);
 
 }  // namespace pellora

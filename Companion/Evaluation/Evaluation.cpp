@@ -7,6 +7,8 @@
 #include "Companion/Evaluation/KnowingModel.h"
 #include "Companion/Evaluation/ModelWitness.h"
 #include "Companion/Evaluation/WhoDidWhat.h"
+#include "PelloraMessagesCore/Language/FoundItems.h"
+#include "PelloraMessagesCore/Language/ModelInstructions.h"
 #include "PelloraMessagesCore/Language/PromptLines.h"
 #include "PelloraMessagesCore/MessagesModel.h"
 #include "PelloraMessagesCore/NewsGuard.h"

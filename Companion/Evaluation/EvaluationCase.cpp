@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "PelloraMessagesCore/Json/JsonValue.h"
-#include "PelloraMessagesCore/Language/NewsKind.h"
+#include "PelloraMessagesCore/Language/FoundItems.h"
 #include "PelloraMessagesCore/Time/IsoDate.h"
 
 namespace pellora {

@@ -19,7 +19,7 @@
 #include <string_view>
 #include <vector>
 
-#include "PelloraMessagesCore/MessagesDayDraft.h"
+#include "PelloraMessagesCore/MessagesDayRecord.h"
 
 namespace pellora {
 

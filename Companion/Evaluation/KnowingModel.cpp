@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "PelloraMessagesCore/Language/FoundNews.h"
+#include "PelloraMessagesCore/Language/FoundItems.h"
 
 namespace pellora {
 

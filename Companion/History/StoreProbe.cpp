@@ -10,8 +10,8 @@
 #include <system_error>
 
 #include "Companion/History/HistoryDatabase.h"
+#include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
-#include "Companion/Output/ReadingObstacle.h"
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/StoreHardening.h"
 

@@ -5,7 +5,6 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "Companion/Output/DateText.h"
 #include "Companion/Output/DisplayText.h"
 
 namespace pellora {

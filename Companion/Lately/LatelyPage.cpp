@@ -4,7 +4,6 @@
 #include <tuple>
 
 #include "Companion/Lately/LatelyText.h"
-#include "Companion/Output/DateText.h"
 #include "Companion/Output/DisplayText.h"
 #include "Companion/Output/HtmlText.h"
 #include "PelloraMessagesCore/Time/IsoDate.h"

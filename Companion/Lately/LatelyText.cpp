@@ -1,6 +1,5 @@
 #include "Companion/Lately/LatelyText.h"
 
-#include "Companion/Output/DateText.h"
 #include "Companion/Output/DisplayText.h"
 #include "Companion/Output/TextTable.h"
 #include "PelloraMessagesCore/Time/RelativeDate.h"

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "PelloraMessagesCore/Time/LocalCalendar.h"
+
 namespace pellora::display {
 
 // On one line, without control characters and without those that turn the direction of writing.
@@ -36,3 +38,24 @@ std::string size(std::uintmax_t bytes);
 std::string listed(const std::vector<std::string>& items);
 
 }  // namespace pellora::display
+
+namespace pellora::date_text {
+
+// Calendar dates in words. Pure. Tested by Tests/Companion/DisplayTextTests.cpp.
+
+// "21 Nov".
+std::string shortDate(const LocalCalendar::Date& date);
+
+// "21 Nov", with the year when it is not this one.
+std::string date(Instant instant, Instant now, const LocalCalendar& calendar);
+
+// "Sat 21 Nov", with the year when it is not this one: for pages that are read later.
+std::string weekdayDate(Instant instant, Instant now, const LocalCalendar& calendar);
+
+// "today", "yesterday", else as `date`: the day of an event whose time of day is not known.
+std::string dayInWords(Instant instant, Instant now, const LocalCalendar& calendar);
+
+// "12 May" of a month from 1 to 12; empty for another.
+std::string dayOfYear(int month, int day);
+
+}  // namespace pellora::date_text

@@ -4,12 +4,13 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
+#include <string>
 #include <system_error>
 
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
-#include "Companion/Output/InterruptionGuard.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 
@@ -65,3 +66,71 @@ void write(const std::string& name, std::string_view text) {
 }
 
 }  // namespace pellora::output_file
+
+namespace pellora::standard_output {
+
+namespace {
+
+// Libraries may have had the signal ignored; shells and scripts know this end.
+[[noreturn]] void endAsClosedPipe() {
+  constexpr int kStatusOfSignal = 128;
+  std::signal(SIGPIPE, SIG_DFL);
+  sigset_t pipe{};
+  sigemptyset(&pipe);
+  sigaddset(&pipe, SIGPIPE);
+  sigprocmask(SIG_UNBLOCK, &pipe, nullptr);
+  raise(SIGPIPE);
+  _exit(kStatusOfSignal + SIGPIPE);
+}
+
+}  // namespace
+
+void write(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = ::write(STDOUT_FILENO, text.data(), text.size());
+    if (written >= 0) {
+      text.remove_prefix(static_cast<std::size_t>(written));
+      continue;
+    }
+    if (errno == EINTR) continue;
+    if (errno == EPIPE) endAsClosedPipe();
+    throw CompanionFailure("Cannot write the output: " + std::generic_category().message(errno) + ".");
+  }
+}
+
+}  // namespace pellora::standard_output
+
+namespace pellora {
+
+namespace {
+
+// A signal handler can reach nothing else.
+volatile std::sig_atomic_t arrivedSignal = 0;
+
+extern "C" void rememberSignal(int number) {
+  arrivedSignal = number;
+}
+
+}  // namespace
+
+InterruptionGuard::InterruptionGuard() {
+  arrivedSignal = 0;
+  struct sigaction remember{};
+  remember.sa_handler = rememberSignal;
+  remember.sa_flags = SA_RESTART;
+  sigemptyset(&remember.sa_mask);
+  sigaction(SIGINT, &remember, &_interrupt);
+  sigaction(SIGTERM, &remember, &_terminate);
+}
+
+bool InterruptionGuard::isRequested() {
+  return arrivedSignal != 0;
+}
+
+InterruptionGuard::~InterruptionGuard() {
+  sigaction(SIGINT, &_interrupt, nullptr);
+  sigaction(SIGTERM, &_terminate, nullptr);
+  if (arrivedSignal != 0) raise(arrivedSignal);
+}
+
+}  // namespace pellora

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Companion/Output/ForeignText.h"
-#include "PelloraMessagesCore/ContactNormalization.h"
+#include "PelloraMessagesCore/HandleMatcher.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {

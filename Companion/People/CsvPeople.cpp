@@ -1,11 +1,10 @@
-#include "Companion/People/CsvPeople.h"
-
 #include <algorithm>
 #include <iterator>
 #include <string_view>
 
 #include "Companion/Output/ForeignText.h"
 #include "Companion/People/ContactCard.h"
+#include "Companion/People/PeopleParser.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {

@@ -6,9 +6,8 @@
 #include <vector>
 
 #include "Companion/Output/OutputStyle.h"
-#include "Companion/People/ImportedPeople.h"
+#include "Companion/People/ContactCard.h"
 #include "Companion/People/PeopleMerge.h"
-#include "Companion/People/SharedHandle.h"
 #include "Companion/People/StoreHandles.h"
 
 namespace pellora {

@@ -1,10 +1,9 @@
-#include "Companion/People/JsonPeople.h"
-
 #include <algorithm>
 #include <optional>
 
 #include "Companion/Output/ForeignText.h"
 #include "Companion/People/ContactCard.h"
+#include "Companion/People/PeopleParser.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
 #include "PelloraMessagesCore/Text/Text.h"
 

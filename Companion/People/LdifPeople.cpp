@@ -1,5 +1,3 @@
-#include "Companion/People/LdifPeople.h"
-
 #include <openssl/evp.h>
 
 #include <algorithm>
@@ -8,6 +6,7 @@
 
 #include "Companion/Output/ForeignText.h"
 #include "Companion/People/ContactCard.h"
+#include "Companion/People/PeopleParser.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Companion/People/ImportedPeople.h"
+#include "Companion/People/ContactCard.h"
 
 namespace pellora::people_choice {
 

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "Companion/People/ImportedPeople.h"
-#include "PelloraMessagesCore/HelperPerson.h"
+#include "Companion/People/ContactCard.h"
+#include "PelloraMessagesCore/HelperPeopleFile.h"
 #include "PelloraMessagesCore/Text/Uuid.h"
 
 namespace pellora {

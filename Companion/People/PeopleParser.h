@@ -1,15 +1,52 @@
-// Reads people out of an address book's file: a JSON list, jCards, a table (CSV), vCards or LDIF, told apart
-// by content. Pure and
-// total: any bytes give people, skipped entries or a problem in one sentence, in linear time and without recursion.
+// Reads people out of an address book's file: a JSON list, jCards, a table (CSV), vCards or LDIF, told apart by
+// content. Pure and total: any bytes give people, skipped entries or a problem in one sentence, in linear time and
+// without recursion. Each format has a source of its own.
 // Tested by Tests/Companion/PeopleParserTests.cpp and one file per format.
 #pragma once
 
+#include <cstddef>
+#include <string>
 #include <string_view>
 
-#include "Companion/People/ImportedPeople.h"
+#include "Companion/People/ContactCard.h"
 
 namespace pellora {
 
 ImportedPeople parsePeople(std::string_view bytes);
 
+// People out of a table whose first line names the columns: separated by commas, semicolons or tabs (found out),
+// several number and address columns, several values in one field. Total, linear.
+// Tested by Tests/Companion/CsvPeopleTests.cpp.
+ImportedPeople parseCsvPeople(std::string_view text);
+
+// People out of a JSON list of {"id", "firstName", "phones", "emails"} or an object that has such a list as
+// "people". "name" may stand for "firstName", "phone" and "email" for the lists, a single text for a list. And out of
+// jCards (RFC 7095), one or a list of them. Total. Tested by Tests/Companion/PeopleParserTests.cpp.
+ImportedPeople parseJsonPeople(std::string_view json);
+
+// Whether a line names an LDIF entry.
+bool containsLdif(std::string_view text);
+
+// People out of LDIF (RFC 2849) as mail programs and directories write it: entries between empty lines, folded lines,
+// values in base64 behind "::". Total, linear. Tested by Tests/Companion/CorpusTests.cpp.
+ImportedPeople parseLdifPeople(std::string_view text);
+
+// Whether a line opens a vCard.
+bool containsVCard(std::string_view text);
+
+// People out of vCards of versions 2.1, 3.0 and 4.0 as the common address books write them: several cards in a
+// file, cards inside cards, cards without an end, pictures of any size. Groups and organizations are skipped. `text`
+// is UTF-8 or, where a card declares it, another charset. Total, linear, without recursion.
+// Tested by Tests/Companion/VCardPeopleTests.cpp.
+ImportedPeople parseVCardPeople(std::string_view text);
+
 }  // namespace pellora
+
+namespace pellora::input_file {
+
+inline constexpr std::size_t kMaximumSize = std::size_t{256} << 20;  // bytes
+
+// The whole file, or standard input for "-". Throws CompanionFailure.
+std::string read(const std::string& name);
+
+}  // namespace pellora::input_file

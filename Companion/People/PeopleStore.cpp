@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "Companion/Output/ReadingObstacle.h"
+#include "Companion/Output/CompanionFailure.h"
 
 namespace pellora {
 

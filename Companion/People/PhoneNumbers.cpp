@@ -10,7 +10,7 @@
 #include <map>
 #include <set>
 
-#include "PelloraMessagesCore/ContactNormalization.h"
+#include "PelloraMessagesCore/HandleMatcher.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {

@@ -11,7 +11,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "Companion/People/ImportedPeople.h"
+#include "Companion/People/ContactCard.h"
 
 namespace pellora {
 

@@ -1,5 +1,4 @@
-// The handles of the Messages store, to tell which people appear there. Their ids are all that is read.
-// Tested by Tests/Companion/PeopleCommandTests.cpp.
+// Handles: those that the Messages store knows, and those that several people claim.
 #pragma once
 
 #include <filesystem>
@@ -8,10 +7,12 @@
 #include <unordered_set>
 #include <vector>
 
-#include "PelloraMessagesCore/HelperPerson.h"
+#include "PelloraMessagesCore/HelperPeopleFile.h"
 
 namespace pellora {
 
+// The handles of the Messages store, to tell which people appear there. Their ids are all that is read.
+// Tested by Tests/Companion/PeopleCommandTests.cpp.
 class StoreHandles {
  public:
   // Absent when the store cannot be read.
@@ -33,5 +34,17 @@ std::string normalisedHandle(std::string_view handle);
 
 // "Anna"; "Anna (5551234567)" beside another Anna; the identifier without a name.
 std::string personTitle(const HelperPerson& person, const std::vector<HelperPerson>& everybody);
+
+// A number or address that several people claim, so that it matches nobody.
+struct SharedHandle {
+  std::string handle;
+  std::vector<HelperPerson> people;  // two or more, in file order
+
+  // Numbers first, each sorted.
+  static std::vector<SharedHandle> find(const std::vector<HelperPerson>& people);
+
+  // "5551234567 is claimed by Anna and Bob, so it will match nobody."
+  std::string sentence() const;
+};
 
 }  // namespace pellora

@@ -1,11 +1,10 @@
-#include "Companion/People/VCardPeople.h"
-
 #include <algorithm>
 #include <optional>
 #include <string>
 
 #include "Companion/Output/ForeignText.h"
 #include "Companion/People/ContactCard.h"
+#include "Companion/People/PeopleParser.h"
 #include "Companion/People/VCardProperty.h"
 #include "PelloraMessagesCore/Text/Text.h"
 

@@ -15,7 +15,6 @@
 #include <vector>
 
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
-#include "PelloraMessagesCore/Files/FileError.h"
 #include "PelloraMessagesCore/Text/Uuid.h"
 
 namespace pellora::AtomicFile {

@@ -1,9 +1,13 @@
 #include "PelloraMessagesCore/Files/SecretBytes.h"
 
 #include <openssl/crypto.h>
+#include <openssl/rand.h>
 #include <sys/mman.h>
 
+#include <array>
+#include <cstdint>
 #include <new>
+#include <stdexcept>
 
 namespace pellora {
 
@@ -18,6 +22,20 @@ void* allocateSecret(std::size_t size) {
 void releaseSecret(void* memory, std::size_t size) noexcept {
   OPENSSL_cleanse(memory, size);
   ::munmap(memory, size);
+}
+
+std::optional<ExchangeKey> ExchangeKey::fromData(const SecretBytes& data) {
+  if (data.size() != kSize) return std::nullopt;
+  return ExchangeKey(data);
+}
+
+ExchangeKey ExchangeKey::random() {
+  std::array<std::uint8_t, kSize> bytes{};
+  if (RAND_priv_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1)
+    throw std::runtime_error("The system's random source failed");
+  ExchangeKey key{SecretBytes(bytes)};
+  OPENSSL_cleanse(bytes.data(), bytes.size());
+  return key;
 }
 
 }  // namespace pellora

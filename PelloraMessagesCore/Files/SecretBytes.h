@@ -1,10 +1,9 @@
-// A byte string for keys: in memory pages of its own that are kept out of swap and core dumps as far as the system
-// allows (a limit on locked memory is no error), and wiped when it is destroyed or replaced. Moving leaves nothing
-// behind. Tested by Tests/Core/ExchangeKeyTests.cpp.
+// Bytes that are wiped, and the exchange key, which is made of them.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -15,6 +14,9 @@ namespace pellora {
 void* allocateSecret(std::size_t size);
 void releaseSecret(void* memory, std::size_t size) noexcept;
 
+// A byte string for keys: in memory pages of its own that are kept out of swap and core dumps as far as the system
+// allows (a limit on locked memory is no error), and wiped when it is destroyed or replaced. Moving leaves nothing
+// behind. Tested by Tests/Core/ExchangeKeyTests.cpp.
 class SecretBytes {
  public:
   SecretBytes() = default;
@@ -44,6 +46,27 @@ class SecretBytes {
   };
 
   std::vector<std::uint8_t, Allocator<std::uint8_t>> _bytes;
+};
+
+// The 256-bit key that seals every exchange file. Wiped when it goes. Lives in the secret store only.
+class ExchangeKey {
+ public:
+  static constexpr std::size_t kSize = 32;  // bytes
+
+  // Absent unless `data` has exactly 32 bytes.
+  static std::optional<ExchangeKey> fromData(const SecretBytes& data);
+
+  // A new key from the system's random source.
+  static ExchangeKey random();
+
+  const SecretBytes& data() const { return _data; }
+
+  bool operator==(const ExchangeKey&) const = default;
+
+ private:
+  explicit ExchangeKey(SecretBytes data) : _data(std::move(data)) {}
+
+  SecretBytes _data;
 };
 
 }  // namespace pellora

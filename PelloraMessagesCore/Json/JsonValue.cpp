@@ -220,4 +220,19 @@ JsonValue& JsonValue::append(JsonValue value) {
   return *this;
 }
 
+void JsonTree::close() {
+  JsonValue::Member closed = std::move(_open.back());
+  _open.pop_back();
+  add(std::move(closed.key), std::move(closed.value));
+}
+
+void JsonTree::add(std::string key, JsonValue value) {
+  if (_open.empty())
+    _whole = std::move(value);
+  else if (JsonValue& around = _open.back().value; around.isObject())
+    around.set(std::move(key), std::move(value));
+  else
+    around.append(std::move(value));
+}
+
 }  // namespace pellora

@@ -109,6 +109,31 @@ struct JsonValue::Member {
   bool operator==(const Member& other) const = default;
 };
 
+// Makes a tree by the calls of a JsonWriter, for code that can write either.
+class JsonTree {
+ public:
+  void beginObject() { _open.push_back({std::exchange(_key, {}), JsonValue::object()}); }
+  void endObject() { close(); }
+  void beginArray() { _open.push_back({std::exchange(_key, {}), JsonValue::array()}); }
+  void endArray() { close(); }
+
+  void key(std::string_view name) { _key = name; }
+  void string(std::string_view value) { add(std::exchange(_key, {}), value); }
+  void plainString(std::string_view value) { string(value); }
+  void integer(std::int64_t value) { add(std::exchange(_key, {}), value); }
+  void boolean(bool value) { add(std::exchange(_key, {}), value); }
+
+  JsonValue take() && { return std::move(_whole); }
+
+ private:
+  void close();
+  void add(std::string key, JsonValue value);
+
+  std::vector<JsonValue::Member> _open;  // objects and arrays, the outermost first
+  std::string _key;
+  JsonValue _whole;
+};
+
 JsonValue::JsonValue(std::same_as<bool> auto value) : _value(value) {}
 JsonValue::JsonValue(std::integral auto value)
   requires(!std::same_as<decltype(value), bool>)

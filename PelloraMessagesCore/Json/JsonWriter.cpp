@@ -3,7 +3,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "PelloraMessagesCore/Text/Hex.h"
+#include "PelloraMessagesCore/Text/Bytes.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {

@@ -1,3 +1,52 @@
+// Structured answers of a language model: the description that is asked with, and reading an answer against it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace pellora {
+
+// The description of a structured answer: an object with named properties in the order in which they are to be
+// generated. The JSON schema that model servers take is made from it, so that a type is described once.
+struct GenerationSchema;
+
+struct GeneratedInteger {};
+
+struct GeneratedText {};
+
+// One of a fixed list of words.
+struct GeneratedChoice {
+  std::vector<std::string> cases;
+};
+
+// A list of objects of one shape, at most `maximumCount` of them.
+struct GeneratedList {
+  std::shared_ptr<const GenerationSchema> item;
+  std::size_t maximumCount = 0;
+};
+
+struct GeneratedProperty {
+  std::string name;
+  std::string description;  // empty: none
+  std::variant<GeneratedInteger, GeneratedText, GeneratedChoice, GeneratedList> type;
+};
+
+struct GenerationSchema {
+  std::string name;
+  std::vector<GeneratedProperty> properties;
+
+  // One line of JSON: every property required, no others allowed, properties in the declared order, lists with
+  // maxItems, strings with a maxLength well under 2000 that small models need in order to end.
+  std::string jsonSchema() const;
+};
+
 // A structured answer of a language model, read against the description that it was asked to follow. Reading is
 // total: whatever the answer's bytes are, they give a value or "absent", in time and memory linear in their number.
 // Answers are taken as far as they are good: a fence of back-ticks around the JSON is taken off, keys that nobody
@@ -5,20 +54,6 @@
 // that still does not fit is dropped alone, and of too many items the first ones count. Absent is what is not a JSON
 // object, and one without a property or with a value of another type. The length of texts is not looked at.
 // Tested by Tests/Core/GeneratedContentTests.cpp.
-#pragma once
-
-#include <cstdint>
-#include <map>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <variant>
-#include <vector>
-
-#include "PelloraMessagesCore/Language/GenerationSchema.h"
-
-namespace pellora {
-
 class GeneratedContent {
  public:
   static std::optional<GeneratedContent> decode(const GenerationSchema& schema, std::string_view answer);

@@ -1,15 +1,22 @@
-// A day's lines as a prompt holds them: texts that cannot close the prompt's tags or begin a line of their own, the
-// newest that fit the budget, oldest first. Pure. Tested by Tests/Core/PromptLinesTests.cpp.
+// The lines of a conversation, and how a prompt holds them.
 #pragma once
 
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "PelloraMessagesCore/Language/MessageLine.h"
-
 namespace pellora {
 
+// One message as the language work and the birthday finder see it: who wrote it and what.
+struct MessageLine {
+  bool fromMe = false;
+  std::string text;
+
+  bool operator==(const MessageLine&) const = default;
+};
+
+// A day's lines as a prompt holds them: texts that cannot close the prompt's tags or begin a line of their own, the
+// newest that fit the budget, oldest first. Pure. Tested by Tests/Core/PromptLinesTests.cpp.
 namespace PromptLines {
 
 // Without line breaks and angle brackets; valid UTF-8 whatever comes in.

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "PelloraMessagesCore/Language/GenerationSchema.h"
+#include "PelloraMessagesCore/Language/GeneratedContent.h"
 #include "PelloraMessagesCore/Ports/Task.h"
 
 namespace pellora {

@@ -4,7 +4,7 @@
 #include <optional>
 #include <utility>
 
-#include "PelloraMessagesCore/Text/ByteWindows.h"
+#include "PelloraMessagesCore/Text/Bytes.h"
 #include "PelloraMessagesCore/Text/LinkHost.h"
 #include "PelloraMessagesCore/Text/LinkTail.h"
 #include "PelloraMessagesCore/Text/LinkText.h"

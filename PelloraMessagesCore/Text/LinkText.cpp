@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "PelloraMessagesCore/Text/Hex.h"
+#include "PelloraMessagesCore/Text/Bytes.h"
 
 namespace pellora::LinkText {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "PelloraMessagesCore/Text/Hex.h"
+#include "PelloraMessagesCore/Text/Bytes.h"
 
 namespace pellora {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "PelloraMessagesCore/HelperState.h"
-#include "PelloraMessagesCore/MessagesDayDraft.h"
+#include "PelloraMessagesCore/MessagesDayRecord.h"
 #include "Pellora_for_Messages/Engine/ReadContext.h"
 
 namespace pellora {

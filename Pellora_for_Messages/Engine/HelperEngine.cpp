@@ -3,10 +3,9 @@
 #include <QPointer>
 
 #include "PelloraMessagesCore/ExchangeKeychain.h"
-#include "PelloraMessagesCore/Files/FileError.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"
-#include "PelloraMessagesCore/HelperReadRequest.h"
 #include "Pellora_for_Messages/Engine/HelperEngineKeys.h"
 
 namespace pellora {

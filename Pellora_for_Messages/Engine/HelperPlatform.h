@@ -10,11 +10,10 @@
 #include "PelloraMessagesCore/Ports/FileEvents.h"
 #include "PelloraMessagesCore/Ports/GroupContainer.h"
 #include "PelloraMessagesCore/Ports/LanguageModel.h"
-#include "PelloraMessagesCore/Ports/LoginItem.h"
 #include "PelloraMessagesCore/Ports/NotificationCenter.h"
-#include "PelloraMessagesCore/Ports/ReadLock.h"
 #include "PelloraMessagesCore/Ports/Scheduler.h"
 #include "PelloraMessagesCore/Ports/SecretStore.h"
+#include "PelloraMessagesCore/Ports/Session.h"
 #include "PelloraMessagesCore/Ports/UserDefaults.h"
 #include "PelloraMessagesCore/Time/LocalCalendar.h"
 

@@ -2,7 +2,7 @@
 
 #include <charconv>
 
-#include "PelloraMessagesCore/Text/Fnv1a.h"
+#include "PelloraMessagesCore/Text/Bytes.h"
 
 namespace pellora {
 

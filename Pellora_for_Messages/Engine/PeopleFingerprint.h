@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/HelperPerson.h"
+#include "PelloraMessagesCore/HelperPeopleFile.h"
 
 namespace pellora {
 

@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/Files/ExchangeKey.h"
+#include "PelloraMessagesCore/Files/SecretBytes.h"
 #include "PelloraMessagesCore/HandleMatcher.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
-#include "PelloraMessagesCore/HelperPerson.h"
+#include "PelloraMessagesCore/HelperPeopleFile.h"
 #include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/Ports/UserDefaults.h"
 #include "PelloraMessagesCore/Time/LocalCalendar.h"

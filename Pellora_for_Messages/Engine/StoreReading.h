@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "PelloraMessagesCore/HelperDayNotes.h"
-#include "PelloraMessagesCore/MessagesDayDraft.h"
+#include "PelloraMessagesCore/MessagesDayRecord.h"
 #include "Pellora_for_Messages/Engine/ReadContext.h"
 
 namespace pellora {

@@ -1,16 +1,21 @@
-// The menu of the tray item. Holds no state of its own: the status line follows the engine, and time while the menu
-// is open. Tested by Tests/Window/HelperMenuTests.cpp.
+// The menu, and the tray item that shows it.
 #pragma once
 
 #include <QMenu>
+#include <QSystemTrayIcon>
 #include <functional>
 #include <memory>
 
+#include "PelloraMessagesCore/Ports/Desktop.h"
 #include "PelloraMessagesCore/Ports/Scheduler.h"
 #include "Pellora_for_Messages/Window/StatusTicker.h"
 
+class QMenu;
+
 namespace pellora {
 
+// The menu of the tray item. Holds no state of its own: the status line follows the engine, and time while the menu
+// is open. Tested by Tests/Window/HelperMenuTests.cpp.
 class HelperEngine;
 
 class HelperMenu : public QMenu {
@@ -31,6 +36,26 @@ class HelperMenu : public QMenu {
   QAction* _status;
   StatusTicker _ticker;
   std::unique_ptr<ScheduledCall> _closing;
+};
+
+// The tray item: appears when the desktop has a place for it, which may be later than the helper's start, and comes
+// back by itself when that place is restarted.
+class HelperTray : public QObject {
+  Q_OBJECT
+
+ public:
+  // `menu` must outlive the tray. `openWindow` is called when the item itself is chosen.
+  HelperTray(TrayHost& host, QMenu& menu, std::function<void()> openWindow);
+
+  // Null until there is a place for it.
+  QSystemTrayIcon* item() const { return _item.get(); }
+
+ private:
+  void appear();
+
+  QMenu& _menu;
+  std::function<void()> _openWindow;
+  std::unique_ptr<QSystemTrayIcon> _item;
 };
 
 }  // namespace pellora

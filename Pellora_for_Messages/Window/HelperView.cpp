@@ -10,7 +10,7 @@
 #include "Pellora_for_Messages/Engine/HelperEngine.h"
 #include "Pellora_for_Messages/Window/HelperLook.h"
 #include "Pellora_for_Messages/Window/NoticeCard.h"
-#include "Pellora_for_Messages/Window/ProgressLine.h"
+#include "Pellora_for_Messages/Window/Widgets.h"
 
 namespace pellora {
 

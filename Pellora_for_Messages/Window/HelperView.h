@@ -5,7 +5,7 @@
 #include <QWidget>
 #include <functional>
 
-#include "Pellora_for_Messages/Window/HelperNotice.h"
+#include "Pellora_for_Messages/Window/NoticeCard.h"
 #include "Pellora_for_Messages/Window/StatusTicker.h"
 
 class QBoxLayout;

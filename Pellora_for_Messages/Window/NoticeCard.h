@@ -1,17 +1,56 @@
-// A card with a title, a body and one button, the window's default button.
+// The card that says what is wrong and what to do: which notice a state calls for, its texts, its looks.
 #pragma once
 
 #include <QLabel>
+#include <QPlainTextEdit>
+#include <QString>
 #include <functional>
+#include <optional>
 
-#include "Pellora_for_Messages/Window/FailureText.h"
-#include "Pellora_for_Messages/Window/HelperNotice.h"
-#include "Pellora_for_Messages/Window/ProminentButton.h"
-#include "Pellora_for_Messages/Window/RoundedPanel.h"
-#include "Pellora_for_Messages/Window/SecondaryLabel.h"
+#include "Pellora_for_Messages/Engine/HelperEngineState.h"
+#include "Pellora_for_Messages/Window/Widgets.h"
 
 namespace pellora {
 
+// The notice card that a state calls for: texts shown as they stand, in no other language, and what the button does.
+// Tested by Tests/Window/HelperNoticeTests.cpp.
+struct HelperNotice {
+  enum class Action { openFullDiskAccess, read };
+
+  QString title;
+  QString body;
+  QString button;
+  QChar mnemonic;  // the letter of `button` that presses it together with Alt
+  Action action = Action::read;
+
+  // Absent where no card is shown.
+  static std::optional<HelperNotice> forState(const HelperEngineState& state);
+
+  bool operator==(const HelperNotice&) const = default;
+};
+
+// The text of a failure: plain, wrapped anywhere, selectable, as high as it needs to be up to a bound and scrolled
+// beyond it.
+class FailureText : public QPlainTextEdit {
+  Q_OBJECT
+
+ public:
+  explicit FailureText(QWidget* parent = nullptr);
+
+  void showText(const QString& text);
+
+  static constexpr int kMostLines = 8;
+
+ protected:
+  void resizeEvent(QResizeEvent* event) override;
+  void changeEvent(QEvent* event) override;
+
+ private:
+  void fitHeight();
+  void adoptColor();
+};
+
+// A card with a title, a body and one button, the window's default button.
 class NoticeCard : public RoundedPanel {
   Q_OBJECT
 

@@ -5,9 +5,10 @@
 
 #include <fstream>
 
-#include "Adapters/InMemory/InMemoryFileEvents.h"
+#include "Adapters/InMemory/InMemoryEvents.h"
 #include "Adapters/Linux/Files/InotifyFileEvents.h"
 #include "Tests/Support/ChildProcess.h"
+#include "Tests/Support/Contract.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/TemporaryFolder.h"
 
@@ -43,22 +44,11 @@ class KernelWorld : public World {
   InotifyFileEvents _events;
 };
 
-struct Kind {
-  const char* name;
-  std::unique_ptr<World> (*make)();
-};
-
-template <class Type>
-std::unique_ptr<World> make() {
-  return std::make_unique<Type>();
-}
-
-class FileEventsContract : public testing::TestWithParam<Kind> {
+class FileEventsContract : public support::Contract<World> {
  protected:
   FileEventsContract() { std::ofstream(file) << "start"; }
   FileEvents& events() { return world->events(); }
 
-  std::unique_ptr<World> world = GetParam().make();
   support::TemporaryFolder folder;
   const std::filesystem::path file = folder / "chat.db";
   int calls = 0;
@@ -137,8 +127,9 @@ TEST_P(FileEventsContract, TwoWatchesOnOneFileAreBothTold) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Events, FileEventsContract,
-                         testing::Values(Kind{"InMemory", make<MemoryWorld>}, Kind{"Inotify", make<KernelWorld>}),
-                         [](const auto& kind) { return std::string(kind.param.name); });
+                         testing::Values(support::party<World, MemoryWorld>("InMemory"),
+                                         support::party<World, KernelWorld>("Inotify")),
+                         support::kPartyName);
 
 TEST(InotifyFileEvents, ReadingAndWhatReadersCreateAreNoChanges) {
   const support::TemporaryFolder folder;

@@ -8,8 +8,8 @@
 #include <fstream>
 
 #include "Adapters/Linux/Process/Keeper.h"
+#include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/EventLoopWait.h"
-#include "Tests/Support/ReportingProcess.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace pellora {

@@ -5,9 +5,10 @@
 #include <fstream>
 #include <iterator>
 
-#include "Adapters/InMemory/InMemoryLoginItem.h"
+#include "Adapters/InMemory/InMemoryDesktop.h"
 #include "Adapters/Linux/Desktop/XdgAutostartLoginItem.h"
 #include "Tests/Support/ChildProcess.h"
+#include "Tests/Support/Contract.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryFolder.h"
@@ -51,21 +52,9 @@ class AutostartWorld : public World {
   XdgAutostartLoginItem _item{"/usr/bin/pellora-for-messages", _folder / "config", {}};
 };
 
-struct Kind {
-  const char* name;
-  std::unique_ptr<World> (*make)();
-};
-
-template <class Type>
-std::unique_ptr<World> make() {
-  return std::make_unique<Type>();
-}
-
-class LoginItemContract : public testing::TestWithParam<Kind> {
+class LoginItemContract : public support::Contract<World> {
  protected:
-  LoginItem& item() { return _world->item(); }
-
-  std::unique_ptr<World> _world = GetParam().make();
+  LoginItem& item() { return world->item(); }
 };
 
 }  // namespace
@@ -92,23 +81,23 @@ TEST_P(LoginItemContract, TellsOfChangesByOtherPrograms) {
   item().observe([&changes] { ++changes; });
   for (const bool enabled : {true, false, true}) {
     const int before = changes;
-    _world->changeElsewhere(enabled);
+    world->changeElsewhere(enabled);
     EXPECT_TRUE(support::waitUntil([&] { return changes > before; }));
     EXPECT_EQ(item().isEnabled(), enabled);
   }
 }
 
 TEST_P(LoginItemContract, AFailureChangesNothingWithoutAWord) {
-  _world->refuse();
+  world->refuse();
   EXPECT_NO_THROW(item().enable());
   EXPECT_FALSE(item().isEnabled());
   EXPECT_NO_THROW(item().disable());
 }
 
 INSTANTIATE_TEST_SUITE_P(Items, LoginItemContract,
-                         testing::Values(Kind{"InMemory", make<MemoryWorld>},
-                                         Kind{"XdgAutostart", make<AutostartWorld>}),
-                         [](const auto& kind) { return std::string(kind.param.name); });
+                         testing::Values(support::party<World, MemoryWorld>("InMemory"),
+                                         support::party<World, AutostartWorld>("XdgAutostart")),
+                         support::kPartyName);
 
 namespace {
 

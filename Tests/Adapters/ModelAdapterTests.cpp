@@ -16,8 +16,8 @@
 #include <nlohmann/json.hpp>
 
 #include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
-#include "PelloraMessagesCore/Language/GenerationSchema.h"
-#include "Tests/Support/Awaiting.h"
+#include "PelloraMessagesCore/Language/GeneratedContent.h"
+#include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/ModelServerProcess.h"
 #include "Tests/Support/TemporaryFolder.h"
 

@@ -10,8 +10,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "Adapters/Linux/Desktop/DesktopBus.h"
 #include "Adapters/Linux/Desktop/PortalFileOpener.h"
-#include "Adapters/Linux/Desktop/PrivateBusConnection.h"
 #include "Adapters/Linux/Desktop/XdgOpen.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/PrivateBus.h"

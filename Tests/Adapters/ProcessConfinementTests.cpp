@@ -35,7 +35,7 @@
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
-#include "Tests/Support/ReportingProcess.h"
+#include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/SmallStore.h"
 #include "Tests/Support/TemporaryFolder.h"
 

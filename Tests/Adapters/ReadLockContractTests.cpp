@@ -1,9 +1,9 @@
 // What every read lock keeps to, tried on the in-memory one and on the platform's own.
 #include <gtest/gtest.h>
 
-#include "Adapters/InMemory/InMemoryReadLock.h"
+#include "Adapters/InMemory/InMemoryStorage.h"
 #include "Adapters/Linux/Process/FolderReadLock.h"
-#include "Tests/Support/ForkedProcess.h"
+#include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace pellora {

@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "Adapters/Linux/Files/RuntimeFolder.h"
+#include "Adapters/Linux/Files/XdgFolders.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryFolder.h"
 

@@ -8,6 +8,7 @@
 
 #include "Adapters/InMemory/VirtualScheduler.h"
 #include "Adapters/Linux/Process/EventLoopScheduler.h"
+#include "Tests/Support/Contract.h"
 #include "Tests/Support/EventLoopWait.h"
 
 namespace pellora {
@@ -51,21 +52,10 @@ class LoopWorld : public World {
   EventLoopScheduler _scheduler;
 };
 
-struct Kind {
-  const char* name;
-  std::unique_ptr<World> (*make)();
-};
-
-template <class Type>
-std::unique_ptr<World> make() {
-  return std::make_unique<Type>();
-}
-
-class SchedulerContract : public testing::TestWithParam<Kind> {
+class SchedulerContract : public support::Contract<World> {
  protected:
   Scheduler& scheduler() { return world->scheduler(); }
 
-  std::unique_ptr<World> world = GetParam().make();
   int calls = 0;
 };
 
@@ -184,7 +174,8 @@ TEST(EventLoopScheduler, AnEndedSchedulerSaysWhetherTheWorkEndedToo) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Schedulers, SchedulerContract,
-                         testing::Values(Kind{"Virtual", make<VirtualWorld>}, Kind{"EventLoop", make<LoopWorld>}),
-                         [](const auto& kind) { return std::string(kind.param.name); });
+                         testing::Values(support::party<World, VirtualWorld>("Virtual"),
+                                         support::party<World, LoopWorld>("EventLoop")),
+                         support::kPartyName);
 
 }  // namespace pellora

@@ -2,12 +2,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Adapters/InMemory/InMemorySecretStore.h"
+#include "Adapters/InMemory/InMemoryStorage.h"
 #include "Adapters/Linux/Secrets/KeyFileSecretStore.h"
 #include "Adapters/Linux/Secrets/SecretServiceStore.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
+#include "Tests/Support/Contract.h"
 #include "Tests/Support/EventLoopWait.h"
-#include "Tests/Support/PrivateKeyring.h"
+#include "Tests/Support/PrivateBus.h"
 
 namespace pellora {
 
@@ -64,26 +65,9 @@ class ServiceWorld : public World {
   SecretServiceStore _store;
 };
 
-struct Kind {
-  const char* name;
-  std::unique_ptr<World> (*make)();
-};
-
-template <class Type>
-std::unique_ptr<World> make() {
-  return std::make_unique<Type>();
-}
-
-class SecretStoreContract : public testing::TestWithParam<Kind> {
+class SecretStoreContract : public support::Contract<World> {
  protected:
-  void SetUp() override {
-    _world = GetParam().make();
-    if (const std::string problem = _world->problem(); !problem.empty()) GTEST_SKIP() << problem;
-  }
-  SecretStore& store() { return _world->store(); }
-
- private:
-  std::unique_ptr<World> _world;
+  SecretStore& store() { return world->store(); }
 };
 
 }  // namespace
@@ -168,8 +152,9 @@ TEST_P(SecretStoreContract, AnObserverThatIsGoneIsSilent) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, SecretStoreContract,
-                         testing::Values(Kind{"InMemory", make<MemoryWorld>}, Kind{"KeyFile", make<FileWorld>},
-                                         Kind{"SecretService", make<ServiceWorld>}),
-                         [](const auto& kind) { return std::string(kind.param.name); });
+                         testing::Values(support::party<World, MemoryWorld>("InMemory"),
+                                         support::party<World, FileWorld>("KeyFile"),
+                                         support::party<World, ServiceWorld>("SecretService")),
+                         support::kPartyName);
 
 }  // namespace pellora

@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "Adapters/Linux/Desktop/ActivationSocket.h"
 #include "Adapters/Linux/Desktop/SessionAppInstance.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/ScopedEnvironment.h"

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "PelloraMessagesCore/ChatDatabase.h"
-#include "PelloraMessagesCore/Files/SealedEnvelope.h"
+#include "PelloraMessagesCore/Files/SealedFile.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/MessagesDayBuilder.h"

@@ -10,7 +10,7 @@
 
 #include "Adapters/Linux/Process/Landlock.h"
 #include "Tests/Attacks/AttackTest.h"
-#include "Tests/Support/ReportingProcess.h"
+#include "Tests/Support/ChildProcess.h"
 
 namespace pellora {
 namespace {

@@ -4,12 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "Companion/Commands/Commands.h"
 #include "Companion/Commands/CompanionJson.h"
-#include "Companion/Commands/KeyCommand.h"
-#include "Companion/Commands/LatelyCommand.h"
-#include "Companion/Commands/PeopleImportCommand.h"
-#include "Companion/Commands/PeopleListCommand.h"
-#include "Companion/Commands/RemovalCommands.h"
 #include "Companion/Commands/StatusReport.h"
 #include "Companion/Lately/LatelyStore.h"
 #include "Companion/Output/CompanionFailure.h"
@@ -22,6 +18,7 @@ namespace pellora {
 namespace {
 
 using support::CompanionWorld;
+using support::failureOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -31,17 +28,6 @@ using Json = nlohmann::json;
 using Secrets = InMemorySecretStore::State;
 
 constexpr char kCsv[] = "Name,Phone\nAnna,5551234567\nBob,5559876543\nCarla,\n";
-
-// The failure's sentence; empty when it did not fail.
-template <class Command>
-std::string failureOf(const Command& command, CompanionWorld& world) {
-  try {
-    command.run(world.context());
-  } catch (const CompanionFailure& failure) {
-    return failure.what();
-  }
-  return {};
-}
 
 std::string import(CompanionWorld& world, const std::string& text, PeopleImportCommand command = {}) {
   return command.run(world.context(), parsePeople(text)).output;
@@ -223,7 +209,7 @@ TEST(PeopleStore, SaysWhyThePeopleFileCannotBeRead) {
     obstacle.put(world.shared());
     const std::string sentence = std::string("The people file cannot be read: ") + obstacle.reason;
     EXPECT_EQ(failureOfImport(world), sentence + "; nothing was changed.");
-    EXPECT_EQ(failureOf(PeopleListCommand(), world), sentence + ".");
+    EXPECT_EQ(failureOf(PeopleListCommand(), world.context()), sentence + ".");
     const auto report = StatusReport::gather(world.context());
     EXPECT_THAT(report.text(world.context()), HasSubstr("the people file cannot be read: "));
     EXPECT_EQ(report.peopleReason, obstacle.reason);
@@ -271,11 +257,11 @@ TEST(PeopleListCommand, ItsJsonCanBeImportedAgain) {
 
 TEST(PeopleListCommand, SaysWhatIsMissing) {
   CompanionWorld world;
-  EXPECT_THAT(failureOf(PeopleListCommand(), world), HasSubstr("no exchange key"));
+  EXPECT_THAT(failureOf(PeopleListCommand(), world.context()), HasSubstr("no exchange key"));
   world.key();
-  EXPECT_THAT(failureOf(PeopleListCommand(), world), HasSubstr("no people file yet"));
+  EXPECT_THAT(failureOf(PeopleListCommand(), world.context()), HasSubstr("no people file yet"));
   AtomicFile::write(world.shared() / "people.json", "x");
-  EXPECT_THAT(failureOf(PeopleListCommand(), world), HasSubstr("does not open"));
+  EXPECT_THAT(failureOf(PeopleListCommand(), world.context()), HasSubstr("does not open"));
 }
 
 TEST(KeyCommand, SaysWhetherThereIsOneAndNeverItsBytes) {
@@ -297,8 +283,8 @@ TEST(PersonChoice, AnEmptyTextNamesNobody) {
   world.writePeople({nameless});
   world.writeLately(CompanionWorld::record(nameless, 7200));
   for (const char* empty : {"", " ", "\t\u200B"}) {
-    EXPECT_THAT(failureOf(DeleteCommand{empty, false}, world), HasSubstr("names nobody"));
-    EXPECT_THAT(failureOf(LatelyCommand{empty, false, {}}, world), HasSubstr("names nobody"));
+    EXPECT_THAT(failureOf(DeleteCommand{empty, false}, world.context()), HasSubstr("names nobody"));
+    EXPECT_THAT(failureOf(LatelyCommand{empty, false, {}}, world.context()), HasSubstr("names nobody"));
   }
   EXPECT_TRUE(std::filesystem::exists(LatelyStore::file(world.shared(), nameless.id)));
 }
@@ -312,11 +298,11 @@ TEST(LatelyStore, NoFolderMeansNoRecords) {
 
 void expectNoListing(CompanionWorld& world, const char* reason) {
   const auto isTold = HasSubstr(std::string("The lately records cannot be listed: ") + reason);
-  EXPECT_THAT(failureOf(LatelyCommand(), world), isTold);
-  EXPECT_THAT(failureOf(LatelyCommand{"Anna", true, {}}, world), isTold);
-  EXPECT_THAT(failureOf(SweepCommand(), world), isTold);
-  EXPECT_THAT(failureOf(DeleteCommand{"Anna", false}, world), isTold);
-  EXPECT_THAT(failureOf(DeleteCommand{CompanionWorld::anna().id.toString(), false}, world),
+  EXPECT_THAT(failureOf(LatelyCommand(), world.context()), isTold);
+  EXPECT_THAT(failureOf(LatelyCommand{"Anna", true, {}}, world.context()), isTold);
+  EXPECT_THAT(failureOf(SweepCommand(), world.context()), isTold);
+  EXPECT_THAT(failureOf(DeleteCommand{"Anna", false}, world.context()), isTold);
+  EXPECT_THAT(failureOf(DeleteCommand{CompanionWorld::anna().id.toString(), false}, world.context()),
               HasSubstr("cannot be removed"));
   const auto report = StatusReport::gather(world.context());
   EXPECT_THAT(report.text(world.context()), HasSubstr(std::string("cannot be listed: ") + reason));

@@ -2,10 +2,15 @@
 // lately records are written as the other programs write them.
 #pragma once
 
-#include "Adapters/InMemory/InMemorySecretStore.h"
+#include <string_view>
+
+#include "Adapters/InMemory/InMemoryStorage.h"
 #include "Companion/CompanionContext.h"
+#include "Companion/Output/CompanionFailure.h"
+#include "Companion/People/PeopleParser.h"
+#include "Companion/People/PhoneNumbers.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
-#include "PelloraMessagesCore/HelperPerson.h"
+#include "PelloraMessagesCore/HelperPeopleFile.h"
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
 #include "Tests/Support/TemporaryFolder.h"
 
@@ -36,5 +41,22 @@ class CompanionWorld {
   TemporaryFolder _folder;
   InMemorySecretStore _secrets;
 };
+
+// An address book's file read as an import does it, where no country is known, in tests of the formats.
+inline ImportedPeople readPeople(std::string_view bytes, const PhoneNumbers::Hints& hints = {}) {
+  ImportedPeople people = parsePeople(bytes);
+  PhoneNumbers(hints, people).normalise(people);
+  return people;
+}
+
+// The sentence of the failure; empty when the command did not fail.
+std::string failureOf(const auto& command, const CompanionContext& context) {
+  try {
+    command.run(context);
+  } catch (const CompanionFailure& failure) {
+    return failure.what();
+  }
+  return {};
+}
 
 }  // namespace pellora::support

@@ -9,7 +9,7 @@
 #include <sstream>
 
 #include "Companion/People/PeopleParser.h"
-#include "Tests/Companion/PeopleReading.h"
+#include "Tests/Companion/CompanionWorld.h"
 
 namespace pellora {
 namespace {

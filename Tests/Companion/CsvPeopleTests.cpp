@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
-#include "Companion/People/CsvPeople.h"
-#include "Tests/Companion/PeopleReading.h"
+#include "Companion/People/PeopleParser.h"
+#include "Tests/Companion/CompanionWorld.h"
 
 namespace pellora {
 namespace {

@@ -7,11 +7,11 @@
 #include <map>
 #include <set>
 
-#include "Companion/Commands/ModelEvaluateCommand.h"
+#include "Companion/Commands/Commands.h"
 #include "Companion/Evaluation/Evaluation.h"
 #include "Companion/Evaluation/WhoDidWhat.h"
 #include "Companion/Output/CompanionFailure.h"
-#include "PelloraMessagesCore/Language/NewsKind.h"
+#include "PelloraMessagesCore/Language/FoundItems.h"
 #include "Tests/Companion/CompanionWorld.h"
 #include "Tests/Support/ModelServerProcess.h"
 #include "Tests/Support/ScopedEnvironment.h"

@@ -8,8 +8,8 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "Companion/Commands/HistoryCommands.h"
-#include "Companion/History/HistoryRecord.h"
+#include "Companion/Commands/Commands.h"
+#include "Companion/History/HistorySource.h"
 #include "Companion/History/StagedStore.h"
 #include "Companion/History/StoreProbe.h"
 #include "Companion/Output/CompanionFailure.h"
@@ -58,15 +58,7 @@ class History : public testing::Test {
     return Json::parse(command.run(context()).output);
   }
 
-  template <class Command>
-  std::string failureOf(const Command& command) {
-    try {
-      command.run(context());
-    } catch (const CompanionFailure& failure) {
-      return failure.what();
-    }
-    return {};
-  }
+  std::string failureOf(const auto& command) { return support::failureOf(command, context()); }
 
   std::string failureOfAdding(const fs::path& source) {
     return failureOf(HistoryAddCommand{source.string(), {}, false, false});

@@ -1,19 +1,21 @@
 // `lately`: what it shows, of whom, in which order.
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "Companion/Commands/LatelyCommand.h"
+#include "Companion/Commands/Commands.h"
 #include "Companion/Lately/LatelyStore.h"
-#include "Companion/Output/CompanionFailure.h"
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "Tests/Companion/CompanionWorld.h"
 
 namespace pellora {
+
 namespace {
 
 using support::CompanionWorld;
+using support::failureOf;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -23,16 +25,6 @@ using testing::SizeIs;
 using Json = nlohmann::json;
 
 constexpr std::int64_t kDay = 86'400;
-
-// The failure's sentence; empty when it did not fail.
-std::string failureOf(const LatelyCommand& command, CompanionWorld& world) {
-  try {
-    command.run(world.context());
-  } catch (const CompanionFailure& failure) {
-    return failure.what();
-  }
-  return {};
-}
 
 TEST(LatelyCommand, TheOverviewBeginsWithWhomOneTalkedToLast) {
   CompanionWorld world;
@@ -113,12 +105,12 @@ TEST(LatelyCommand, SaysWhoIsMeantWhenTheNameIsNotClear) {
   HelperPerson otherAnna = CompanionWorld::bob();
   otherAnna.firstName = "anna";
   world.writePeople({CompanionWorld::anna(), otherAnna});
-  const std::string ambiguous = failureOf(LatelyCommand{"Anna", false, {}}, world);
+  const std::string ambiguous = failureOf(LatelyCommand{"Anna", false, {}}, world.context());
   EXPECT_THAT(ambiguous, HasSubstr(CompanionWorld::anna().id.toString()));
   EXPECT_THAT(ambiguous, HasSubstr(otherAnna.id.toString()));
-  EXPECT_THAT(failureOf(LatelyCommand{"Zoe", false, {}}, world),
+  EXPECT_THAT(failureOf(LatelyCommand{"Zoe", false, {}}, world.context()),
               HasSubstr("nobody called \"Zoe\"; there are Anna and anna"));
-  EXPECT_THAT(failureOf(LatelyCommand{"anna@example.org", false, {}}, world),
+  EXPECT_THAT(failureOf(LatelyCommand{"anna@example.org", false, {}}, world.context()),
               HasSubstr("no lately record of Anna yet"));
 }
 
@@ -138,11 +130,12 @@ TEST(LatelyCommand, MakesNoFolderForThePage) {
   world.key();
   AtomicFile::write(world.shared() / "file", "x");
   const std::string missing = world.shared() / "no/where/page.html";
-  EXPECT_EQ(failureOf(LatelyCommand{std::nullopt, false, missing}, world),
+  EXPECT_EQ(failureOf(LatelyCommand{std::nullopt, false, missing}, world.context()),
             "Cannot write " + missing + ": No such file or directory.");
   EXPECT_FALSE(std::filesystem::exists(world.shared() / "no"));
   const std::string below = world.shared() / "file/page.html";
-  EXPECT_THAT(failureOf(LatelyCommand{std::nullopt, false, below}, world), HasSubstr("Cannot write " + below));
+  EXPECT_THAT(failureOf(LatelyCommand{std::nullopt, false, below}, world.context()),
+              HasSubstr("Cannot write " + below));
 }
 
 std::string pageAbout(const std::string& person, CompanionWorld& world) {
@@ -229,5 +222,62 @@ TEST(LatelyCommand, ARecordOutsideItsWindowIsShownAsNothing) {
   EXPECT_EQ(page, "Anna  +15551234567\nNothing in the last 30 days. The last message was 4 weeks ago.\n");
 }
 
+// Old files put back in the place of newer ones.
+
+constexpr char kWarning[] = "This record is older than one shown before";
+
+class ShownRecords : public testing::Test {
+ protected:
+  void write(std::int64_t writtenSecondsAgo) {
+    MessagesLatelyRecord record = CompanionWorld::record(CompanionWorld::anna(), 7200);
+    record.writtenAt = instantAtSeconds(CompanionWorld::kNow - writtenSecondsAgo);
+    world.writeLately(record);
+  }
+
+  std::string shown() { return LatelyCommand().run(world.context()).output; }
+
+  CompanionWorld world;
+};
+
+TEST_F(ShownRecords, AnOlderRecordIsShownWithAWarningUntilANewerOneComes) {
+  world.writePeople({CompanionWorld::anna()});
+  write(kDay);
+  EXPECT_THAT(shown(), Not(HasSubstr(kWarning)));
+  EXPECT_THAT(shown(), Not(HasSubstr(kWarning))) << "the same one again";
+  write(2 * kDay);
+  EXPECT_THAT(shown(), HasSubstr("it was written on 19 Nov, the other on 20 Nov"));
+  EXPECT_THAT(shown(), HasSubstr(kWarning)) << "having been shown does not make it new";
+  EXPECT_THAT((LatelyCommand{"Anna", false, {}}.run(world.context()).output), HasSubstr(kWarning));
+  EXPECT_THAT((LatelyCommand{{}, false, "-"}.run(world.context()).output), HasSubstr(kWarning));
+  EXPECT_THAT((LatelyCommand{"Anna", true, {}}.run(world.context()).output),
+              HasSubstr("\"olderThanShown\":\"2026-11-20T12:00:00Z\""));
+  write(kDay - 1);
+  EXPECT_THAT(shown(), Not(HasSubstr(kWarning)));
+}
+
+TEST_F(ShownRecords, ARecordFromTheFutureDoesNotMakeTheNextOneOld) {
+  write(-400 * kDay);
+  shown();
+  write(0);
+  EXPECT_THAT(shown(), Not(HasSubstr(kWarning)));
+}
+
+TEST_F(ShownRecords, WhatWasShownIsSealedAndItsLossCostsOnlyTheWarning) {
+  write(kDay);
+  shown();
+  const auto file = *world.context().settings / "shown.json";
+  EXPECT_TRUE(AtomicFile::read(file)->starts_with("PMX1"));
+  AtomicFile::write(file, "damaged");
+  write(2 * kDay);
+  EXPECT_THAT(shown(), Not(HasSubstr(kWarning)));
+}
+
+TEST_F(ShownRecords, AFolderThatCannotBeWrittenKeepsNobodyFromSeeingTheRecords) {
+  AtomicFile::write(*world.context().settings, "a file in the folder's place");
+  write(kDay);
+  EXPECT_THAT(shown(), HasSubstr("concert"));
+}
+
 }  // namespace
+
 }  // namespace pellora

@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "Companion/Commands/LatelyCommand.h"
+#include "Companion/Commands/Commands.h"
 #include "Companion/Lately/LatelyPage.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "Tests/Companion/CompanionWorld.h"

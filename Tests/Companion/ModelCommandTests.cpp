@@ -4,7 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Companion/Commands/ModelCommand.h"
+#include "Companion/Commands/Commands.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "PelloraMessagesCore/HelperState.h"
 #include "Tests/Companion/CompanionWorld.h"

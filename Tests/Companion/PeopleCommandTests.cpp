@@ -4,9 +4,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "Companion/Commands/PeopleImportCommand.h"
-#include "Companion/Commands/PeopleListCommand.h"
-#include "Companion/Commands/PeopleRemoveCommand.h"
+#include "Companion/Commands/Commands.h"
 #include "Companion/Lately/LatelyStore.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/People/PeopleChoice.h"
@@ -47,15 +45,7 @@ class PeopleCommands : public testing::Test {
     return Json::parse(command.run(context(), parsePeople(text)).output);
   }
 
-  template <class Command>
-  std::string failureOf(const Command& command) {
-    try {
-      command.run(context());
-    } catch (const CompanionFailure& failure) {
-      return failure.what();
-    }
-    return {};
-  }
+  std::string failureOf(const auto& command) { return support::failureOf(command, context()); }
 
   support::TemporaryFolder _folder;
   support::SmallStore _store;

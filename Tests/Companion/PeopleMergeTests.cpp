@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "Companion/People/PeopleMerge.h"
-#include "Companion/People/SharedHandle.h"
+#include "Companion/People/StoreHandles.h"
 
 namespace pellora {
 namespace {

@@ -1,8 +1,10 @@
 #include <gmock/gmock.h>
 
 #include "Companion/People/PeopleParser.h"
+#include "Tests/Companion/CompanionWorld.h"
 
 namespace pellora {
+
 namespace {
 
 using Format = ImportedPeople::Format;
@@ -36,5 +38,72 @@ TEST(PeopleParser, ReadsVCardsInUtf16) {
   EXPECT_EQ(read.people[0].firstName, "Jörg");
 }
 
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+struct Accepted {
+  const char* json;
+  ImportedPerson person;
+};
+
+const Accepted kAccepted[] = {
+    {R"([{"firstName":"Anna","phones":["+1 (555) 123-4567"],"emails":["A@X.org"]}])",
+     {"Anna", "Anna", "", {"5551234567"}, {"a@x.org"}}},
+    {R"({"people":[{"firstName":"Anna","phones":["5551234567"],"emails":[]}]})",
+     {"Anna", "Anna", "", {"5551234567"}, {}}},
+    {R"([{"id":"x","firstName":"Anna","phones":["5551234567"]}])", {"Anna", "Anna", "x", {"5551234567"}, {}}},
+    {R"([{"name":"Anna Smith","phone":"5551234567"}])", {"Anna Smith", "Anna", "", {"5551234567"}, {}}},
+    {R"([{"firstName":"","phones":["5551234567"]}])", {"item 1", "", "", {"5551234567"}, {}}},
+    {R"([{"firstName":" An\u0007na\n","emails":["a@x.org","A@x.org","none"]}])",
+     {"An na", "An na", "", {}, {"a@x.org"}}},
+    {R"( [{"firstName":"Anna","phones":null,"email":"a@x.org","other":[{}]}] )", {"Anna", "Anna", "", {}, {"a@x.org"}}},
+};
+
+TEST(JsonPeople, ReadsAListAndAnObjectWithTheList) {
+  for (const Accepted& accepted : kAccepted) {
+    SCOPED_TRACE(accepted.json);
+    const ImportedPeople read = support::readPeople(accepted.json);
+    EXPECT_EQ(read.problem, std::nullopt);
+    EXPECT_THAT(read.people, ElementsAre(accepted.person));
+    EXPECT_THAT(read.skipped, IsEmpty());
+  }
+}
+
+TEST(JsonPeople, SkipsWhatIsNoPersonAndSaysWhy) {
+  const ImportedPeople read = support::readPeople(
+      R"([5, {"phones":["5551234567"]}, {"firstName":"Anna"}, {"firstName":"Bob","phones":[5551234567]},
+          {"firstName":"Carl","phones":{"home":"5551234567"}}, {"firstName":7,"phones":["5551234567"]}])");
+  EXPECT_THAT(read.people, IsEmpty());
+  EXPECT_THAT(read.skipped, ElementsAre(SkippedEntry{"item 1", "not an object"}, SkippedEntry{"item 2", "no name"},
+                                        SkippedEntry{"Anna", "no phone number or e-mail address"},
+                                        SkippedEntry{"Bob", "phones and emails must be lists of texts"},
+                                        SkippedEntry{"Carl", "phones and emails must be lists of texts"},
+                                        SkippedEntry{"item 6", "no name"}));
+}
+
+TEST(JsonPeople, RefusesWhatIsNotWellFormedOrNoList) {
+  for (const char* json :
+       {"[", "[1,]", "{", "{}", R"({"people":5})", R"({"people":{}})", "[{]", "[\"\xFF\"", "[] []"}) {
+    SCOPED_TRACE(json);
+    const ImportedPeople read = support::readPeople(json);
+    EXPECT_TRUE(read.problem.has_value());
+    EXPECT_THAT(read.people, IsEmpty());
+  }
+}
+
+TEST(JsonPeople, DeepNestingDoesNoHarm) {
+  const std::string open(200'000, '[');
+  EXPECT_TRUE(support::readPeople(open).problem.has_value());
+  EXPECT_TRUE(support::readPeople(open + std::string(200'000, ']')).problem.has_value());
+}
+
+TEST(JsonPeople, AnEmptyListIsNobody) {
+  const ImportedPeople read = support::readPeople("[]");
+  EXPECT_EQ(read.problem, std::nullopt);
+  EXPECT_THAT(read.people, IsEmpty());
+}
+
 }  // namespace
+
 }  // namespace pellora

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "Companion/People/PhoneNumbers.h"
-#include "PelloraMessagesCore/ContactNormalization.h"
+#include "PelloraMessagesCore/HandleMatcher.h"
 #include "Tests/Support/ScopedEnvironment.h"
 
 namespace pellora {

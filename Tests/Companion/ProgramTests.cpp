@@ -13,9 +13,9 @@
 #include <nlohmann/json.hpp>
 
 #include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
-#include "Adapters/Linux/Desktop/PrivateBusConnection.h"
+#include "Adapters/Linux/Desktop/DesktopBus.h"
 #include "Adapters/Linux/Process/InstanceLock.h"
-#include "PelloraMessagesCore/HelperReadRequest.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "SampleStore/PhoneBackupWriter.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/PrivateBus.h"

@@ -5,8 +5,7 @@
 
 #include <filesystem>
 
-#include "Companion/Commands/LatelyCommand.h"
-#include "Companion/Commands/RemovalCommands.h"
+#include "Companion/Commands/Commands.h"
 #include "Companion/Lately/LatelyStore.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
@@ -16,20 +15,11 @@ namespace pellora {
 namespace {
 
 using support::CompanionWorld;
+using support::failureOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using Secrets = InMemorySecretStore::State;
-
-// The failure's sentence; empty when it did not fail.
-std::string failureOf(const DeleteCommand& command, CompanionWorld& world) {
-  try {
-    command.run(world.context());
-  } catch (const CompanionFailure& failure) {
-    return failure.what();
-  }
-  return {};
-}
 
 TEST(DeleteCommand, RemovesTheRecordOfOnePersonOnly) {
   CompanionWorld world;
@@ -38,7 +28,7 @@ TEST(DeleteCommand, RemovesTheRecordOfOnePersonOnly) {
   world.writeLately(CompanionWorld::record(CompanionWorld::bob(), 7200));
   DeleteCommand{"anna", false}.run(world.context());
   EXPECT_FALSE(std::filesystem::exists(LatelyStore::file(world.shared(), CompanionWorld::anna().id)));
-  EXPECT_THAT(failureOf(DeleteCommand{"anna", false}, world), HasSubstr("no lately record of Anna"));
+  EXPECT_THAT(failureOf(DeleteCommand{"anna", false}, world.context()), HasSubstr("no lately record of Anna"));
   world.secrets().setState(Secrets::locked);
   EXPECT_EQ(DeleteCommand({CompanionWorld::bob().id.toString(), true}).run(world.context()).output,
             "{\"deleted\":\"" + CompanionWorld::bob().id.toString() + "\"}\n");

@@ -15,8 +15,8 @@
 #include <fstream>
 
 #include "PelloraMessagesCore/Files/AtomicFile.h"
-#include "PelloraMessagesCore/Files/FileError.h"
-#include "Tests/Support/ForkedProcess.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
+#include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace pellora {

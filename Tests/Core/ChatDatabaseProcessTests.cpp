@@ -1,7 +1,7 @@
 // The reader beside other processes, and over stores that are damaged or out of reach.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,7 +15,7 @@
 
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "SampleStore/StoreConnection.h"
-#include "Tests/Support/ForkedProcess.h"
+#include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/SmallStore.h"
 #include "Tests/Support/TemporaryFolder.h"
 
@@ -63,10 +63,6 @@ class Signal {
   void wait() {
     char byte = 0;
     EXPECT_EQ(read(_ends[0], &byte, 1), 1);
-  }
-  bool hasCome(int milliseconds) {
-    pollfd poll{_ends[0], POLLIN, 0};
-    return ::poll(&poll, 1, milliseconds) == 1;
   }
 
  private:
@@ -150,7 +146,7 @@ TEST(ChatDatabaseBesideAWriter, RowsThatArriveDuringAReadComeWithTheNextOne) {
   EXPECT_EQ(rows.front().text, "new");
 }
 
-TEST(ChatDatabaseBesideAWriter, AStoreThatStaysLockedFailsAfterTwoSeconds) {
+TEST(ChatDatabaseBesideAWriter, AStoreThatStaysLockedFails) {
   const TemporaryFolder folder;
   const auto file = closedStore(folder / "chat.db");
   Signal locked;
@@ -162,15 +158,11 @@ TEST(ChatDatabaseBesideAWriter, AStoreThatStaysLockedFailsAfterTwoSeconds) {
     return 0;
   });
   locked.wait();
-  const auto begin = std::chrono::steady_clock::now();
   EXPECT_TRUE(ChatDatabase::canRead(file));
   EXPECT_EQ(failure([&] { ChatDatabase(file).maxRowID(); }), "query(\"database is locked\")");
-  const auto elapsed = std::chrono::steady_clock::now() - begin;
-  EXPECT_GE(elapsed, std::chrono::milliseconds(1500));
-  EXPECT_LT(elapsed, std::chrono::seconds(30));
 }
 
-TEST(ChatDatabaseBesideAWriter, AStoreThatIsUnlockedInTimeIsRead) {
+TEST(ChatDatabaseBesideAWriter, AStoreThatIsUnlockedIsRead) {
   const TemporaryFolder folder;
   const auto file = rollbackStore(folder / "chat.db");
   Signal locked;
@@ -180,7 +172,6 @@ TEST(ChatDatabaseBesideAWriter, AStoreThatIsUnlockedInTimeIsRead) {
     connection.execute("BEGIN EXCLUSIVE");
     locked.send();
     reading.wait();
-    reading.hasCome(200);  // nothing comes: the reader waits meanwhile
     connection.execute("COMMIT");
     pause();
     return 0;
@@ -189,6 +180,47 @@ TEST(ChatDatabaseBesideAWriter, AStoreThatIsUnlockedInTimeIsRead) {
   const ChatDatabase database(file);
   reading.send();
   EXPECT_EQ(database.maxRowID(), 40);
+}
+
+// The connection opened last, as SQLite tells its extensions of it.
+sqlite3* newestConnection = nullptr;
+
+int rememberConnection(sqlite3* connection, char**, const void*) {
+  newestConnection = connection;
+  return SQLITE_OK;
+}
+
+TEST(ChatDatabaseConnection, OnlyReadsServesOneThreadAndWaitsTwoSecondsForALock) {
+  const TemporaryFolder folder;
+  const auto file = closedStore(folder / "chat.db");
+  const auto extension = reinterpret_cast<void (*)()>(rememberConnection);
+  sqlite3_auto_extension(extension);
+  const ChatDatabase database(file);
+  sqlite3_cancel_auto_extension(extension);
+  ASSERT_NE(newestConnection, nullptr);
+  EXPECT_EQ(sqlite3_db_readonly(newestConnection, "main"), 1);
+  EXPECT_EQ(sqlite3_db_mutex(newestConnection), nullptr);
+  sqlite3_stmt* statement = nullptr;
+  ASSERT_EQ(sqlite3_prepare_v2(newestConnection, "PRAGMA busy_timeout", -1, &statement, nullptr), SQLITE_OK);
+  EXPECT_EQ(sqlite3_step(statement), SQLITE_ROW);
+  EXPECT_EQ(sqlite3_column_int(statement, 0), 2000);
+  sqlite3_finalize(statement);
+}
+
+TEST(ChatDatabaseConnection, ALogWhoseWriterDiedIsReadAndLeftAsItIs) {
+  const TemporaryFolder folder;
+  SmallStore store(folder / "live.db");
+  store.execute("PRAGMA wal_checkpoint(TRUNCATE)");
+  store.addMessage(store.addChat({"+15550100123"}), kSomeDate, false, "in the log");
+  std::filesystem::copy(folder / "live.db", folder / "chat.db");
+  std::filesystem::copy(folder / "live.db-wal", folder / "chat.db-wal");
+  const std::string before = contents(folder / "chat.db");
+  const std::string log = contents(folder / "chat.db-wal");
+  const auto rows = ChatDatabase(folder / "chat.db").messages(0, 5000);
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows.front().text, "in the log");
+  EXPECT_EQ(contents(folder / "chat.db"), before);
+  EXPECT_EQ(contents(folder / "chat.db-wal"), log);
 }
 
 TEST(ChatDatabaseOverDamage, WhatIsNoDatabaseSaysSo) {
@@ -223,6 +255,26 @@ TEST(ChatDatabaseOverDamage, AStoreCutInTheMiddleOfAPageFailsCleanly) {
     writeFile(folder / "chat.db", whole.substr(0, length));
     failureOfAny(folder / "chat.db");
   }
+}
+
+// The tables' trees are whole down to the page of the rows, so statements begin well and fail on the way.
+TEST(ChatDatabaseOverDamage, ADamagedPageOfRowsIsAFailureAndNoShorterRead) {
+  constexpr std::size_t kPage = 4096;
+  constexpr char kLeafOfATable = 0x0D;
+  const TemporaryFolder folder;
+  const std::string whole = contents(rollbackStore(folder / "chat.db"));
+  int damagedPages = 0;
+  for (std::size_t page = kPage; page < whole.size(); page += kPage) {
+    const bool holdsTexts = whole.substr(page, kPage).find(std::string(200, 'x')) != std::string::npos;
+    if (whole[page] != kLeafOfATable || !holdsTexts) continue;
+    std::string damaged = whole;
+    damaged[page] = 0;
+    writeFile(folder / "chat.db", damaged);
+    const ChatDatabase database(folder / "chat.db");
+    EXPECT_EQ(failure([&] { database.messages(0, 5000); }), "query(\"database disk image is malformed\")");
+    ++damagedPages;
+  }
+  EXPECT_GT(damagedPages, 1);
 }
 
 TEST(ChatDatabaseOverDamage, FlippedBytesNeverCrashTheReader) {

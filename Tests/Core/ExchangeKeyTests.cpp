@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "PelloraMessagesCore/Files/ExchangeKey.h"
+#include "PelloraMessagesCore/Files/SecretBytes.h"
 
 namespace pellora {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "Adapters/InMemory/InMemorySecretStore.h"
+#include "Adapters/InMemory/InMemoryStorage.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 
 namespace pellora {

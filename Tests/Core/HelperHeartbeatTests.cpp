@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "PelloraMessagesCore/Files/AtomicFile.h"
-#include "PelloraMessagesCore/Files/FileError.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/HelperHeartbeat.h"
 #include "Tests/Support/TemporaryFolder.h"
 

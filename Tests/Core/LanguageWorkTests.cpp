@@ -5,7 +5,7 @@
 #include "Adapters/InMemory/ScriptedLanguageModel.h"
 #include "PelloraMessagesCore/MessagesModel.h"
 #include "PelloraMessagesCore/NewsGuard.h"
-#include "Tests/Support/Awaiting.h"
+#include "Tests/Support/EventLoopWait.h"
 
 namespace pellora {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "PelloraMessagesCore/MeetupDay.h"
+#include "PelloraMessagesCore/MeetupGuard.h"
 
 namespace pellora {
 namespace {

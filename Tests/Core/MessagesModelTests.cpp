@@ -4,7 +4,7 @@
 #include "Adapters/InMemory/ScriptedLanguageModel.h"
 #include "PelloraMessagesCore/MessagesModel.h"
 #include "PelloraMessagesCore/Text/Text.h"
-#include "Tests/Support/Awaiting.h"
+#include "Tests/Support/EventLoopWait.h"
 
 namespace pellora {
 namespace {

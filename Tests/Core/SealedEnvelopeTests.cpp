@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "PelloraMessagesCore/Files/SealedEnvelope.h"
+#include "PelloraMessagesCore/Files/SealedFile.h"
 
 namespace pellora {
 namespace {

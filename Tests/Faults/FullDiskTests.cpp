@@ -8,7 +8,7 @@
 #include <fstream>
 
 #include "Tests/Faults/WrittenFile.h"
-#include "Tests/Support/ReportingProcess.h"
+#include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace pellora {

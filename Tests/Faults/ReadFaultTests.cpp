@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "Tests/Faults/DisturbedRun.h"
-#include "Tests/Support/ForkedProcess.h"
+#include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/ScratchHome.h"
 
 namespace pellora {

@@ -7,7 +7,7 @@
 
 #include "Tests/Faults/DisturbedRun.h"
 #include "Tests/Faults/WrittenFile.h"
-#include "Tests/Support/ForkedProcess.h"
+#include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace pellora {

@@ -14,10 +14,10 @@
 #include <thread>
 
 #include "PelloraMessagesCore/Files/AtomicFile.h"
-#include "PelloraMessagesCore/Files/SealedEnvelope.h"
+#include "PelloraMessagesCore/Files/SealedFile.h"
+#include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/ModelServerProcess.h"
 #include "Tests/Support/ProgramRun.h"
-#include "Tests/Support/ReportingProcess.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/ScratchHome.h"
 

@@ -6,14 +6,14 @@
 #include <set>
 
 #include "PelloraMessagesCore/ChatDatabase.h"
-#include "PelloraMessagesCore/ContactNormalization.h"
+#include "PelloraMessagesCore/HandleMatcher.h"
 #include "PelloraMessagesCore/MeetupGuard.h"
 #include "PelloraMessagesCore/MessagesDayBuilder.h"
 #include "PelloraMessagesCore/Text/Text.h"
 #include "SampleStore/MessagesSchema.h"
 #include "SampleStore/SamplePerson.h"
 #include "SampleStore/SampleStoreWriter.h"
-#include "SampleStore/StoreError.h"
+#include "SampleStore/StoreConnection.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace pellora {

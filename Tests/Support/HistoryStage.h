@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/HelperPerson.h"
+#include "PelloraMessagesCore/HelperPeopleFile.h"
 #include "Tests/Support/EngineWorld.h"
 #include "Tests/Support/ScratchHome.h"
 

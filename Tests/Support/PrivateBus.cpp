@@ -1,10 +1,18 @@
-#include "PrivateBus.h"
+#include "Tests/Support/PrivateBus.h"
 
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+#include <QDBusVariant>
 #include <atomic>
 #include <fstream>
 #include <memory>
+
+#include "EventLoopWait.h"
+#include "PrivateBus.h"
 
 namespace pellora::support {
 
@@ -56,6 +64,101 @@ bool PrivateBus::hasName(const std::string& name) const {
     result = connection.isConnected() && connection.interface()->isServiceRegistered(QString::fromStdString(name));
   }
   QDBusConnection::disconnectFromBus(connectionName);
+  return result;
+}
+
+// A secret as it travels in a session without encryption.
+struct PlainSecret {
+  QDBusObjectPath session;
+  QByteArray value;
+};
+
+QDBusArgument& operator<<(QDBusArgument& argument, const PlainSecret& secret) {
+  argument.beginStructure();
+  argument << secret.session << QByteArray() << secret.value << QStringLiteral("text/plain");
+  argument.endStructure();
+  return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, PlainSecret&) {
+  return argument;
+}
+
+namespace {
+
+constexpr char kService[] = "org.freedesktop.secrets";
+constexpr char kLoginCollection[] = "/org/freedesktop/secrets/collection/login";
+
+QDBusMessage call(const std::string& address, const char* path, const char* interface, const char* method,
+                  const QVariantList& arguments) {
+  static std::atomic<int> counter = 0;
+  const QString name = QStringLiteral("private-keyring-%1").arg(++counter);
+  QDBusMessage answer;
+  {
+    QDBusConnection connection = QDBusConnection::connectToBus(QString::fromStdString(address), name);
+    QDBusMessage message = QDBusMessage::createMethodCall(QLatin1String(kService), QLatin1String(path),
+                                                          QLatin1String(interface), QLatin1String(method));
+    message.setArguments(arguments);
+    answer = connection.call(message, QDBus::Block, 10'000);
+  }
+  QDBusConnection::disconnectFromBus(name);
+  return answer;
+}
+
+}  // namespace
+
+bool PrivateKeyring::start(bool unlocked) {
+  std::vector<std::string> arguments{"--foreground", "--components=secrets",
+                                     "--control-directory=" + (_bus.home() / "runtime" / "keyring").string()};
+  if (unlocked) arguments.emplace_back("--unlock");
+  _daemon = std::make_unique<ChildProcess>("gnome-keyring-daemon", arguments, unlocked ? "password" : "");
+  return waitUntil([this] { return _bus.hasName(kService); });
+}
+
+void PrivateKeyring::stop() {
+  _daemon.reset();
+  waitUntil([this] { return !_bus.hasName(kService); });
+}
+
+bool PrivateKeyring::lock() {
+  const QVariant paths = QVariant::fromValue(QList<QDBusObjectPath>{QDBusObjectPath(QLatin1String(kLoginCollection))});
+  const QDBusMessage answer =
+      call(_bus.address(), "/org/freedesktop/secrets", "org.freedesktop.Secret.Service", "Lock", {paths});
+  return answer.type() == QDBusMessage::ReplyMessage;
+}
+
+bool PrivateKeyring::unlock() {
+  qDBusRegisterMetaType<PlainSecret>();
+  const QString name = QStringLiteral("private-keyring-unlock");
+  bool isDone = false;
+  {
+    QDBusConnection connection = QDBusConnection::connectToBus(QString::fromStdString(_bus.address()), name);
+    const auto ask = [&connection](const char* interface, const char* method, const QVariantList& arguments) {
+      QDBusMessage message =
+          QDBusMessage::createMethodCall(QLatin1String(kService), QStringLiteral("/org/freedesktop/secrets"),
+                                         QLatin1String(interface), QLatin1String(method));
+      message.setArguments(arguments);
+      return connection.call(message, QDBus::Block, 10'000);
+    };
+    const QDBusMessage session = ask("org.freedesktop.Secret.Service", "OpenSession",
+                                     {QStringLiteral("plain"), QVariant::fromValue(QDBusVariant(QString()))});
+    const PlainSecret password{session.arguments().value(1).value<QDBusObjectPath>(), "password"};
+    isDone = ask("org.gnome.keyring.InternalUnsupportedGuiltRiddenInterface", "UnlockWithMasterPassword",
+                 {QVariant::fromValue(QDBusObjectPath(QLatin1String(kLoginCollection))), QVariant::fromValue(password)})
+                 .type() == QDBusMessage::ReplyMessage;
+  }
+  QDBusConnection::disconnectFromBus(name);
+  return isDone;
+}
+
+std::vector<std::string> PrivateKeyring::items() const {
+  const QDBusMessage answer = call(_bus.address(), kLoginCollection, "org.freedesktop.DBus.Properties", "Get",
+                                   {QStringLiteral("org.freedesktop.Secret.Collection"), QStringLiteral("Items")});
+  std::vector<std::string> result;
+  if (answer.type() != QDBusMessage::ReplyMessage) return result;
+  const QVariant value = answer.arguments().at(0).value<QDBusVariant>().variant();
+  for (const QDBusObjectPath& path : qdbus_cast<QList<QDBusObjectPath>>(value))
+    result.push_back(path.path().toStdString());
   return result;
 }
 

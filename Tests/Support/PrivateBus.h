@@ -1,16 +1,18 @@
-// A message bus of a test's own, where nothing is and nothing gets started by itself. While it lives it is the
-// session bus of this process and its children, whose home and base folders lie in a temporary folder.
+// A message bus of a test's own, and a keyring on it.
 #pragma once
 
 #include <memory>
 #include <string>
 
 #include "ChildProcess.h"
+#include "PrivateBus.h"
 #include "ScopedEnvironment.h"
 #include "TemporaryFolder.h"
 
 namespace pellora::support {
 
+// A message bus of a test's own, where nothing is and nothing gets started by itself. While it lives it is the
+// session bus of this process and its children, whose home and base folders lie in a temporary folder.
 class PrivateBus {
  public:
   // Whether the bus program is installed; tests skip when it is not.
@@ -31,6 +33,31 @@ class PrivateBus {
   ScopedEnvironment _environment;
   std::unique_ptr<ChildProcess> _daemon;
   std::string _address;
+};
+
+// A real keyring daemon on a private bus, with its files in that bus's home. Stopping and starting it again is what
+// the end of one login and the start of another are.
+class PrivateKeyring {
+ public:
+  static bool isPossible() { return PrivateBus::isPossible() && isInstalled("gnome-keyring-daemon"); }
+
+  explicit PrivateKeyring(PrivateBus& bus) : _bus(bus) {}
+
+  // Whether the daemon answers on the bus. `unlocked` creates and opens the login collection.
+  bool start(bool unlocked);
+  void stop();
+
+  // Locks the login collection of the running daemon.
+  bool lock();
+  // Unlocks it as a login does, with the password.
+  bool unlock();
+
+  // All items of the login collection that the daemon tells of, by object path; locked ones included.
+  std::vector<std::string> items() const;
+
+ private:
+  PrivateBus& _bus;
+  std::unique_ptr<ChildProcess> _daemon;
 };
 
 }  // namespace pellora::support

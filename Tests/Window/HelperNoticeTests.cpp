@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "Pellora_for_Messages/Window/HelperNotice.h"
+#include "Pellora_for_Messages/Window/NoticeCard.h"
 
 namespace pellora {
 namespace {

@@ -6,12 +6,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "Adapters/InMemory/InMemoryAppearance.h"
-#include "Adapters/InMemory/InMemoryPrivacySettings.h"
-#include "Adapters/InMemory/InMemoryQuitRequests.h"
-#include "Adapters/InMemory/InMemorySleepNotice.h"
-#include "Adapters/InMemory/InMemoryTrayHost.h"
-#include "Adapters/InMemory/InMemoryWindowActivation.h"
+#include "Adapters/InMemory/InMemoryDesktop.h"
+#include "Adapters/InMemory/InMemoryEvents.h"
 #include "Pellora_for_Messages/HelperDesktop.h"
 #include "Tests/Support/EngineWorld.h"
 #include "Tests/Support/GatedLanguageModel.h"

@@ -4,9 +4,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "Adapters/Linux/Desktop/BusSignalReceiver.h"
-#include "Adapters/Linux/Desktop/PrivateBusConnection.h"
-#include "Adapters/Linux/Desktop/SessionBusAddress.h"
+#include "Adapters/Linux/Desktop/DesktopBus.h"
 
 namespace pellora {
 

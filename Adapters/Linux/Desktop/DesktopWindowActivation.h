@@ -3,7 +3,7 @@
 // Tested by Tests/Desktop/desktop-test.
 #pragma once
 
-#include "PelloraMessagesCore/Ports/WindowActivation.h"
+#include "PelloraMessagesCore/Ports/Desktop.h"
 
 namespace pellora {
 

@@ -10,7 +10,7 @@
 #include <QUrl>
 #include <QVariantMap>
 
-#include "Adapters/Linux/Desktop/SessionBusAddress.h"
+#include "Adapters/Linux/Desktop/DesktopBus.h"
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 
 namespace pellora {

@@ -1,9 +1,9 @@
 // Shows the folder of the Messages database, or its nearest existing parent, in the user's file manager: asked over
 // the session bus (org.freedesktop.FileManager1, else the desktop portal), never by starting a program.
-// Tested by Tests/Adapters/DesktopAdaptersTests.cpp.
+// Tested by Tests/Adapters/DesktopBusTests.cpp.
 #pragma once
 
-#include "PelloraMessagesCore/Ports/PrivacySettings.h"
+#include "PelloraMessagesCore/Ports/Desktop.h"
 
 namespace pellora {
 

@@ -8,9 +8,7 @@
 
 #include "Adapters/Linux/Desktop/XdgAutostartLoginItem.h"
 #include "Adapters/Linux/Files/IniUserDefaults.h"
-#include "Adapters/Linux/Files/RuntimeFolder.h"
 #include "Adapters/Linux/Files/XdgFolders.h"
-#include "Adapters/Linux/Files/XdgGroupContainer.h"
 #include "Adapters/Linux/Process/ProcessConfinement.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"

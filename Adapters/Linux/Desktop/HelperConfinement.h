@@ -14,7 +14,7 @@
 #include "Adapters/Linux/Files/StandInFolders.h"
 #include "Adapters/Linux/Process/Keeper.h"
 #include "PelloraMessagesCore/Ports/GroupContainer.h"
-#include "PelloraMessagesCore/Ports/LoginItem.h"
+#include "PelloraMessagesCore/Ports/Session.h"
 
 namespace pellora {
 

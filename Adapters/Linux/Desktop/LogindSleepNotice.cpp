@@ -2,8 +2,7 @@
 
 #include <cstdlib>
 
-#include "Adapters/Linux/Desktop/BusSignalReceiver.h"
-#include "Adapters/Linux/Desktop/PrivateBusConnection.h"
+#include "Adapters/Linux/Desktop/DesktopBus.h"
 
 namespace pellora {
 

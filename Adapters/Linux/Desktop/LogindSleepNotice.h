@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "PelloraMessagesCore/Ports/SleepNotice.h"
+#include "PelloraMessagesCore/Ports/Session.h"
 
 namespace pellora {
 

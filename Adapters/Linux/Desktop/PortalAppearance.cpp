@@ -6,7 +6,7 @@
 #include <QDBusPendingReply>
 #include <QDBusVariant>
 
-#include "Adapters/Linux/Desktop/SessionBusAddress.h"
+#include "Adapters/Linux/Desktop/DesktopBus.h"
 
 namespace pellora {
 

@@ -6,7 +6,7 @@
 #include <QDBusVariant>
 #include <QObject>
 
-#include "PelloraMessagesCore/Ports/Appearance.h"
+#include "PelloraMessagesCore/Ports/Desktop.h"
 
 namespace pellora {
 

@@ -13,8 +13,7 @@
 #include <QTimer>
 #include <chrono>
 
-#include "Adapters/Linux/Desktop/PrivateBusConnection.h"
-#include "Adapters/Linux/Desktop/SessionBusAddress.h"
+#include "Adapters/Linux/Desktop/DesktopBus.h"
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 
 namespace pellora {

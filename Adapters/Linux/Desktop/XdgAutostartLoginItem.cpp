@@ -4,11 +4,12 @@
 #include <array>
 #include <cstdlib>
 #include <sstream>
+#include <string_view>
 
 #include "Adapters/Linux/Files/KeyFile.h"
 #include "Adapters/Linux/Files/XdgFolders.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
-#include "PelloraMessagesCore/Files/FileError.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 
 namespace pellora {
 
@@ -21,6 +22,12 @@ constexpr char kTryExec[] = "TryExec";
 constexpr char kHidden[] = "Hidden";
 constexpr char kEnabled[] = "X-GNOME-Autostart-enabled";
 constexpr std::size_t kMaximumSize = std::size_t{256} << 10;  // bytes
+
+// Signs of a text key's value that have an escape, and behind the backslash of it.
+constexpr std::string_view kEscaped = "\\\n\t\r";
+constexpr std::string_view kEscapes = "\\ntr";
+// Signs that a quoted argument has a backslash before.
+constexpr std::string_view kQuotedSigns = "\"`$\\";
 
 struct Pair {
   const char* key;
@@ -35,47 +42,26 @@ constexpr std::array<Pair, 7> kFixedPairs{{{"Type", "Application"},
                                            {"Terminal", "false"},
                                            {"StartupNotify", "false"}}};
 
-// Quoted as an argument of a command line, percent signs doubled; then escaped as the value of a text key.
-std::string quoted(const std::string& argument) {
-  std::string result = "\"";
-  for (const char c : argument) {
-    if (c == '"' || c == '`' || c == '$') {
-      result += "\\\\";
-      result += c;
-    } else if (c == '\\') {
-      result += "\\\\\\\\";
-    } else if (c == '%') {
-      result += "%%";
-    } else if (c == '\n') {
-      result += "\\n";
-    } else if (c == '\t') {
-      result += "\\t";
-    } else if (c == '\r') {
-      result += "\\r";
-    } else {
-      result += c;
-    }
-  }
-  return result + "\"";
-}
-
 // The value of a text key, where a backslash and line breaks have escapes.
 std::string escaped(const std::string& value) {
   std::string result;
   for (const char c : value) {
-    if (c == '\\') {
-      result += "\\\\";
-    } else if (c == '\n') {
-      result += "\\n";
-    } else if (c == '\t') {
-      result += "\\t";
-    } else if (c == '\r') {
-      result += "\\r";
-    } else {
-      result += c;
-    }
+    const std::size_t place = kEscaped.find(c);
+    if (place != std::string_view::npos) result += {'\\', kEscapes[place]};
+    if (place == std::string_view::npos) result += c;
   }
   return result;
+}
+
+// Quoted as an argument of a command line, percent signs doubled, as the value of a text key.
+std::string quoted(const std::string& argument) {
+  std::string result = "\"";
+  for (const char c : argument) {
+    if (kQuotedSigns.find(c) != std::string_view::npos) result += '\\';
+    if (c == '%') result += '%';
+    result += c;
+  }
+  return escaped(result + '"');
 }
 
 bool startsSomething(const std::string& bytes) {

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/Ports/LoginItem.h"
+#include "PelloraMessagesCore/Ports/Session.h"
 
 namespace pellora {
 

@@ -7,7 +7,7 @@
 // The file is read again on every call, so other processes may write it; it is replaced as a whole, so no reader ever
 // meets half of it. Groups and comments of others stay. The file holds no types: a value reads as every type that its
 // text spells. A damaged line reads as absent; the next store keeps it as a comment and goes on.
-// Tested by Tests/Adapters/IniUserDefaultsTests.cpp.
+// Tested by Tests/Adapters/UserDefaultsTests.cpp.
 #pragma once
 
 #include <filesystem>

@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <optional>
 
-#include "Adapters/Linux/Files/RuntimeFolder.h"
 #include "Adapters/Linux/Files/XdgFolders.h"
 
 namespace pellora {

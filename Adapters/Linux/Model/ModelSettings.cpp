@@ -7,7 +7,7 @@
 #include "Adapters/Linux/Files/KeyFile.h"
 #include "Adapters/Linux/Files/XdgFolders.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
-#include "PelloraMessagesCore/Files/FileError.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <utility>
 
-#include "PelloraMessagesCore/Ports/ReadLock.h"
+#include "PelloraMessagesCore/Ports/GroupContainer.h"
 
 namespace pellora {
 

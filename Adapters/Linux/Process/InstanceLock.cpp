@@ -5,27 +5,24 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <utility>
 
-#include "Adapters/Linux/Files/RuntimeFolder.h"
+#include "Adapters/Linux/Files/XdgFolders.h"
+#include "PelloraMessagesCore/Text/Bytes.h"
 
 namespace pellora {
 
 namespace {
 
-// FNV-1a: only keeps the locks of different folders apart.
+// The hash only keeps the locks of different folders apart.
 std::string nameFor(const std::optional<std::filesystem::path>& folder, InstanceLock::Kind kind) {
-  std::uint64_t hash = 0xcbf29ce484222325;
-  for (const char byte : folder ? folder->lexically_normal().string() : std::string()) {
-    hash ^= static_cast<unsigned char>(byte);
-    hash *= 0x100000001b3;
-  }
+  Fnv1a hash;
+  if (folder) hash.add(folder->lexically_normal().string());
   char name[32];
   const char* format = kind == InstanceLock::Kind::helper ? "helper-%016llx.lock" : "read-%016llx.lock";
-  std::snprintf(name, sizeof name, format, static_cast<unsigned long long>(hash));
+  std::snprintf(name, sizeof name, format, static_cast<unsigned long long>(hash.hash()));
   return name;
 }
 

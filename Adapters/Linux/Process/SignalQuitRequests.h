@@ -1,12 +1,12 @@
 // SIGTERM, SIGINT and SIGHUP as requests to quit, handed from the signal handler to the event loop through a pipe.
-// One object a process; needs the event loop of the main thread. Tested by Tests/Adapters/DesktopAdaptersTests.cpp.
+// One object a process; needs the event loop of the main thread. Tested by Tests/Adapters/DesktopBusTests.cpp.
 #pragma once
 
 #include <QSocketNotifier>
 #include <memory>
 
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
-#include "PelloraMessagesCore/Ports/QuitRequests.h"
+#include "PelloraMessagesCore/Ports/Session.h"
 
 namespace pellora {
 

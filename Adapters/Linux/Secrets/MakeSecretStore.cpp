@@ -11,7 +11,7 @@
 #include "Adapters/Linux/Secrets/SecretServiceStore.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
-#include "PelloraMessagesCore/Files/FileError.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 
 namespace pellora {
 

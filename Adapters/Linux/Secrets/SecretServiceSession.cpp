@@ -9,7 +9,7 @@
 #include <mutex>
 #include <thread>
 
-#include "Adapters/Linux/Desktop/SessionBusAddress.h"
+#include "Adapters/Linux/Desktop/DesktopBus.h"
 
 namespace pellora {
 

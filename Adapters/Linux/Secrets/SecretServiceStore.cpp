@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <tuple>
 
-#include "Adapters/Linux/Desktop/BusSignalReceiver.h"
-#include "Adapters/Linux/Desktop/PrivateBusConnection.h"
-#include "Adapters/Linux/Desktop/SessionBusAddress.h"
+#include "Adapters/Linux/Desktop/DesktopBus.h"
 #include "Adapters/Linux/Files/FileLock.h"
-#include "Adapters/Linux/Files/RuntimeFolder.h"
+#include "Adapters/Linux/Files/XdgFolders.h"
 #include "Adapters/Linux/Secrets/SecretServiceSession.h"
 
 namespace pellora {

@@ -1,1 +1,0 @@
-#include "Adapters/Linux/Desktop/ApplicationInterface.h"
