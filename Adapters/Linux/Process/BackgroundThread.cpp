@@ -45,6 +45,8 @@ void BackgroundThread::loop() {
     _isBusy = true;
     lock.unlock();
     piece.work();
+    // What it has brought stays in memory for a while.
+    ResidentMemory::keepFromSwap();
     piece.work = nullptr;
     ResidentMemory::clearUnusedStack();
     _mailbox->post(std::move(piece.done));
