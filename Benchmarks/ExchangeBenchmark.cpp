@@ -1,4 +1,4 @@
-// What the exchange files cost: coding, sealing and writing the day notes of a usual and of a very large history,
+// The cost of the exchange files: coding, sealing and writing the day notes of a usual and of a very large history,
 // and the envelope against the bare calls of the cryptographic library in the same run.
 #include <benchmark/benchmark.h>
 #include <openssl/evp.h>
@@ -142,7 +142,7 @@ void openEnvelope(benchmark::State& state) {
 }
 BENCHMARK(openEnvelope)->Arg(1'000)->Arg(1'000'000);
 
-// The floor: the same cipher, one context a call, into a buffer that is there already.
+// The floor: the same cipher, one context per call, into a buffer that is there already.
 void bareCipher(benchmark::State& state) {
   const ExchangeKey key = ExchangeKey::random();
   const auto size = static_cast<int>(state.range(0));

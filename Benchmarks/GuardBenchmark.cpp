@@ -1,4 +1,4 @@
-// What the guards' tests cost over a month of much texting: every message goes through the cue test and the event
+// The cost of the guards' tests over a month of much texting: every message goes through the cue test and the event
 // test, every day through the birthday finder. The floor is one lower-casing of every message.
 #include <benchmark/benchmark.h>
 

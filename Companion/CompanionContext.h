@@ -1,5 +1,5 @@
-// What every command works on (the shared folder, the secret store, the time, the look of the output) and what it
-// gives back. A command is a struct of its options with `CommandResult run(const CompanionContext&) const`, which
+// The context of every command (the shared folder, the secret store, the time, the look of the output) and its
+// result. A command is a struct of its options with `CommandResult run(const CompanionContext&) const`, which
 // throws CompanionFailure when it cannot do what was asked. The context is made once, in the command line; tests make
 // their own. References must outlive it.
 #pragma once

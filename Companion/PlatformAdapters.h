@@ -52,7 +52,7 @@ enum class HelperPresence {
 // Found out at once, whatever the heartbeat says.
 HelperPresence helperPresence();
 
-// What a desktop lacks to show the helper's tray item, as a sentence; empty when nothing does or nobody can say.
+// The reason why a desktop cannot show the helper's tray item, as a sentence; empty when it can or nobody can say.
 std::string trayObstacle();
 
 // Keeps the choice of the key file, which then gets the keyring's key if that has one; or the choice of the keyring.

@@ -1,5 +1,5 @@
-// What a language model may answer: any bytes give items or none, and the guards keep only what the messages bear
-// out. The answer stands before the first zero byte, the messages behind it, one a line.
+// Answers of a language model: any bytes give items or none, and the guards keep only what the messages bear
+// out. The answer comes before the first zero byte, the messages after it, one per line.
 #include <cstdint>
 #include <cstdlib>
 #include <string>

@@ -1,5 +1,5 @@
 // A store whose rows hold anything: columns of other types than declared, NULLs, damaged bodies, dates at both ends.
-// What is read goes the whole way: rows, day drafts, notes, lately records, and the coding of both. The first two
+// Everything read goes the whole way: rows, day drafts, notes, lately records, and the coding of both. The first two
 // bytes begin the seed of the rows' shape; the rest is what texts, bodies and numbers are taken from.
 #include <unistd.h>
 

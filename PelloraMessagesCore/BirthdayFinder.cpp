@@ -42,7 +42,7 @@ struct Patterns {
   };
 };
 
-// One set a thread: a pattern keeps its place in the text searched.
+// One set per thread: a pattern keeps its place in the text searched.
 const Patterns& patterns() {
   thread_local const Patterns instance;
   return instance;

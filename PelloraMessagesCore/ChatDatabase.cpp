@@ -31,7 +31,7 @@ constexpr int kMaximumHistoryRows = 50'000;
 constexpr std::int64_t kFirstNanosecondValue = 10'000'000'001;
 constexpr Instant kReferenceDate = instantAtSeconds(978'307'200);  // 2001-01-01 00:00:00 UTC
 
-// Finalised when it goes out of scope, so after the connection's error message was read.
+// Finalized when it goes out of scope, so after the connection's error message was read.
 class Statement {
  public:
   Statement(sqlite3* db, const std::string& sql) : _db(db) {
@@ -201,7 +201,7 @@ std::string homeFolder() {
   return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "/";
 }
 
-// As a quoted literal: what is not plain in it stands as an escape.
+// As a quoted literal, with escapes for everything that is not plain.
 std::string debugQuoted(std::string_view text) {
   std::string result = "\"";
   for (const char byte : text) {
@@ -261,7 +261,7 @@ bool ChatDatabase::canRead(const std::filesystem::path& url) {
   const FileDescriptor descriptor = FileDescriptor::open(url, O_RDONLY | O_NONBLOCK);
   struct stat status{};
   if (!descriptor.isOpen() || ::fstat(descriptor.number(), &status) != 0) return false;
-  // A folder can be opened too; that it is no database is for the opening of the database to say.
+  // A folder can be opened too; opening the database tells whether it is one.
   return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
 }
 

@@ -77,7 +77,7 @@ class ChatDatabase {
   // 0 for an empty table.
   std::int64_t maxRowID() const;
 
-  // What tells this row's message from another one under the same row id; empty when there is no such row.
+  // A mark that tells this row's message from another one under the same row id; empty when there is no such row.
   std::string rowMark(std::int64_t rowID) const;
 
   // Rows with a greater row id, lowest first.

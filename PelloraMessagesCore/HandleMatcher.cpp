@@ -34,7 +34,7 @@ namespace {
 
 constexpr std::size_t kShortestPhone = 7;  // characters
 
-// Who claims a number or address; absent: more than one person.
+// The claimant of a number or address; absent when more than one person claims it.
 using Claims = std::unordered_map<std::string, std::optional<Uuid>>;
 
 void claim(Claims& claims, const std::vector<std::string>& keys, const Uuid& person) {

@@ -16,7 +16,7 @@ namespace pellora {
 
 namespace {
 
-// What a record's id() says, without building its text.
+// The same as a record's id(), without building its text.
 struct Key {
   Uuid person;
   std::string day;

@@ -1,4 +1,4 @@
-// What the helper remembers between reads beside its notes: where the last read stood, which days wait for the
+// The helper's memory between reads besides its notes: where the last read ended, which days wait for the
 // language model, the lately questions with their answers, and what the model's work has cost. Sealed in
 // "Helper/state.json" with the context "helper-state". Losing it costs a full read and the questions that the notes
 // do not answer. Written by whichever process reads, under the read lock; the companion reads it to show it.
@@ -58,7 +58,7 @@ struct LatelyAnswer {
   bool operator==(const LatelyAnswer&) const = default;
 };
 
-// What work of the model has cost. Tokens count as far as the server tells.
+// The cost of the model's work. Tokens count as far as the server tells.
 struct ModelUse {
   std::int64_t questions = 0;  // sent, answered or not
   std::int64_t promptTokens = 0;

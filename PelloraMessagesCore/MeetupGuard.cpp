@@ -109,7 +109,7 @@ bool mentionsCall(std::string_view text) {
 std::string copiedWords(std::string_view modelText, std::string_view message) {
   const std::string repaired = text::repairedUtf8(modelText);
   const std::string_view words = text::trimmedOfSpaceAndPunctuation(repaired);
-  // An empty needle stands nowhere.
+  // An empty needle is nowhere.
   return text::findIgnoringCase(message, words) ? std::string(words) : std::string();
 }
 

@@ -29,7 +29,7 @@ std::optional<std::size_t> endOfMarker(std::string_view blob) {
   return static_cast<std::size_t>(static_cast<const char*>(found) - blob.data()) + kMarker.size();
 }
 
-// The string whose length prefix stands at the beginning of `bytes`.
+// The string whose length prefix is at the beginning of `bytes`.
 std::optional<std::string_view> prefixedString(std::string_view bytes) {
   if (bytes.empty()) return std::nullopt;
   std::size_t start = 1;

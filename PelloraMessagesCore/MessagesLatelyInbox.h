@@ -18,14 +18,14 @@ namespace MessagesLatelyInbox {
 
 using Folder = std::optional<std::filesystem::path>;
 
-// What lies in "Lately".
+// The contents of "Lately".
 struct Listing {
   std::vector<std::string> names;  // without their extension
   std::error_code error;           // why there may be more; none when the folder is absent
 };
 
 // All files that may be records, sorted by their names' bytes so that the order does not depend on the file system:
-// links count, folders do not. An extension is compared as it stands; a name that is nothing but an extension has
+// links count, folders do not. An extension is compared case-sensitively; a name that is nothing but an extension has
 // none.
 Listing list(const Folder& folder);
 
@@ -38,8 +38,8 @@ void writeAll(const ExchangeKey& key, const Folder& folder, const std::vector<Me
 // Absent when the file is missing, does not open or does not decode.
 std::optional<MessagesLatelyRecord> read(const ExchangeKey& key, const Folder& folder, const Uuid& person);
 
-// Every record that opens under its file's name and belongs to it, in listing order. What cannot be listed is left
-// out.
+// Every record that opens under its file's name and belongs to it, in listing order. Files that cannot be listed are
+// left out.
 std::vector<MessagesLatelyRecord> readAll(const ExchangeKey& key, const Folder& folder);
 
 // Removes the person's record, if there is one; false when it is there and cannot be removed.

@@ -43,7 +43,7 @@ std::optional<int> twoDigits(std::string_view text, std::size_t offset) {
   return (text[offset] - '0') * 10 + (text[offset + 1] - '0');
 }
 
-// "Mar 9" for "2025-03-09". A day string of another form, which nothing writes, stands as it is.
+// "Mar 9" for "2025-03-09". A day string of another form, which nothing writes, stays as it is.
 std::string shortDay(std::string_view day) {
   const std::optional<int> month = twoDigits(day, 5);
   const std::optional<int> dayOfMonth = twoDigits(day, 8);
@@ -64,7 +64,7 @@ Task<std::optional<std::string>> rawAnswer(LanguageModel& model, Question questi
     LanguageModel::Answer answer = co_await model.respond(question.instructions, question.prompt);
     co_return std::optional<std::string>(std::move(answer.text));
   } catch (...) {
-    // Whatever went wrong, there is no answer.
+    // Any error means that there is no answer.
   }
   co_return std::nullopt;
 }

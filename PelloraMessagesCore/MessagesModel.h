@@ -19,7 +19,7 @@ namespace pellora {
 
 namespace MessagesModel {
 
-// What is sent to the model: fixed instructions and the material.
+// The texts sent to the model: fixed instructions and the material.
 struct Question {
   std::string instructions;
   std::string prompt;

@@ -1,5 +1,5 @@
 // Reading a Messages store that may be hostile or broken, with bounded time and memory: files beside it that are no
-// files are never opened, its schema is not trusted, its tables must be what they seem, and a read that goes on for
+// files are never opened, its schema is not trusted, its tables must be what they seem, and a read that runs for
 // ever ends. For whoever opens a connection to the store.
 // Tested by Tests/Core/StoreHardeningTests.cpp.
 #pragma once

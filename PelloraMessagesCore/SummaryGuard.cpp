@@ -15,7 +15,7 @@ constexpr std::string_view kLatelyOpening = "Lately you and ";
 
 constexpr std::size_t kLongestSentence = 280;  // characters
 constexpr std::size_t kLongestLately = 420;    // characters
-// What is no longer than its opening and this many characters says nothing.
+// A sentence no longer than its opening and this many characters says nothing.
 constexpr std::size_t kEmptyTalk = 8;
 
 constexpr std::array<std::string_view, 3> kDoubleQuotes = {"\"", "\u201C", "\u201D"};

@@ -1,4 +1,4 @@
-// What the app needs of the desktop around it, beyond what the engine needs. The references must outlive the app.
+// The desktop around the app, as far as the app needs more of it than the engine. The references must outlive the app.
 #pragma once
 
 #include <functional>

@@ -55,7 +55,7 @@ class PlatformAdapters {
   static std::string launchToken();
 
   // Ends what the language model and the background are still working on, so that the process can end. False when the
-  // background goes on: then nothing may be torn down, and the process must end as it stands.
+  // background goes on: then nothing may be torn down, and the process must end as it is.
   bool close();
 
  private:

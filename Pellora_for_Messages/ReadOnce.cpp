@@ -18,7 +18,7 @@ namespace {
 
 int report(const HelperEngine& engine, const HelperPlatform& platform) {
   using Kind = HelperEngine::State::Kind;
-  // What the exit code says stays true when nobody gets the line.
+  // The exit code stays true when nobody gets the line.
   printText(statusLine(engine.state(), engine.lastReadAt(), platform.scheduler.now(), platform.calendar()) + "\n");
   switch (engine.state().kind) {
     case Kind::idle:

@@ -142,7 +142,7 @@ class Filler {
 
   void fill(const std::vector<Session>& sessions) {
     for (const Session& session : sessions) add(session);
-    // What another device hands over late: rows whose order is not that of their dates.
+    // Messages that another device hands over late: rows whose order is not that of their dates.
     while (!isFull() && !_cast.known.empty()) {
       const auto daysAgo = static_cast<std::int64_t>(_random.below(static_cast<std::uint64_t>(_options.days)));
       const Chat& chat = _cast.known[_random.below(_cast.known.size())].front();

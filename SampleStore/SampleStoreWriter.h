@@ -12,7 +12,7 @@
 
 namespace pellora {
 
-// What a made-up history is to look like. The same options give the same content.
+// The look of a made-up history. The same options give the same content.
 struct SampleOptions {
   std::uint64_t seed = 1;
   std::size_t messages = 20'000;  // rows of `message`, of every kind

@@ -27,7 +27,7 @@ class ScriptedLanguageModel : public LanguageModel {
 
   void setAvailable(bool available) { _available = available; }
 
-  // What each answer is said to have cost.
+  // The cost that each answer reports.
   void setTokens(std::int64_t prompt, std::int64_t answer) {
     _promptTokens = prompt;
     _answerTokens = answer;

@@ -1,4 +1,4 @@
-// What a read costs beside a bare SQLite loop over the same statements, CPU time in the same run. Prints the
+// The cost of a read compared with a bare SQLite loop over the same statements, CPU time in the same run. Prints the
 // figures and fails when they are over their bars: a full read at most as much as the bare loop, a read with
 // nothing new at most 8 ms. The best of several rounds counts for both sides.
 //

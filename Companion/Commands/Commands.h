@@ -105,8 +105,9 @@ struct PeopleRemoveCommand {
   CommandResult run(const CompanionContext& context) const;
 };
 
-// What shows the lately records, all or one person's: `lately` for people at a terminal, for scripts or as a page in a
-// file, `view` as a page in the browser. Tested by Tests/Companion/LatelyCommandTests.cpp and ProgramTests.cpp.
+// The commands that show the lately records, all or one person's: `lately` for people at a terminal, for scripts or as
+// a page in a file, `view` as a page in the browser. Tested by Tests/Companion/LatelyCommandTests.cpp and
+// ProgramTests.cpp.
 struct LatelyCommand {
   std::optional<std::string> person;  // as PersonChoice takes it; absent: everybody
   bool json = false;
@@ -115,7 +116,7 @@ struct LatelyCommand {
   CommandResult run(const CompanionContext& context) const;
 };
 
-// Writes the page into the runtime folder, fresh each time, and opens it. What keeps the records from being shown is on
+// Writes the page into the runtime folder, fresh each time, and opens it. The reason why records cannot be shown is on
 // the page too: somebody who starts this from a menu sees nothing else.
 struct ViewCommand {
   static constexpr char kName[] = "view";
@@ -146,7 +147,7 @@ struct RereadCommand {
   CommandResult run(const CompanionContext& context) const;
 };
 
-// What removes lately records: `delete` one person's, `sweep` those that are of no use.
+// The commands that remove lately records: `delete` one person's, `sweep` those that are of no use.
 // Tested by Tests/Companion/RemovalCommandTests.cpp.
 struct DeleteCommand {
   std::string person;  // as PersonChoice takes it; an identifier works without the key
@@ -156,7 +157,7 @@ struct DeleteCommand {
 };
 
 // Removes the files among the records that do not open with the key or are not their person's, and the records of
-// people who are no longer in the people file. What cannot be read stays, and so does everything without a key.
+// people who are no longer in the people file. Unreadable files stay, and so does everything without a key.
 struct SweepCommand {
   bool json = false;
 

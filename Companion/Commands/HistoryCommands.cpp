@@ -26,7 +26,7 @@ constexpr std::chrono::seconds kLockPatience{5};
 constexpr char kLockFile[] = "history.lock";
 constexpr std::size_t kLargestPasswordFile = 4096;  // bytes
 
-// What an `add` or a `refresh` was asked for.
+// The options of an `add` or a `refresh`.
 struct Request {
   std::string source;
   std::optional<std::string> passwordFile;

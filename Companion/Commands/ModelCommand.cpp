@@ -52,7 +52,7 @@ std::string listOf(const std::vector<std::string>& models) {
   return text.empty() ? "no model" : text;
 }
 
-// What listens at the usual places, and the line that sets the first usable one up.
+// The servers that listen at the usual places, and the line that sets the first usable one up.
 std::string elsewhereText(const std::vector<FoundModelServer>& servers) {
   std::string text;
   std::string proposal;

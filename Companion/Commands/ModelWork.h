@@ -1,5 +1,5 @@
-// What the helper's language work has cost and what of it waits, in words: for `model` and `status`. Pure but for the
-// reading of the state file. Tested by Tests/Companion/ModelCommandTests.cpp.
+// The cost of the helper's language work and the work that waits, in words: for `model` and `status`. Pure except for
+// the reading of the state file. Tested by Tests/Companion/ModelCommandTests.cpp.
 #pragma once
 
 #include <optional>

@@ -72,7 +72,7 @@ class Steps {
     return steps;
   }
 
-  // What to do next, as of the last look.
+  // The next step, as of the last look.
   const std::string& next() const { return _next; }
 
  private:

@@ -101,7 +101,7 @@ std::string StatusReport::nextStep() const {
   if (peopleKind == PeopleStore::Kind::sealed && !key.key)
     return "Bring back the exchange key of the people file: is PELLORA_SECRET_STORE set as when it was written?";
   if (peopleKind == PeopleStore::Kind::sealed)
-    return "Import the people anew: pellora-companion people import --replace FILE";
+    return "Import the people again: pellora-companion people import --replace FILE";
   if (!key.key || people == 0) return "Choose the people: pellora-companion people import FILE";
   if (!latelyReason.empty())
     return "Give yourself access to the lately records, the folder Lately in the shared folder (" + latelyReason + ").";

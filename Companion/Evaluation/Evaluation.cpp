@@ -21,7 +21,7 @@ namespace {
 
 using Group = EvaluationCase::Group;
 
-// What was kept of one day.
+// The results kept of one day.
 struct Kept {
   std::optional<std::string> sentence;
   std::vector<MessagesNews> news;

@@ -25,7 +25,7 @@ Task<EvaluationFigures> run(LanguageModel& model, std::vector<EvaluationCase> ca
 // Without a model: what the guards keep of answers that tell the truth and nothing else.
 EvaluationFigures ceiling(const std::vector<EvaluationCase>& cases);
 
-// What they keep of answers that take words of the day at random, from a fixed seed, and of empty ones.
+// The same for answers that take words of the day at random, from a fixed seed, and for empty ones.
 EvaluationFigures randomFloor(const std::vector<EvaluationCase>& cases);
 EvaluationFigures emptyFloor(const std::vector<EvaluationCase>& cases);
 

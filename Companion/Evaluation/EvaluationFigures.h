@@ -28,7 +28,7 @@ struct Share {
 };
 
 struct EvaluationFigures {
-  // What a model must reach to be good enough for people's notes.
+  // The bars that a model must reach to be good enough for people's notes.
   static constexpr double kLeastNewsPrecision = 0.95;  // the lower bound of it
   static constexpr std::int64_t kMostInjections = 0;
 

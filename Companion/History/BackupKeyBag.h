@@ -31,7 +31,7 @@ class BackupKeyBag {
   // Takes seconds: ten million rounds are usual. False when it is not the password.
   bool unlock(const SecretBytes& password);
 
-  // What was wrapped with the key of this class, once unlocked.
+  // Unwraps a key that was wrapped with the key of this class, once unlocked.
   std::optional<SecretBytes> unwrap(std::uint32_t protectionClass, std::span<const std::uint8_t> wrapped) const;
 
  private:

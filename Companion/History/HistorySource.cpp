@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 constexpr char kDatabaseName[] = "chat.db";
 constexpr char kInHome[] = "Library/Messages/chat.db";
 
-// With the log beside it.
+// With its log.
 std::uintmax_t sizeOf(const fs::path& database) {
   std::uintmax_t sum = 0;
   for (const char* suffix : {"", "-wal"}) {

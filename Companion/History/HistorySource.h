@@ -23,7 +23,7 @@ class HistorySource {
   static HistorySource find(const std::filesystem::path& path);
 
   Kind kind() const { return _backup ? Kind::phoneBackup : Kind::database; }
-  // What was given, made absolute.
+  // The path that was given, made absolute.
   const std::filesystem::path& path() const { return _path; }
   const std::filesystem::path& database() const { return _database; }
 

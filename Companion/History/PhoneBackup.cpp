@@ -177,7 +177,7 @@ bool copyFile(const fs::path& from, const fs::path& to, const SecretBytes* key, 
     const auto whole = static_cast<std::uint64_t>(status.st_size);
     if (!proceed(whole > 0 ? static_cast<int>(100 * std::min(done, whole) / whole) : 100)) return false;
   }
-  // What is behind the size is padding of the last block.
+  // Bytes after the size are padding of the last block.
   if (cipher && size < done && ::ftruncate(target.number(), static_cast<off_t>(size)) != 0) fail("write", to, errno);
   if (!target.close()) fail("write", to, errno);
   return true;

@@ -55,8 +55,8 @@ bool isOpenElsewhere(const fs::path& file) {
   return false;
 }
 
-// Merges the old store's log into it, which fails while anybody else has the store open. What cannot be opened at all
-// has nothing to lose.
+// Merges the old store's log into it, which fails while anybody else has the store open. A store that cannot be opened
+// at all has nothing to lose.
 void settle(const fs::path& place) {
   const std::string name = display::printable(place.string());
   const std::string inUse = "Another program uses " + name + "; nothing was changed. Close it and try again.";

@@ -69,7 +69,7 @@ namespace pellora::shown_records {
 // Tested by Tests/Companion/LatelyCommandTests.cpp.
 
 // Marks the records that are older than one shown before, and remembers the others as shown. A record from the
-// future, of a clock that was wrong, counts as written now: the next one must not look old beside it.
+// future, of a clock that was wrong, counts as written now: the next one must not look old compared with it.
 void compare(std::vector<NamedLately>& records, const CompanionContext& context, const ExchangeKey& key);
 
 }  // namespace pellora::shown_records

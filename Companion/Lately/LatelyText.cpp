@@ -31,7 +31,7 @@ std::string nothingIn(const MessagesLatelyRecord& record) {
   return "Nothing in the last " + std::to_string(record.windowDays) + " days.";
 }
 
-// A dated entry whose text goes on under itself.
+// A dated entry whose text continues below itself.
 std::string entry(const std::string& date, const std::string& text, const CompanionContext& context) {
   const std::size_t margin = kIndent + kDateWidth;
   const std::size_t width = context.style.textWidth();
@@ -114,7 +114,7 @@ std::string whoBegan(const NamedLately& lately, const CompanionContext& context)
 
 namespace {
 
-// What the table has no column for.
+// The details that the table has no column for.
 std::vector<std::string> notesOf(const NamedLately& lately, const CompanionContext& context) {
   std::vector<std::string> notes;
   if (lately.isOlderThan) notes.push_back(olderWarning(lately, context));

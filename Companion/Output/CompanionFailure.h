@@ -1,4 +1,4 @@
-// Failures of commands, and what stands in the way of reading a file.
+// Failures of commands, and the reasons why a file cannot be read.
 #pragma once
 
 #include <filesystem>
@@ -17,7 +17,7 @@ class CompanionFailure : public std::runtime_error {
 
 namespace pellora::reading_obstacle {
 
-// What stands in the way of reading a file that other programs write. Never waits for the other end of a pipe put in
+// Why a file that other programs write cannot be read. Never waits for the other end of a pipe put in
 // its place. Tested by Tests/Companion/StoreProbeTests.cpp and CommandTests.cpp.
 
 // A short phrase; empty when it is a regular file, or a link to one, that can be opened for reading.

@@ -100,7 +100,7 @@ std::string fromCharset(std::string_view bytes, std::string_view charset, bool i
 }
 
 std::string quotedPrintableDecoded(std::string_view text) {
-  // A soft line break that nothing follows stands for nothing.
+  // A soft line break at the end means nothing.
   if (text.ends_with('=')) text.remove_suffix(1);
   std::string bytes;
   bytes.reserve(text.size());

@@ -12,7 +12,7 @@ namespace pellora::foreign_text {
 // out as UTF-8. Other bytes stay as they are.
 std::string withoutByteOrder(std::string_view bytes);
 
-// Valid UTF-8 as it stands, anything else read as Windows-1252.
+// Valid UTF-8 unchanged, anything else read as Windows-1252.
 std::string utf8(std::string_view bytes);
 
 // As declared. Text that is valid UTF-8 against its declaration, and text of an unknown charset, is read as `utf8`

@@ -9,7 +9,8 @@ namespace pellora::html {
 // Without anything that means something in HTML, in text or in attributes, and without characters that steer.
 std::string escaped(std::string_view text);
 
-// <a>, for addresses of the web only; anything else stays text. What it leads to is not told where it came from.
+// <a>, for addresses of the web only; anything else stays text. The page that it leads to does not learn where the
+// visitor came from.
 std::string link(std::string_view url);
 
 // "<h2>heading</h2>" and the list; empty without items.

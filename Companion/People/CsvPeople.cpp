@@ -39,7 +39,7 @@ class CsvRecords {
   std::size_t _line = 1;
 };
 
-// What a column of a table holds.
+// The meaning of a table's column.
 enum class Column {
   firstName,
   familyName,
@@ -196,8 +196,8 @@ struct Table {
   // Whether people can be read out of such a table.
   bool isEnough() const { return hasNames() && count(Column::phone) + count(Column::email) > 0; }
 
-  // What the cells below say about columns whose headings do not: addresses in any language, and numbers below
-  // headings such as "Home".
+  // The meaning of columns from the cells below, where the headings do not tell: addresses in any language, and numbers
+  // below headings such as "Home".
   void lookAtCells() {
     for (std::size_t at = 0; at < columns.size(); ++at) {
       if (columns[at] != Column::other && columns[at] != Column::weak) continue;
@@ -218,7 +218,7 @@ struct Table {
     }
   }
 
-  // A column "Name" beside one for the family's name holds the first name.
+  // A column "Name" next to one for the family's name holds the first name.
   void settleNames() {
     if (count(Column::firstName) > 0 || count(Column::familyName) == 0 || count(Column::fullName) == 0) return;
     std::replace(columns.begin(), columns.end(), Column::fullName, Column::firstName);

@@ -1,4 +1,4 @@
-// What an import took, what it skipped and what to watch out for, as `people import` tells it.
+// The outcome of an import as `people import` tells it: people taken, entries skipped, and what to watch out for.
 #pragma once
 
 #include <optional>

@@ -15,7 +15,7 @@
 
 namespace pellora {
 
-// What an import did to one person.
+// The effect of an import on one person.
 struct PersonChange {
   enum class Kind { added, updated, unchanged, removed };
 

@@ -150,7 +150,7 @@ std::string PhoneNumbers::normalised(std::string_view number) const {
     const auto reading = readingOf(plain, "ZZ");
     return reading ? reading->international : digits;
   }
-  // A short code is no local number to put an area's and a country's code before.
+  // A short code is not a local number that an area's and a country's code could precede.
   const auto signs = std::count_if(plain.begin(), plain.end(),
                                    [](char byte) { return (byte >= '0' && byte <= '9') || isAsciiLetter(byte); });
   if (signs < static_cast<std::ptrdiff_t>(kShortestNumber)) return digits;

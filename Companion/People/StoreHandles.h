@@ -32,7 +32,7 @@ class StoreHandles {
 // A handle of the store as HelperPerson would have it.
 std::string normalisedHandle(std::string_view handle);
 
-// "Anna"; "Anna (5551234567)" beside another Anna; the identifier without a name.
+// "Anna"; "Anna (5551234567)" when there is another Anna; the identifier without a name.
 std::string personTitle(const HelperPerson& person, const std::vector<HelperPerson>& everybody);
 
 // A number or address that several people claim, so that it matches nobody.

@@ -43,7 +43,7 @@ void takePhone(const VCardProperty& property, ContactCard& card) {
   if (hasType(property, "FAX") || hasType(property, "PAGER") || hasType(property, "MODEM")) return;
   const std::string value = VCardProperty::unescaped(property.text());
   const std::string number(withoutLinkParameters(value));
-  // What a work place's card calls its main number is the switchboard's.
+  // The main number on a company's card is the switchboard's.
   if (hasType(property, "MAIN") && hasType(property, "WORK"))
     card.addCompanyPhone(number);
   else

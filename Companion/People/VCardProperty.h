@@ -41,7 +41,7 @@ struct VCardProperty {
   std::string charset;  // empty when not declared
   bool isQuotedPrintable = false;
   std::vector<std::string> types;  // "CELL", "work"; bare parameters among them
-  std::string_view value;          // as it stands, in the line that was parsed
+  std::string_view value;          // unchanged, within the line that was parsed
 
   // Absent for a line without a colon.
   static std::optional<VCardProperty> parse(std::string_view line);

@@ -42,7 +42,7 @@ class TemporaryFile {
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-  // Whether `create` gives such names.
+  // Whether `create` makes such names.
   static bool isName(std::string_view name);
 
   // Removes this file of such a name when no writer holds it. Errors are ignored.
@@ -54,7 +54,7 @@ class TemporaryFile {
   void startSync();
   bool sync();
 
-  // What closing would report, before anything depends on it. The file stays open and locked.
+  // Whether closing would succeed, before anything depends on it. The file stays open and locked.
   bool checkClose();
 
   bool renameTo(const std::filesystem::path& target);
@@ -103,7 +103,7 @@ void TemporaryFile::removeIfAbandoned(const std::filesystem::path& file) {
 }
 
 // False when somebody who clears leftovers was faster and has taken the name away. A file system without locks
-// gives none to those who clear either, so going on without one is safe there.
+// gives none to those who clear either, so continuing without one is safe there.
 bool TemporaryFile::lock() {
   retried([&] { return ::flock(_descriptor.number(), LOCK_EX); });
   struct stat status{};

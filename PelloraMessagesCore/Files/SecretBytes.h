@@ -15,7 +15,7 @@ void* allocateSecret(std::size_t size);
 void releaseSecret(void* memory, std::size_t size) noexcept;
 
 // A byte string for keys: in memory pages of its own that are kept out of swap and core dumps as far as the system
-// allows (a limit on locked memory is no error), and wiped when it is destroyed or replaced. Moving leaves nothing
+// allows (a limit on locked memory is not an error), and wiped when it is destroyed or replaced. Moving leaves nothing
 // behind. Tested by Tests/Core/ExchangeKeyTests.cpp.
 class SecretBytes {
  public:

@@ -89,7 +89,7 @@ bool JsonReader::readText(std::string_view& value) {
   return false;
 }
 
-// The rest of a string from its first backslash on, with what stood before it, into `_scratch`.
+// The rest of a string from its first backslash on, appended to the part before it, into `_scratch`.
 bool JsonReader::readEscapes(std::size_t begin) {
   _scratch.assign(_json.substr(begin, _position - begin));
   while (_position < _json.size()) {

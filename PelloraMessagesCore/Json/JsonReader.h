@@ -1,5 +1,5 @@
 // Reads JSON (RFC 8259) from front to back into typed values, without building a tree: the day notes are read
-// whole on every read. Every function returns false when what stands there is something else or is not well
+// whole on every read. Every function returns false when the text there is something else or is not well
 // formed, and from then on the reader is of no more use. Total: any bytes end in true or false, in linear time,
 // with no recursion over foreign nesting. Strings must be valid UTF-8; a byte order mark at the front is skipped.
 // Tested by Tests/Core/JsonReaderTests.cpp.

@@ -15,7 +15,7 @@ constexpr std::int64_t kLongestText = 400;  // characters
 
 JsonValue objectSchema(const GenerationSchema& schema);
 
-// What values a property takes.
+// The values that a property takes.
 struct TypeSchema {
   JsonValue operator()(const GeneratedInteger&) const { return JsonValue::object({{"type", "integer"}}); }
 

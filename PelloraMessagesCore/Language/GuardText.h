@@ -1,4 +1,4 @@
-// What the guards and prompts share about texts: the form in which phrases are looked for, one-line texts, disguises of
+// Texts as guards and prompts see them: the form in which phrases are looked for, one-line texts, disguises of
 // characters, full stops that end no sentence, and questions about characters that are answered without walking a whole
 // answer, which may be of any size. Pure. Tested by Tests/Core/GuardTextTests.cpp.
 #pragma once

@@ -1,4 +1,4 @@
-// What the language model is told before it reads: one fixed text a question, with the person's name in it, and the
+// The instructions for the language model: one fixed text per question, with the person's name in it, and the
 // words that end each prompt. Tested by Tests/Core/MessagesModelTests.cpp.
 #pragma once
 

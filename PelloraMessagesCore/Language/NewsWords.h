@@ -80,7 +80,7 @@ std::string_view withoutPossessive(std::string_view word);
 // letters that are neither stop words nor the first name.
 std::vector<std::string> contentStems(std::string_view sentence, std::string_view firstName);
 
-// What a sentence says after the name that it begins with.
+// Beginnings of what a sentence says after the name that it begins with.
 struct Telling {
   std::set<std::string> stems;    // the first five letters of every other word but function words; with digits, all
   std::set<std::string> turning;  // the words that turn a meaning round, whole; "n't" counts as "not"

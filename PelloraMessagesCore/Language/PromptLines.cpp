@@ -10,7 +10,7 @@ namespace pellora::PromptLines {
 namespace {
 
 constexpr std::size_t kBudget = 6000;          // characters of message text
-constexpr std::size_t kNumberedOverhead = 12;  // characters that a numbered line is charged beside its text
+constexpr std::size_t kNumberedOverhead = 12;  // characters that a numbered line is charged in addition to its text
 
 constexpr std::string_view kOpening = "<messages>\n";
 

@@ -1,5 +1,5 @@
 // Time as the platform gives it: the current instant, delayed calls and repeated calls on the main thread, and work
-// beside it. A timer that is destroyed never fires again. Two adapters: the event loop's timers, and virtual time for
+// off it. A timer that is destroyed never fires again. Two adapters: the event loop's timers, and virtual time for
 // tests.
 #pragma once
 
@@ -33,8 +33,8 @@ class Scheduler {
   // Lets the event loop handle what is waiting, then resumes.
   virtual Task<void> yield() = 0;
 
-  // Does `work` while the event loop goes on, on another thread where the platform has one, then resumes on the main
-  // thread. What `work` throws is thrown again there. One piece of work is done at a time, in the order asked for.
+  // Does `work` while the event loop keeps running, on another thread where the platform has one, then resumes on the
+  // main thread. What `work` throws is thrown again there. One piece of work is done at a time, in the order asked for.
   virtual Task<void> inBackground(std::function<void()> work) = 0;
 };
 

@@ -15,7 +15,7 @@ class AppInstance {
   // The desktop's permission to come to the front, as it was handed to the process that asks; empty without one.
   using Activated = std::function<void(const std::string& token)>;
 
-  // What a process that finds the place taken asks of the one that has it.
+  // The request of a process that finds the place taken to the one that has it.
   enum class Later { showsFirst, staysQuiet };
 
   virtual ~AppInstance() = default;

@@ -1,4 +1,4 @@
-// What makes a host name of a link: where it ends in a text, known top-level domains, international names, addresses of
+// Host names of links: where one ends in a text, known top-level domains, international names, addresses of
 // machines, ports. Pure functions, callable from any thread; time is in proportion to the name's length.
 // Tested by Tests/Core/LinkDetectorTests.cpp and LinkWordsTests.cpp.
 #pragma once

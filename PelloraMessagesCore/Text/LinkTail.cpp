@@ -45,7 +45,7 @@ Bracket bracketAt(std::string_view text, std::size_t position) {
   }
 }
 
-// Whether a word or another segment of a path goes on here.
+// Whether a word or another segment of a path continues here.
 bool goesOn(std::string_view text, std::size_t position) {
   const char byte = byteAt(text, position);
   if (LinkText::isAscii(byte)) return LinkText::kAlphanumeric.contains(byte) || byte == '/' || byte == '%';

@@ -18,7 +18,7 @@ bool isWordScalar(UChar32 scalar) {
          (U_GET_GC_MASK(scalar) & (U_GC_M_MASK | U_GC_ND_MASK | U_GC_PC_MASK)) != 0;
 }
 
-// Marks and format characters belong to what stands before them.
+// Marks and format characters belong to the character before them.
 bool isPassedOver(UChar32 scalar) {
   return u_hasBinaryProperty(scalar, UCHAR_GRAPHEME_EXTEND) || u_charType(scalar) == U_FORMAT_CHAR;
 }

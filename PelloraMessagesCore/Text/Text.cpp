@@ -154,7 +154,7 @@ Folded fold(std::string_view text) {
   return result;
 }
 
-// Whether more marks stand one after the other than are put in order.
+// Whether there are more marks in a row than are put in order.
 bool stacksMarks(std::string_view text) {
   std::size_t run = 0;
   while (!text.empty() && run <= kMostOrderedMarks) {
@@ -168,7 +168,7 @@ bool stacksMarks(std::string_view text) {
 }  // namespace
 
 bool isAscii(std::string_view text) {
-  // Eight bytes at a time: this stands before every costlier look at a text.
+  // Eight bytes at a time: this comes before every costlier look at a text.
   constexpr std::uint64_t kHighBits = 0x8080808080808080;
   std::uint64_t seen = 0;
   while (text.size() >= sizeof seen) {

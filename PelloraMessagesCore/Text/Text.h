@@ -1,4 +1,4 @@
-// What a character, a letter case and white space are, in one place for the whole system: a character is an
+// Characters, letter case and white space, defined in one place for the whole system: a character is an
 // extended grapheme cluster, lower-casing is full and knows no locale, comparing without case folds fully and
 // treats canonically equivalent spellings alike. Texts are UTF-8; invalid bytes are repaired where they enter
 // (repairedUtf8), so everything else may rely on valid input and is merely safe, not meaningful, without it.

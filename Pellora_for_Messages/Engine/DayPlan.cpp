@@ -11,7 +11,7 @@ namespace pellora {
 
 namespace {
 
-// What is known about days, by their ids. Keeps references to the memory.
+// Records and answers by the ids of days. Keeps references to the memory.
 class KnownDays {
  public:
   explicit KnownDays(const ReadMemory& memory) : _askAgain(memory.state.askAgain.begin(), memory.state.askAgain.end()) {
@@ -96,7 +96,7 @@ bool fillFindings(MessagesDayRecord& record, const KnownDays& known, const std::
   return record.meetups.has_value();
 }
 
-// What is known about the questions of this very content.
+// The answers to the questions of this very content.
 WaitingDay waitingFor(const MessagesDayRecord& record, const WaitingDay* known) {
   WaitingDay waiting;
   if (known != nullptr && isSameContent(known->record, record)) waiting = *known;

@@ -146,7 +146,7 @@ void HelperEngine::setOpensAtLogin(bool on) {
 
 void HelperEngine::suspend() {
   _suspended = _isSleepAnnounced = true;
-  // Whoever announced the sleep may be gone before it tells of the end. This clock stands still during sleep.
+  // The sleep's announcer may be gone before it tells of the end. This clock stops during sleep.
   const QPointer<HelperEngine> self(this);
   _awake = _platform.scheduler.after(kLongestFallingAsleep, [self] {
     if (!self) return;

@@ -1,4 +1,4 @@
-// What the engine is doing or waiting for, as the views show it.
+// The engine's state, as the views show it.
 #pragma once
 
 #include <string>

@@ -211,7 +211,7 @@ Task<void> HelperReadCycle::askLately(ModelTurn& turn, const ReadContext& contex
   co_await inBackground([&results] { results.saveState(); });
 }
 
-// What the read cost and when the model is asked again.
+// The cost of the read and the time when the model is asked again.
 void HelperReadCycle::closeAccount(ModelTurn& turn, HelperState& state) const {
   ModelAccount& account = state.model;
   account.lastFailure.reset();

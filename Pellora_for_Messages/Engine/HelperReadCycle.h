@@ -22,7 +22,7 @@ namespace pellora {
 
 class HelperReadCycle {
  public:
-  // What the engine hears of while a read goes on.
+  // What the engine hears of during a read.
   class Delegate {
    public:
     virtual ~Delegate() = default;
@@ -62,7 +62,7 @@ class HelperReadCycle {
     ExchangeKey key;
     std::vector<HelperPerson> people;
   };
-  // What the store and the notes say, before any question.
+  // The results of the store and the notes, before any question.
   struct Findings {
     StoreReading reading;
     ReadResults results;

@@ -55,7 +55,7 @@ struct ReadSettings {
   bool areNotesCurrent = false;  // the notes are of the version that this program writes
 };
 
-// What earlier reads left behind.
+// The memory of earlier reads.
 struct ReadMemory {
   // Blocks. A request to read again is taken over into the state. Throws FileError when the notes are there and cannot
   // be read.

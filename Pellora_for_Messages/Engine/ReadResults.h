@@ -39,7 +39,7 @@ class ReadResults {
   // Of this person, when it is to be asked now.
   std::optional<OpenLately> openLately(const Uuid& person) const;
 
-  // What is kept about this very question; null when it was never asked.
+  // The entry of this very question; null when it was never asked.
   const LatelyAnswer* answerTo(const OpenLately& open) const;
 
   // Each writes only what differs from the file. They throw FileError.
@@ -50,7 +50,7 @@ class ReadResults {
   // written. Returns how many were written.
   std::size_t writeRecords(Instant writtenAt, bool onlyChanged);
 
-  // The end of the read: drops from the state what nobody needs any more, and notes where the read stood.
+  // The end of the read: drops from the state what nobody needs any more, and notes where the read ended.
   void finish(const StoreReading& reading);
 
   // The progress is stored: from now on the notes say what was analysed.

@@ -23,7 +23,7 @@ class StatusTicker : public QObject {
   void setActive(bool active);
   bool isActive() const { return _isActive; }
 
-  // The line as it stands at this moment.
+  // The line at this moment.
   static QString line(const HelperEngine& engine);
 
  private:

@@ -33,7 +33,7 @@ class ProminentButton : public QPushButton {
   void paintEvent(QPaintEvent* event) override;
 };
 
-// A surface with rounded corners that things stand on; drawn in colours of the palette. To assistive technology it is
+// A surface with rounded corners for other widgets, drawn in colors of the palette. To assistive technology it is
 // a group.
 class RoundedPanel : public QWidget {
   Q_OBJECT

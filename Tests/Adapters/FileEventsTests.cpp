@@ -1,4 +1,4 @@
-// What every source of file events promises; then the kernel's against another process that writes a store.
+// The contract of file events; then the kernel's against another process that writes a store.
 #include <gtest/gtest.h>
 #include <sys/inotify.h>
 #include <unistd.h>
@@ -147,7 +147,7 @@ TEST(InotifyFileEvents, ReadingAndWhatReadersCreateAreNoChanges) {
   EXPECT_FALSE(waitUntil([&] { return calls > 0; }, kQuiet));
 }
 
-// What may happen to a store: each is told of, and so is the next write to its log, wherever it lies then.
+// Changes of a store: each is told of, and so is the next write to its log, wherever it is then.
 struct Happening {
   const char* name;
   void (*act)(const std::filesystem::path& folder);

@@ -1,4 +1,4 @@
-// The process beside a confined one: what it can be asked for, and how it ends.
+// The process next to a confined one: what it can be asked for, and how it ends.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>

@@ -115,7 +115,7 @@ TEST_F(KeyFileSecretStoreTest, LinksFoldersAndPipesInPlaceOfTheFileAreRefused) {
   EXPECT_EQ(store.find(attributes).outcome, Outcome::unavailable);
   std::filesystem::remove(file);
   ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
-  EXPECT_EQ(store.find(attributes).reason, file.string() + " is no regular file.");
+  EXPECT_EQ(store.find(attributes).reason, file.string() + " is not a regular file.");
   EXPECT_EQ(store.add(attributes, "a label", kKey).outcome, Added::failed);
 }
 

@@ -11,7 +11,7 @@
 
 namespace pellora {
 
-// What every language model keeps to, the scripted one of the tests as well as the one that talks to a server.
+// The contract of language models, for the scripted one of the tests and the one that talks to a server.
 namespace {
 
 using support::awaited;

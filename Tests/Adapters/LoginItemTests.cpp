@@ -1,4 +1,4 @@
-// What every login item promises; then the autostart entry, with the desktop's own validator.
+// The contract of login items; then the autostart entry, with the desktop's own validator.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// What every notification centre promises; then the session bus with other processes on it.
+// The contract of notification centers; then the session bus with other processes on it.
 #include <gtest/gtest.h>
 
 #include <QDBusConnection>

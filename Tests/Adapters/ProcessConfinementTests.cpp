@@ -71,7 +71,7 @@ class Listener {
   std::uint16_t _port = 0;
 };
 
-// What was tried and came out otherwise.
+// Attempts that came out otherwise.
 class Attempts {
  public:
   // `result` as system calls give it, with errno.

@@ -1,4 +1,4 @@
-// What every read lock keeps to, tried on the in-memory one and on the platform's own.
+// The contract of read locks, for the in-memory one and the platform's own.
 #include <gtest/gtest.h>
 
 #include "Adapters/InMemory/InMemoryStorage.h"

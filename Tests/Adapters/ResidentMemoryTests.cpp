@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "Adapters/Linux/Process/ResidentMemory.h"
-#include "Tests/Support/ReportingProcess.h"
+#include "Tests/Support/ChildProcess.h"
 
 namespace pellora {
 namespace {

@@ -1,4 +1,4 @@
-// What every scheduler promises, asked of virtual time and of the event loop's timers.
+// The contract of schedulers, for virtual time and the event loop's timers.
 #include <gtest/gtest.h>
 
 #include <QCoroTask>

@@ -1,4 +1,4 @@
-// What every secret store promises, asked of the one in memory, of key files and of a real secret service.
+// The contract of secret stores, for the one in memory, key files and a real secret service.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// What every sleep notice promises, asked of the one in memory and of the login manager's, which a stand-in plays on
+// The contract of sleep notices, for the one in memory and the login manager's, which a stand-in plays on
 // a private bus.
 #include <gtest/gtest.h>
 

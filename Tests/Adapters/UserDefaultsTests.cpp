@@ -18,7 +18,7 @@
 
 namespace pellora {
 
-// What all user defaults promise, asked of those in memory and of those in a file.
+// The contract of user defaults, for those in memory and those in a file.
 namespace {
 
 class World {

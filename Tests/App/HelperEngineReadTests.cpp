@@ -1,4 +1,4 @@
-// What one read does, over real files: states, full and incremental reads, unchanged days, notes, lately records,
+// One read over real files: states, full and incremental reads, unchanged days, notes, lately records,
 // progress keys, failures.
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// What becomes of a model server's bad hours: no question without an answer counts as one, none that was answered is
+// A model server's bad hours: no question without an answer counts as one, none that was answered is
 // asked again, and what needs no model does not wait for it.
 #include <gtest/gtest.h>
 

@@ -98,7 +98,7 @@ TEST(PeopleImportCommand, AnEmptyListEmptiesEverythingOnlyWhenItReplaces) {
   PeopleImportCommand command;
   command.replaces = true;
   EXPECT_THROW(import(world, "[{\"firstName\":\"Zoe\"}]", command), CompanionFailure)
-      << "nobody usable is no empty list";
+      << "nobody usable is not an empty list";
   EXPECT_THAT(import(world, "[]", command), HasSubstr("now holds 0 people"));
   EXPECT_THAT(world.readPeople(), IsEmpty());
   EXPECT_THAT(LatelyStore::read(world.context(), world.key()).records, IsEmpty());
@@ -341,7 +341,7 @@ const Step kSteps[] = {
     {"Give yourself access to the people file",
      [](StatusReport& report) { report.peopleKind = PeopleStore::Kind::inaccessible; }},
     {"Unlock the keyring", [](StatusReport& report) { report.key.kind = KeyState::Kind::locked; }},
-    {"Import the people anew",
+    {"Import the people again",
      [](StatusReport& report) {
        report.key.kind = KeyState::Kind::found;
        report.key.key = ExchangeKey::random();

@@ -51,7 +51,7 @@ bool failCall(long number, int code, unsigned flags = 0) {
 
 class AtomicFileFaultTest : public testing::Test {
  protected:
-  // What a write reports in a process in which this call fails.
+  // The report of a write in a process in which this call fails.
   int writeWithFault(const fs::path& file, long call, int code, unsigned flags = 0) {
     support::ForkedProcess writer([&] {
       if (!failCall(call, code, flags)) return kNoFilter;

@@ -1,4 +1,4 @@
-// The reader beside other processes, and over stores that are damaged or out of reach.
+// The reader next to other processes, and over stores that are damaged or out of reach.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>

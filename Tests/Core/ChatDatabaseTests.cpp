@@ -86,7 +86,7 @@ TEST(ChatDatabaseLocation, IsBelowTheHomeOfTheUser) {
   support::ScopedEnvironment environment;
   environment.set("HOME", "/home/somebody");
   EXPECT_EQ(ChatDatabase::defaultURL(), "/home/somebody/Library/Messages/chat.db");
-  // What is no home is looked up elsewhere.
+  // A HOME that is not a path is looked up elsewhere.
   environment.set("HOME", "");
   EXPECT_TRUE(ChatDatabase::defaultURL().is_absolute());
   environment.set("HOME", "somewhere");

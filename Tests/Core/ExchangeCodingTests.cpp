@@ -18,7 +18,7 @@ using ExchangeCoding::decode;
 using ExchangeCoding::encode;
 using nlohmann::json;
 
-// What another writer makes of the same object: keys sorted by their bytes, on one line.
+// The same object from another writer: keys sorted by their bytes, on one line.
 std::string rewritten(const std::string& text) {
   return json::parse(text).dump();
 }

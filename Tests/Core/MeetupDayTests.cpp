@@ -71,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"saturday", kWed, 4, true}, Case{"Friday", kFri, 7, true}, Case{"sunday", kSun, 7, true},
                     Case{"saturday", kSat, 7, true}, Case{"saturday", kSun, 1, true}, Case{"sunday", kSat, 6, true},
                     Case{"on fridays", kSat, 1, true},
-                    // Sunday first, whatever stands first in the words.
+                    // Sunday first, whatever comes first in the words.
                     Case{"Monday or Sunday", kWed, 3, true}, Case{"saturday, friday", kWed, 5, true},
                     // Before the last week.
                     Case{"Monday last week", kWed, 2, true}));

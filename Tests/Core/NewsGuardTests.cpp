@@ -205,11 +205,11 @@ TEST(NewsAccept, ANewbornsSentenceIsRepaired) {
             Sentences{"Sam had a baby, Matilda"});
   EXPECT_EQ(sentences({{1, "Ida was born.", Kind::family, ""}}, {{false, "Our baby Ida was born"}}),
             Sentences{"Sam had a baby, Ida"});
-  // The repaired sentence passes the same tests: nothing of it stands in this message.
+  // The repaired sentence goes through the same tests: this message holds nothing of it.
   EXPECT_EQ(sentences({{1, "Ida was born.", Kind::family, ""}}, {{false, "Ida was born"}}), Sentences{});
   EXPECT_EQ(sentences({{1, "Matilda was born.", Kind::family, ""}}, {{true, "Matilda was born"}}), Sentences{});
   EXPECT_EQ(sentences({{1, "Matilda was born.", Kind::health, ""}}, {{false, "Matilda was born"}}), Sentences{});
-  // What is about the person already is not repaired.
+  // A sentence about the person is not repaired.
   EXPECT_EQ(sentences({{1, "Sam told that Matilda was born.", Kind::family, ""}}, {{false, "Matilda was born"}}),
             Sentences{"Sam told that Matilda was born."});
 }
@@ -302,7 +302,7 @@ TEST(NewsBirthRepair, IsForNewbornsOfThePersonsOwnFamilyNews) {
   EXPECT_EQ(repair("Sam was born"), std::nullopt);
   EXPECT_EQ(repair("SAM was born"), std::nullopt);
   EXPECT_EQ(repair("Nora was born"), std::nullopt);
-  // "The" stands only inside another word, and in small letters.
+  // "The" occurs only inside another word, and in small letters.
   EXPECT_EQ(repair("The baby was born"), std::nullopt);
   EXPECT_EQ(repair("IDA was born"), std::nullopt);
   EXPECT_EQ(repair("their first child Ida was born"), std::nullopt);
@@ -376,7 +376,7 @@ TEST(NewsEvent, EveryStemAtTheBeginningOfAWord) {
   EXPECT_FALSE(hasEvent("nothing here"));
 }
 
-// The 63 searches that one pass stands for.
+// The 63 searches that one pass replaces.
 bool plainHasEvent(std::string_view source, const std::vector<std::unique_ptr<Regex>>& stems) {
   const RegexText prepared(GuardText::prepared(source));
   return std::any_of(stems.begin(), stems.end(), [&](const auto& stem) { return stem->matches(prepared); });

@@ -23,7 +23,7 @@ class StoreHardeningTest : public testing::Test {
     _store->addMessage(_store->addChat({"+15550100123"}), instantAtSeconds(1'773'000'000), false, "hello");
   }
 
-  // What a whole read says of the store; empty when it was read.
+  // The failure of a whole read; empty when it succeeded.
   std::string failure() const {
     try {
       const ChatDatabase database(_file);

@@ -111,7 +111,7 @@ class LeakTest : public testing::Test {
 
   void expectNothing() const { EXPECT_EQ(placesOfAllWords(), ""); }
 
-  // Word and place, one a line.
+  // Word and place, one per line.
   std::string placesOfAllWords() const {
     std::string all;
     for (const char* word : {kKnown, kStranger, kGroup, kStrangerNumber, kStrangerName})

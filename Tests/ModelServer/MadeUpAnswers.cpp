@@ -84,7 +84,7 @@ bool contains(const std::string& text, std::string_view part) {
   return text.find(part) != std::string::npos;
 }
 
-// What stands between the two; absent when they do not both occur.
+// The text between the two; absent when they do not both occur.
 std::optional<std::string> between(const std::string& text, std::string_view before, std::string_view after) {
   const std::size_t begin = text.find(before);
   if (begin == std::string::npos) return std::nullopt;

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "ChildProcess.h"
-#include "PrivateBus.h"
 #include "ScopedEnvironment.h"
 #include "TemporaryFolder.h"
 

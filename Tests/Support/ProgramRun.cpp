@@ -79,7 +79,7 @@ void closeOnce(int& descriptor) {
 }  // namespace
 
 ProgramRun::ProgramRun(const Setup& setup) {
-  signal(SIGPIPE, SIG_IGN);  // a program that does not read its input is no reason for the test to end
+  signal(SIGPIPE, SIG_IGN);  // a program may end without reading its input; the test goes on
   start(setup);
   std::size_t written = 0;
   while (written < setup.input.size()) {

@@ -1,4 +1,4 @@
-#include "SmallStore.h"
+#include "Tests/Support/SmallStore.h"
 
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "SampleStore/AttributedBodyEncoder.h"

@@ -63,7 +63,7 @@ TEST(Translation, TemplateHoldsWhatTheProgramAsksFor) {
 
   EXPECT_EQ(menu.actions().at(5)->text().toStdString(), "~Quit");
   EXPECT_EQ(window.findChild<QCheckBox*>()->text().remove(u'&').toStdString(), "~Open at login");
-  // The status line and the cards are shown as they stand.
+  // The status line and the cards are never translated.
   EXPECT_EQ(menu.actions().at(0)->text().toStdString(), "Waiting for Pellora");
   EXPECT_EQ(window.findChild<QLabel*>(QStringLiteral("status"))->text().toStdString(), "Waiting for Pellora");
   EXPECT_EQ(window.findChild<QPushButton*>(QStringLiteral("cardButton"))->text().remove(u'&').toStdString(),

@@ -16,7 +16,7 @@ struct SignalName {
   QString path;  // the interface's name as an object path
 };
 
-// What the bus takes as one element of a name.
+// Whether the bus takes this as one element of a name.
 bool isElement(std::string_view text) {
   const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; };
   return !text.empty() && isLetter(text.front()) &&

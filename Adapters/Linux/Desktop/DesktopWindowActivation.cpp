@@ -33,7 +33,7 @@ std::uint32_t timeOf(std::string_view token) {
 template <class Reply>
 using Owned = std::unique_ptr<Reply, decltype(&std::free)>;
 
-// What windows of the X server say of themselves and are asked for, over the window library's connection.
+// Properties of windows and requests to the X server, over the window library's connection.
 class X11Windows {
  public:
   explicit X11Windows(xcb_connection_t* connection)

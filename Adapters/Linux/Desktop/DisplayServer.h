@@ -9,7 +9,7 @@ namespace pellora {
 namespace DisplayServer {
 
 // Looks at QT_QPA_PLATFORM, WAYLAND_DISPLAY and DISPLAY, and tries the connections that they name. Null when windows
-// can't be shown. Keep what it gives until the window library is connected itself: some servers start anew, and
+// can't be shown. Keep what it gives until the window library is connected itself: some servers restart, and
 // refuse connections meanwhile, when the last connection to them ends.
 std::shared_ptr<void> reach();
 

@@ -1,4 +1,4 @@
-// The helper's process, confined: what it may read and write is worked out from the environment, and a keeper beside it
+// The helper's process, confined: what it may read and write is worked out from the environment, and a keeper process
 // writes the one entry of the autostart folder that is the helper's, and puts the helper's own folders back when they
 // were removed or replaced. One per process, made first of all in main and kept to its end.
 // Tested by Tests/App/HelperProgramTests.cpp.
@@ -36,7 +36,7 @@ class HelperConfinement {
   HelperConfinement(const HelperConfinement&) = delete;
   HelperConfinement& operator=(const HelperConfinement&) = delete;
 
-  // What the kernel refused, in one sentence; the program must not go on then. Empty when all is well.
+  // The kernel's refusal in one sentence; the program must not continue then. Empty when all is well.
   const std::string& refusal() const { return _refusal; }
 
   LoginItem& loginItem();

@@ -82,7 +82,7 @@ bool hasForeignParts(const std::string& bytes) {
          !std::ranges::all_of(entry.keys(kGroup), isOwnKey) || bytes.find('#') != std::string::npos;
 }
 
-// What the entry lacks to be whole; what it has stays.
+// The entry with its missing keys added; those that it has stay.
 std::string completed(const std::string& bytes, const XdgAutostartLoginItem::Program& program, bool enabled) {
   KeyFile entry(bytes);
   for (const Pair& pair : kFixedPairs)
@@ -152,7 +152,7 @@ void XdgAutostartLoginItem::write(const std::string& bytes) const {
     const std::filesystem::path target = std::filesystem::canonical(*_userFile, error);
     AtomicFile::write(std::filesystem::is_regular_file(target, error) ? target : *_userFile, bytes);
   } catch (const FileError&) {
-    // Whoever wants to know asks isEnabled.
+    // Callers who want to know ask isEnabled.
   }
 }
 

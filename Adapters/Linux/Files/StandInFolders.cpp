@@ -97,7 +97,7 @@ bool StandInFolders::putInPlace() {
     moveContent(standIn, _folder);
     return false;
   }
-  // What was written meanwhile lies where the stand-in was.
+  // Files written meanwhile are where the stand-in was.
   for (int attempt = 0; attempt < kAttempts && rmdir(standIn.c_str()) != 0 && errno == ENOTEMPTY; ++attempt)
     moveContent(standIn, _folder);
   return isInPlace();

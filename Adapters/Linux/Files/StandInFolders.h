@@ -22,7 +22,7 @@ class StandInFolders {
   // they can't be made there are none.
   explicit StandInFolders(std::filesystem::path folder);
 
-  // What the rules must name besides the folder.
+  // The paths that the rules must name besides the folder.
   const std::vector<std::filesystem::path>& paths() const { return _standIns; }
 
   // Whether the path leads to the folder that was there at the start, or to one that stands in for it.

@@ -3,9 +3,9 @@
 // up.
 //
 // Every request ends: answered, failed, timed out, or cancelled by `close` (which the destructor calls) within
-// milliseconds, even in the middle of an answer. What waits for a cancelled request is resumed by the event loop
-// later, never from within `close`, and needs nothing of this object any more.
-// Main thread only, and a QCoreApplication must exist. Tested by Tests/Adapters/ModelAdapterTests.cpp.
+// milliseconds, even in the middle of an answer. The coroutine that waits for a canceled request is resumed by the
+// event loop later, never from within `close`, and needs nothing of this object any more. Main thread only, and a
+// QCoreApplication must exist. Tested by Tests/Adapters/ModelAdapterTests.cpp.
 #pragma once
 
 #include <list>

@@ -50,7 +50,7 @@ bool equalsIgnoringAsciiCase(std::string_view text, std::string_view lower) {
   return true;
 }
 
-// The host as it may stand in a URL when it is this device. inet_pton takes four plain decimal numbers and nothing
+// The spellings of a host in a URL that mean this device. inet_pton takes four plain decimal numbers and nothing
 // of the short, octal and hexadecimal forms that other parsers understand.
 std::optional<std::string> loopbackHost(const std::string& host) {
   if (equalsIgnoringAsciiCase(host, "localhost")) return "localhost";

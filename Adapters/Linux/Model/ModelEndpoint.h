@@ -13,7 +13,7 @@ namespace pellora {
 struct ModelEndpoint {
   std::string url;         // scheme, host and port without a path; empty when refused
   std::string socketPath;  // absolute path of a Unix socket; empty for a port
-  std::string pinnedHost;  // for libcurl: which addresses the host's name stands for; empty when it is an address
+  std::string pinnedHost;  // for libcurl: the addresses of the host's name; empty when it is an address
   std::string where;       // for people: the socket's path or the address with its port; empty when there is none
   std::string key;         // for "Authorization: Bearer"; empty: none
   std::string refusal;     // why it is not used, one sentence; empty when it is

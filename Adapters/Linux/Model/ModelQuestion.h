@@ -51,7 +51,7 @@ void requireEnd(const std::string& finishReason);
 // this kind of text can make, or as many as fill a usual context to the last token. 0: the server does not count.
 void requireWholePrompt(const ModelQuestion& question, std::int64_t promptTokens);
 
-// What is thrown for a body that is not an answer.
+// Thrown for a body that is not an answer.
 LanguageModelError unreadable();
 
 // A count of tokens; 0 when the value is not one.

@@ -17,7 +17,7 @@
 
 namespace pellora {
 
-// What there is to say about the language model of this device, for the people who set it up.
+// A report about the language model of this device, for the people who set it up.
 struct ModelReport {
   bool isAvailable = false;
   std::string model;                          // the one that is asked; empty when none is chosen

@@ -35,7 +35,7 @@ struct TcpOwners {
   std::vector<uid_t> accepted;   // the connection itself
 };
 
-// Who has to do with a connection from `here` to `there`. `table` is the text of the kernel's list (/proc/net/tcp,
+// The owners of a connection from `here` to `there`. `table` is the text of the kernel's list (/proc/net/tcp,
 // /proc/net/tcp6).
 TcpOwners inTable(std::string_view table, const TcpEnd& there, const TcpEnd& here);
 

@@ -1,4 +1,4 @@
-// What an error answer of a model server means for the question, and how it is told: "answered 500 (model requires
+// The meaning of a model server's error answer for the question, and its wording: "answered 500 (model requires
 // more system memory)". Servers put anything into their error messages, parts of the question included, so a message
 // is repeated only as far as it cannot be text of the question. Pure functions.
 // Tested by Tests/Adapters/ModelProtocolTests.cpp.

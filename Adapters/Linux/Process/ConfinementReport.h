@@ -30,7 +30,7 @@ struct ConfinementReport {
   // Into "protections.json" of this folder; errors are ignored.
   void write(const std::optional<std::filesystem::path>& runtimeFolder) const;
 
-  // What the kernel has and refused, in one sentence; empty when there is nothing of the kind.
+  // Protections that the kernel has and refused, in one sentence; empty when there are none.
   std::string refusal() const;
 
   // Absent when there is no such file, it does not decode, or its process is gone. A report of a refusal, whose process

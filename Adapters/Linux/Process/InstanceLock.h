@@ -1,4 +1,4 @@
-// Lets one helper at a time stand for a shared folder, and one process at a time read into it: two locked files in the
+// Lets one helper at a time serve a shared folder, and one process at a time read into it: two locked files in the
 // runtime folder, named for the shared folder. A lock ends with its process, however that ends; the empty file stays.
 // Tested by Tests/Adapters/SessionAppInstanceTests.cpp.
 #pragma once

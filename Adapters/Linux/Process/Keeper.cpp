@@ -17,7 +17,7 @@ namespace {
 constexpr int kPatience = 5000;  // milliseconds
 constexpr char kName[] = "pellora-keeper";
 
-// Whoever waits for the end of the program's output must not wait for this process.
+// Readers of the program's output must not wait for this process to end.
 void closeStandardStreams() {
   const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nothing, descriptor);

@@ -1,4 +1,4 @@
-// A small process beside the confined one, forked before it confines itself, for the few things that its rules can't
+// A small process next to the confined one, forked before that confines itself, for the few things that its rules can't
 // let it do itself: they are named by numbers, and nothing else can be asked for. It sleeps until it is asked and ends
 // when the asking process does, however that ends. Tested by Tests/Adapters/KeeperTests.cpp.
 #pragma once
@@ -25,7 +25,7 @@ class Keeper {
   // Lets the process end, and waits for that as long as for an answer.
   ~Keeper();
 
-  // What the duty gives; false also when the process does not answer within some seconds. Blocks so long. Any thread.
+  // The duty's result; false also when the process does not answer within some seconds. Blocks so long. Any thread.
   bool ask(std::size_t duty);
 
  private:

@@ -10,7 +10,7 @@ namespace pellora {
 
 class Landlock {
  public:
-  // What may be done with a file, or with everything below a folder. `everything` is about files and folders: links,
+  // Allowed uses of a file, or of everything below a folder. `everything` is about files and folders: links,
   // pipes, sockets and devices are made nowhere.
   enum class Access { reading, readingAndMakingEmptyFiles, everything };
 

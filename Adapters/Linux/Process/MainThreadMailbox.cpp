@@ -25,7 +25,7 @@ void MainThreadMailbox::post(std::function<void()> call) {
   eventfd_write(_descriptor, 1);
 }
 
-// What is called may destroy this object, so nothing of it is touched afterwards.
+// The function called may destroy this object, so nothing of it is touched afterwards.
 void MainThreadMailbox::deliver() {
   eventfd_t count = 0;
   eventfd_read(_descriptor, &count);

@@ -33,7 +33,7 @@ std::filesystem::path resolved(const std::filesystem::path& path) {
   return error ? path : result;
 }
 
-// Whatever the mask of the process lets through by itself. Errors are ignored: what is not there is not allowed.
+// As far as the mask of the process allows. Errors are ignored: a path that is not there is not allowed.
 void makePrivateFolders(const std::filesystem::path& folder) {
   std::filesystem::path each;
   for (const std::filesystem::path& name : folder) {

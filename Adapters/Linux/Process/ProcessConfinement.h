@@ -16,7 +16,7 @@
 
 namespace pellora {
 
-// What the process keeps when it gives up the rest.
+// The rights that the process keeps when it gives up the rest.
 struct ConfinementPlan {
   // Below these everything may be read and written; they are made (mode 0700) when missing, so that they can be named.
   std::vector<std::filesystem::path> writableFolders;
@@ -37,8 +37,8 @@ namespace ProcessConfinement {
 ConfinementReport apply(const ConfinementPlan& plan);
 
 // For the companion, which reads and writes where its user says: gives up core dumps, being traced, looking into other
-// processes and sockets other than local ones; TCP stays when it `mayAskModel`. What a kernel does not have is left
-// out.
+// processes and sockets other than local ones; TCP stays when it `mayAskModel`. Protections that a kernel does not have
+// are left out.
 void applyToCompanion(bool mayAskModel);
 
 // For the helper's keeper, which writes where the helper may not: gives up core dumps, being traced, starting programs,

@@ -1,6 +1,6 @@
-// What a program with a window reads besides its own files: the system, and what the user chose for all programs
-// (fonts, themes, icons, colours of the desktop). For confining the reading of the process.
-// Tested by Tests/Adapters/ProcessConfinementTests.cpp, and by the desktop tests with the real window.
+// Files that a program with a window reads besides its own: the system's, and those with the user's choices for all
+// programs (fonts, themes, icons, colours of the desktop). For confining the reading of the process. Tested by
+// Tests/Adapters/ProcessConfinementTests.cpp, and by the desktop tests with the real window.
 #pragma once
 
 #include <filesystem>

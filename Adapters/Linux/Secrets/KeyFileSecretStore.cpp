@@ -91,7 +91,7 @@ std::optional<SecretBytes> readSecret(const FileDescriptor& folder, const std::f
   }
   struct stat status{};
   if (fstat(descriptor.number(), &status) != 0) throw systemRefusal("examine", file, errno);
-  if (!S_ISREG(status.st_mode)) throw Refusal{file.string() + " is no regular file."};
+  if (!S_ISREG(status.st_mode)) throw Refusal{file.string() + " is not a regular file."};
   requirePrivate(status, file, kOthersBits, "0600");
   return readAll(descriptor, file);
 }

@@ -158,7 +158,7 @@ class SecretServiceSession::Connection {
     return value;
   }
 
-  // What wants a prompt is given up.
+  // A call that wants a prompt is given up.
   void refusePrompt(const std::string& prompt) {
     if (prompt == kNoObject) return;
     try {
