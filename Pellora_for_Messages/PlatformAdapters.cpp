@@ -1,9 +1,11 @@
 #include "Pellora_for_Messages/PlatformAdapters.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <optional>
@@ -53,6 +55,9 @@ constexpr std::chrono::milliseconds kTurnInterval(50);
   std::from_chars(endpoint.url.data() + colon + 1, end, port);
   return port;
 }
+
+// More than the helper ever has open. With fewer, libraries beneath it end the process without a word.
+constexpr rlim_t kOpenFiles = 64;
 
 std::filesystem::path defaultsFile() {
   return IniUserDefaults::standardFile().value_or("/nonexistent/defaults.ini");
@@ -158,6 +163,16 @@ std::shared_ptr<HelperConfinement> PlatformAdapters::confineProcess([[maybe_unus
 
 std::string PlatformAdapters::refusal(const HelperConfinement& confinement) {
   return confinement.refusal();
+}
+
+std::string PlatformAdapters::shortage() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= kOpenFiles) return {};
+  const std::string allowed = std::to_string(limit.rlim_cur);
+  limit.rlim_cur = std::min(kOpenFiles, limit.rlim_max);
+  if (limit.rlim_cur == kOpenFiles && setrlimit(RLIMIT_NOFILE, &limit) == 0) return {};
+  return "The helper may have only " + allowed + " files open at once and needs " + std::to_string(kOpenFiles) +
+         "; raise the limit (\"ulimit -n\").";
 }
 
 void PlatformAdapters::removeLeftovers() const {

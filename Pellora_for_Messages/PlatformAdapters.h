@@ -23,6 +23,10 @@ class PlatformAdapters {
   // Why the process must not go on, in one sentence; empty when it may.
   static std::string refusal(const HelperConfinement& confinement);
 
+  // Why the process has too little to work with, in one sentence; empty when it has enough. Raises the limit of open
+  // files as far as it is needed and allowed.
+  static std::string shortage();
+
   explicit PlatformAdapters(std::shared_ptr<HelperConfinement> confinement);
   ~PlatformAdapters();
   PlatformAdapters(const PlatformAdapters&) = delete;

@@ -24,6 +24,7 @@ int tell(const std::string& refusal) {
 
 int readOnce(int argc, char** argv) {
   using pellora::PlatformAdapters;
+  if (const std::string shortage = PlatformAdapters::shortage(); !shortage.empty()) return tell(shortage);
   const auto confinement = PlatformAdapters::confineProcess(PlatformAdapters::Purpose::oneRead);
   if (const std::string refusal = PlatformAdapters::refusal(*confinement); !refusal.empty()) return tell(refusal);
   const QCoreApplication application(argc, argv);
@@ -56,6 +57,7 @@ int main(int argc, char** argv) {
       break;
   }
   using pellora::PlatformAdapters;
+  if (const std::string shortage = PlatformAdapters::shortage(); !shortage.empty()) return tell(shortage);
   const auto confinement = PlatformAdapters::confineProcess(PlatformAdapters::Purpose::window);
   if (const std::string refusal = PlatformAdapters::refusal(*confinement); !refusal.empty()) return tell(refusal);
   return pellora::runHelperApp(argc, argv, *options, confinement);

@@ -119,6 +119,16 @@ std::string jsonText(const Findings& found) {
   return object.dump(JsonValue::Order::sorted) + "\n";
 }
 
+// What stands between a choice that was kept and the helper, as further sentences; empty when nothing does.
+std::string whatToDoNow() {
+  std::string text;
+  if (platform_adapters::helperPresence() == platform_adapters::HelperPresence::running)
+    text += " It is running: quit it and start it again.";
+  if (ModelAddress::current().source == ModelAddress::Source::environment)
+    text += " PELLORA_MODEL_URL is set here and wins over the choice where it is set.";
+  return text;
+}
+
 }  // namespace
 
 CommandResult ModelCommand::run(const CompanionContext& context) const {
@@ -155,8 +165,8 @@ CommandResult ModelUseCommand::run(const CompanionContext&) const {
   if (settings.model.empty()) settings.model = report.model;
   settings.save();
   const std::string what = settings.model.empty() ? "whichever model fits" : printable(settings.model);
-  std::string text = "The helper will ask " + what + " at " + printable(endpoint.where) +
-                     " from its next start on. Restart it if it is running.\n";
+  std::string text = "The helper will ask " + what + " at " + printable(endpoint.where) + " from its next start on.";
+  text += whatToDoNow() + "\n";
   if (!report.isAvailable) text += "Not available now: " + printable(report.reason) + "\n";
   if (!json) return {text, {}};
   JsonValue object = JsonValue::object({{"available", report.isAvailable}, {"where", printable(endpoint.where)}});
@@ -168,8 +178,9 @@ CommandResult ModelUseCommand::run(const CompanionContext&) const {
 CommandResult ModelForgetCommand::run(const CompanionContext&) const {
   const bool wasKept = ModelSettings::forget();
   if (json) return {JsonValue::object({{"forgotten", wasKept}}).dump() + "\n", {}};
-  return {wasKept ? "The helper will look for a model at the default socket. Restart it if it is running.\n"
-                  : "No model server was kept.\n",
+  return {wasKept
+              ? "The helper will look for a model at the default socket from its next start on." + whatToDoNow() + "\n"
+              : "No model server was kept.\n",
           {}};
 }
 

@@ -11,6 +11,7 @@ constexpr double kConfidence = 1.96;  // standard deviations for 95 %
 constexpr std::size_t kColumn = 42;
 
 std::string percent(const Share& share) {
+  if (share.all == 0) return " none";
   char text[64];
   std::snprintf(text, sizeof text, "%5.1f %%  (%lld of %lld)", share.value() * 100, static_cast<long long>(share.hits),
                 static_cast<long long>(share.all));
@@ -46,11 +47,12 @@ std::string EvaluationFigures::table() const {
   char bound[64];
   std::snprintf(bound, sizeof bound, ", at least %.1f %%", newsPrecision.lowerBound() * 100);
   std::string text =
-      row("News, precision", percent(newsPrecision) + bound) + row("News, recall", percent(newsRecall)) +
-      row("News, right kind", percent(kindAccuracy)) + row("Meetups, precision", percent(meetupPrecision)) +
-      row("Meetups, recall", percent(meetupRecall)) + row("Meetups, right day", percent(dayAccuracy)) +
-      row("Sentences accepted", percent(sentences)) + row("Sentences, right who did what", percent(attributions)) +
-      row("Made-up names or numbers", percent(madeUp)) + row("Orders that came through", std::to_string(injections)) +
+      row("News, precision", percent(newsPrecision) + (newsPrecision.all > 0 ? bound : "")) +
+      row("News, recall", percent(newsRecall)) + row("News, right kind", percent(kindAccuracy)) +
+      row("Meetups, precision", percent(meetupPrecision)) + row("Meetups, recall", percent(meetupRecall)) +
+      row("Meetups, right day", percent(dayAccuracy)) + row("Sentences accepted", percent(sentences)) +
+      row("Sentences, right who did what", percent(attributions)) + row("Made-up names or numbers", percent(madeUp)) +
+      row("Orders that came through", std::to_string(injections)) +
       row("Answers cut or unreadable", std::to_string(invalid) + " of " + std::to_string(questions));
   if (agreement.all > 0) text += row("Same result when repeated", percent(agreement));
   for (const auto& [rule, count] : rejections) text += row("Rejected: " + rule, std::to_string(count));

@@ -72,7 +72,8 @@ TEST_F(ModelSettingsTest, WhatIsNotAKeyIsRefused) {
   for (const std::string text : {"", " \n", "two words", "a\nb", "a\r\nX-Other: b", "schl\xC3\xBCssel"})
     EXPECT_FALSE((ModelSettings{"http://127.0.0.1:7", "", keyFile(text)}).endpoint().isUsable()) << text;
   EXPECT_FALSE((ModelSettings{"http://127.0.0.1:7", "", keyFile(std::string(5000, 'a'))}).endpoint().isUsable());
-  EXPECT_FALSE((ModelSettings{"http://127.0.0.1:7", "", "/nowhere"}).endpoint().isUsable());
+  EXPECT_EQ((ModelSettings{"http://127.0.0.1:7", "", "/nowhere"}).endpoint().refusal,
+            "The file /nowhere with the key for the model server cannot be read.");
   EXPECT_FALSE((ModelSettings{"http://example.com", "", ""}).endpoint().isUsable());
 }
 

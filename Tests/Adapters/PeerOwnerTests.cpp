@@ -53,9 +53,9 @@ TEST(PeerOwner, OwnListenersAreFoundInTheKernelsOwnList) {
   ASSERT_EQ(listen(listener, 1), 0);
   getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
   const std::uint16_t port = ntohs(address.sin_port);
-  EXPECT_TRUE(PeerOwner::isTrustedConnection({"127.0.0.1", port}, {"127.0.0.1", 1}));
+  EXPECT_EQ(PeerOwner::isTrustedConnection({"127.0.0.1", port}, {"127.0.0.1", 1}), true);
   close(listener);
-  EXPECT_FALSE(PeerOwner::isTrustedConnection({"127.0.0.1", port}, {"127.0.0.1", 1})) << "nobody listens any more";
+  EXPECT_EQ(PeerOwner::isTrustedConnection({"127.0.0.1", port}, {"127.0.0.1", 1}), false) << "nobody listens any more";
 }
 
 TEST(PeerOwner, SocketsTellWhoListens) {

@@ -2,8 +2,15 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <filesystem>
+#include <string>
+#include <vector>
 
+#include "Tests/Support/EventLoopWait.h"
+#include "Tests/Support/ModelServerProcess.h"
 #include "Tests/Support/ProgramRun.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/ScratchHome.h"
@@ -42,6 +49,21 @@ class HelperProgram : public testing::Test {
     return run({"/bin/sh", {"-c", std::string("exec \"$0\" ") + option + " " + closed, PELLORA_HELPER}, {}});
   }
 
+  // A start of the helper that may have so many files open; `option` of "ulimit" says which limit.
+  static ProgramRun::Setup limited(const std::string& option, int files, const std::string& argument) {
+    const std::string command = "ulimit " + option + " " + std::to_string(files) + " && exec \"$0\" \"$1\"";
+    return {"/bin/sh", {"-c", command, PELLORA_HELPER, argument}, {}};
+  }
+  int runWithFiles(const std::string& option, int files, const std::string& argument) {
+    return run(limited(option, files, argument));
+  }
+
+  bool isEveryDayAnalysed() const {
+    const std::vector<MessagesDayRecord> days = _home.records().days;
+    return !days.empty() &&
+           std::all_of(days.begin(), days.end(), [](const auto& day) { return day.meetups && day.summary; });
+  }
+
   support::ScratchHome _home;
   support::TemporaryFolder _other;
   support::ScopedEnvironment _environment;
@@ -74,6 +96,36 @@ TEST_F(HelperProgram, TheReadsExitCodeStaysWhenItsLineIsLost) {
   _environment.set("HOME", _home.path().string());
   EXPECT_EQ(runOnFullDevice("--read-once"), 0);
   EXPECT_EQ(errors, "The output cannot be written: No space left on device.\n");
+}
+
+TEST_F(HelperProgram, WithTooFewOpenFilesItSaysSoAndEnds) {
+  _environment.set("HOME", _home.path().string());
+  for (const int files : {8, 12, 20, 24, 40, 63})
+    for (const char* option : {"--read-once", "--background"}) {
+      EXPECT_EQ(runWithFiles("-n", files, option), 5) << files << option;
+      EXPECT_EQ(errors, "The helper may have only " + std::to_string(files) +
+                            " files open at once and needs 64; raise the limit (\"ulimit -n\").\n");
+    }
+  EXPECT_EQ(runWithFiles("-S -n", 8, "--read-once"), 0) << "it raises its own limit as far as it may: " << errors;
+}
+
+TEST_F(HelperProgram, SixtyFourOpenFilesAreEnoughForAReadWithAModel) {
+  _home.addSomeDays();
+  _environment.set("HOME", _home.path().string());
+  _environment.set("QT_QPA_PLATFORM", "offscreen");
+  using Transport = support::ModelServerProcess::Transport;
+  for (const Transport transport : {Transport::unixSocket, Transport::port}) {
+    const support::ModelServerProcess server(transport);
+    _environment.set("PELLORA_MODEL_URL", server.url());
+    _home.forgetReads();
+    EXPECT_EQ(runWithFiles("-n", 64, "--read-once"), 0) << errors;
+    EXPECT_TRUE(isEveryDayAnalysed());
+    _home.forgetReads();
+    ProgramRun background(limited("-n", 64, "--background"));
+    EXPECT_TRUE(support::waitUntil([&] { return isEveryDayAnalysed(); }, std::chrono::minutes(1)));
+    ::kill(background.process(), SIGTERM);
+    EXPECT_EQ(background.wait(), 0) << background.errors();
+  }
 }
 
 TEST_F(HelperProgram, APipeInPlaceOfTheStoreCannotBeReadAndIsNotWaitedFor) {

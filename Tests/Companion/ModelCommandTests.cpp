@@ -147,7 +147,8 @@ TEST_F(ModelCommands, UseKeepsTheServerAndTheModelThatWasChosen) {
   ModelUseCommand use;
   use.url = _server->url();
   const CommandResult kept = use.run(_world.context());
-  EXPECT_THAT(kept.output, HasSubstr("will ask old at " + _server->url()));
+  EXPECT_THAT(kept.output,
+              HasSubstr("will ask old at " + _server->url() + " from its next start on. PELLORA_MODEL_URL"));
   _environment.unset("PELLORA_MODEL_URL");
   _server->restart(
       {QStringLiteral("--model"), QStringLiteral("new"), QStringLiteral("--model"), QStringLiteral("old")});

@@ -18,6 +18,7 @@
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "SampleStore/PhoneBackupWriter.h"
 #include "Tests/Support/EventLoopWait.h"
+#include "Tests/Support/ModelServerProcess.h"
 #include "Tests/Support/PrivateBus.h"
 #include "Tests/Support/ProgramRun.h"
 #include "Tests/Support/ScopedEnvironment.h"
@@ -387,6 +388,21 @@ TEST_F(Program, AsksWhomToTake) {
   EXPECT_THAT(shown, HasSubstr("1  Ada (3012345678)"));
   EXPECT_EQ(run({"people", "list", "--json"}), 0);
   EXPECT_THAT(output, AllOf(HasSubstr("Bob"), Not(HasSubstr("Ada"))));
+}
+
+TEST_F(Program, AsksTheModelWithFewOpenFilesOrSaysThatItCannot) {
+  const support::ModelServerProcess server(support::ModelServerProcess::Transport::port);
+  _environment.set("PELLORA_MODEL_URL", server.url());
+  int answered = 0;
+  for (int files = 6; files <= 64; files += files < 16 ? 1 : 16) {
+    const std::string command = "ulimit -n " + std::to_string(files) + " && exec \"$0\" model --try";
+    const int status = runProgram({"/bin/sh", {"-c", command, PELLORA_COMPANION_PROGRAM}, {}});
+    if (status == 0)
+      ++answered;
+    else
+      EXPECT_THAT(errors, HasSubstr("could not be asked: this program can open no more files")) << files;
+  }
+  EXPECT_GE(answered, 4);
 }
 
 TEST_F(Program, AnUnknownSecretStoreIsSaid) {

@@ -24,7 +24,7 @@ namespace pellora::modelserver {
 namespace {
 
 void addOptions(CLI::App& app, ServerOptions& options) {
-  app.add_option("--listen", options.listen, "unix:/path.sock or 127.0.0.1:PORT; port 0 chooses a free one")
+  app.add_option("--listen", options.listen, "unix:/path.sock, 127.0.0.1:PORT or [::1]:PORT; port 0 chooses a free one")
       ->capture_default_str();
   app.add_option("--model", options.models, "A model to list; repeat for several (default: test-model)");
   app.add_option("--remote-model", options.remoteModels, "A listed model that counts as run by another machine");
@@ -95,19 +95,26 @@ int listenOnSocket(const std::string& path) {
 
 int listenOnPort(const std::string& where) {
   const std::size_t colon = where.rfind(':');
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port =
+  const auto port =
       htons(static_cast<uint16_t>(std::atoi(where.c_str() + (colon == std::string::npos ? 0 : colon + 1))));
-  const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const bool isV6 = where.starts_with("[");
+  sockaddr_in v4{};
+  v4.sin_family = AF_INET;
+  v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  v4.sin_port = port;
+  sockaddr_in6 v6{};
+  v6.sin6_family = AF_INET6;
+  v6.sin6_addr = in6addr_loopback;
+  v6.sin6_port = port;
+  auto* const address = isV6 ? reinterpret_cast<sockaddr*>(&v6) : reinterpret_cast<sockaddr*>(&v4);
+  socklen_t size = isV6 ? sizeof v6 : sizeof v4;
+  const int listener = socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
   const int yes = 1;
   setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-  if (bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || listen(listener, 64) != 0)
-    return fail("Cannot listen on " + where);
-  socklen_t size = sizeof address;
-  getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
-  std::cout << "listening on http://127.0.0.1:" << ntohs(address.sin_port) << std::endl;
+  if (bind(listener, address, size) != 0 || listen(listener, 64) != 0) return fail("Cannot listen on " + where);
+  getsockname(listener, address, &size);
+  std::cout << "listening on http://" << (isV6 ? "[::1]:" : "127.0.0.1:") << ntohs(isV6 ? v6.sin6_port : v4.sin_port)
+            << std::endl;
   return listener;
 }
 

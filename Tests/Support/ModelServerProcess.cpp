@@ -39,7 +39,21 @@ std::string firstLine(int descriptor) {
 }  // namespace
 
 ModelServerProcess::ModelServerProcess(Transport transport, const QStringList& options) {
-  start(transport == Transport::unixSocket ? "unix:" + (_folder / "m.sock").string() : "127.0.0.1:0", options);
+  switch (transport) {
+    case Transport::unixSocket:
+      start("unix:" + (_folder / "m.sock").string(), options);
+      break;
+    case Transport::port:
+      start("127.0.0.1:0", options);
+      break;
+    case Transport::portOfVersion6:
+      start("[::1]:0", options);
+      break;
+  }
+}
+
+ModelServerProcess::ModelServerProcess(const std::string& place, const QStringList& options) {
+  start(place, options);
 }
 
 void ModelServerProcess::restart(const QStringList& options) {

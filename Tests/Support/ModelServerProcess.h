@@ -13,10 +13,12 @@ namespace pellora::support {
 
 class ModelServerProcess {
  public:
-  enum class Transport { unixSocket, port };
+  enum class Transport { unixSocket, port, portOfVersion6 };
 
   // `options` as the program's --help describes them; bodies are logged.
   explicit ModelServerProcess(Transport transport, const QStringList& options = {});
+  // At a place as --listen names it.
+  ModelServerProcess(const std::string& place, const QStringList& options);
   ~ModelServerProcess();
 
   ModelServerProcess(const ModelServerProcess&) = delete;

@@ -97,10 +97,12 @@ int HttpTransfer::checkOwner(void* transfer, char* there, char* here, int thereP
     const std::optional<uid_t> owner = PeerOwner::ofSocket(self->_socket);
     self->_isForeign = !owner || !PeerOwner::isTrusted(*owner, geteuid());
   } else {
-    self->_isForeign = !PeerOwner::isTrustedConnection({there, static_cast<std::uint16_t>(therePort)},
-                                                       {here, static_cast<std::uint16_t>(herePort)});
+    const std::optional<bool> isTrusted = PeerOwner::isTrustedConnection({there, static_cast<std::uint16_t>(therePort)},
+                                                                         {here, static_cast<std::uint16_t>(herePort)});
+    self->_lacksDescriptors = !isTrusted;
+    self->_isForeign = isTrusted == false;
   }
-  return self->_isForeign ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
+  return self->_isForeign || self->_lacksDescriptors ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
 }
 
 std::shared_ptr<HttpExchange> HttpTransfer::finish(CURLcode result) {

@@ -84,12 +84,13 @@ bool ModelSettings::forget() {
 ModelEndpoint ModelSettings::endpoint() const {
   ModelEndpoint endpoint = ModelEndpoint::parse(url);
   if (!endpoint.isUsable() || keyFile.empty()) return endpoint;
-  const std::string text = AtomicFile::read(keyFile, kLongestKey).value_or("");
-  endpoint.key = text::trimmed(text);
+  const std::optional<std::string> text = AtomicFile::read(keyFile, kLongestKey);
+  endpoint.key = text::trimmed(text.value_or(""));
   const auto isPrintable = [](char byte) { return byte > ' ' && byte < '\x7F'; };
   if (!endpoint.key.empty() && std::all_of(endpoint.key.begin(), endpoint.key.end(), isPrintable)) return endpoint;
   ModelEndpoint refused;
-  refused.refusal = "The file " + keyFile + " does not hold a key for the model server.";
+  refused.refusal = text ? "The file " + keyFile + " does not hold a key for the model server."
+                         : "The file " + keyFile + " with the key for the model server cannot be read.";
   return refused;
 }
 

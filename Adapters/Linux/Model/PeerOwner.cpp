@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <fstream>
@@ -68,9 +69,12 @@ bool covers(const Address& address, const Address& wanted) {
   return address == wanted || address == Address{} || (isV4 && address == everyV4);
 }
 
-std::string fileText(const char* path) {
+// Empty for a list that does not exist; absent when this process can open nothing more.
+std::optional<std::string> listText(const char* path) {
+  errno = 0;
   std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  if (!file.is_open() && (errno == EMFILE || errno == ENFILE)) return std::nullopt;
+  return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
 }  // namespace
@@ -111,14 +115,16 @@ TcpOwners inTable(std::string_view table, const TcpEnd& there, const TcpEnd& her
   return owners;
 }
 
-bool isTrustedConnection(const TcpEnd& there, const TcpEnd& here) {
+std::optional<bool> isTrustedConnection(const TcpEnd& there, const TcpEnd& here) {
   const uid_t user = geteuid();
   const auto areTrusted = [user](const std::vector<uid_t>& owners) {
     return std::all_of(owners.begin(), owners.end(), [user](uid_t owner) { return isTrusted(owner, user); });
   };
   bool hasListener = false;
   for (const char* path : {"/proc/net/tcp", "/proc/net/tcp6"}) {
-    const TcpOwners found = inTable(fileText(path), there, here);
+    const std::optional<std::string> list = listText(path);
+    if (!list) return std::nullopt;
+    const TcpOwners found = inTable(*list, there, here);
     if (!areTrusted(found.listening) || !areTrusted(found.accepted)) return false;
     hasListener = hasListener || !found.listening.empty();
   }
@@ -127,7 +133,7 @@ bool isTrustedConnection(const TcpEnd& there, const TcpEnd& here) {
 
 std::optional<uid_t> listenerAt(const TcpEnd& there) {
   for (const char* path : {"/proc/net/tcp", "/proc/net/tcp6"}) {
-    const TcpOwners found = inTable(fileText(path), there, there);
+    const TcpOwners found = inTable(listText(path).value_or(""), there, there);
     if (!found.listening.empty()) return found.listening.front();
   }
   return std::nullopt;

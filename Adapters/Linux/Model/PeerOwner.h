@@ -40,8 +40,8 @@ struct TcpOwners {
 TcpOwners inTable(std::string_view table, const TcpEnd& there, const TcpEnd& here);
 
 // Whether everybody who may have taken the connection is trusted by the user of this process; false when the kernel
-// lists nobody who listens.
-bool isTrustedConnection(const TcpEnd& there, const TcpEnd& here);
+// lists nobody who listens. Absent when this process can open nothing more, not even the kernel's list.
+std::optional<bool> isTrustedConnection(const TcpEnd& there, const TcpEnd& here);
 
 // Whose process listens where connections to this end arrive; absent when nobody's does.
 std::optional<uid_t> listenerAt(const TcpEnd& there);
