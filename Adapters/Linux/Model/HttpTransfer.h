@@ -1,8 +1,8 @@
 // One question to the model server as libcurl carries it out: plain HTTP to one endpoint and nowhere else. No proxy,
 // no redirect, no other protocol, no name looked up; nothing is sent before the other end is known to be trusted; the
 // connection is closed after the answer, so that a server that is started on demand sees when nobody needs it.
-// An exchange is made on the main thread, handed to the worker thread and handed back: whoever holds it in between is
-// alone with it, the hand-over is locked. HttpTransfer itself belongs to the worker thread.
+// An exchange is made on the main thread, handed to the worker thread and handed back. Only one of them holds it at a
+// time, and handing over takes a lock. HttpTransfer itself belongs to the worker thread.
 #pragma once
 
 #include <curl/curl.h>
@@ -66,7 +66,7 @@ class HttpTransfer {
 
   CURL* handle() const { return _handle.get(); }
 
-  // More came than is taken; libcurl alone does not see all of it.
+  // Whether the server sent more than is accepted, counting bytes that libcurl does not pass on.
   bool isTooLarge() const { return _received > kMaximumAnswerSize; }
 
   // Files the result in the exchange and gives it back.

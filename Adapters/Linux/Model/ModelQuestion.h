@@ -32,7 +32,7 @@ struct ModelQuestion {
 
 namespace ModelAnswer {
 
-// The longest text that is taken for an answer, in bytes: several times what kMaximumAnswerTokens can hold.
+// The longest text that is accepted as an answer, in bytes: several times what kMaximumAnswerTokens can hold.
 inline constexpr std::size_t kLongestText = std::size_t{64} * 1024;
 
 // Without "<think>…</think>" and the white space around it. Thinking that was opened before the output begins (only

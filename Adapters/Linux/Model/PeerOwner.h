@@ -1,6 +1,6 @@
-// Which account's program is at the other end of a local connection. Any account can listen on a port or make a
-// socket file, and texts are for the user's own model server only: it must run as this user, as root, or as a system
-// account such as a service has. Called by the worker thread, before a byte of the request is sent.
+// Which account's program is at the other end of a local connection. Any account can listen on a port or create a
+// socket file, but texts are for the user's own model server only: it must run as this user, as root, or as the system
+// account of a service. Called by the worker thread, before a byte of the request is sent.
 // Tested by Tests/Adapters/PeerOwnerTests.cpp.
 #pragma once
 
