@@ -201,39 +201,6 @@ std::string homeFolder() {
   return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "/";
 }
 
-// As a quoted literal, with escapes for everything that is not plain.
-std::string debugQuoted(std::string_view text) {
-  std::string result = "\"";
-  for (const char byte : text) {
-    switch (byte) {
-      case '\0':
-        result += "\\0";
-        continue;
-      case '\t':
-        result += "\\t";
-        continue;
-      case '\n':
-        result += "\\n";
-        continue;
-      case '\r':
-        result += "\\r";
-        continue;
-      default:
-        break;
-    }
-    if (byte == '"' || byte == '\'' || byte == '\\') result += '\\';
-    const auto value = static_cast<unsigned char>(byte);
-    if (value >= 0x20 && value != 0x7F) {
-      result += byte;
-    } else {
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\u{%02X}", value);
-      result += escape;
-    }
-  }
-  return result + '"';
-}
-
 }  // namespace
 
 ChatDatabase::Failure ChatDatabase::Failure::cannotOpen(std::int32_t code) {
@@ -247,7 +214,7 @@ ChatDatabase::Failure ChatDatabase::Failure::cannotOpen(std::int32_t code) {
 ChatDatabase::Failure ChatDatabase::Failure::query(std::string message) {
   Failure failure;
   failure._kind = Kind::query;
-  failure._description = "query(" + debugQuoted(message) + ")";
+  failure._description = "query(" + text::debugQuoted(message) + ")";
   failure._message = std::move(message);
   return failure;
 }

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
@@ -332,6 +333,38 @@ std::string canonical(std::string_view text) {
   icu::Normalizer2::getNFCInstance(status)->normalizeUTF8(0, icu::StringPiece(text.data(), length32(text)), sink,
                                                           nullptr, status);
   return U_SUCCESS(status) ? result : std::string(text);
+}
+
+std::string debugQuoted(std::string_view text) {
+  std::string result = "\"";
+  for (const char byte : text) {
+    switch (byte) {
+      case '\0':
+        result += "\\0";
+        continue;
+      case '\t':
+        result += "\\t";
+        continue;
+      case '\n':
+        result += "\\n";
+        continue;
+      case '\r':
+        result += "\\r";
+        continue;
+      default:
+        break;
+    }
+    if (byte == '"' || byte == '\'' || byte == '\\') result += '\\';
+    const auto value = static_cast<unsigned char>(byte);
+    if (value >= 0x20 && value != 0x7F) {
+      result += byte;
+    } else {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\u{%02X}", value);
+      result += escape;
+    }
+  }
+  return result + '"';
 }
 
 }  // namespace pellora::text

@@ -19,6 +19,9 @@ bool isValidUtf8(std::string_view text);
 // The text with every invalid sequence replaced by U+FFFD.
 std::string repairedUtf8(std::string_view bytes);
 
+// The text as a literal in double quotes, with escapes for everything that is not plain: `\n`, `\"`, `\u{01}`.
+std::string debugQuoted(std::string_view text);
+
 // Without white space and line breaks (Unicode White_Space and U+200B) at both ends, scalar by scalar.
 std::string_view trimmed(std::string_view text);
 
