@@ -6,6 +6,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -126,6 +127,15 @@ TEST_F(HelperProgram, SixtyFourOpenFilesAreEnoughForAReadWithAModel) {
     ::kill(background.process(), SIGTERM);
     EXPECT_EQ(background.wait(), 0) << background.errors();
   }
+}
+
+TEST_F(HelperProgram, FindsTheKeyFileByTheKeptChoiceAlone) {
+  _environment.set("HOME", _home.path().string());
+  _environment.unset("PELLORA_SECRET_STORE");
+  _environment.unset("DBUS_SESSION_BUS_ADDRESS");
+  EXPECT_EQ(run({PELLORA_HELPER, {"--read-once"}, {}}), 4) << "there is no keyring";
+  std::ofstream(_home.path() / "data/app.pellora.messages.exchange/secret-store") << "file\n";
+  EXPECT_EQ(run({PELLORA_HELPER, {"--read-once"}, {}}), 0) << errors;
 }
 
 TEST_F(HelperProgram, APipeInPlaceOfTheStoreCannotBeReadAndIsNotWaitedFor) {

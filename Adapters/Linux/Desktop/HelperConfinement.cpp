@@ -68,8 +68,12 @@ std::vector<fs::path> autostartFolders() {
 // Made when missing, so that what is put into them later can be read.
 std::vector<fs::path> readableFolders() {
   std::vector<fs::path> folders;
-  if (const auto data = XdgFolders::data(); data && fromEnvironment("PELLORA_SECRET_STORE") == "file")
-    folders.push_back(*data / ExchangeKeychain::attributes().service / "");
+  if (const auto data = XdgFolders::data()) {
+    // It is there when the choice of the key file was kept.
+    const fs::path ofKey = *data / ExchangeKeychain::attributes().service / "";
+    std::error_code error;
+    if (fromEnvironment("PELLORA_SECRET_STORE") == "file" || fs::exists(ofKey, error)) folders.push_back(ofKey);
+  }
   if (const auto config = XdgFolders::config()) folders.push_back(*config / "app.pellora.messages.model" / "");
   return folders;
 }
