@@ -40,7 +40,8 @@ ExchangeKey keyForWriting(const CompanionContext& context, const KeyState& state
   if (state.key) return *state.key;
   std::string reason;
   const auto key = ExchangeKeychain::loadOrCreate(context.secrets, &reason);
-  if (!key) throw CompanionFailure(reason.empty() ? "The secret store does not take the exchange key." : reason);
+  // A keyring that takes no key is as good as none.
+  if (!key) throw CompanionFailure(KeyState{KeyState::Kind::unavailable, reason, {}}.sentence());
   madeKey = true;
   return *key;
 }

@@ -231,7 +231,9 @@ TEST(PeopleStore, SaysThatPermissionIsMissing) {
 TEST(PeopleImportCommand, TellsWhyTheKeyWasNotTaken) {
   CompanionWorld world;
   world.secrets().setState(Secrets::withoutCollection);
-  EXPECT_EQ(failureOfImport(world), "There is no keyring yet that could keep the key.");
+  EXPECT_EQ(failureOfImport(world),
+            "There is no keyring yet that could keep the key; start a keyring, or keep the key in a file: "
+            "pellora-companion key use-file.");
 }
 
 TEST(PeopleImportCommand, JsonTellsTheSame) {
