@@ -10,7 +10,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   auto people = pellora::parsePeople({reinterpret_cast<const char*>(data), size});
   if (people.problem && !people.people.empty()) std::abort();
-  pellora::PhoneNumbers({std::nullopt, "DE", {"+33612345678"}}, people).normalise(people);
+  pellora::PhoneNumbers({std::nullopt, "DE", {"+33612345678"}}, people).normalize(people);
   for (const auto& person : people.people) {
     if (!pellora::text::isValidUtf8(person.firstName) || (person.phones.empty() && person.emails.empty())) std::abort();
     for (const auto& phone : person.phones)

@@ -133,7 +133,7 @@ void fillFromLines(MessagesDayDraft& draft, std::string_view firstName, const Lo
 }
 
 // The bucket's messages are in order; their texts move into the draft.
-MessagesDayDraft finalised(const Bucket& bucket, Messages& messages, std::string_view firstName,
+MessagesDayDraft finalized(const Bucket& bucket, Messages& messages, std::string_view firstName,
                            const LocalCalendar& calendar) {
   MessagesDayDraft draft;
   const HistoryMessage& first = messages[bucket.messages.front()];
@@ -169,7 +169,7 @@ std::vector<MessagesDayDraft> drafts(Messages messages, const ChatParticipants& 
   for (const Bucket& bucket : buckets) {
     const auto name = firstNames.find(bucket.person);
     result.push_back(
-        finalised(bucket, messages, name == firstNames.end() ? std::string_view() : name->second, calendar));
+        finalized(bucket, messages, name == firstNames.end() ? std::string_view() : name->second, calendar));
   }
   return result;
 }

@@ -28,7 +28,7 @@ class InMemoryFileEvents : public FileEvents {
   std::shared_ptr<Entries> _entries = std::make_shared<Entries>();
 };
 
-// Notifications within one process, delivered at once while posting. A test may take the centre away.
+// Notifications within one process, delivered at once while posting. A test may take the center away.
 class InMemoryNotificationCenter : public NotificationCenter {
  public:
   bool post(const std::string& name) override;

@@ -30,7 +30,7 @@ constexpr char kExamples[] =
 
 constexpr char kImportExamples[] =
     "FILE is a JSON list, jCards, a table (CSV), vCards or LDIF, told apart by content.\n"
-    "People who are there stay; the same person is updated. Organisations, groups\n"
+    "People who are there stay; the same person is updated. Organizations, groups\n"
     "and entries without a number or address are skipped, and the output says why.\n\n"
     "Examples:\n"
     "  pellora-companion people import contacts.vcf\n"

@@ -65,7 +65,7 @@ CommandResult PeopleImportCommand::run(const CompanionContext& context, Imported
   if (imported.problem) throw CompanionFailure(*imported.problem);
   const auto handles = StoreHandles::read(context.store);
   const PhoneNumbers numbers(hints(country, handles), imported);
-  numbers.normalise(imported);
+  numbers.normalize(imported);
   if (!only.empty()) people_choice::keepNamed(imported, only);
   if (chooses) people_choice::ask(imported);
   const bool empties = replaces && imported.skipped.empty() && only.empty() && !chooses;

@@ -25,8 +25,8 @@ std::string joined(const std::vector<std::string>& texts) {
 }
 
 // Somebody's, by how the store spells it: short codes and names of services are nobody's.
-bool isPersons(const std::string& normalised) {
-  return normalised.find('@') != std::string::npos || normalised.size() >= kShortestNumber;
+bool isPersons(const std::string& normalized) {
+  return normalized.find('@') != std::string::npos || normalized.size() >= kShortestNumber;
 }
 
 std::vector<ChatDatabase::Correspondent> unclaimed(const CompanionContext& context, std::size_t count) {
@@ -40,7 +40,7 @@ std::vector<ChatDatabase::Correspondent> unclaimed(const CompanionContext& conte
   }
   std::vector<ChatDatabase::Correspondent> found;
   for (ChatDatabase::Correspondent& each : ChatDatabase(context.store).correspondents()) {
-    const std::string handle = normalisedHandle(each.handle);
+    const std::string handle = normalizedHandle(each.handle);
     // One writes with whom one answers.
     if (found.size() == count || each.sent == 0 || !isPersons(handle) || !claimed.insert(handle).second) continue;
     found.push_back(std::move(each));

@@ -17,10 +17,10 @@ constexpr std::size_t kCandidatesShown = 10;
 struct Candidate {
   Uuid id;
   std::string name;                  // may be empty
-  std::vector<std::string> handles;  // normalised
+  std::vector<std::string> handles;  // normalized
 };
 
-std::string normalised(std::string_view handle) {
+std::string normalized(std::string_view handle) {
   return handle.find('@') != std::string_view::npos ? ContactNormalization::email(handle)
                                                     : ContactNormalization::phone(handle);
 }
@@ -35,7 +35,7 @@ std::vector<Candidate> candidates(const LatelyStore& store) {
   for (const NamedLately& lately : store.records) {
     const Uuid id = lately.record.personID;
     const bool isKnown = std::any_of(all.begin(), all.end(), [&id](const Candidate& known) { return known.id == id; });
-    if (!isKnown) all.push_back({id, {}, {normalised(lately.record.handle)}});
+    if (!isKnown) all.push_back({id, {}, {normalized(lately.record.handle)}});
   }
   return all;
 }
@@ -55,7 +55,7 @@ std::vector<Candidate> matching(std::string_view wanted, const std::vector<Candi
   auto named =
       where([wanted](const Candidate& one) { return !one.name.empty() && text::equalIgnoringCase(one.name, wanted); });
   if (!named.empty() || !looksLikeHandle(wanted)) return named;
-  const std::string handle = normalised(wanted);
+  const std::string handle = normalized(wanted);
   return where([&handle](const Candidate& one) {
     return !handle.empty() && std::find(one.handles.begin(), one.handles.end(), handle) != one.handles.end();
   });

@@ -129,7 +129,7 @@ std::string onOneLine(std::string_view text) {
     UChar32 scalar = 0;
     U8_NEXT(valid.data(), position, length, scalar);
     if (scalar < 0 || u_iscntrl(scalar) || u_isUWhiteSpace(scalar)) {
-      // U+200D and other format characters count as control characters here but belong to their neighbours.
+      // U+200D and other format characters count as control characters here but belong to their neighbors.
       if (scalar >= 0 && u_charType(scalar) == U_FORMAT_CHAR) {
         line.append(valid, static_cast<std::size_t>(begin), static_cast<std::size_t>(position - begin));
         continue;

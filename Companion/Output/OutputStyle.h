@@ -1,4 +1,4 @@
-// How output for people is dressed: how wide it may be and whether it may have colours. Colours only on a terminal,
+// How output for people is dressed: how wide it may be and whether it may have colors. Colors only on a terminal,
 // and never when NO_COLOR is set to something or TERM is "dumb".
 #pragma once
 

@@ -216,7 +216,7 @@ void ContactCard::finish(const std::string& place, ImportedPeople& result, Name 
     const bool isCompany = !_organization.empty() || _kind == Kind::organization;
     if (isCompany)
       result.companyPhones.insert(result.companyPhones.end(), _person.phones.begin(), _person.phones.end());
-    return skip(place, isCompany ? "an organisation, not a person" : "no name", result);
+    return skip(place, isCompany ? "an organization, not a person" : "no name", result);
   }
   if (_person.firstName.size() > kLongestName) return skip(place, "a first name of more than 200 bytes", result);
   if (_person.phones.empty() && _person.emails.empty())

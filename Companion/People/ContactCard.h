@@ -21,8 +21,8 @@ struct ImportedPerson {
   std::string entry;                // what the source calls the entry, for messages
   std::string firstName;            // may be empty when the source says so
   std::string uid;                  // the source's own identifier; empty when it has none
-  std::vector<std::string> phones;  // as written; after PhoneNumbers::normalise as HelperPerson has them
-  std::vector<std::string> emails;  // normalised; of both no repeats
+  std::vector<std::string> phones;  // as written; after PhoneNumbers::normalize as HelperPerson has them
+  std::vector<std::string> emails;  // normalized; of both no repeats
   std::string organization = {};
   std::vector<std::string> remarks = {};  // numbers that were left out, and why
 
@@ -36,7 +36,7 @@ struct ImportedPeople {
   Format format = Format::json;
   std::vector<ImportedPerson> people;  // in the file's order
   std::vector<SkippedEntry> skipped;
-  std::vector<std::string> companyPhones;  // of organisations, as written
+  std::vector<std::string> companyPhones;  // of organizations, as written
   std::vector<std::string> usedColumns;    // of a table, as its first line names them
   std::vector<std::string> unusedColumns;
   // The people of another file as well.

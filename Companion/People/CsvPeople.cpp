@@ -190,7 +190,7 @@ struct Table {
   std::size_t count(Column wanted) const {
     return static_cast<std::size_t>(std::count(columns.begin(), columns.end(), wanted));
   }
-  // How many columns were recognised.
+  // How many columns were recognized.
   std::size_t known() const { return columns.size() - count(Column::other) - count(Column::weak); }
   bool hasNames() const { return count(Column::firstName) + count(Column::fullName) + count(Column::nickname) > 0; }
   // Whether people can be read out of such a table.
@@ -275,7 +275,7 @@ std::size_t fit(std::string_view text, char separator) {
   return most;
 }
 
-Table recognise(std::string_view text) {
+Table recognize(std::string_view text) {
   if (text.starts_with(kSeparatorHint)) {
     const std::size_t end = text.find_first_of("\r\n");
     text = end == std::string_view::npos ? std::string_view() : text.substr(end);
@@ -387,7 +387,7 @@ std::optional<CsvRecords::Record> CsvRecords::next() {
 ImportedPeople parseCsvPeople(std::string_view text) {
   ImportedPeople result;
   result.format = ImportedPeople::Format::csv;
-  const Table table = recognise(text);
+  const Table table = recognize(text);
   if (!table.isEnough()) {
     result.problem =
         "The file is neither JSON nor vCards nor LDIF, and its first line does not name the columns of a table "

@@ -66,7 +66,7 @@ std::string_view withoutExtension(std::string_view number) {
 }
 
 struct Reading {
-  std::string international;  // normalised
+  std::string international;  // normalized
   std::string country;
   bool isValid = false;
 };
@@ -143,7 +143,7 @@ PhoneNumbers::PhoneNumbers(const Hints& hints, const ImportedPeople& imported) {
   addCountries(hints.storeHandles, _countries);
 }
 
-std::string PhoneNumbers::normalised(std::string_view number) const {
+std::string PhoneNumbers::normalized(std::string_view number) const {
   const std::string plain = withPlainDigits(text::trimmed(number.substr(0, kLongestNumber)));
   const std::string digits = ContactNormalization::phone(withoutExtension(plain));
   if (isInternational(plain)) {
@@ -170,15 +170,15 @@ std::string PhoneNumbers::normalised(std::string_view number) const {
   return chosen == readings.end() ? digits : chosen->international;
 }
 
-void PhoneNumbers::normalise(ImportedPeople& imported) const {
+void PhoneNumbers::normalize(ImportedPeople& imported) const {
   std::set<std::string> ofCompanies;
-  for (const std::string& number : imported.companyPhones) ofCompanies.insert(normalised(number));
+  for (const std::string& number : imported.companyPhones) ofCompanies.insert(normalized(number));
   std::map<std::pair<std::string, std::string>, std::set<std::string>> claims;  // organization and number to entries
   for (ImportedPerson& person : imported.people) {
     const std::string organization = text::lowercased(person.organization);
     std::vector<std::string> phones;
     for (const std::string& written : person.phones) {
-      const std::string phone = normalised(written);
+      const std::string phone = normalized(written);
       if (phone.size() < kShortestNumber)
         remark(person, written, "is too short to be a person's number");
       else if (ofCompanies.contains(phone))

@@ -1,4 +1,4 @@
-// Numbers as people write them, made into what Messages numbers normalise to. A national number needs a country: the
+// Numbers as people write them, made into what Messages numbers normalize to. A national number needs a country: the
 // one that was asked for, else that of the locale, else those of the international numbers in the file and in the
 // store, most frequent first. Of several readings the one that the store knows counts, then the first valid one, then
 // the first possible one; what no country reads keeps its digits. Of the store only its handles are used.
@@ -35,15 +35,15 @@ class PhoneNumbers {
   const std::vector<std::string>& countries() const { return _countries; }
 
   // As HelperPerson has it; empty without digits.
-  std::string normalised(std::string_view number) const;
+  std::string normalized(std::string_view number) const;
 
-  // Normalises everybody's numbers. Numbers too short to match, and numbers that a company's card or several people of
+  // Normalizes everybody's numbers. Numbers too short to match, and numbers that a company's card or several people of
   // one organization have, are left out with a remark; who has nothing left is skipped.
-  void normalise(ImportedPeople& imported) const;
+  void normalize(ImportedPeople& imported) const;
 
  private:
   std::vector<std::string> _countries;
-  std::unordered_set<std::string> _known;  // the store's, normalised
+  std::unordered_set<std::string> _known;  // the store's, normalized
 };
 
 }  // namespace pellora

@@ -11,7 +11,7 @@
 
 namespace pellora {
 
-std::string normalisedHandle(std::string_view handle) {
+std::string normalizedHandle(std::string_view handle) {
   return handle.find('@') != std::string_view::npos ? ContactNormalization::email(handle)
                                                     : ContactNormalization::phone(handle);
 }
@@ -25,7 +25,7 @@ std::optional<StoreHandles> StoreHandles::read(const std::filesystem::path& stor
   } catch (const ChatDatabase::Failure&) {
     return std::nullopt;
   }
-  for (const std::string& handle : handles._all) handles._normalised.insert(normalisedHandle(handle));
+  for (const std::string& handle : handles._all) handles._normalized.insert(normalizedHandle(handle));
   return handles;
 }
 

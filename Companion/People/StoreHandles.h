@@ -22,15 +22,15 @@ class StoreHandles {
   const std::vector<std::string>& all() const { return _all; }
 
   bool has(const HelperPerson& person) const;
-  bool hasHandle(const std::string& normalised) const { return _normalised.contains(normalised); }
+  bool hasHandle(const std::string& normalized) const { return _normalized.contains(normalized); }
 
  private:
   std::vector<std::string> _all;
-  std::unordered_set<std::string> _normalised;
+  std::unordered_set<std::string> _normalized;
 };
 
 // A handle of the store as HelperPerson would have it.
-std::string normalisedHandle(std::string_view handle);
+std::string normalizedHandle(std::string_view handle);
 
 // "Anna"; "Anna (5551234567)" when there is another Anna; the identifier without a name.
 std::string personTitle(const HelperPerson& person, const std::vector<HelperPerson>& everybody);

@@ -73,7 +73,7 @@ class GeneratedContent {
 };
 
 // A model's own words with typographic apostrophes (U+2019) for straight ones between letters, as the platform's own
-// model writes them and the guards look for them. A name that is spelt with a straight one keeps it.
+// model writes them and the guards look for them. A name that is spelled with a straight one keeps it.
 std::string withTypographicApostrophes(std::string_view words, std::string_view name);
 
 }  // namespace pellora

@@ -122,14 +122,14 @@ bool isFullStopOfAbbreviation(std::string_view text, std::size_t mark) {
 }
 
 bool isWholeCharacter(std::string_view text, std::size_t offset) {
-  // Whether an ASCII character joins its neighbours is decided by one scalar on either side.
+  // Whether an ASCII character joins its neighbors is decided by one scalar on either side.
   std::size_t begin = offset;
   if (begin > 0) --begin;
   while (begin > 0 && isContinuation(text[begin])) --begin;
   std::size_t end = std::min(text.size(), offset + 2);
   while (end < text.size() && isContinuation(text[end])) ++end;
-  const std::string_view neighbourhood = text.substr(begin, end - begin);
-  for (const std::string_view character : text::characters(neighbourhood))
+  const std::string_view neighborhood = text.substr(begin, end - begin);
+  for (const std::string_view character : text::characters(neighborhood))
     if (character.data() == text.data() + offset) return character.size() == 1;
   return false;
 }

@@ -24,7 +24,7 @@ QFont scaled(double factor, QFont::Weight weight) {
   return font;
 }
 
-// `share` of the first colour over the second, 0 to 1.
+// `share` of the first color over the second, 0 to 1.
 QColor blend(const QColor& over, const QColor& under, double share) {
   const auto mix = [share](double a, double b) { return a * share + b * (1 - share); };
   return QColor::fromRgbF(static_cast<float>(mix(over.redF(), under.redF())),

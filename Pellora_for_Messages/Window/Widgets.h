@@ -19,7 +19,7 @@ class ProgressLine : public QProgressBar {
   void paintEvent(QPaintEvent* event) override;
 };
 
-// The button that a card is about: filled with the accent colour of the palette.
+// The button that a card is about: filled with the accent color of the palette.
 class ProminentButton : public QPushButton {
   Q_OBJECT
 

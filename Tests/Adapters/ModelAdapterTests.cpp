@@ -614,8 +614,7 @@ TEST(ModelAdapterWithRealServer, AnswersPlainAndGuidedQuestions) {
   const auto model = modelAt(url, name ? name : "");
   const ModelReport report = awaited(model->report());
   ASSERT_TRUE(report.isAvailable) << report.reason;
-  EXPECT_NE(awaited(model->respond("Answer in one short sentence.", "What colour is the sky on a clear day?")).text,
-            "");
+  EXPECT_NE(awaited(model->respond("Answer in one short sentence.", "What color is the sky on a clear day?")).text, "");
   const GenerationSchema schema = numberSchema();
   const LanguageModel::Answer answer =
       awaited(model->respond("Find the line that names a fruit.", "[1] a chair\n[2] an apple", schema));

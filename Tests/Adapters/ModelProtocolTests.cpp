@@ -174,7 +174,7 @@ TEST(ModelAnswer, ThinkingIsDroppedWhereverItsTagsStand) {
   for (const auto& [content, expected] : kCases) EXPECT_EQ(ModelAnswer::withoutThinking(content), expected) << content;
 }
 
-TEST(ChatCompletionsErrors, OverflowIsRecognisedInEveryForm) {
+TEST(ChatCompletionsErrors, OverflowIsRecognizedInEveryForm) {
   EXPECT_TRUE(ServerError::isContextOverflow(R"({"error":{"type":"exceed_context_size_error"}})"));
   EXPECT_TRUE(ServerError::isContextOverflow(R"({"error":{"code":"context_length_exceeded"}})"));
   EXPECT_TRUE(ServerError::isContextOverflow(R"({"error":{"code":400,"message":"maximum context length"}})"));

@@ -45,7 +45,7 @@ class CompanionWorld {
 // An address book's file read as an import does it, where no country is known, in tests of the formats.
 inline ImportedPeople readPeople(std::string_view bytes, const PhoneNumbers::Hints& hints = {}) {
   ImportedPeople people = parsePeople(bytes);
-  PhoneNumbers(hints, people).normalise(people);
+  PhoneNumbers(hints, people).normalize(people);
   return people;
 }
 

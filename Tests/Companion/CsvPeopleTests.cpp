@@ -118,8 +118,8 @@ TEST(CsvPeople, SaysWhichRowsWereSkippedAndWhy) {
   EXPECT_THAT(read.people, SizeIs(1));
   EXPECT_THAT(read.skipped,
               ElementsAre(SkippedEntry{"Anna", "no phone number or e-mail address"},
-                          SkippedEntry{"Acme", "an organisation, not a person"}, SkippedEntry{"line 4", "no name"},
-                          SkippedEntry{"Acme", "an organisation, not a person"},
+                          SkippedEntry{"Acme", "an organization, not a person"}, SkippedEntry{"line 4", "no name"},
+                          SkippedEntry{"Acme", "an organization, not a person"},
                           SkippedEntry{"line 7", "a quote that is never closed"}));
 }
 

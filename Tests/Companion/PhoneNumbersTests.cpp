@@ -35,7 +35,7 @@ const Written kWritten[] = {
 
 TEST(PhoneNumbers, NationalNumbersBecomeWhatMessagesStores) {
   for (const Written& written : kWritten)
-    EXPECT_EQ(PhoneNumbers({std::string(written.country), "", {}}, {}).normalised(written.number),
+    EXPECT_EQ(PhoneNumbers({std::string(written.country), "", {}}, {}).normalized(written.number),
               ContactNormalization::phone(written.handle))
         << written.number;
 }
@@ -44,20 +44,20 @@ TEST(PhoneNumbers, TheCountryComesFromTheLocaleThenTheFileThenTheStore) {
   const PhoneNumbers numbers({std::nullopt, "US", {"+33612345678", "+33612345679", "ada@example.org", "22456"}},
                              people({"01 45 67 89 10", "+41 79 123 45 67"}));
   EXPECT_THAT(numbers.countries(), ElementsAre("US", "CH", "FR"));
-  EXPECT_EQ(numbers.normalised("079 123 45 67"), "1791234567") << "no valid number of the US";
-  EXPECT_EQ(numbers.normalised("01 45 67 89 10"), "3145678910");
+  EXPECT_EQ(numbers.normalized("079 123 45 67"), "1791234567") << "no valid number of the US";
+  EXPECT_EQ(numbers.normalized("01 45 67 89 10"), "3145678910");
   EXPECT_THAT(PhoneNumbers({"DE", "US", {}}, people({"+41 79 123 45 67"})).countries(), ElementsAre("DE"));
 }
 
 TEST(PhoneNumbers, TheReadingThatTheStoreKnowsCounts) {
   const PhoneNumbers numbers({std::nullopt, "FR", {"+31612345678"}}, {});
-  EXPECT_EQ(numbers.normalised("06 12345678"), "1612345678") << "Dutch, although valid in France too";
-  EXPECT_EQ(numbers.normalised("06 12 34 56 79"), "3612345679");
+  EXPECT_EQ(numbers.normalized("06 12345678"), "1612345678") << "Dutch, although valid in France too";
+  EXPECT_EQ(numbers.normalized("06 12 34 56 79"), "3612345679");
 }
 
 TEST(PhoneNumbers, WhatIsStoredAlreadyStays) {
   const PhoneNumbers numbers({std::nullopt, "DE", {"+41791234567"}}, {});
-  EXPECT_EQ(numbers.normalised("1791234567"), "1791234567");
+  EXPECT_EQ(numbers.normalized("1791234567"), "1791234567");
 }
 
 TEST(PhoneNumbers, TheLocaleNamesACountryOrNone) {
@@ -81,7 +81,7 @@ TEST(PhoneNumbers, AnyBytesAreRead) {
   const PhoneNumbers numbers({std::nullopt, "US", {}}, {});
   for (const std::string& text : {std::string(), std::string("\xFF\xFE+"), std::string(10'000, '1'), std::string("+"),
                                   std::string("\0\0", 2), std::string(300, '(')})
-    EXPECT_LE(numbers.normalised(text).size(), 10U);
+    EXPECT_LE(numbers.normalized(text).size(), 10U);
 }
 
 }  // namespace

@@ -287,7 +287,7 @@ TEST_F(Program, CtrlCLeavesNothingBehind) {
   }
 }
 
-TEST_F(Program, ColoursAreForTerminalsThatWantThem) {
+TEST_F(Program, ColorsAreForTerminalsThatWantThem) {
   ASSERT_EQ(run({"people", "import", "-"}, kPeople), 0);
   EXPECT_THAT(output, Not(HasSubstr("\x1B")));
   ProgramRun::Setup terminal = setup({"status"});

@@ -207,15 +207,15 @@ struct Skipped {
 };
 
 const Skipped kSkipped[] = {
-    {"an organisation",
+    {"an organization",
      card("FN:Acme Inc.\nN:;;;;\nORG:Acme Inc.\nTEL:5551234567\n"),
-     {"Acme Inc.", "an organisation, not a person"}},
-    {"an organisation with KIND",
+     {"Acme Inc.", "an organization, not a person"}},
+    {"an organization with KIND",
      card("KIND:org\nFN:Acme\nTEL:5551234567\n", "4.0"),
-     {"Acme", "an organisation, not a person"}},
+     {"Acme", "an organization, not a person"}},
     {"shown as a company",
      card("FN:Acme\nN:;;;;\nX-ABShowAs:COMPANY\nTEL:5551234567\n"),
-     {"Acme", "an organisation, not a person"}},
+     {"Acme", "an organization, not a person"}},
     {"a group", card("KIND:group\nFN:Friends\nMEMBER:urn:uuid:1\n", "4.0"), {"Friends", "a group, not a person"}},
     {"an older group", card("X-ADDRESSBOOKSERVER-KIND:group\nFN:Friends\n"), {"Friends", "a group, not a person"}},
     {"no number or address",

@@ -192,7 +192,7 @@ TEST_F(ChatDatabaseTest, AllMessagesAreThoseOfTheWindowInTheseChats) {
   std::vector<std::int64_t> chats = {_chat};
   for (int index = 1; index < 5; ++index) chats.push_back(_store.addChat({"+1555010020" + std::to_string(index)}));
   for (int index = 0; index < 200; ++index) {
-    const int date = 100 + index * 37 % 60;  // neighbours are far apart, many are equal
+    const int date = 100 + index * 37 % 60;  // neighbors are far apart, many are equal
     const std::int64_t chat = chats[static_cast<std::size_t>(index * 7 % 5)];
     const auto row = _store.addMessage(chat, at(date), index % 2 == 0, "message " + std::to_string(index));
     if (index % 5 == 0) _store.addRow({.chat = chat, .date = ChatDatabase::appleTime(at(date))});

@@ -118,7 +118,7 @@ TEST(HandleMatcher, WithoutPeopleFindsNobody) {
 
 struct Case {
   std::string text;
-  std::string normalised;
+  std::string normalized;
 };
 
 TEST(ContactNormalization, PhonesKeepTheirLastTenNumberCharacters) {
@@ -144,7 +144,7 @@ TEST(ContactNormalization, PhonesKeepTheirLastTenNumberCharacters) {
                                              "1\uFE0F\u20E3"
                                              "2"},
                                             {"\U0001F4DE 555", "555"}})
-    EXPECT_EQ(ContactNormalization::phone(each.text), each.normalised) << each.text;
+    EXPECT_EQ(ContactNormalization::phone(each.text), each.normalized) << each.text;
 }
 
 TEST(ContactNormalization, PhonesAreCountedByCharactersNotByBytes) {
@@ -163,10 +163,10 @@ TEST(ContactNormalization, EmailsAreTrimmedAndLowerCased) {
                                             {"mailto:Anna@example.com", "mailto:anna@example.com"},
                                             {"\u00C4NNE@EXAMPLE.COM", "\u00E4nne@example.com"},
                                             {"ANNA B@x", "anna b@x"}})
-    EXPECT_EQ(ContactNormalization::email(each.text), each.normalised) << each.text;
+    EXPECT_EQ(ContactNormalization::email(each.text), each.normalized) << each.text;
 }
 
-TEST(ContactNormalization, NormalisingTwiceChangesNothing) {
+TEST(ContactNormalization, NormalizingTwiceChangesNothing) {
   for (const std::string text : {"+1 (555) 123-4567", " Anna@Example.com ", "\u0130\u039F\u03A3", "12", "\u00BD"}) {
     EXPECT_EQ(ContactNormalization::phone(ContactNormalization::phone(text)), ContactNormalization::phone(text));
     EXPECT_EQ(ContactNormalization::email(ContactNormalization::email(text)), ContactNormalization::email(text));

@@ -67,6 +67,13 @@ TEST(MessagesLatelyRecord, OneDayGivesItsTimesAndCounts) {
   EXPECT_EQ(build({only}), expected);
 }
 
+TEST(MessagesLatelyRecord, TellsTheWindowThatItWasMadeFor) {
+  for (const std::int64_t window : {1, 7, 31})
+    EXPECT_EQ(
+        MessagesLatelyRecord::build({day(0)}, window, kWrittenAt, LocalCalendar::inTimeZone("UTC"), "Sam")->windowDays,
+        window);
+}
+
 TEST(MessagesLatelyRecord, DaysMayComeInAnyOrder) {
   std::vector<MessagesDayRecord> days;
   for (const int number : {3, 0, 4, 1, 2}) days.push_back(day(number));

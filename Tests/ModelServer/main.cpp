@@ -15,7 +15,7 @@
 #include <thread>
 
 #include "Tests/ModelServer/HttpConnection.h"
-#include "Tests/ModelServer/ModelBehaviour.h"
+#include "Tests/ModelServer/ModelBehavior.h"
 #include "Tests/ModelServer/RequestLog.h"
 #include "Tests/ModelServer/ServerOptions.h"
 
@@ -118,14 +118,14 @@ int listenOnPort(const std::string& where) {
   return listener;
 }
 
-void serve(int descriptor, ModelBehaviour& behaviour, RequestLog& log) {
+void serve(int descriptor, ModelBehavior& behavior, RequestLog& log) {
   HttpConnection connection(descriptor);
   const auto request = connection.read();
   if (!request) return;
   log.received(*request);
   HttpResponse response;
   try {
-    response = behaviour.answer(*request);
+    response = behavior.answer(*request);
   } catch (const std::exception&) {
     response.status = 500;
     response.body = R"({"error":"the request has another shape than expected"})";
@@ -147,11 +147,11 @@ int run(int argc, char** argv) {
   const int listener =
       options.listen.starts_with("unix:") ? listenOnSocket(options.listen.substr(5)) : listenOnPort(options.listen);
   if (listener < 0) return 1;
-  ModelBehaviour behaviour(options);
+  ModelBehavior behavior(options);
   RequestLog log(options.logFile, options.logBodies);
   while (true) {
     const int descriptor = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
-    if (descriptor >= 0) std::thread(serve, descriptor, std::ref(behaviour), std::ref(log)).detach();
+    if (descriptor >= 0) std::thread(serve, descriptor, std::ref(behavior), std::ref(log)).detach();
   }
 }
 

@@ -21,7 +21,7 @@ namespace pellora {
 namespace {
 
 constexpr uint kSuccess = 0;
-constexpr uint kCancelled = 1;                  // by the user, who may be asked which program to use
+constexpr uint kCanceled = 1;                   // by the user, who may be asked which program to use
 constexpr std::chrono::seconds kPatience{120};  // for that question
 
 const QString kService = QStringLiteral("org.freedesktop.portal.Desktop");
@@ -75,7 +75,7 @@ PortalFileOpener::Outcome PortalFileOpener::ask(const std::filesystem::path& fil
     QTimer::singleShot(kPatience, &loop, &QEventLoop::quit);
     loop.exec();
   }
-  return !_answer || *_answer == kSuccess || *_answer == kCancelled ? Outcome::opened : Outcome::refused;
+  return !_answer || *_answer == kSuccess || *_answer == kCanceled ? Outcome::opened : Outcome::refused;
 }
 
 std::optional<std::string> PortalFileOpener::open(const std::filesystem::path& file,

@@ -67,19 +67,19 @@ std::optional<std::string> IniUserDefaults::text(const std::string& key) const {
 }
 
 std::optional<std::int64_t> IniUserDefaults::integer(const std::string& key) const {
-  const auto spelt = text(key);
-  if (!spelt) return std::nullopt;
+  const auto spelled = text(key);
+  if (!spelled) return std::nullopt;
   std::int64_t value = 0;
-  const char* end = spelt->data() + spelt->size();
-  const std::from_chars_result result = std::from_chars(spelt->data(), end, value);
+  const char* end = spelled->data() + spelled->size();
+  const std::from_chars_result result = std::from_chars(spelled->data(), end, value);
   if (result.ec != std::errc() || result.ptr != end) return std::nullopt;
   return value;
 }
 
 std::optional<Instant> IniUserDefaults::date(const std::string& key) const {
-  const auto spelt = text(key);
-  if (!spelt) return std::nullopt;
-  return IsoDate::parse(*spelt);
+  const auto spelled = text(key);
+  if (!spelled) return std::nullopt;
+  return IsoDate::parse(*spelled);
 }
 
 bool IniUserDefaults::boolean(const std::string& key) const {

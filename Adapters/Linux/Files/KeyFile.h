@@ -19,7 +19,7 @@ class KeyFile {
   // Entries before the first group belong to `firstGroup`; where that is empty they are damage.
   explicit KeyFile(std::string_view bytes, const std::string& firstGroup = {});
 
-  // As spelt in the file, escapes included, without white space around it.
+  // As spelled in the file, escapes included, without white space around it.
   std::optional<std::string> value(const std::string& group, const std::string& key) const;
   // Without escapes; absent also when it is damaged.
   std::optional<std::string> text(const std::string& group, const std::string& key) const;

@@ -30,9 +30,9 @@ struct HttpAnswer {
     tooLarge,      // more than kMaximumAnswerSize
     brokenOff,     // the connection ended in the middle, or what came is not HTTP
     noResources,   // this process can open nothing more
-    cancelled,     // given up by this program
+    canceled,      // given up by this program
   };
-  Outcome outcome = Outcome::cancelled;
+  Outcome outcome = Outcome::canceled;
   int status = 0;
   std::string body;
 

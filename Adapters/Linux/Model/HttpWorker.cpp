@@ -57,7 +57,7 @@ Task<HttpAnswer> HttpWorker::send(HttpRequest request) {
 }
 
 std::optional<HttpAnswer::Outcome> HttpWorker::enqueue(const std::shared_ptr<HttpExchange>& exchange) {
-  if (_isClosed || !_endpoint.isUsable()) return HttpAnswer::Outcome::cancelled;
+  if (_isClosed || !_endpoint.isUsable()) return HttpAnswer::Outcome::canceled;
   if (!_thread.joinable() && !start()) return HttpAnswer::Outcome::noResources;
   _underway.push_back(exchange);
   {

@@ -2,7 +2,7 @@
 // and resumes by way of the event loop. The thread starts with the first request and sleeps in between without waking
 // up.
 //
-// Every request ends: answered, failed, timed out, or cancelled by `close` (which the destructor calls) within
+// Every request ends: answered, failed, timed out, or canceled by `close` (which the destructor calls) within
 // milliseconds, even in the middle of an answer. The coroutine that waits for a canceled request is resumed by the
 // event loop later, never from within `close`, and needs nothing of this object any more. Main thread only, and a
 // QCoreApplication must exist. Tested by Tests/Adapters/ModelAdapterTests.cpp.
@@ -29,10 +29,10 @@ class HttpWorker {
   HttpWorker(const HttpWorker&) = delete;
   HttpWorker& operator=(const HttpWorker&) = delete;
 
-  // Never throws for what happens on the way; `cancelled` at once after `close` and for a refused endpoint.
+  // Never throws for what happens on the way; `canceled` at once after `close` and for a refused endpoint.
   Task<HttpAnswer> send(HttpRequest request);
 
-  // Closes all connections and ends the thread; every later request is cancelled.
+  // Closes all connections and ends the thread; every later request is canceled.
   void close();
 
   const ModelEndpoint& endpoint() const { return _endpoint; }

@@ -80,8 +80,8 @@ std::string ModelServer::trouble(const HttpAnswer& answer) const {
       return kNotAModelServer;
     case HttpAnswer::Outcome::noResources:
       return "could not be asked: this program can open no more files";
-    case HttpAnswer::Outcome::cancelled:
-      return "was not asked: the question was cancelled";
+    case HttpAnswer::Outcome::canceled:
+      return "was not asked: the question was canceled";
   }
   return {};
 }
@@ -282,7 +282,7 @@ LanguageModel::Answer ModelServer::requireAnswer(const HttpAnswer& answer, Decod
     case HttpAnswer::Outcome::noServer:
     case HttpAnswer::Outcome::foreignOwner:
     case HttpAnswer::Outcome::noResources:
-    case HttpAnswer::Outcome::cancelled:
+    case HttpAnswer::Outcome::canceled:
       break;
   }
   throw LanguageModelError(Reason::server, trouble(answer));

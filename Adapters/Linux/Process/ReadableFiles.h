@@ -1,5 +1,5 @@
 // Files that a program with a window reads besides its own: the system's, and those with the user's choices for all
-// programs (fonts, themes, icons, colours of the desktop). For confining the reading of the process. Tested by
+// programs (fonts, themes, icons, colors of the desktop). For confining the reading of the process. Tested by
 // Tests/Adapters/ProcessConfinementTests.cpp, and by the desktop tests with the real window.
 #pragma once
 

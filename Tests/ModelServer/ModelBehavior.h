@@ -12,9 +12,9 @@
 
 namespace pellora::modelserver {
 
-class ModelBehaviour {
+class ModelBehavior {
  public:
-  explicit ModelBehaviour(ServerOptions options);
+  explicit ModelBehavior(ServerOptions options);
 
   HttpResponse answer(const HttpRequest& request);
 

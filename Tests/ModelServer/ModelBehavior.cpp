@@ -1,4 +1,4 @@
-#include "Tests/ModelServer/ModelBehaviour.h"
+#include "Tests/ModelServer/ModelBehavior.h"
 
 #include <algorithm>
 #include <fstream>
@@ -50,18 +50,18 @@ Output withThinking(const std::string& answer, const std::string& form) {
 
 }  // namespace
 
-ModelBehaviour::ModelBehaviour(ServerOptions options) : _options(std::move(options)) {
+ModelBehavior::ModelBehavior(ServerOptions options) : _options(std::move(options)) {
   std::ifstream file(_options.casesFile);
   for (std::string line; std::getline(file, line);) _cases.push_back(ordered_json::parse(line));
 }
 
-bool ModelBehaviour::isLoading() {
+bool ModelBehavior::isLoading() {
   const auto passed = std::chrono::steady_clock::now() - _startedAt;
   if (passed < std::chrono::milliseconds(_options.loadingMilliseconds)) return true;
   return ++_asked <= _options.loadingRequests;
 }
 
-HttpResponse ModelBehaviour::error(int status, const std::string& message, const std::string& type) const {
+HttpResponse ModelBehavior::error(int status, const std::string& message, const std::string& type) const {
   HttpResponse response;
   response.status = status;
   if (_options.errorForm == "none") {
@@ -74,7 +74,7 @@ HttpResponse ModelBehaviour::error(int status, const std::string& message, const
   return response;
 }
 
-HttpResponse ModelBehaviour::answer(const HttpRequest& request) {
+HttpResponse ModelBehavior::answer(const HttpRequest& request) {
   if (isLoading()) return error(503, "Loading model", "unavailable_error");
   if (!_options.key.empty() && request.authorization != "Bearer " + _options.key)
     return error(401, "Invalid API Key", "authentication_error");
@@ -99,7 +99,7 @@ HttpResponse ModelBehaviour::answer(const HttpRequest& request) {
   return response;
 }
 
-HttpResponse ModelBehaviour::answerQuestion(const HttpRequest& request) {
+HttpResponse ModelBehavior::answerQuestion(const HttpRequest& request) {
   const ordered_json body = ordered_json::parse(request.body, nullptr, false);
   if (!body.is_object()) return error(500, "not JSON", "server_error");
   const int number = ++_questions;
@@ -154,7 +154,7 @@ HttpResponse ModelBehaviour::answerQuestion(const HttpRequest& request) {
   return response;
 }
 
-HttpResponse ModelBehaviour::page(const std::string& path) const {
+HttpResponse ModelBehavior::page(const std::string& path) const {
   const bool speaksOllama = _options.ollama || _options.imitator;
   HttpResponse response;
   if (path == "/v1/models") {
@@ -178,7 +178,7 @@ HttpResponse ModelBehaviour::page(const std::string& path) const {
   return response;
 }
 
-std::string ModelBehaviour::detailedModels() const {
+std::string ModelBehavior::detailedModels() const {
   ordered_json data = ordered_json::array();
   for (const std::string& name : _options.models) {
     const bool isLoaded = _options.loadedModels.empty() || isAmong(name, _options.loadedModels);
@@ -192,7 +192,7 @@ std::string ModelBehaviour::detailedModels() const {
   return dumped({{"data", data}});
 }
 
-std::string ModelBehaviour::runningModels() const {
+std::string ModelBehavior::runningModels() const {
   ordered_json models = ordered_json::array();
   for (const std::string& name : _options.loadedModels) {
     ordered_json model{{"name", name}, {"model", name}};
@@ -202,7 +202,7 @@ std::string ModelBehaviour::runningModels() const {
   return dumped({{"models", models}});
 }
 
-std::string ModelBehaviour::modelList() const {
+std::string ModelBehavior::modelList() const {
   ordered_json data = ordered_json::array();
   for (const std::string& name : _options.models) {
     ordered_json model{{"id", name}, {"object", "model"}};
@@ -212,7 +212,7 @@ std::string ModelBehaviour::modelList() const {
   return dumped({{"object", "list"}, {"data", data}});
 }
 
-std::string ModelBehaviour::ollamaTags() const {
+std::string ModelBehavior::ollamaTags() const {
   ordered_json models = ordered_json::array();
   for (const std::string& name : _options.models) {
     ordered_json model{{"name", name},
@@ -226,7 +226,7 @@ std::string ModelBehaviour::ollamaTags() const {
   return dumped({{"models", models}});
 }
 
-std::string ModelBehaviour::ollamaModel(const std::string& body) const {
+std::string ModelBehavior::ollamaModel(const std::string& body) const {
   const ordered_json asked = ordered_json::parse(body, nullptr, false);
   ordered_json model{{"details", {{"family", "test"}}}};
   if (_options.contextTokens > 0) model["model_info"] = {{"test.context_length", _options.contextTokens}};
