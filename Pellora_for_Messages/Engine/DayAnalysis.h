@@ -24,10 +24,13 @@ inline constexpr std::array<std::chrono::seconds, 3> kDelays = {std::chrono::min
 // it is not asked again for this content.
 template <class Asked>
 bool noteFailure(Asked& asked, LanguageModelError::Reason reason, Instant now) {
-  if (reason == LanguageModelError::Reason::question) ++asked.triesUsed;
-  const auto used = static_cast<std::size_t>(asked.triesUsed);
+  if (reason != LanguageModelError::Reason::question) {
+    asked.nextTryAt = now + kDelays.front();
+    return true;
+  }
+  const auto used = static_cast<std::size_t>(++asked.triesUsed);
   if (used > kDelays.size()) return false;
-  asked.nextTryAt = now + kDelays[used > 0 ? used - 1 : 0];
+  asked.nextTryAt = now + kDelays[used - 1];
   return true;
 }
 

@@ -1,7 +1,5 @@
 #include "Adapters/Linux/Model/ChatCompletionsProtocol.h"
 
-#include <algorithm>
-
 #include "Adapters/Linux/Model/ServerError.h"
 
 namespace pellora::ChatCompletionsProtocol {
@@ -76,10 +74,10 @@ std::optional<std::int64_t> contextFromProperties(std::string_view body) {
 bool addDetails(std::string_view body, std::vector<ListedModel>& models) {
   const JsonValue answer = JsonValue::parse(body).value_or(JsonValue());
   if (!answer["data"].isArray()) return false;
+  const ModelsByName byName(models);
   for (const JsonValue& item : answer["data"].elements()) {
-    const auto model = std::find_if(models.begin(), models.end(),
-                                    [&](const ListedModel& listed) { return listed.id == item["id"].text(); });
-    if (model == models.end()) continue;
+    ListedModel* const model = byName.find(item["id"].text());
+    if (model == nullptr) continue;
     const std::string& type = item["type"].text();
     if (!type.empty()) model->completesText = type == "llm" || type == "vlm";
     model->isLoaded = item["state"].text() == "loaded";

@@ -27,6 +27,15 @@ bool runsElsewhere(const ListedModel& model) {
 
 }  // namespace
 
+ModelsByName::ModelsByName(std::vector<ListedModel>& models) {
+  for (ListedModel& model : models) _models.emplace(model.id, &model);
+}
+
+ListedModel* ModelsByName::find(const std::string& name) const {
+  const auto found = _models.find(name);
+  return found == _models.end() ? nullptr : found->second;
+}
+
 std::string ModelChoice::forwardedTrouble(const std::string& id) {
   return "runs the model " + id + " on another machine, so it is not used";
 }

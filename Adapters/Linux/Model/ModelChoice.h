@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace pellora {
@@ -18,6 +19,19 @@ struct ListedModel {
   std::optional<bool> completesText;          // absent when the server does not tell
   bool isLoaded = false;
   bool isRemote = false;  // forwarded to another machine
+};
+
+// The models of a list by their names, the first one of a name: servers tell about them on several pages, which may be
+// long. The list must outlive this object and stay as it is.
+class ModelsByName {
+ public:
+  explicit ModelsByName(std::vector<ListedModel>& models);
+
+  // Null when there is none.
+  ListedModel* find(const std::string& name) const;
+
+ private:
+  std::unordered_map<std::string_view, ListedModel*> _models;
 };
 
 struct ModelChoice {

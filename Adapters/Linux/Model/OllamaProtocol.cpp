@@ -20,11 +20,9 @@ std::optional<std::int64_t> positive(const JsonValue& value) {
   return number && *number > 0 ? number : std::nullopt;
 }
 
-ListedModel* named(std::vector<ListedModel>& models, const JsonValue& item) {
-  const auto found = std::find_if(models.begin(), models.end(), [&](const ListedModel& model) {
-    return model.id == item["name"].text() || model.id == item["model"].text();
-  });
-  return found == models.end() ? nullptr : &*found;
+ListedModel* named(const ModelsByName& models, const JsonValue& item) {
+  ListedModel* const model = models.find(item["name"].text());
+  return model != nullptr ? model : models.find(item["model"].text());
 }
 
 void addCapabilities(const JsonValue& item, ListedModel& model) {
@@ -50,8 +48,9 @@ bool isVersion(std::string_view body) {
 bool addTags(std::string_view body, std::vector<ListedModel>& models) {
   const JsonValue answer = JsonValue::parse(body).value_or(JsonValue());
   bool isListed = false;
+  const ModelsByName byName(models);
   for (const JsonValue& item : answer["models"].elements()) {
-    ListedModel* const model = named(models, item);
+    ListedModel* const model = named(byName, item);
     if (model == nullptr) continue;
     isListed = true;
     model->isRemote = isRemote(item);
@@ -62,8 +61,9 @@ bool addTags(std::string_view body, std::vector<ListedModel>& models) {
 
 void addRunning(std::string_view body, std::vector<ListedModel>& models) {
   const JsonValue answer = JsonValue::parse(body).value_or(JsonValue());
+  const ModelsByName byName(models);
   for (const JsonValue& item : answer["models"].elements()) {
-    ListedModel* const model = named(models, item);
+    ListedModel* const model = named(byName, item);
     if (model == nullptr) continue;
     model->isLoaded = true;
     model->contextTokens = positive(item["context_length"]);
