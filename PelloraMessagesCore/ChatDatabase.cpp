@@ -232,7 +232,8 @@ bool ChatDatabase::canRead(const std::filesystem::path& url) {
   return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
 }
 
-ChatDatabase::ChatDatabase(const std::filesystem::path& url) {
+ChatDatabase::ChatDatabase(const std::filesystem::path& url, std::stop_token stop) {
+  _patience.stop = std::move(stop);
   // An absolute path is never taken for a URI, nor for the name of a temporary database.
   std::error_code failed;
   const std::filesystem::path path = std::filesystem::absolute(url, failed);
@@ -247,7 +248,7 @@ ChatDatabase::ChatDatabase(const std::filesystem::path& url) {
   sqlite3_busy_timeout(_db, kBusyTimeoutMilliseconds);
   // A sort that outgrows its buffer would otherwise put message texts into a temporary file.
   sqlite3_exec(_db, "PRAGMA temp_store = MEMORY", nullptr, nullptr, nullptr);
-  StoreHardening::harden(_db, _steps);
+  StoreHardening::harden(_db, _patience);
   sqlite3_create_function(_db, "is_one_of", 2, SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_DIRECTONLY, nullptr, isOneOf,
                           nullptr, nullptr);
 }

@@ -11,12 +11,14 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
 #include "PelloraMessagesCore/HistoryMessage.h"
+#include "PelloraMessagesCore/StoreHardening.h"
 #include "PelloraMessagesCore/Time/Instant.h"
 
 struct sqlite3;
@@ -63,8 +65,9 @@ class ChatDatabase {
   // Whether the file can be opened for reading at all; a pipe or a device never counts. Never waits.
   static bool canRead(const std::filesystem::path& url);
 
-  // Throws Failure.cannotOpen, and Failure.query for a store that has something else than files beside it.
-  explicit ChatDatabase(const std::filesystem::path& url);
+  // Throws Failure.cannotOpen, and Failure.query for a store that has something else than files beside it. Once `stop`
+  // is requested, a long query ends with Failure.query.
+  explicit ChatDatabase(const std::filesystem::path& url, std::stop_token stop = {});
   ~ChatDatabase();
   ChatDatabase(const ChatDatabase&) = delete;
   ChatDatabase& operator=(const ChatDatabase&) = delete;
@@ -144,7 +147,7 @@ class ChatDatabase {
 
   sqlite3* _db = nullptr;
   mutable bool _isChecked = false;
-  std::int64_t _steps = 0;  // that the connection may still take
+  StoreHardening::Patience _patience;
 };
 
 }  // namespace pellora

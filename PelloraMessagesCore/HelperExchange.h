@@ -25,6 +25,7 @@ inline constexpr char kPeopleFile[] = "people.json";
 inline constexpr char kHeartbeatFile[] = "heartbeat.json";
 inline constexpr char kNotesFile[] = "Helper/notes.json";
 inline constexpr char kStateFile[] = "Helper/state.json";
+inline constexpr char kEarlierStateFile[] = "Helper/analysed.json";  // of versions before the state file
 inline constexpr char kRereadFile[] = "Helper/reread.json";
 inline constexpr char kLatelyFolder[] = "Lately";
 inline constexpr char kDaysFolder[] = "Days";

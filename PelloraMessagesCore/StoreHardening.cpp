@@ -48,10 +48,10 @@ bool computesColumns(sqlite3* connection, const std::string& table) {
   return sqlite3_step(statement.get()) == SQLITE_ROW && sqlite3_column_int64(statement.get(), 0) != 0;
 }
 
-int countDown(void* steps) {
-  auto& left = *static_cast<std::int64_t*>(steps);
-  left -= kStepsAtOnce;
-  return left > 0 ? 0 : 1;
+int countDown(void* argument) {
+  auto& patience = *static_cast<Patience*>(argument);
+  patience.steps -= kStepsAtOnce;
+  return patience.steps > 0 && !patience.stop.stop_requested() ? 0 : 1;
 }
 
 std::uint32_t bigEndian(const std::array<unsigned char, kHeadSize>& bytes, std::size_t at) {
@@ -102,7 +102,7 @@ std::string obstacleBeside(const std::filesystem::path& store) {
   return {};
 }
 
-void harden(sqlite3* connection, std::int64_t& steps) {
+void harden(sqlite3* connection, Patience& patience) {
   sqlite3_db_config(connection, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_db_config(connection, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
@@ -110,8 +110,7 @@ void harden(sqlite3* connection, std::int64_t& steps) {
   sqlite3_limit(connection, SQLITE_LIMIT_LENGTH, kMaximumLength);
   sqlite3_limit(connection, SQLITE_LIMIT_ATTACHED, 0);
   sqlite3_limit(connection, SQLITE_LIMIT_WORKER_THREADS, 0);
-  steps = kMaximumSteps;
-  sqlite3_progress_handler(connection, kStepsAtOnce, countDown, &steps);
+  sqlite3_progress_handler(connection, kStepsAtOnce, countDown, &patience);
 }
 
 std::optional<std::string> tableTrouble(sqlite3* connection) {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 struct sqlite3;
@@ -25,9 +26,15 @@ inline constexpr std::int64_t kMaximumSteps = 5'000'000'000;
 // in the path of the store itself are followed.
 std::string obstacleBeside(const std::filesystem::path& store);
 
-// For a fresh connection, before its first statement. `steps` counts down from kMaximumSteps and must outlive the
-// connection; reading ends with SQLITE_INTERRUPT when it comes to 0.
-void harden(sqlite3* connection, std::int64_t& steps);
+// For how long a connection may read: some steps, and until nobody wants the result any more.
+struct Patience {
+  std::int64_t steps = kMaximumSteps;
+  std::stop_token stop{};
+};
+
+// For a fresh connection, before its first statement. `patience` is counted down and must outlive the connection;
+// reading ends with SQLITE_INTERRUPT when it is over.
+void harden(sqlite3* connection, Patience& patience);
 
 // What is wrong with the tables that the store is read from, as a clause: one is a view, a virtual table, or computes
 // some of its columns. Empty when they are ordinary or missing, or when the schema can't be read; the query then says

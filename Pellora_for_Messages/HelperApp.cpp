@@ -169,10 +169,11 @@ int runHelperApp(int& argc, char** argv, const HelperOptions& options, std::shar
   if (!isFirst) return 0;
   adapters.removeLeftovers();
   adapters.refreshLoginItem();
-  HelperApp app(application, adapters.platform(), adapters.desktop());
-  shown = &app;
-  if (!options.background) app.openWindow(token);
+  auto app = std::make_unique<HelperApp>(application, adapters.platform(), adapters.desktop());
+  shown = app.get();
+  if (!options.background) app->openWindow(token);
   const int code = QApplication::exec();
+  app.reset();  // a query in the background ends with it
   if (!adapters.close()) std::_Exit(code);
   return code;
 }

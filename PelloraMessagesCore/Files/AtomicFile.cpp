@@ -192,14 +192,12 @@ std::unique_ptr<TemporaryFile> writeTemporary(const fs::path& file, std::string_
   return temporary;
 }
 
-// No more than are opened at once.
+// No more than are opened at once. The folders are not synced yet.
 void writeSome(std::span<const Replacement> replacements) {
   std::vector<std::unique_ptr<TemporaryFile>> temporaries;
-  std::set<fs::path> folders;
   for (const Replacement& each : replacements) {
     temporaries.push_back(writeTemporary(each.file, each.bytes));
     temporaries.back()->startSync();
-    folders.insert(folderOf(each.file));
   }
   for (std::size_t index = 0; index < replacements.size(); ++index)
     if (!temporaries[index]->sync() || !temporaries[index]->checkClose())
@@ -207,7 +205,6 @@ void writeSome(std::span<const Replacement> replacements) {
   for (std::size_t index = 0; index < replacements.size(); ++index)
     if (!temporaries[index]->renameTo(replacements[index].file))
       throw FileError("write", replacements[index].file, errno);
-  for (const fs::path& folder : folders) syncFolder(folder);
 }
 
 // The size to reserve; absent, with errno set, for what is not a regular file or too large.
@@ -232,11 +229,15 @@ void write(const fs::path& file, std::string_view bytes) {
 }
 
 void writeAll(std::span<const Replacement> replacements) {
+  std::set<fs::path> folders;
+  for (const Replacement& each : replacements) folders.insert(folderOf(each.file));
   while (!replacements.empty()) {
     const std::size_t count = std::min(replacements.size(), kOpenAtOnce);
     writeSome(replacements.first(count));
     replacements = replacements.subspan(count);
   }
+  // The names of replaced files are whole at every moment; that they last is waited for once.
+  for (const fs::path& folder : folders) syncFolder(folder);
 }
 
 std::optional<std::string> read(const fs::path& file, std::size_t maximumSize) {

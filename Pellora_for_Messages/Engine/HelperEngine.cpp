@@ -16,7 +16,9 @@ HelperEngine::HelperEngine(HelperPlatform platform, QObject* parent)
       _lastReadAt(_platform.defaults.date(HelperEngineKeys::kLastRead)),
       _opensAtLogin(_platform.loginItem.isEnabled()) {}
 
-HelperEngine::~HelperEngine() = default;
+HelperEngine::~HelperEngine() {
+  _stop.request_stop();
+}
 
 template <class Field, class Value>
 void HelperEngine::publish(Field& field, Value value) {
@@ -80,7 +82,8 @@ Task<void> HelperEngine::runCycle() {
   }
   _retry.reset();
   const QPointer<HelperEngine> self(this);
-  const auto cycle = std::make_shared<HelperReadCycle>(_platform, this, static_cast<HelperReadCycle::Delegate&>(*this));
+  const auto cycle = std::make_shared<HelperReadCycle>(_platform, this, static_cast<HelperReadCycle::Delegate&>(*this),
+                                                       _stop.get_token());
   const HelperReadCycle::Outcome outcome = co_await cycle->run();
   if (self) finishCycle(outcome);
 }

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <stop_token>
 
 #include "PelloraMessagesCore/HelperHeartbeat.h"
 #include "Pellora_for_Messages/Engine/HelperEngineState.h"
@@ -111,6 +112,7 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
   std::unique_ptr<ScheduledCall> _retry;     // when the model is to be asked again, or another process may have read
   std::unique_ptr<NotificationObserver> _readRequests;
   std::unique_ptr<HeldReadLock> _readLock;  // during a read
+  std::stop_source _stop;                   // of the queries of a read that goes on in the background
 };
 
 }  // namespace pellora

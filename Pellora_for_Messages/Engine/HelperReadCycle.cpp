@@ -36,8 +36,9 @@ bool hasOpenDay(const std::vector<OpenDay>& days, std::size_t from, const Uuid& 
 
 }  // namespace
 
-HelperReadCycle::HelperReadCycle(const HelperPlatform& platform, QObject* owner, Delegate& delegate)
-    : _platform(platform), _owner(owner), _delegate(delegate) {}
+HelperReadCycle::HelperReadCycle(const HelperPlatform& platform, QObject* owner, Delegate& delegate,
+                                 std::stop_token stop)
+    : _platform(platform), _owner(owner), _delegate(delegate), _stop(std::move(stop)) {}
 
 void HelperReadCycle::requireOwner() const {
   if (_owner.isNull()) throw Abandoned();
@@ -105,6 +106,7 @@ Task<HelperReadCycle::Outcome> HelperReadCycle::read(Shared shared) {
   ReadContext context(_now, std::move(shared.key), std::move(shared.people), _platform.calendar());
   context.folder = HelperExchange::folderURL(_platform.container);
   context.chatDatabase = _platform.chatDatabase;
+  context.stop = _stop;
   const ReadSettings settings(_platform.defaults);
   ReadMemory memory = co_await inBackground([&] { return ReadMemory::load(context, settings); });
   const bool isThere = co_await isModelThere(memory);

@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <utility>
 #include <vector>
@@ -48,8 +49,9 @@ class HelperReadCycle {
   // While the model works, files are written when so much time has passed since they last were.
   static constexpr std::chrono::seconds kWriteInterval{2};
 
-  // `owner` is the delegate's own object: the read is abandoned when it goes.
-  HelperReadCycle(const HelperPlatform& platform, QObject* owner, Delegate& delegate);
+  // `owner` is the delegate's own object: the read is abandoned when it goes, and a query that is running then ends
+  // when `stop` is requested.
+  HelperReadCycle(const HelperPlatform& platform, QObject* owner, Delegate& delegate, std::stop_token stop);
 
   // Never throws.
   Task<Outcome> run();
@@ -89,6 +91,7 @@ class HelperReadCycle {
   const HelperPlatform& _platform;
   QPointer<QObject> _owner;
   Delegate& _delegate;
+  std::stop_token _stop;
   Instant _now;
   Instant _writtenAt;
 };

@@ -1,7 +1,11 @@
 #include "Pellora_for_Messages/Engine/ReadContext.h"
 
+#include <system_error>
 #include <utility>
 
+#include "PelloraMessagesCore/ExchangeCoding.h"
+#include "PelloraMessagesCore/Files/SealedFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "Pellora_for_Messages/Engine/HelperEngineKeys.h"
 #include "Pellora_for_Messages/Engine/PeopleFingerprint.h"
 
@@ -28,6 +32,20 @@ void takeOver(HelperState::Reread request, const ReadContext& context, ReadMemor
   }
   state.save(context.key, context.folder);
   HelperState::removeRereadRequest(context.folder);
+}
+
+// Versions before the state file kept the analysed days of an unfinished read in a file of their own, sealed as notes.
+void takeOverEarlierFile(const ReadContext& context, ReadMemory& memory) {
+  std::error_code error;
+  if (!context.folder || !std::filesystem::exists(*context.folder / HelperExchange::kEarlierStateFile, error)) return;
+  const std::optional<std::string> json =
+      SealedFile::read(context.key, context.folder, HelperExchange::kEarlierStateFile, HelperExchange::kNotesContext);
+  std::optional<HelperDayNotes> days = json ? ExchangeCoding::decode<HelperDayNotes>(*json) : std::nullopt;
+  if (days && memory.isStateLost) {
+    memory.state.analysed = std::move(days->days);
+    memory.state.save(context.key, context.folder);
+  }
+  std::filesystem::remove(*context.folder / HelperExchange::kEarlierStateFile, error);
 }
 
 }  // namespace
@@ -78,6 +96,7 @@ ReadMemory ReadMemory::load(const ReadContext& context, const ReadSettings& sett
     memory.state.waiting.clear();
     memory.state.notesVersion = HelperEngineKeys::kCurrentNotesVersion;
   }
+  takeOverEarlierFile(context, memory);
   if (const auto request = HelperState::requestedReread(context.key, context.folder))
     takeOver(*request, context, memory);
   return memory;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,7 @@ struct ReadContext {
   std::string cutoffDay;  // of the window's start
   std::optional<std::filesystem::path> folder{};
   std::filesystem::path chatDatabase{};
+  std::stop_token stop{};  // requested when nobody waits for the read any more
 };
 
 // The progress keys of the settings.

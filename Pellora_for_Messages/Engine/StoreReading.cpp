@@ -16,7 +16,7 @@ using Reread = HelperDayNotes::Reread;
 
 // The store of one read: the connection with what every query of the read needs.
 struct Store {
-  explicit Store(const ReadContext& context) : context(context), database(context.chatDatabase) {
+  explicit Store(const ReadContext& context) : context(context), database(context.chatDatabase, context.stop) {
     database.beginSnapshot();
     participants = database.chatParticipants();
     for (const auto& [chat, handles] : participants)

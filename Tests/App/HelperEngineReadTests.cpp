@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "PelloraMessagesCore/ChatDatabase.h"
+#include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/Files/SealedFile.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/HelperState.h"
@@ -344,6 +345,26 @@ TEST(HelperEngineRead, AnInterruptedReadKeepsTheDaysItAnalysed) {
   EXPECT_EQ(world.notes().days.size(), 2U);
   EXPECT_TRUE(HelperState::load(world.key, world.shared)->analysed.empty());
   EXPECT_FALSE(HelperState::load(world.key, world.shared)->progress);
+}
+
+TEST(HelperEngineRead, DaysThatAnEarlierVersionAnalysedAreTakenOverAndItsFileGoes) {
+  EngineWorld world;
+  const auto earlier = world.shared / HelperExchange::kEarlierStateFile;
+  world.scripted = ScriptedLanguageModel(plainAnswers);
+  world.fromAnna(1h, "a day at the harbour");
+  world.read();
+  const std::string days = ExchangeCoding::encode(world.notes());
+  SealedFile::write(world.key, world.shared, HelperExchange::kEarlierStateFile, HelperExchange::kNotesContext, days);
+  world.read();
+  EXPECT_FALSE(std::filesystem::exists(earlier)) << "the state file holds more";
+  SealedFile::write(world.key, world.shared, HelperExchange::kEarlierStateFile, HelperExchange::kNotesContext, days);
+  for (const char* file : {HelperExchange::kStateFile, HelperExchange::kNotesFile})
+    std::filesystem::remove(world.shared / file);
+  const auto asked = world.scripted.asked().size();
+  world.read();
+  EXPECT_EQ(world.scripted.asked().size(), asked);
+  EXPECT_TRUE(world.notes().days[0].summary);
+  EXPECT_FALSE(std::filesystem::exists(earlier));
 }
 
 TEST(HelperEngineRead, AQueryErrorFailsTheReadAndKeepsTheProgress) {

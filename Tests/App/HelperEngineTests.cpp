@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "PelloraMessagesCore/ChatDatabase.h"
 #include "Pellora_for_Messages/Engine/HelperEngine.h"
 #include "Tests/Support/EngineWorld.h"
 #include "Tests/Support/GatedLanguageModel.h"
@@ -202,6 +203,51 @@ TEST(HelperEngine, AReadThatIsUnderWayEndsQuietlyWhenTheEngineGoes) {
   world.scheduler.advance(1h);
   world.notifications.post("app.pellora.messages.readNow");
   EXPECT_EQ(readsOf(world), 0);
+}
+
+// Tells before each piece of work in the background, and remembers a query that did not get to its end.
+class WatchedScheduler : public VirtualScheduler {
+ public:
+  using VirtualScheduler::VirtualScheduler;
+
+  Task<void> inBackground(std::function<void()> work) override {
+    beforePiece(++_pieces);
+    try {
+      work();
+    } catch (const ChatDatabase::Failure&) {
+      isQueryEnded = true;
+      throw;
+    }
+    co_return;
+  }
+
+  std::function<void(int)> beforePiece;
+  bool isQueryEnded = false;
+
+ private:
+  int _pieces = 0;
+};
+
+TEST(HelperEngine, AQueryInTheBackgroundEndsWithTheEngine) {
+  EngineWorld world;
+  world.store->execute(
+      "WITH RECURSIVE n (i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 20000)"
+      " INSERT INTO message (guid, date, service) SELECT i, 794000000000000000, 'iMessage' FROM n;"
+      "INSERT INTO chat_message_join (chat_id, message_id) SELECT 1, ROWID FROM message");
+  int ended = 0;
+  for (int piece = 0; piece <= 4; ++piece) {
+    world.defaults = InMemoryUserDefaults();  // so that everything is read
+    WatchedScheduler scheduler(EngineWorld::kStart);
+    world.clock = &scheduler;
+    auto engine = world.makeEngine();
+    scheduler.beforePiece = [&](int number) {
+      if (number == piece) engine.reset();
+    };
+    engine->requestRead();
+    ended += scheduler.isQueryEnded ? 1 : 0;
+    if (piece == 0) EXPECT_EQ(readsOf(world), 1);
+  }
+  EXPECT_EQ(ended, 1) << "one of the pieces is what reads the store";
 }
 
 TEST(HelperEngine, DoesNotReadWhileSuspendedAndReadsOnceAfterwards) {

@@ -92,15 +92,18 @@ TEST_F(StoreHardeningTest, ATextBeyondTheLimitIsAnErrorAndOneBelowIsRead) {
 TEST_F(StoreHardeningTest, AReadThatTakesTooManyStepsEnds) {
   sqlite3* connection = nullptr;
   ASSERT_EQ(sqlite3_open_v2(_file.c_str(), &connection, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
-  std::int64_t steps = 0;
-  StoreHardening::harden(connection, steps);
-  EXPECT_EQ(steps, StoreHardening::kMaximumSteps);
-  steps = 1'000'000;
-  EXPECT_EQ(
-      sqlite3_exec(connection, "WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c) SELECT max(x) FROM c",
-                   nullptr, nullptr, nullptr),
-      SQLITE_INTERRUPT);
+  constexpr char kEndless[] = "WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c) SELECT max(x) FROM c";
+  StoreHardening::Patience patience;
+  StoreHardening::harden(connection, patience);
+  EXPECT_EQ(patience.steps, StoreHardening::kMaximumSteps);
+  patience.steps = 1'000'000;
+  EXPECT_EQ(sqlite3_exec(connection, kEndless, nullptr, nullptr, nullptr), SQLITE_INTERRUPT);
   EXPECT_EQ(StoreHardening::errorText(connection), "reading takes more steps than the largest store needs");
+  std::stop_source source;
+  patience = {StoreHardening::kMaximumSteps, source.get_token()};
+  source.request_stop();
+  EXPECT_EQ(sqlite3_exec(connection, kEndless, nullptr, nullptr, nullptr), SQLITE_INTERRUPT);
+  EXPECT_GT(patience.steps, StoreHardening::kMaximumSteps / 2);
   sqlite3_close(connection);
 }
 
