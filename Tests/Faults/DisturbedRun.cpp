@@ -15,8 +15,11 @@ namespace pellora::support {
 
 namespace {
 
+constexpr unsigned kPatience = 120;  // seconds
+
 [[noreturn]] void become(const std::string& program, const std::vector<std::string>& arguments,
                          const std::map<std::string, std::string>& environment) {
+  alarm(kPatience);  // a program that hangs dies of it
   for (const auto& [name, value] : environment) setenv(name.c_str(), value.c_str(), 1);
   const int nowhere = open("/dev/null", O_RDWR);
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nowhere, stream);

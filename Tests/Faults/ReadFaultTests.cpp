@@ -1,5 +1,6 @@
-// The real helper, confined as it is shipped, disturbed at every call by which a read changes files; and killed at
-// any moment. Whatever happened, the next read completes and ends as an undisturbed one does.
+// The real helper, confined as it is shipped, disturbed at every call by which a read opens, reads or changes files;
+// and killed at any moment. No read hangs, crashes or claims success without it, what earlier reads left stays whole,
+// and the next read completes and ends as an undisturbed one does.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -7,12 +8,15 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
+#include <iostream>
 #include <random>
 #include <thread>
 
 #include "Tests/Faults/DisturbedRun.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/ScratchHome.h"
+#include "Tests/Support/TemporaryFolder.h"
 
 namespace pellora {
 namespace {
@@ -45,20 +49,66 @@ class ReadFaultTest : public testing::Test {
     EXPECT_EQ(_home.temporaryFiles(), std::vector<std::string>()) << what;
   }
 
-  void disturbEachCall(const std::string& kind) {
+  // `prepare` puts files and store as they are before the read.
+  template <class Prepare, class Check>
+  void disturbEachCall(const std::string& kind, Prepare prepare, Check check) {
     long at = 1;
     for (; at < kTooMany; ++at) {
-      _home.forgetReads();
+      prepare();
       const DisturbedRun run =
           DisturbedRun::of(PELLORA_HELPER, kReadOnce, {kind, at}, _home.path(), _home.environment());
       const std::string what = kind + " at " + run.call + " (" + std::to_string(at) + ")";
       if (!run.wasDisturbed()) break;
-      if (run.exitCode == 0) EXPECT_TRUE(_home.records() == _expected) << what;
+      EXPECT_EQ(run.exitCode == DisturbedRun::kKilled, kind == "kill") << what << ": it crashed or hung";
+      if (run.exitCode == 0) EXPECT_TRUE(_home.records() == _expected) << what << ": it claims success";
+      if (kind == "interrupted") EXPECT_EQ(run.exitCode, 0) << what;
+      check(what);
       checkNextRead(what);
       if (HasFailure()) FAIL() << kind;
     }
     EXPECT_LT(at, kTooMany);
     EXPECT_GT(at, 1) << kind;
+    RecordProperty(kind, static_cast<int>(at - 1));
+    std::cout << "  " << kind << " at each of " << at - 1 << " calls\n";
+  }
+
+  void disturbFirstReads(const std::string& kind) {
+    disturbEachCall(kind, [this] { _home.forgetReads(); }, [](const std::string&) {});
+  }
+
+  // Reads of one new message over what earlier reads found, the model's sentence about a day among it.
+  void disturbLaterReads(const std::string& kind) {
+    const support::TemporaryFolder kept;
+    HelperDayNotes notes = HelperDayNotes::load(_home.key(), _home.shared());
+    notes.days[0].summary = "You and Anna talked about the harbour.";
+    notes.days[0].meetups.emplace();
+    notes.save(_home.key(), _home.shared());
+    ASSERT_EQ(readUndisturbed(), 0);
+    const support::ScratchHome::Records before = _home.records();
+    ASSERT_TRUE(before.days[0].summary);
+    const auto copyAll = [&](const std::filesystem::path& from, const std::filesystem::path& to) {
+      for (const char* name : {"data/app.pellora.messages", "config"}) {
+        std::filesystem::remove_all(to / name);
+        std::filesystem::create_directories((to / name).parent_path());
+        std::filesystem::copy(from / name, to / name, std::filesystem::copy_options::recursive);
+      }
+    };
+    copyAll(_home.path(), kept.path());
+    _home.store().addMessage(_home.annaChat(), std::chrono::system_clock::now() - std::chrono::minutes(1), false,
+                             "one more");
+    ASSERT_EQ(readUndisturbed(), 0);
+    _expected = _home.records();
+    ASSERT_FALSE(_expected == before);
+    disturbEachCall(
+        kind, [&] { copyAll(kept.path(), _home.path()); },
+        [&](const std::string& what) {
+          const support::ScratchHome::Records left = _home.records();
+          EXPECT_TRUE(left.days == before.days || left.days == _expected.days) << what;
+          ASSERT_EQ(left.lately.size(), 2u) << what;
+          for (std::size_t each = 0; each < 2; ++each)
+            EXPECT_TRUE(left.lately[each] == before.lately[each] || left.lately[each] == _expected.lately[each])
+                << what;
+        });
   }
 
   support::ScratchHome _home;
@@ -66,16 +116,45 @@ class ReadFaultTest : public testing::Test {
 };
 
 TEST_F(ReadFaultTest, KillAtAnyCallIsMadeUpForByTheNextRead) {
-  disturbEachCall("kill");
+  disturbFirstReads("kill");
 }
 
 TEST_F(ReadFaultTest, ErrorAtAnyCallIsMadeUpForByTheNextRead) {
-  disturbEachCall("5");
+  disturbFirstReads("5");
 }
 
 TEST_F(ReadFaultTest, DiskThatFillsUpIsMadeUpForByTheNextRead) {
-  disturbEachCall("from-28");
+  disturbFirstReads("from-28");
 }
+
+TEST_F(ReadFaultTest, AnErrorLosesNothingOfEarlierReads) {
+  disturbLaterReads("24");
+}
+
+// EIO, ENOSPC, EACCES, EMFILE, ENOMEM, EINTR, a full and a read-only disk, and the end.
+class EveryFault : public ReadFaultTest, public testing::WithParamInterface<const char*> {
+ protected:
+  void SetUp() override {
+    if (!isLongForm()) GTEST_SKIP() << "part of the long form";
+    ReadFaultTest::SetUp();
+  }
+};
+
+TEST_P(EveryFault, OfAFirstReadIsMadeUpForByTheNext) {
+  disturbFirstReads(GetParam());
+}
+
+TEST_P(EveryFault, OfALaterReadLosesNothingOfEarlierOnes) {
+  disturbLaterReads(GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(, EveryFault,
+                         testing::Values("kill", "5", "28", "13", "24", "12", "interrupted", "from-28", "from-30"),
+                         [](const auto& info) {
+                           std::string name = info.param;
+                           std::erase(name, '-');
+                           return name;
+                         });
 
 TEST_F(ReadFaultTest, InterruptionsAndShortWritesDoNotFailARead) {
   for (const char* kind : {"interrupted", "short"}) {
