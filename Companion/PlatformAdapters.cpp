@@ -21,6 +21,7 @@
 #include "Adapters/Linux/Process/ProcessConfinement.h"
 #include "Adapters/Linux/Secrets/MakeSecretStore.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
+#include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 
 namespace pellora::platform_adapters {
@@ -67,6 +68,15 @@ std::optional<std::filesystem::path> runtimeFolder() {
 std::optional<std::filesystem::path> settingsFolder() {
   const auto config = XdgFolders::config();
   return config ? std::optional(*config / kSettingsFolder) : std::nullopt;
+}
+
+void removeLeftovers() {
+  std::vector<std::optional<std::filesystem::path>> folders = {sharedFolder(), runtimeFolder(), settingsFolder()};
+  if (const auto model = ModelSettings::file()) folders.push_back(model->parent_path());
+  if (const auto data = XdgFolders::data()) folders.push_back(*data / ExchangeKeychain::attributes().service);
+  if (const auto config = XdgFolders::config()) folders.push_back(*config / "autostart");
+  for (const auto& folder : folders)
+    if (folder) AtomicFile::removeLeftovers(*folder);
 }
 
 std::optional<Instant> lastReadAt() {

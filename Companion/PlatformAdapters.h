@@ -37,6 +37,9 @@ std::optional<std::filesystem::path> runtimeFolder();
 // Where the companion keeps its own settings; absent without a home folder.
 std::optional<std::filesystem::path> settingsFolder();
 
+// Takes away temporary files that a killed process left in the folders that the companion writes.
+void removeLeftovers();
+
 // When the helper last read, as its settings say.
 std::optional<Instant> lastReadAt();
 

@@ -167,6 +167,7 @@ int runHelperApp(int& argc, char** argv, const HelperOptions& options, std::shar
       },
       later, token);
   if (!isFirst) return 0;
+  adapters.tellProtections();
   adapters.removeLeftovers();
   adapters.refreshLoginItem();
   auto app = std::make_unique<HelperApp>(application, adapters.platform(), adapters.desktop());

@@ -122,6 +122,10 @@ AppInstance& PlatformAdapters::appInstance() {
   return _adapters->appInstance;
 }
 
+void PlatformAdapters::tellProtections() const {
+  _adapters->confinement->tellProtections();
+}
+
 void PlatformAdapters::refreshLoginItem() {
   _adapters->confinement->refreshLoginItem();
 }

@@ -42,6 +42,9 @@ class PlatformAdapters {
   // Takes away temporary files that a killed process left in the folders that this program writes.
   void removeLeftovers() const;
 
+  // Writes which protections are in force, for the companion. Call it only when no other helper runs.
+  void tellProtections() const;
+
   // Lets the login item start this program from where it is now, when it is enabled.
   void refreshLoginItem();
 

@@ -51,6 +51,7 @@ int run(std::shared_ptr<HelperConfinement> confinement) {
     std::cerr << "Pellora for Messages is already running.\n";
     return kAlreadyRunning;
   }
+  adapters.tellProtections();
   adapters.removeLeftovers();
   HelperEngine engine(platform);
   QCoro::waitFor(engine.readNow());

@@ -278,6 +278,7 @@ class Commands {
 
   template <class Command>
   static CommandResult runWithContext(const Command& command) {
+    platform_adapters::removeLeftovers();
     const auto secrets = platform_adapters::secretStore();
     const CompanionContext context{*secrets,
                                    platform_adapters::sharedFolder(),

@@ -118,6 +118,9 @@ std::string StatusReport::nextStepWithHelper() const {
   if (!isHelperRunning()) return "Start the helper: pellora-for-messages";
   if (heartbeat && heartbeat->status == Status::failed)
     return "Open the helper's window to see why the last read failed.";
+  // The kernel lets the helper read the folders that were there when it started.
+  if (heartbeat && heartbeat->status == Status::needsFullDiskAccess)
+    return "Start the helper again, so that it may read the Messages folder that is there now.";
   if (heartbeat && heartbeat->status == Status::waitingForPellora)
     return "The helper does not find the key and the people that are here: was PELLORA_SECRET_STORE set for one of the "
            "two only? \"pellora-companion key use-file\" keeps the choice for both; then start the helper again.";

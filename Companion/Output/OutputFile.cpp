@@ -62,6 +62,7 @@ void write(const std::string& name, std::string_view text) {
   const bool hasFolder = fs::is_directory(file.parent_path(), error);
   if (!hasFolder) fail(name, error ? error.message() : "its folder is not a folder");
   const InterruptionGuard guard;
+  AtomicFile::removeLeftovers(file.parent_path());
   AtomicFile::write(file, text);
 }
 

@@ -62,5 +62,18 @@ TEST_F(RefusedProtection, WhatTheKernelLacksIsNoRefusal) {
   EXPECT_EQ(_home.records().lately.size(), 2U);
 }
 
+TEST_F(RefusedProtection, AnotherStartDoesNotHideWhatTheRunningHelperHas) {
+  _environment.set("QT_QPA_PLATFORM", "offscreen");
+  _home.addSomeDays();
+  const support::ProgramRun running({PELLORA_HELPER, {"--background"}, {}});
+  const auto protections = [this] {
+    companion({"status"});
+    return output.find("core dumps, tracing") != std::string::npos;
+  };
+  for (int attempt = 0; attempt < 100 && !protections(); ++attempt);
+  EXPECT_EQ(helper({"--read-once"}), 6) << output << errors;
+  EXPECT_TRUE(protections()) << output;
+}
+
 }  // namespace
 }  // namespace pellora

@@ -363,6 +363,8 @@ const Step kSteps[] = {
      }},
     {"was PELLORA_SECRET_STORE set for one of the two only",
      [](StatusReport& report) { report.heartbeat->status = HelperHeartbeat::Status::waitingForPellora; }},
+    {"Start the helper again, so that it may read the Messages folder that is there now.",
+     [](StatusReport& report) { report.heartbeat->status = HelperHeartbeat::Status::needsFullDiskAccess; }},
     {"see why the last read failed",
      [](StatusReport& report) { report.heartbeat->status = HelperHeartbeat::Status::failed; }},
     {"Look at the result: pellora-companion lately (or view, in the browser). For sentences and news it takes a "

@@ -187,9 +187,8 @@ HelperConfinement::HelperConfinement(const Needs& needs) {
   if (needs.purpose == Purpose::window) _keeper = makeKeeper();
   for (const StandInFolders& each : _standIns)
     plan.writableFolders.insert(plan.writableFolders.end(), each.paths().begin(), each.paths().end());
-  const ConfinementReport report = ProcessConfinement::apply(plan);
-  report.write(RuntimeFolder::own());
-  _refusal = report.refusal();
+  _report = ProcessConfinement::apply(plan);
+  if (!refusal().empty()) tellProtections();
   _loginItem = std::make_unique<KeptLoginItem>(_keeper.get());
   _container = std::make_unique<KeptContainer>(_keeper.get(), _standIns);
 }
@@ -202,6 +201,10 @@ LoginItem& HelperConfinement::loginItem() {
 
 const GroupContainer& HelperConfinement::container() const {
   return *_container;
+}
+
+void HelperConfinement::tellProtections() const {
+  if (!_report.protections.empty()) _report.write(RuntimeFolder::own());
 }
 
 void HelperConfinement::refreshLoginItem() {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Adapters/Linux/Files/StandInFolders.h"
+#include "Adapters/Linux/Process/ConfinementReport.h"
 #include "Adapters/Linux/Process/Keeper.h"
 #include "PelloraMessagesCore/Ports/GroupContainer.h"
 #include "PelloraMessagesCore/Ports/Session.h"
@@ -37,7 +38,11 @@ class HelperConfinement {
   HelperConfinement& operator=(const HelperConfinement&) = delete;
 
   // The kernel's refusal in one sentence; the program must not continue then. Empty when all is well.
-  const std::string& refusal() const { return _refusal; }
+  std::string refusal() const { return _report.refusal(); }
+
+  // Writes the report for the companion. To be called by the process that becomes the helper or the reader: one that
+  // ends because another runs must not overwrite that one's report. A refusal is written in any case.
+  void tellProtections() const;
 
   LoginItem& loginItem();
   // Lets an enabled entry of the user's start this program when it starts another path.
@@ -57,7 +62,7 @@ class HelperConfinement {
   std::unique_ptr<Keeper> _keeper;
   std::unique_ptr<KeptLoginItem> _loginItem;
   std::unique_ptr<KeptContainer> _container;
-  std::string _refusal;
+  ConfinementReport _report;
 };
 
 }  // namespace pellora
