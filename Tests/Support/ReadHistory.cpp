@@ -406,7 +406,8 @@ const std::vector<HistorySteps::Step>& HistorySteps::all() {
        "CREATE TEMP TABLE top AS SELECT MAX(ROWID) + 1000 AS by FROM message;"
        "UPDATE message SET ROWID = -ROWID, guid = 'n' || guid;"
        "UPDATE message SET ROWID = (SELECT by FROM top) - ROWID;"
-       "UPDATE chat_message_join SET message_id = message_id + (SELECT by FROM top); DROP TABLE top",
+       "UPDATE chat_message_join SET message_id = message_id + (SELECT by FROM top); DROP TABLE top;"
+       "UPDATE sqlite_sequence SET seq = (SELECT MAX(ROWID) FROM message) WHERE name = 'message'",
        nullptr},
       {"keep-store", 2, kAtOnce, A::none, nullptr, keepStore},
       {"restore-store", 2, kAtOnce, A::none, nullptr, restoreStore},
