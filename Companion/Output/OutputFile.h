@@ -19,8 +19,8 @@ void write(const std::string& name, std::string_view text);
 
 namespace pellora::standard_output {
 
-// Writes all of it, so that nothing is lost unnoticed. When nobody reads any more the process ends the way a closed pipe ends it. Throws
-// CompanionFailure on any other error.
+// Writes all of it, so that nothing is lost unnoticed. When nobody reads any more the process ends the way a closed
+// pipe ends it. Throws CompanionFailure on any other error.
 void write(std::string_view text);
 
 }  // namespace pellora::standard_output

@@ -122,7 +122,7 @@ Task<HelperReadCycle::Outcome> HelperReadCycle::read(Shared shared) {
     findings.results.finish(findings.reading);
     findings.results.saveState();
   });
-  storeProgress(context, findings.reading);
+  storeProgress(context, findings);
   co_await inBackground([&] {
     findings.results.trustNotes();
     findings.results.saveState();
@@ -240,11 +240,12 @@ void HelperReadCycle::closeAccount(ModelTurn& turn, HelperState& state) const {
   account.total.days += use.days;
 }
 
-void HelperReadCycle::storeProgress(const ReadContext& context, const StoreReading& reading) const {
-  _platform.defaults.store({{HelperEngineKeys::kLastRow, reading.lastRowID},
+void HelperReadCycle::storeProgress(const ReadContext& context, const Findings& findings) const {
+  _platform.defaults.store({{HelperEngineKeys::kLastRow, findings.reading.lastRowID},
                             {HelperEngineKeys::kPeople, context.fingerprint},
                             {HelperEngineKeys::kNotesVersion, HelperEngineKeys::kCurrentNotesVersion},
-                            {HelperEngineKeys::kLastRead, _now}});
+                            {HelperEngineKeys::kLastRead, _now},
+                            {HelperEngineKeys::kNotesMark, findings.results.notesMark()}});
 }
 
 }  // namespace pellora

@@ -86,7 +86,7 @@ class HelperReadCycle {
   Task<void> keep(OpenDay& day, bool isAnalysed, ReadResults& results);
   Task<void> askLately(ModelTurn& turn, const ReadContext& context, ReadResults& results, Uuid person);
   void closeAccount(ModelTurn& turn, HelperState& state) const;
-  void storeProgress(const ReadContext& context, const StoreReading& reading) const;
+  void storeProgress(const ReadContext& context, const Findings& findings) const;
 
   const HelperPlatform& _platform;
   QPointer<QObject> _owner;

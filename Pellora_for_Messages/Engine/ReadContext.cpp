@@ -83,6 +83,7 @@ ReadSettings::ReadSettings(const UserDefaults& defaults)
     : lastRowID(defaults.integer(HelperEngineKeys::kLastRow).value_or(0)),
       fingerprint(defaults.text(HelperEngineKeys::kPeople)),
       lastReadAt(defaults.date(HelperEngineKeys::kLastRead)),
+      notesMark(defaults.text(HelperEngineKeys::kNotesMark)),
       areNotesCurrent(defaults.integer(HelperEngineKeys::kNotesVersion) == HelperEngineKeys::kCurrentNotesVersion) {}
 
 ReadMemory ReadMemory::load(const ReadContext& context, const ReadSettings& settings) {

@@ -54,7 +54,8 @@ struct ReadSettings {
   std::int64_t lastRowID = 0;  // 0 before the first read
   std::optional<std::string> fingerprint;
   std::optional<Instant> lastReadAt;
-  bool areNotesCurrent = false;  // the notes are of the version that this program writes
+  std::optional<std::string> notesMark;  // of the notes file that the last read left
+  bool areNotesCurrent = false;          // the notes are of the version that this program writes
 };
 
 // The memory of earlier reads.

@@ -60,6 +60,7 @@ class ReadResults {
   std::int64_t waitingDays() const;
 
   const HelperDayNotes& notes() const { return _notes; }
+  const std::string& notesMark() const { return _notesMark; }  // of the notes file as last saved or met
   HelperState& state() { return _state; }
 
  private:

@@ -38,6 +38,8 @@ bool isLastReadIntact(const ReadContext& context, const ReadMemory& memory) {
   const std::optional<LastReadMark>& last = memory.state.lastRead;
   if (settings.lastRowID == 0 || settings.fingerprint != context.fingerprint || !memory.stored || !last) return false;
   if (last->names != context.names) return false;
+  // Notes and state that were put back together agree with each other; the settings know better.
+  if (settings.notesMark != memory.stored->mark) return false;
   if (!settings.lastReadAt || *settings.lastReadAt > context.now) return false;
   return last->lastRowID == settings.lastRowID && last->at <= context.now && last->notesMark == memory.stored->mark &&
          last->day == context.calendar.dayString(context.now) && last->zone == context.zoneMark(last->at);

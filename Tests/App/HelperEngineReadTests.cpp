@@ -2,6 +2,7 @@
 // progress keys, failures.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <limits>
@@ -171,8 +172,9 @@ TEST(HelperEngineRead, WritesNotesRecordsProgressAndHeartbeat) {
   EXPECT_EQ(world.defaults.text("messages.peopleFingerprint"), peopleFingerprint({world.anna, world.ben}));
   EXPECT_EQ(world.defaults.integer("messages.notesVersion"), 9);
   EXPECT_EQ(world.defaults.date("messages.lastReadAt"), EngineWorld::kStart);
-  EXPECT_EQ(world.defaults.history(), (std::vector<std::string>{"messages.lastRowID", "messages.peopleFingerprint",
-                                                                "messages.notesVersion", "messages.lastReadAt"}));
+  EXPECT_EQ(world.defaults.history(),
+            (std::vector<std::string>{"messages.lastRowID", "messages.peopleFingerprint", "messages.notesVersion",
+                                      "messages.lastReadAt", "messages.notesMark"}));
   const auto heartbeat = world.heartbeat();
   EXPECT_EQ(heartbeat->status, Status::reading);
   EXPECT_EQ(heartbeat->lastReadAt, EngineWorld::kStart);
@@ -253,6 +255,22 @@ TEST(HelperEngineRead, AnyChangeOfThePeopleForcesAFullRead) {
   EXPECT_TRUE(changed([](auto& people) { people.pop_back(); }));
   EXPECT_TRUE(changed([](auto& people) { std::swap(people[0], people[1]); }));
   EXPECT_TRUE(changed([](auto& people) { people[1].firstName = "Benjamin"; }));
+}
+
+TEST(HelperEngineRead, NotesAndStatePutBackTogetherForceAFullRead) {
+  EngineWorld world;
+  world.fromAnna(3h, "first");
+  world.read();
+  const std::filesystem::path kept = world.shared / "Kept";
+  std::filesystem::copy(world.shared / "Helper", kept, std::filesystem::copy_options::recursive);
+  world.store->execute("UPDATE message SET is_from_me = 1");
+  std::filesystem::remove(world.shared / "Helper" / "state.json");
+  world.read();
+  EXPECT_EQ(world.lately(world.anna.id)->sentCount, 1);
+  std::filesystem::remove_all(world.shared / "Helper");
+  std::filesystem::rename(kept, world.shared / "Helper");
+  world.read();
+  EXPECT_EQ(world.lately(world.anna.id)->sentCount, 1) << "the row is the same, the notes are not";
 }
 
 TEST(HelperEngineRead, AnotherNotesVersionStartsFromEmptyNotes) {
