@@ -3,8 +3,10 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QEventLoop>
 #include <algorithm>
 #include <charconv>
 #include <chrono>
@@ -42,6 +44,7 @@ namespace {
 
 // For a query or a file that is being written when the program is to end.
 constexpr std::chrono::milliseconds kEndingPatience(500);
+constexpr int kEndingMilliseconds = 100;  // for reads that are given up
 // For a read of another process that is about to end.
 constexpr std::chrono::seconds kTurnPatience(2);
 constexpr std::chrono::milliseconds kTurnInterval(50);
@@ -206,7 +209,10 @@ bool PlatformAdapters::becomeOnlyReader() {
 bool PlatformAdapters::close() {
   _adapters->languageModel->close();
   _adapters->secrets->close();
-  return _adapters->scheduler.finish(kEndingPatience);
+  const bool isFinished = _adapters->scheduler.finish(kEndingPatience);
+  // A read that waited for one of them is told so, finds its owner gone and gives back what it held.
+  QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, kEndingMilliseconds);
+  return isFinished;
 }
 
 }  // namespace pellora
