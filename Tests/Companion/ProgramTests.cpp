@@ -391,6 +391,9 @@ TEST_F(Program, AsksWhomToTake) {
 }
 
 TEST_F(Program, AsksTheModelWithFewOpenFilesOrSaysThatItCannot) {
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+  GTEST_SKIP() << "The sanitizers open files of their own.";
+#endif
   const support::ModelServerProcess server(support::ModelServerProcess::Transport::port);
   _environment.set("PELLORA_MODEL_URL", server.url());
   int answered = 0;
