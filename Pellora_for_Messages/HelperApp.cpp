@@ -113,7 +113,12 @@ void HelperApp::keepPlace() {
 }
 
 void HelperApp::restorePlace() {
-  std::istringstream words(_engine->platform().defaults.text(kPlaceKey).value_or(""));
+  std::istringstream words;
+  try {
+    words.str(_engine->platform().defaults.text(kPlaceKey).value_or(""));
+  } catch (const std::exception&) {
+    return;  // The window then opens where the desktop puts it.
+  }
   int x = 0;
   int y = 0;
   if (!(words >> x >> y)) return;

@@ -20,6 +20,8 @@ class UserDefaults {
 
   virtual ~UserDefaults() = default;
 
+  // The value; absent for an absent key and for one of another type. All four throw FileError when the settings are
+  // there and cannot be read: taken for absent, they would let a read begin from nothing.
   virtual std::optional<std::int64_t> integer(const std::string& key) const = 0;
   virtual std::optional<std::string> text(const std::string& key) const = 0;
   virtual std::optional<Instant> date(const std::string& key) const = 0;

@@ -10,10 +10,31 @@
 
 namespace pellora {
 
+namespace {
+
+// Only shown, so settings that cannot be read are none; the read that follows says what is wrong.
+std::optional<Instant> lastReadOf(const UserDefaults& defaults) {
+  try {
+    return defaults.date(HelperEngineKeys::kLastRead);
+  } catch (const FileError&) {
+    return std::nullopt;
+  }
+}
+
+bool isLoginDecided(const UserDefaults& defaults) {
+  try {
+    return defaults.boolean(HelperEngineKeys::kLoginChoice);
+  } catch (const FileError&) {
+    return true;  // decided by a start that can keep the decision
+  }
+}
+
+}  // namespace
+
 HelperEngine::HelperEngine(HelperPlatform platform, QObject* parent)
     : QObject(parent),
       _platform(std::move(platform)),
-      _lastReadAt(_platform.defaults.date(HelperEngineKeys::kLastRead)),
+      _lastReadAt(lastReadOf(_platform.defaults)),
       _opensAtLogin(_platform.loginItem.isEnabled()) {}
 
 HelperEngine::~HelperEngine() {
@@ -30,7 +51,7 @@ void HelperEngine::publish(Field& field, Value value) {
 void HelperEngine::start() {
   if (_started) return;
   _started = true;
-  if (!_platform.defaults.boolean(HelperEngineKeys::kLoginChoice)) setOpensAtLogin(true);
+  if (!isLoginDecided(_platform.defaults)) setOpensAtLogin(true);
   const QPointer<HelperEngine> self(this);
   _timer = _platform.scheduler.every(kReadInterval, [self] {
     if (self) self->requestRead();

@@ -61,9 +61,7 @@ std::optional<std::filesystem::path> IniUserDefaults::standardFile() {
 }
 
 std::optional<std::string> IniUserDefaults::text(const std::string& key) const {
-  const auto bytes = AtomicFile::read(_file, kMaximumSize);
-  if (!bytes) return std::nullopt;
-  return KeyFile(*bytes, kGroup).text(kGroup, key);
+  return KeyFile(content(_file), kGroup).text(kGroup, key);
 }
 
 std::optional<std::int64_t> IniUserDefaults::integer(const std::string& key) const {
