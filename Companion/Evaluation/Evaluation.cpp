@@ -148,7 +148,7 @@ void Run::judgeNews(const std::string& answer, const std::vector<MessagesNews>& 
   for (const EvaluationCase::TrueNews& news : day.truth.news) _figures.newsRecall.count(foundLines.contains(news.line));
 }
 
-// Of which message a kept meetup is does not show in it; there is never more than one on a day that was invented.
+// A kept meetup does not say which message it came from; an invented day never holds more than one.
 void Run::judgeMeetups(const std::string& answer, const std::vector<MessagesMeetup>& kept, const Day& day) {
   const std::size_t proposed = MessagesModel::proposedMeetups(answer).size();
   if (proposed > kept.size()) _figures.rejections["meetup"] += static_cast<std::int64_t>(proposed - kept.size());

@@ -21,7 +21,7 @@ ImportedPeople parseCsvPeople(std::string_view text);
 
 // People out of a JSON list of {"id", "firstName", "phones", "emails"} or an object that has such a list as
 // "people". "name" may stand for "firstName", "phone" and "email" for the lists, a single text for a list. And out of
-// jCards (RFC 7095), one or a list of them. Total. Tested by Tests/Companion/PeopleParserTests.cpp.
+// jCards (RFC 7095), a single card or a list. Total. Tested by Tests/Companion/PeopleParserTests.cpp.
 ImportedPeople parseJsonPeople(std::string_view json);
 
 // Whether a line names an LDIF entry.

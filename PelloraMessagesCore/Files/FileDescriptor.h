@@ -47,7 +47,7 @@ class FileError : public std::runtime_error {
   // `action` reads like "write"; `code` is an errno value.
   FileError(const std::string& action, const std::filesystem::path& file, int code);
 
-  // The error of every write when there is no folder to write into.
+  // The error that every write reports when its folder does not exist.
   static FileError noSuchFile();
 
   int code() const { return _code; }

@@ -51,8 +51,8 @@ struct GenerationSchema {
 // total: whatever the answer's bytes are, they give a value or "absent", in time and memory linear in their number.
 // Answers are taken as far as they are good: a fence of back-ticks around the JSON is taken off, keys that nobody
 // asked for are passed over, null is the empty text, and a number written as text is the number. An item of a list
-// that still does not fit is dropped alone, and of too many items the first ones count. Absent is what is not a JSON
-// object, and one without a property or with a value of another type. The length of texts is not looked at.
+// that still does not fit is dropped alone, and of too many items the first ones count. Absent when the
+// text is not a JSON object, or when a property is missing or has another type. The length of texts is not checked.
 // Tested by Tests/Core/GeneratedContentTests.cpp.
 class GeneratedContent {
  public:

@@ -16,7 +16,7 @@
 
 namespace pellora {
 
-// Lets a second launch reach the first one without a session bus: a datagram socket beside the lock file. A
+// Lets a second launch reach the first without a session bus, through a datagram socket next to the lock file. A
 // datagram means "show yourself" and holds the token to do it with, which may be empty. Needs the event loop of the
 // main thread.
 class ActivationSocket {

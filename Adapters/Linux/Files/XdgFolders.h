@@ -19,9 +19,9 @@ std::optional<std::filesystem::path> runtime();  // $XDG_RUNTIME_DIR only
 
 }  // namespace XdgFolders
 
-// A folder of this user's for locks and sockets: $XDG_RUNTIME_DIR, or a private one in the user's home when there is
-// none or it is somebody else's; never one in a place where others could make it first. Absent when there is no folder
-// of this user's that nobody else can write. Tested by Tests/Adapters/RuntimeFolderTests.cpp.
+// A folder of this user's for locks and sockets: $XDG_RUNTIME_DIR, or a private one in the user's home when
+// $XDG_RUNTIME_DIR is unset or belongs to another user. Never in a place where others could create it first. Absent
+// when this user has no folder that nobody else can write. Tested by Tests/Adapters/RuntimeFolderTests.cpp.
 namespace RuntimeFolder {
 
 std::optional<std::filesystem::path> path();

@@ -21,8 +21,8 @@ struct ListedModel {
   bool isRemote = false;  // forwarded to another machine
 };
 
-// The models of a list by their names, the first one of a name: servers tell about them on several pages, which may be
-// long. The list must outlive this object and stay as it is.
+// Looks up the models of a list by name; the first entry with a name counts. Servers describe models on several pages,
+// which may be long. The list must outlive this object and stay as it is.
 class ModelsByName {
  public:
   explicit ModelsByName(std::vector<ListedModel>& models);

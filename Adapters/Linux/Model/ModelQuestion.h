@@ -40,8 +40,8 @@ inline constexpr std::size_t kLongestText = std::size_t{64} * 1024;
 std::string withoutThinking(std::string_view content);
 
 // The answer out of `content` and, for a guided question whose content is empty, a JSON object in `thinking`: some
-// servers file the whole output there. Throws LanguageModelError when there is no answer, and when the one to a guided
-// question cannot be read by its schema.
+// servers put the whole output there. Throws LanguageModelError when there is no answer, and when the answer to a
+// guided question does not match its schema.
 std::string choose(std::string_view content, std::string_view thinking, const GenerationSchema* schema);
 
 // Throws LanguageModelError unless the model ended the answer by itself. Empty: the server does not say.
