@@ -110,6 +110,7 @@ class ProcessConfinementTest : public testing::Test {
   ConfinementPlan plan() const {
     ConfinementPlan plan;
     plan.writableFolders = {_own, _folder / "config/deep/own"};
+    plan.socketFolder = _folder / "run/sockets";
     plan.readable = {_readable};
     plan.store = _store;
     return plan;
@@ -285,6 +286,30 @@ TEST_F(ProcessConfinementTest, NothingIsWrittenOutsideTheNamedFolders) {
                        attempts.refused("pipe", mkfifo(made.c_str(), 0600));
                        attempts.refused("truncating", truncate(there, 0));
                        attempts.refused("truncating by opening", open(there, O_RDONLY | O_TRUNC));
+                     }),
+            "");
+}
+
+// A second launch without a session bus reaches the first one by a socket.
+TEST_F(ProcessConfinementTest, SocketsAreMadeInTheirFolderOnly) {
+  const auto isBound = [](const fs::path& path) {
+    const FileDescriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.string().copy(address.sun_path, sizeof address.sun_path - 1);
+    return bind(socket.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  };
+  EXPECT_EQ(confined(plan(),
+                     [&](Attempts& attempts) {
+                       const fs::path sockets = _folder / "run/sockets";
+                       attempts.works("socket", isBound(sockets / "socket"));
+                       attempts.works("unlinking", unlink((sockets / "socket").c_str()));
+                       AtomicFile::write(sockets / "file", "text");
+                       if (Landlock::version() == 0) return;
+                       const fs::path made = sockets / "made";
+                       attempts.refused("symlink", symlink("/etc/passwd", made.c_str()));
+                       attempts.refused("pipe", mkfifo(made.c_str(), 0600));
+                       attempts.refused("socket elsewhere", isBound(_own / "socket"));
                      }),
             "");
 }

@@ -141,7 +141,6 @@ std::vector<fs::path> HelperConfinement::ownFolders() {
     folders.push_back(defaults->parent_path());
     followLink(*defaults, folders);
   }
-  if (const auto runtime = RuntimeFolder::own()) folders.push_back(*runtime);
   return folders;
 }
 
@@ -179,6 +178,8 @@ HelperConfinement::HelperConfinement()
 HelperConfinement::HelperConfinement(const Needs& needs) {
   ConfinementPlan plan;
   plan.writableFolders = ownFolders();
+  // A second launch reaches the first one there when there is no session bus.
+  plan.socketFolder = RuntimeFolder::own().value_or(fs::path());
   plan.readable = readableFolders();
   plan.readable.insert(plan.readable.end(), needs.readable.begin(), needs.readable.end());
   plan.store = needs.store;

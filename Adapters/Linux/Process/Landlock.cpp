@@ -41,11 +41,12 @@ constexpr std::uint64_t kWriting = LANDLOCK_ACCESS_FS_WRITE_FILE | LANDLOCK_ACCE
                                    LANDLOCK_ACCESS_FS_MAKE_DIR | LANDLOCK_ACCESS_FS_MAKE_REG |
                                    LANDLOCK_ACCESS_FS_MAKE_SOCK | LANDLOCK_ACCESS_FS_MAKE_FIFO |
                                    LANDLOCK_ACCESS_FS_MAKE_BLOCK | LANDLOCK_ACCESS_FS_MAKE_SYM;
-// What is asked for of everything: links, pipes, sockets and devices are ruled, too, and nowhere allowed. A link in one
-// of the helper's folders would lead the companion, which has more rights, elsewhere.
+// Links, pipes and devices are ruled as well, and allowed nowhere. A link in one of the helper's folders would lead the
+// companion, which has more rights, elsewhere.
 constexpr std::uint64_t kWritingFiles = LANDLOCK_ACCESS_FS_WRITE_FILE | LANDLOCK_ACCESS_FS_REMOVE_DIR |
                                         LANDLOCK_ACCESS_FS_REMOVE_FILE | LANDLOCK_ACCESS_FS_MAKE_DIR |
                                         LANDLOCK_ACCESS_FS_MAKE_REG;
+constexpr std::uint64_t kEverything = kReading | kWritingFiles | kRefer | kTruncate;
 constexpr std::uint64_t kOnFiles = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_WRITE_FILE | kTruncate;
 
 std::uint64_t rightsOf(Landlock::Access access) {
@@ -55,9 +56,11 @@ std::uint64_t rightsOf(Landlock::Access access) {
     case Landlock::Access::readingAndMakingEmptyFiles:
       return kReading | LANDLOCK_ACCESS_FS_MAKE_REG;
     case Landlock::Access::everything:
+      return kEverything;
+    case Landlock::Access::everythingAndSockets:
       break;
   }
-  return kReading | kWritingFiles | kRefer | kTruncate;
+  return kEverything | LANDLOCK_ACCESS_FS_MAKE_SOCK;
 }
 
 }  // namespace

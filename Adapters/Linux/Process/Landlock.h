@@ -10,9 +10,9 @@ namespace pellora {
 
 class Landlock {
  public:
-  // Allowed uses of a file, or of everything below a folder. `everything` is about files and folders: links,
-  // pipes, sockets and devices are made nowhere.
-  enum class Access { reading, readingAndMakingEmptyFiles, everything };
+  // Allowed uses of a file, or of everything below a folder. `everything` is about files and folders, and
+  // `everythingAndSockets` about sockets, too. Links, pipes and devices are made nowhere.
+  enum class Access { reading, readingAndMakingEmptyFiles, everything, everythingAndSockets };
 
   static constexpr int kFirstWithNetwork = 4;
   static constexpr int kFirstWithSignals = 6;

@@ -81,6 +81,10 @@ void allowFiles(Landlock& rules, const ConfinementPlan& plan, const std::filesys
     makePrivateFolders(folder);
     rules.allow(folder, Access::everything);
   }
+  if (!plan.socketFolder.empty()) {
+    makePrivateFolders(plan.socketFolder);
+    rules.allow(plan.socketFolder, Access::everythingAndSockets);
+  }
   for (const std::filesystem::path& path : plan.readable) {
     if (path.filename().empty()) makePrivateFolders(path.parent_path());
     rules.allow(path, Access::reading);

@@ -20,6 +20,8 @@ namespace pellora {
 struct ConfinementPlan {
   // Below these everything may be read and written; they are made (mode 0700) when missing, so that they can be named.
   std::vector<std::filesystem::path> writableFolders;
+  // The one folder in which sockets may be made as well; empty: nowhere. Everything may be read and written below it.
+  std::filesystem::path socketFolder;
   // Folders or files that may be read, beyond the system's and the desktop's; folders named with a "/" at the end are
   // made when missing.
   std::vector<std::filesystem::path> readable;
