@@ -141,6 +141,7 @@ std::vector<fs::path> HelperConfinement::ownFolders() {
     folders.push_back(defaults->parent_path());
     followLink(*defaults, folders);
   }
+  if (const auto runtime = RuntimeFolder::own()) folders.push_back(*runtime);
   return folders;
 }
 

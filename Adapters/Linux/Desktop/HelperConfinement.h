@@ -49,7 +49,7 @@ class HelperConfinement {
   void refreshLoginItem();
   const GroupContainer& container() const;
 
-  // The folders below which the helper writes, but for the runtime folder.
+  // The folders below which the helper writes.
   static std::vector<std::filesystem::path> ownFolders();
 
  private:
