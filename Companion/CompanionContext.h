@@ -1,12 +1,11 @@
-// The context of every command (the shared folder, the secret store, the time, the look of the output) and its
-// result. A command is a struct of its options with `CommandResult run(const CompanionContext&) const`, which
-// throws CompanionFailure when it cannot do what was asked. The context is made once, in the command line; tests make
-// their own. References must outlive it.
+// The context of every command (the shared folder, the exchange key, the time, the look of the output) and its result.
+// Tested by Tests/Companion/CommandTests.cpp.
 #pragma once
 
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "Companion/Output/OutputStyle.h"
 #include "PelloraMessagesCore/Files/SecretBytes.h"
@@ -16,11 +15,35 @@
 
 namespace pellora {
 
+// Whether there is an exchange key, and if not, why.
+struct KeyState {
+  enum class Kind { found, none, locked, unavailable, damaged };
+
+  Kind kind = Kind::none;
+  std::string reason;  // the store's own words, if any
+  std::optional<ExchangeKey> key;
+
+  static KeyState find(SecretStore& secrets);
+
+  // Whether there is no keyring to reach, for which the key file would do instead.
+  bool lacksKeyring() const;
+
+  // The kind in one word, as scripts get it.
+  std::string_view word() const;
+
+  // The kind in one sentence.
+  std::string sentence() const;
+};
+
+// The result of a command.
 struct CommandResult {
   std::string output;     // for standard output, whole lines
   std::string complaint;  // one sentence for standard error when it was not done, else empty
 };
 
+// The context of every command. A command is a struct of its options with
+// `CommandResult run(const CompanionContext&) const`, which throws CompanionFailure when it cannot do what was asked.
+// The context is made once, in the command line; tests make their own. References must outlive it.
 struct CompanionContext {
   SecretStore& secrets;
   std::optional<std::filesystem::path> folder;   // shared with the helper

@@ -7,16 +7,14 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
+#include "Adapters/Linux/Desktop/DBusSignals.h"
 #include "Adapters/Linux/Desktop/DesktopBus.h"
-#include "Adapters/Linux/Desktop/PortalFileOpener.h"
+#include "Adapters/Linux/Desktop/FileOpening.h"
 #include "Adapters/Linux/Desktop/XdgAutostartLoginItem.h"
-#include "Adapters/Linux/Desktop/XdgOpen.h"
 #include "Adapters/Linux/Files/FileLock.h"
 #include "Adapters/Linux/Files/IniUserDefaults.h"
 #include "Adapters/Linux/Files/XdgFolders.h"
 #include "Adapters/Linux/Model/PeerOwner.h"
-#include "Adapters/Linux/Process/InstanceLock.h"
 #include "Adapters/Linux/Process/Keeper.h"
 #include "Adapters/Linux/Process/ProcessConfinement.h"
 #include "Adapters/Linux/Secrets/MakeSecretStore.h"

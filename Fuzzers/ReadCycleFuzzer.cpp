@@ -16,7 +16,6 @@
 #include "PelloraMessagesCore/HelperDayNotes.h"
 #include "PelloraMessagesCore/MessagesDayBuilder.h"
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
-#include "SampleStore/MessagesSchema.h"
 #include "SampleStore/StoreConnection.h"
 
 namespace {

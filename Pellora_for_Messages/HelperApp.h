@@ -1,12 +1,14 @@
-// The app around the engine: its life, its window, its tray item.
+// The app around the engine: its life, its window, its tray item, and the desktop that it needs for these.
 #pragma once
 
 #include <QObject>
+#include <functional>
 #include <memory>
 
+#include "PelloraMessagesCore/Ports/Desktop.h"
+#include "PelloraMessagesCore/Ports/Session.h"
 #include "Pellora_for_Messages/Engine/HelperEngine.h"
 #include "Pellora_for_Messages/Engine/HelperOptions.h"
-#include "Pellora_for_Messages/HelperDesktop.h"
 #include "Pellora_for_Messages/Window/HelperMenu.h"
 #include "Pellora_for_Messages/Window/HelperWindow.h"
 
@@ -16,6 +18,19 @@ class QApplication;
 namespace pellora {
 
 class HelperConfinement;
+
+// The desktop as far as the app needs more of it than the engine. The references must outlive the app.
+struct HelperDesktop {
+  TrayHost& trayHost;
+  PrivacySettings& privacySettings;
+  Appearance& appearance;
+  QuitRequests& quitRequests;
+  SleepNotice& sleepNotice;
+  WindowActivation& windowActivation;
+
+  // Gives back memory that is not needed at the moment; called after bursts of work.
+  std::function<void()> releaseMemory;
+};
 
 // Keeps the process alive when the window is closed, and out of the session's list of programs to start again: the
 // login item does that.

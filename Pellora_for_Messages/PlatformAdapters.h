@@ -7,7 +7,7 @@
 
 #include "PelloraMessagesCore/Ports/Session.h"
 #include "Pellora_for_Messages/Engine/HelperPlatform.h"
-#include "Pellora_for_Messages/HelperDesktop.h"
+#include "Pellora_for_Messages/HelperApp.h"
 
 namespace pellora {
 

@@ -6,9 +6,7 @@
 
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "SampleStore/MessageInserter.h"
-#include "SampleStore/MessagesSchema.h"
 #include "SampleStore/SampleDialogue.h"
-#include "SampleStore/SamplePerson.h"
 #include "SampleStore/StoreConnection.h"
 
 namespace pellora {

@@ -1,4 +1,5 @@
-// A connection to the store that is being written, its statements and its error.
+// A Messages store that is being written: the connection to it, its statements and its error, and the tables that a
+// recent store has.
 #pragma once
 
 #include <cstdint>
@@ -75,6 +76,16 @@ class StoreConnection {
 
  private:
   sqlite3* _connection = nullptr;
+};
+
+// The tables, indexes and triggers of a recent Messages store, as SQL scripts. The triggers are those that need
+// nothing but SQL, so any process can write to the store. Indexes and triggers come apart from the tables because
+// a store of a million messages is filled faster without them.
+class MessagesSchema {
+ public:
+  static const char* tables();
+  static const char* indexes();
+  static const char* triggers();
 };
 
 }  // namespace pellora

@@ -11,7 +11,7 @@
 #include "PelloraMessagesCore/Json/JsonValue.h"
 #include "PelloraMessagesCore/Time/IsoDate.h"
 #include "SampleStore/PhoneBackupWriter.h"
-#include "SampleStore/SamplePerson.h"
+#include "SampleStore/SampleDialogue.h"
 #include "SampleStore/SampleStoreWriter.h"
 
 namespace {

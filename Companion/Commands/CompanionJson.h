@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "Companion/Commands/StatusReport.h"
-#include "Companion/KeyState.h"
+#include "Companion/CompanionContext.h"
 #include "Companion/Lately/LatelyStore.h"
-#include "Companion/People/ImportOutcome.h"
+#include "Companion/People/PeopleMerge.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
 
 namespace pellora::companion_json {

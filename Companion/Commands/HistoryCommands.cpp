@@ -11,7 +11,6 @@
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
 #include "Companion/Output/OutputFile.h"
-#include "Companion/Output/Progress.h"
 #include "Companion/Output/Terminal.h"
 #include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"

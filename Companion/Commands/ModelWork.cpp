@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "Companion/Evaluation/ModelWitness.h"
+#include "Companion/Evaluation/EvaluationModels.h"
 #include "Companion/Output/DisplayText.h"
 #include "PelloraMessagesCore/MessagesModel.h"
 #include "PelloraMessagesCore/Time/IsoDate.h"

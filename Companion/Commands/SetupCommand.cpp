@@ -8,7 +8,6 @@
 #include "Companion/Commands/StatusReport.h"
 #include "Companion/Output/DisplayText.h"
 #include "Companion/Output/OutputFile.h"
-#include "Companion/Output/Progress.h"
 #include "Companion/Output/Terminal.h"
 #include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"

@@ -1,9 +1,8 @@
-// Judges a language model by invented days of which the truth is known: asks the helper's own questions by the helper's
-// own tasks, and counts what these kept rightly and wrongly, and why the rest was not kept.
-// Tested by Tests/Companion/EvaluationTests.cpp.
+// Judges a language model by invented days of which the truth is known. Tested by Tests/Companion/EvaluationTests.cpp.
 #pragma once
 
 #include <functional>
+#include <string_view>
 #include <vector>
 
 #include "Companion/Evaluation/EvaluationCase.h"
@@ -12,6 +11,21 @@
 
 namespace pellora {
 
+// The person who does something according to a sentence about a day. A sentence that tells a person's news as the
+// user's, or as that of both, is worse than none, and no guard can notice it. Read off by simple rules of English word
+// order: the last one named before the words that tell it, as a subject or an owner. Pure.
+enum class Doer {
+  nobody,  // the sentence does not tell it, or not of whom
+  user,
+  person,
+  both
+};
+
+// `sentence` begins with "You and NAME"; `deed` is what happened, as a sentence of its own.
+Doer doerOf(std::string_view sentence, std::string_view deed, std::string_view name);
+
+// Asks the helper's own questions by the helper's own tasks, and counts what these kept rightly and wrongly, and why
+// the rest was not kept.
 namespace Evaluation {
 
 // Called before the questions about each case.

@@ -1,16 +1,93 @@
 #include "Companion/Lately/LatelyPage.h"
 
+#include <openssl/evp.h>
+
 #include <algorithm>
+#include <stdexcept>
+#include <string>
+#include <string_view>
 #include <tuple>
 
 #include "Companion/Lately/LatelyText.h"
 #include "Companion/Output/DisplayText.h"
-#include "Companion/Output/HtmlText.h"
+#include "PelloraMessagesCore/Text/Text.h"
 #include "PelloraMessagesCore/Time/IsoDate.h"
 
 namespace pellora {
 
 namespace {
+
+// Pieces of a page for a browser.
+namespace html {
+
+std::string_view entityOf(char byte) {
+  switch (byte) {
+    case '&':
+      return "&amp;";
+    case '<':
+      return "&lt;";
+    case '>':
+      return "&gt;";
+    case '"':
+      return "&quot;";
+    case '\'':
+      return "&#39;";
+    default:
+      return {};
+  }
+}
+
+// As a policy names a style sheet.
+std::string hashOf(std::string_view style) {
+  unsigned char digest[EVP_MAX_MD_SIZE];
+  unsigned int size = 0;
+  if (EVP_Digest(style.data(), style.size(), digest, &size, EVP_sha256(), nullptr) != 1)
+    throw std::runtime_error("The cryptographic library cannot hash the page's style.");
+  unsigned char text[2 * EVP_MAX_MD_SIZE];
+  const int length = EVP_EncodeBlock(text, digest, static_cast<int>(size));
+  return "sha256-" + std::string(text, text + length);
+}
+
+// Without anything that means something in HTML, in text or in attributes, and without characters that steer.
+std::string escaped(std::string_view text) {
+  std::string result;
+  for (const char byte : display::printable(text)) {
+    const std::string_view entity = entityOf(byte);
+    entity.empty() ? result += byte : result += entity;
+  }
+  return result;
+}
+
+// <a>, for addresses of the web only; anything else stays text. The page that it leads to does not learn where the
+// visitor came from.
+std::string link(std::string_view url) {
+  const std::string shown = escaped(url);
+  const bool isWeb = text::prefixLengthIgnoringCase(url, "https://") || text::prefixLengthIgnoringCase(url, "http://");
+  return isWeb ? "<a rel=\"noopener noreferrer\" href=\"" + shown + "\">" + shown + "</a>" : shown;
+}
+
+// "<h2>heading</h2>" and the list; empty without items.
+std::string section(std::string_view tag, std::string_view heading, std::string_view items) {
+  if (items.empty()) return {};
+  const std::string name(tag);
+  return "<section>\n<" + name + ">" + std::string(heading) + "</" + name + ">\n<ul>\n" + std::string(items) +
+         "</ul>\n</section>\n";
+}
+
+// A whole page. It may show what is in it and this style sheet, and nothing else: the policy forbids scripts, forms
+// and anything from elsewhere, and admits the style by its hash.
+std::string document(std::string_view title, std::string_view style, std::string_view body) {
+  return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+         "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src '" +
+         hashOf(style) +
+         "'; base-uri 'none'; form-action 'none'\">\n"
+         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+         "<meta name=\"referrer\" content=\"no-referrer\">\n<title>" +
+         escaped(title) + "</title>\n<style>" + std::string(style) + "</style>\n</head>\n<body>\n" + std::string(body) +
+         "</body>\n</html>\n";
+}
+
+}  // namespace html
 
 constexpr std::size_t kMostNewest = 12;  // entries of each kind in the overview; each person's list has them all
 

@@ -1,7 +1,7 @@
 #include "Companion/Lately/LatelyText.h"
 
 #include "Companion/Output/DisplayText.h"
-#include "Companion/Output/TextTable.h"
+#include "Companion/Output/OutputStyle.h"
 #include "PelloraMessagesCore/Time/RelativeDate.h"
 
 namespace pellora::lately_text {

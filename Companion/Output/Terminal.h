@@ -1,10 +1,13 @@
-// Questions to the user on the terminal, whatever standard input and output are. Tested by
+// The user at the terminal: questions, whatever standard input and output are, and the progress of slow work. Tested by
 // Tests/Companion/ProgramTests.cpp.
 #pragma once
 
+#include <condition_variable>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "PelloraMessagesCore/Files/SecretBytes.h"
 
@@ -27,3 +30,32 @@ std::optional<bool> isConfirmed(const std::string& question);
 std::optional<SecretBytes> password(const std::string& question);
 
 }  // namespace pellora::terminal
+
+namespace pellora {
+
+// Tells on standard error what takes so long: one line that comes after a second, counts the seconds and goes when
+// the work is done. Nothing when standard error is no terminal.
+class Progress {
+ public:
+  // `activity` as in "Reading contacts.vcf".
+  explicit Progress(const std::string& activity);
+  ~Progress();
+
+  // How much is done, in hundredths, told from then on.
+  void setDone(int hundredths);
+
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+ private:
+  void tell();
+
+  std::string _activity;
+  std::mutex _mutex;
+  std::condition_variable _done;
+  bool _isDone = false;
+  int _hundredths = -1;  // not known
+  std::thread _thread;
+};
+
+}  // namespace pellora

@@ -6,7 +6,7 @@
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/HelperPeopleFile.h"
-#include "Pellora_for_Messages/Engine/HelperEngineKeys.h"
+#include "Pellora_for_Messages/Engine/ReadContext.h"
 
 namespace pellora {
 

@@ -1,7 +1,12 @@
-// The engine's state, as the views show it.
+// The engine's state, as the views show it, and the one line that says it: in the menu, in the window and on the
+// command line. Tested by Tests/App/StatusLineTests.cpp.
 #pragma once
 
+#include <optional>
 #include <string>
+
+#include "PelloraMessagesCore/Time/Instant.h"
+#include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {
 
@@ -15,5 +20,9 @@ struct HelperEngineState {
 
   bool operator==(const HelperEngineState&) const = default;
 };
+
+// `lastReadAt` is told relative to `now` and only while idle.
+std::string statusLine(const HelperEngineState& state, const std::optional<Instant>& lastReadAt, Instant now,
+                       const LocalCalendar& calendar);
 
 }  // namespace pellora

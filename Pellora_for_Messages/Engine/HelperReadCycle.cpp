@@ -10,7 +10,7 @@
 #include "PelloraMessagesCore/MessagesModel.h"
 #include "Pellora_for_Messages/Engine/DayAnalysis.h"
 #include "Pellora_for_Messages/Engine/DayPlan.h"
-#include "Pellora_for_Messages/Engine/HelperEngineKeys.h"
+#include "Pellora_for_Messages/Engine/ReadContext.h"
 #include "Pellora_for_Messages/Engine/StoreReading.h"
 
 namespace pellora {

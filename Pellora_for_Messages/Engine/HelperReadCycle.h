@@ -15,8 +15,8 @@
 #include <utility>
 #include <vector>
 
+#include "Pellora_for_Messages/Engine/DayAnalysis.h"
 #include "Pellora_for_Messages/Engine/HelperPlatform.h"
-#include "Pellora_for_Messages/Engine/ModelTurn.h"
 #include "Pellora_for_Messages/Engine/ReadResults.h"
 
 namespace pellora {

@@ -1,6 +1,5 @@
-// What one read is based on: its time, the people, the calendar, and what earlier reads left behind. Made at the start
-// of a read; the context is not changed afterwards. Used by one thread at a time.
-// Tested by Tests/App/HelperEngineReadTests.cpp and ReadHistoryTests.cpp.
+// The basis of one read: its time, the people, the calendar, and what earlier reads left behind. Used by one thread at
+// a time. Tested by Tests/App/HelperEngineReadTests.cpp and ReadHistoryTests.cpp.
 #pragma once
 
 #include <chrono>
@@ -19,8 +18,32 @@
 #include "PelloraMessagesCore/Ports/UserDefaults.h"
 #include "PelloraMessagesCore/Time/LocalCalendar.h"
 
+// The engine's user-defaults keys and the version of the day notes' format. Raising the version makes the next
+// read of every installation rebuild the notes from nothing.
+namespace pellora::HelperEngineKeys {
+
+inline constexpr char kLastRow[] = "messages.lastRowID";
+inline constexpr char kPeople[] = "messages.peopleFingerprint";
+inline constexpr char kLastRead[] = "messages.lastReadAt";
+inline constexpr char kNotesVersion[] = "messages.notesVersion";
+inline constexpr char kNotesMark[] = "messages.notesMark";  // of the notes file that the progress belongs to
+inline constexpr char kLoginChoice[] = "messages.loginItemDecided";
+
+inline constexpr std::int64_t kCurrentNotesVersion = 9;
+
+}  // namespace pellora::HelperEngineKeys
+
 namespace pellora {
 
+// A short text that changes whenever the people file's people, numbers or addresses do: 64-bit FNV-1a over them in
+// file order, in lower-case hexadecimal without leading zeros. Not for security. Tested by
+// Tests/App/PeopleFingerprintTests.cpp.
+std::string peopleFingerprint(const std::vector<HelperPerson>& people);
+
+// The same of their first names, on which birthdays and sentences depend, and which the other one leaves out.
+std::string namesFingerprint(const std::vector<HelperPerson>& people);
+
+// Made at the start of a read and not changed afterwards.
 struct ReadContext {
   static constexpr std::chrono::seconds kReadWindow{2'592'000};  // 30 days of 86,400 s
   static constexpr std::int64_t kWindowDays = 30;

@@ -10,14 +10,12 @@
 #include "PelloraMessagesCore/Ports/Scheduler.h"
 #include "Pellora_for_Messages/Window/StatusTicker.h"
 
-class QMenu;
-
 namespace pellora {
+
+class HelperEngine;
 
 // The menu of the tray item. Holds no state of its own: the status line follows the engine, and time while the menu
 // is open. Tested by Tests/Window/HelperMenuTests.cpp.
-class HelperEngine;
-
 class HelperMenu : public QMenu {
   Q_OBJECT
 

@@ -3,7 +3,7 @@
 #include <QString>
 
 #include "Pellora_for_Messages/Engine/HelperEngine.h"
-#include "Pellora_for_Messages/Engine/StatusLine.h"
+#include "Pellora_for_Messages/Engine/HelperEngineState.h"
 
 namespace pellora {
 

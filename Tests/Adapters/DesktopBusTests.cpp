@@ -13,8 +13,8 @@
 #include <fstream>
 #include <optional>
 
-#include "Adapters/Linux/Desktop/FileManagerPrivacySettings.h"
-#include "Adapters/Linux/Desktop/PortalAppearance.h"
+#include "Adapters/Linux/Desktop/DBusSignals.h"
+#include "Adapters/Linux/Desktop/FileOpening.h"
 #include "Adapters/Linux/Desktop/StatusNotifierHost.h"
 #include "Adapters/Linux/Process/SignalQuitRequests.h"
 #include "Tests/Support/EventLoopWait.h"

@@ -5,7 +5,6 @@
 
 #include "Adapters/Linux/Model/ChatCompletionsProtocol.h"
 #include "Adapters/Linux/Model/OllamaProtocol.h"
-#include "Adapters/Linux/Model/ServerError.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {

@@ -5,7 +5,7 @@
 #include <QDBusMessage>
 
 #include "Adapters/InMemory/InMemoryEvents.h"
-#include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
+#include "Adapters/Linux/Desktop/DBusSignals.h"
 #include "Tests/Support/Contract.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/PrivateBus.h"

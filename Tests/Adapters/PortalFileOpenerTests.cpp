@@ -11,8 +11,7 @@
 #include <iterator>
 
 #include "Adapters/Linux/Desktop/DesktopBus.h"
-#include "Adapters/Linux/Desktop/PortalFileOpener.h"
-#include "Adapters/Linux/Desktop/XdgOpen.h"
+#include "Adapters/Linux/Desktop/FileOpening.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/PrivateBus.h"
 #include "Tests/Support/ScopedEnvironment.h"

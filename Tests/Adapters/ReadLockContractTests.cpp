@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "Adapters/InMemory/InMemoryStorage.h"
-#include "Adapters/Linux/Process/FolderReadLock.h"
+#include "Adapters/Linux/Files/FileLock.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/TemporaryFolder.h"
 

@@ -6,7 +6,7 @@
 #include <QDBusMessage>
 
 #include "Adapters/InMemory/InMemoryEvents.h"
-#include "Adapters/Linux/Desktop/LogindSleepNotice.h"
+#include "Adapters/Linux/Desktop/DBusSignals.h"
 #include "Tests/Support/Contract.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/PrivateBus.h"

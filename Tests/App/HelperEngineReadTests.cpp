@@ -14,7 +14,7 @@
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/MessagesDayBuilder.h"
-#include "Pellora_for_Messages/Engine/PeopleFingerprint.h"
+#include "Pellora_for_Messages/Engine/ReadContext.h"
 #include "Tests/Support/EngineWorld.h"
 #include "Tests/Support/GatedLanguageModel.h"
 

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <set>
 
-#include "Pellora_for_Messages/Engine/PeopleFingerprint.h"
+#include "Pellora_for_Messages/Engine/ReadContext.h"
 
 namespace pellora {
 namespace {

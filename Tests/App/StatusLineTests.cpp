@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "Pellora_for_Messages/Engine/StatusLine.h"
+#include "Pellora_for_Messages/Engine/HelperEngineState.h"
 
 namespace pellora {
 namespace {

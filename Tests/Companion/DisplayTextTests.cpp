@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "Companion/Output/DisplayText.h"
-#include "Companion/Output/TextTable.h"
+#include "Companion/Output/OutputStyle.h"
 
 namespace pellora {
 

@@ -9,7 +9,6 @@
 
 #include "Companion/Commands/Commands.h"
 #include "Companion/Evaluation/Evaluation.h"
-#include "Companion/Evaluation/WhoDidWhat.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "PelloraMessagesCore/Language/FoundItems.h"
 #include "Tests/Companion/CompanionWorld.h"

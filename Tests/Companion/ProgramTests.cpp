@@ -12,9 +12,9 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "Adapters/Linux/Desktop/DBusNotificationCenter.h"
+#include "Adapters/Linux/Desktop/DBusSignals.h"
 #include "Adapters/Linux/Desktop/DesktopBus.h"
-#include "Adapters/Linux/Process/InstanceLock.h"
+#include "Adapters/Linux/Files/FileLock.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "SampleStore/PhoneBackupWriter.h"
 #include "Tests/Support/EventLoopWait.h"

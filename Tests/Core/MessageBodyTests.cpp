@@ -6,7 +6,7 @@
 
 #include "PelloraMessagesCore/MessageBody.h"
 #include "PelloraMessagesCore/Text/Text.h"
-#include "SampleStore/AttributedBodyEncoder.h"
+#include "SampleStore/MessageInserter.h"
 
 namespace pellora {
 namespace {

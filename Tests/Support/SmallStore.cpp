@@ -1,8 +1,8 @@
 #include "Tests/Support/SmallStore.h"
 
 #include "PelloraMessagesCore/ChatDatabase.h"
-#include "SampleStore/AttributedBodyEncoder.h"
-#include "SampleStore/MessagesSchema.h"
+#include "SampleStore/MessageInserter.h"
+#include "SampleStore/StoreConnection.h"
 
 namespace pellora::support {
 

@@ -16,7 +16,6 @@
 #include <set>
 
 #include "Pellora_for_Messages/Window/HelperLook.h"
-#include "Pellora_for_Messages/Window/HelperView.h"
 #include "Pellora_for_Messages/Window/HelperWindow.h"
 #include "Pellora_for_Messages/Window/NoticeCard.h"
 #include "Tests/Window/WindowWorld.h"

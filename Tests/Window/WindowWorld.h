@@ -8,7 +8,7 @@
 
 #include "Adapters/InMemory/InMemoryDesktop.h"
 #include "Adapters/InMemory/InMemoryEvents.h"
-#include "Pellora_for_Messages/HelperDesktop.h"
+#include "Pellora_for_Messages/HelperApp.h"
 #include "Tests/Support/EngineWorld.h"
 #include "Tests/Support/GatedLanguageModel.h"
 

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-#include "Adapters/Linux/Process/InstanceLock.h"
+#include "Adapters/Linux/Files/FileLock.h"
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/Ports/Session.h"
 

@@ -1,6 +1,9 @@
 #include "Adapters/Linux/Model/ChatCompletionsProtocol.h"
 
-#include "Adapters/Linux/Model/ServerError.h"
+#include <algorithm>
+#include <array>
+
+#include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::ChatCompletionsProtocol {
 
@@ -88,3 +91,91 @@ bool addDetails(std::string_view body, std::vector<ListedModel>& models) {
 }
 
 }  // namespace pellora::ChatCompletionsProtocol
+
+namespace pellora::ServerError {
+
+namespace {
+
+// As many bytes in a row are taken for a part of the question wherever they occur in it.
+constexpr std::size_t kTellingBytes = 12;
+
+// The statuses with which servers refuse a question for what it says; all others are about the server.
+constexpr std::array kAboutTheQuestion = {400, 413, 414, 422};
+
+// Errors come as a string, as an object with a message, or as the framework's own form.
+std::string messageIn(const JsonValue& answer) {
+  for (const JsonValue* place : {&answer["error"], &answer["error"]["message"], &answer["message"], &answer["detail"]})
+    if (!place->text().empty()) return place->text();
+  return {};
+}
+
+JsonValue parsed(std::string_view body) {
+  return JsonValue::parse(body).value_or(JsonValue());
+}
+
+// On one line, short, and plain ASCII, so that nothing in it can steer a terminal or turn the line around.
+std::string readable(std::string_view message) {
+  std::string line;
+  for (const char byte : message) {
+    const bool isContinuation = (byte & 0xC0) == 0x80;
+    if (!isContinuation) line += (byte & 0x80) != 0 ? '?' : byte < ' ' || byte == '\x7F' ? ' ' : byte;
+    if (line.size() > kLongestMessage) return line.substr(0, kLongestMessage) + "...";
+  }
+  return std::string(text::trimmed(line));
+}
+
+// Whether the message repeats a part of `text`: some bytes in a row, or a word that it puts in quotes.
+bool repeats(std::string_view message, std::string_view text) {
+  for (std::size_t at = 0; at + kTellingBytes <= message.size(); ++at)
+    if (text.find(message.substr(at, kTellingBytes)) != std::string_view::npos) return true;
+  for (const char quote : {'"', '\'', '`'}) {
+    std::size_t opening = message.find(quote);
+    while (opening != std::string_view::npos) {
+      const std::size_t closing = message.find(quote, opening + 1);
+      if (closing == std::string_view::npos) break;
+      const std::string_view quoted = message.substr(opening + 1, closing - opening - 1);
+      if (quoted.size() > 2 && text.find(quoted) != std::string_view::npos) return true;
+      opening = closing;
+    }
+  }
+  return false;
+}
+
+std::string clauseWith(int status, const std::string& message) {
+  const std::string answered = "answered " + std::to_string(status);
+  return message.empty() ? answered : answered + " (" + message + ")";
+}
+
+}  // namespace
+
+std::string clause(int status, std::string_view body) {
+  return clauseWith(status, readable(messageIn(parsed(body))));
+}
+
+bool isContextOverflow(std::string_view body) {
+  const JsonValue answer = parsed(body);
+  const JsonValue& error = answer["error"];
+  const std::string said =
+      error.text() + error["type"].text() + error["code"].text() + error["message"].text() + answer["message"].text();
+  return said.find("context") != std::string::npos || said.find("too long") != std::string::npos;
+}
+
+LanguageModelError toQuestion(int status, std::string_view body, const ModelQuestion& question) {
+  using Reason = LanguageModelError::Reason;
+  if (status == 200) {
+    const std::int64_t code = parsed(body)["error"]["code"].integer().value_or(0);
+    status = code >= 400 && code < 600 ? static_cast<int>(code) : 400;
+  }
+  const bool isAboutTheQuestion =
+      std::find(kAboutTheQuestion.begin(), kAboutTheQuestion.end(), status) != kAboutTheQuestion.end();
+  const Reason reason = isAboutTheQuestion ? Reason::question : Reason::server;
+  if (isAboutTheQuestion && isContextOverflow(body))
+    return {reason, "answered " + std::to_string(status) + " (the question is longer than the model's context)"};
+  std::string message = readable(messageIn(parsed(body)));
+  const bool mayHideText = message.find('\\') != std::string::npos || repeats(message, question.prompt) ||
+                           repeats(message, question.instructions);
+  if (mayHideText) message.clear();
+  return {reason, clauseWith(status, message)};
+}
+
+}  // namespace pellora::ServerError

@@ -1,8 +1,6 @@
-// The chat-completions dialect that local model servers share: `POST /v1/chat/completions` and `GET /v1/models`, and
-// the pages on which some of them tell more about their models.
-// Readers are total: whatever bytes a server answers with give a value or a LanguageModelError whose text quotes
-// nothing of the question or the answer. Pure functions, callable from any thread.
-// Tested by Tests/Adapters/ModelProtocolTests.cpp.
+// The chat-completions dialect that local model servers share, and their error answers. Readers are total: any bytes
+// from a server give a value or a LanguageModelError whose text quotes nothing of the question or the answer. Pure
+// functions, callable from any thread. Tested by Tests/Adapters/ModelProtocolTests.cpp.
 #pragma once
 
 #include <optional>
@@ -12,9 +10,11 @@
 
 #include "Adapters/Linux/Model/ModelChoice.h"
 #include "Adapters/Linux/Model/ModelQuestion.h"
+#include "PelloraMessagesCore/Ports/LanguageModel.h"
 
 namespace pellora {
 
+// `POST /v1/chat/completions` and `GET /v1/models`, and the pages on which some servers tell more about their models.
 namespace ChatCompletionsProtocol {
 
 inline constexpr const char* kChatPath = "/v1/chat/completions";
@@ -42,5 +42,24 @@ std::optional<std::int64_t> contextFromProperties(std::string_view body);
 bool addDetails(std::string_view body, std::vector<ListedModel>& models);
 
 }  // namespace ChatCompletionsProtocol
+
+// The meaning of an error answer for the question, and its wording: "answered 500 (model requires more system memory)".
+// Servers put anything into their error messages, parts of the question included, so a message is repeated only as far
+// as it cannot be text of the question.
+namespace ServerError {
+
+// The longest part of a server's message that is repeated, in characters.
+inline constexpr std::size_t kLongestMessage = 120;
+
+// The error for an answer with another status than 200, or for a body of status 200 that holds an error.
+LanguageModelError toQuestion(int status, std::string_view body, const ModelQuestion& question);
+
+// The clause alone, for an answer to a request that holds no text of the user's.
+std::string clause(int status, std::string_view body);
+
+// Whether an error answer says that the question is longer than the model's context.
+bool isContextOverflow(std::string_view body);
+
+}  // namespace ServerError
 
 }  // namespace pellora

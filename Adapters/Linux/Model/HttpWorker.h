@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "Adapters/Linux/Model/HttpTransfer.h"
-#include "Adapters/Linux/Process/MainThreadMailbox.h"
+#include "Adapters/Linux/Process/BackgroundThread.h"
 #include "PelloraMessagesCore/Ports/Task.h"
 
 namespace pellora {

@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
+#include "Adapters/Linux/Model/ChatCompletionsProtocol.h"
 #include "Adapters/Linux/Model/OllamaProtocol.h"
-#include "Adapters/Linux/Model/ServerError.h"
 
 namespace pellora {
 

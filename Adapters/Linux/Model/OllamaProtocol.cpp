@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Adapters/Linux/Model/ServerError.h"
+#include "Adapters/Linux/Model/ChatCompletionsProtocol.h"
 
 namespace pellora::OllamaProtocol {
 

@@ -1,9 +1,7 @@
-// One thread that does what would hold up the event loop, one piece after the other, in the order given. It is
-// started by the first piece, sleeps between pieces without waking up and ends with its owner, after the piece that it
-// is at; pieces that were not begun by then are dropped. The main thread hears of finished pieces through a mailbox.
-// Main thread only, and a QCoreApplication must exist. Tested by Tests/Adapters/SchedulerTests.cpp.
+// Work off the main thread, and how it reports back to the main thread. Tested by Tests/Adapters/SchedulerTests.cpp.
 #pragma once
 
+#include <QSocketNotifier>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -11,11 +9,37 @@
 #include <memory>
 #include <mutex>
 #include <thread>
-
-#include "Adapters/Linux/Process/MainThreadMailbox.h"
+#include <vector>
 
 namespace pellora {
 
+// How another thread reaches the main thread: it posts calls, and the event loop makes them in their order. The other
+// thread touches nothing of Qt: calls go through a locked list and an event descriptor. Calls not made yet when the
+// mailbox is destroyed are dropped. Created and destroyed on the main thread, where a QCoreApplication must exist.
+class MainThreadMailbox {
+ public:
+  // Throws std::bad_alloc when the process can have no more descriptors.
+  MainThreadMailbox();
+  ~MainThreadMailbox();
+  MainThreadMailbox(const MainThreadMailbox&) = delete;
+  MainThreadMailbox& operator=(const MainThreadMailbox&) = delete;
+
+  // Any thread. The call may destroy the mailbox.
+  void post(std::function<void()> call);
+
+ private:
+  void deliver();
+
+  int _descriptor;
+  std::unique_ptr<QSocketNotifier> _notifier;
+  std::mutex _mutex;  // guards what follows
+  std::vector<std::function<void()>> _posted;
+};
+
+// One thread for work that would hold up the event loop, one piece after the other, in the order given. It is started
+// by the first piece, sleeps between pieces without waking up and ends with its owner, after the piece in hand; pieces
+// not begun by then are dropped. The main thread hears of finished pieces through a mailbox. Main thread only, and a
+// QCoreApplication must exist.
 class BackgroundThread {
  public:
   BackgroundThread() = default;

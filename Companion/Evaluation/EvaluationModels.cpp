@@ -1,6 +1,8 @@
-#include "Companion/Evaluation/KnowingModel.h"
+#include "Companion/Evaluation/EvaluationModels.h"
 
 #include <algorithm>
+#include <chrono>
+#include <utility>
 
 #include "PelloraMessagesCore/Language/FoundItems.h"
 
@@ -56,6 +58,37 @@ std::string KnowingModel::randomWords() {
 std::size_t KnowingModel::next(std::size_t below) {
   _seed = _seed * 6364136223846793005U + 1442695040888963407U;
   return static_cast<std::size_t>((_seed >> 33) % std::max<std::size_t>(below, 1));
+}
+
+Task<LanguageModel::Answer> ModelWitness::respond(std::string instructions, std::string prompt) {
+  return watched(_model.respond(std::move(instructions), std::move(prompt)));
+}
+
+Task<LanguageModel::Answer> ModelWitness::respond(std::string instructions, std::string prompt,
+                                                  const GenerationSchema& schema) {
+  return watched(_model.respond(std::move(instructions), std::move(prompt), schema));
+}
+
+std::optional<ModelWitness::Testimony> ModelWitness::take() {
+  return std::exchange(_last, std::nullopt);
+}
+
+Task<LanguageModel::Answer> ModelWitness::watched(Task<Answer> question) {
+  using Clock = std::chrono::steady_clock;
+  const Clock::time_point begin = Clock::now();
+  Testimony testimony;
+  Answer answer;
+  try {
+    answer = co_await question;
+    testimony.answer = answer.text;
+    testimony.tokens = answer.promptTokens + answer.answerTokens;
+  } catch (const LanguageModelError& error) {
+    testimony.error = error;
+  }
+  testimony.seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+  _last = testimony;
+  if (testimony.error) throw LanguageModelError(*testimony.error);
+  co_return answer;
 }
 
 }  // namespace pellora

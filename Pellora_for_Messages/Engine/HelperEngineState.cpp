@@ -1,4 +1,4 @@
-#include "Pellora_for_Messages/Engine/StatusLine.h"
+#include "Pellora_for_Messages/Engine/HelperEngineState.h"
 
 #include "PelloraMessagesCore/Time/RelativeDate.h"
 
