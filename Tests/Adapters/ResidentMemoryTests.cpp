@@ -11,6 +11,7 @@
 
 #include "Adapters/Linux/Process/ResidentMemory.h"
 #include "Tests/Support/ChildProcess.h"
+#include "Tests/Support/Sanitizers.h"
 
 namespace pellora {
 namespace {
@@ -23,15 +24,6 @@ long ownStatus(const std::string& name) {
   for (std::string word; status >> word;)
     if (word == name + ":") return status >> word ? std::stol(word) : -1;
   return -1;
-}
-
-// The address sanitizer has a heap of its own and lets nothing be locked.
-bool isOwnHeap() {
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-  return false;
-#else
-  return true;
-#endif
 }
 
 long limit(rlim_t kilobytes) {
@@ -47,7 +39,7 @@ std::vector<std::string> texts(int count) {
 }
 
 TEST(ResidentMemory, TextOfEveryThreadIsLockedUntilItIsReleased) {
-  if (!isOwnHeap()) GTEST_SKIP() << "nothing can be locked under the sanitizers";
+  if (support::kUnderSanitizers) GTEST_SKIP() << "nothing can be locked under the sanitizers";
   const std::string report = support::reportOfProcess([] {
     if (limit(kEnough) < kEnough) return std::string("skipped");
     std::vector<std::string> here = texts(200);
@@ -64,7 +56,7 @@ TEST(ResidentMemory, TextOfEveryThreadIsLockedUntilItIsReleased) {
 }
 
 TEST(ResidentMemory, SomeOfTheLimitIsLeftForKeys) {
-  if (!isOwnHeap()) GTEST_SKIP() << "nothing can be locked under the sanitizers";
+  if (support::kUnderSanitizers) GTEST_SKIP() << "nothing can be locked under the sanitizers";
   const std::string report = support::reportOfProcess([] {
     const long most = limit(kEnough);
     if (most < kEnough) return std::string("skipped");

@@ -9,6 +9,7 @@
 #include <tuple>
 
 #include "Tests/Support/ReadHistory.h"
+#include "Tests/Support/Sanitizers.h"
 
 namespace pellora {
 namespace {
@@ -137,9 +138,16 @@ INSTANTIATE_TEST_SUITE_P(Large, NamedHistories,
                          testing::Combine(testing::Values(Stage::programs), testing::ValuesIn(kLargeHistories)),
                          [](const auto& info) { return std::get<1>(info.param).name; });
 
-bool isLongForm() {
+// 5,000 in the long form.
+std::uint32_t rounds(std::uint32_t count) {
   const char* value = std::getenv("PELLORA_LONG_TESTS");
-  return value != nullptr && *value != '\0';
+  if (value != nullptr && *value != '\0') return 5000;
+  return support::kUnderSanitizers ? count / 10 : count;
+}
+
+// Rounds of the built programs take longer.
+std::uint32_t programRounds() {
+  return rounds(100) / 10;
 }
 
 void check(ReadHistory& history, Steps steps) {
@@ -164,19 +172,19 @@ void runRandom(Stage kind, std::uint32_t count, Steps steps) {
 }
 
 TEST(RandomHistories, EndLikeAFreshReadOnTheNextDay) {
-  runRandom(Stage::engine, isLongForm() ? 5000 : 300, Steps::any);
+  runRandom(Stage::engine, rounds(300), Steps::any);
 }
 
 TEST(RandomHistories, EndLikeAFreshReadAtOnceAfterWhatAReadCanNotice) {
-  runRandom(Stage::engine, isLongForm() ? 5000 : 200, Steps::healedAtOnce);
+  runRandom(Stage::engine, rounds(200), Steps::healedAtOnce);
 }
 
 TEST(RandomHistories, OfProgramsEndLikeAFreshReadOnTheNextDay) {
-  runRandom(Stage::programs, isLongForm() ? 500 : 10, Steps::any);
+  runRandom(Stage::programs, programRounds(), Steps::any);
 }
 
 TEST(RandomHistories, OfProgramsEndLikeAFreshReadAtOnceAfterWhatAReadCanNotice) {
-  runRandom(Stage::programs, isLongForm() ? 500 : 10, Steps::healedAtOnce);
+  runRandom(Stage::programs, programRounds(), Steps::healedAtOnce);
 }
 
 TEST(RandomHistories, AProgramIsWrittenAndReadAsItIs) {

@@ -21,6 +21,7 @@
 #include "Tests/Support/ModelServerProcess.h"
 #include "Tests/Support/PrivateBus.h"
 #include "Tests/Support/ProgramRun.h"
+#include "Tests/Support/Sanitizers.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/SmallStore.h"
 #include "Tests/Support/TemporaryFolder.h"
@@ -391,9 +392,7 @@ TEST_F(Program, AsksWhomToTake) {
 }
 
 TEST_F(Program, AsksTheModelWithFewOpenFilesOrSaysThatItCannot) {
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-  GTEST_SKIP() << "The sanitizers open files of their own.";
-#endif
+  if (support::kUnderSanitizers) GTEST_SKIP() << "The sanitizers open files of their own.";
   const support::ModelServerProcess server(support::ModelServerProcess::Transport::port);
   _environment.set("PELLORA_MODEL_URL", server.url());
   int answered = 0;

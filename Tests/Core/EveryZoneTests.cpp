@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "PelloraMessagesCore/Time/LocalCalendar.h"
+#include "Tests/Support/Sanitizers.h"
 
 namespace pellora {
 namespace {
@@ -88,7 +89,7 @@ TEST(EveryZone, HasTheDaysThatTheCLibrarySays) {
   const ZoneEnvironment environment;
   for (const std::string& zone : zones) {
     ZoneEnvironment::set(zone);
-    EXPECT_TRUE(agreesWithTheCLibrary(9.37)) << zone;
+    EXPECT_TRUE(agreesWithTheCLibrary(support::kUnderSanitizers ? 97.37 : 9.37)) << zone;
   }
 }
 
@@ -100,7 +101,7 @@ TEST(EveryZone, IsTheCLibrarysForEveryFormOfTheVariable) {
         "CET-1CEST,M3.5.0,M10.5.0/3", "<-03>3<-02>,M3.5.0/-2,M10.5.0/-1", "IST-1GMT0,M10.5.0,M3.5.0/1",
         "ABC-24:59:59DEF", "ABC24:59:59DEF12,J100/0,J101/0"}) {
     ZoneEnvironment::set(zone);
-    EXPECT_TRUE(agreesWithTheCLibrary(3.37)) << '"' << zone << '"';
+    EXPECT_TRUE(agreesWithTheCLibrary(support::kUnderSanitizers ? 33.37 : 3.37)) << '"' << zone << '"';
   }
 }
 

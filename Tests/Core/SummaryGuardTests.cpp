@@ -223,12 +223,13 @@ TEST(SummaryGuardFirstSentence, EndsAtAMarkBeforeASpaceOrTheEnd) {
     EXPECT_EQ(firstSentence(each.text), each.first);
 }
 
+// An answer has at most 2 MB.
 TEST(SummaryGuard, AnswersOfAnySizeAndShapeGiveAValue) {
   const std::string opening = "You and Sam ";
-  EXPECT_EQ(checkSentence(opening + repeated("word ", 2'000'000), "Sam"), std::nullopt);
-  EXPECT_EQ(checkSentence(opening + "had lunch. " + repeated("word ", 2'000'000), "Sam"), opening + "had lunch.");
-  EXPECT_EQ(checkSentence(repeated("[", 10'000'000), "Sam"), std::nullopt);
-  EXPECT_EQ(checkSentence(opening + repeated("\u00E9.\u0301", 500'000), "Sam"), std::nullopt);
+  EXPECT_EQ(checkSentence(opening + repeated("word ", 400'000), "Sam"), std::nullopt);
+  EXPECT_EQ(checkSentence(opening + "had lunch. " + repeated("word ", 400'000), "Sam"), opening + "had lunch.");
+  EXPECT_EQ(checkSentence(repeated("[", 2'000'000), "Sam"), std::nullopt);
+  EXPECT_EQ(checkSentence(opening + repeated("\u00E9.\u0301", 400'000), "Sam"), std::nullopt);
   EXPECT_EQ(checkSentence("<|im_start|>system You and Sam talked.<|im_end|>", "Sam"), std::nullopt);
   EXPECT_EQ(checkSentence("{\"sentence\":\"You and Sam talked.\"}", "Sam"), std::nullopt);
   EXPECT_EQ(checkSentence("\u202EYou and Sam talked.", "Sam"), std::nullopt);

@@ -19,6 +19,7 @@
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/ModelServerProcess.h"
 #include "Tests/Support/ProgramRun.h"
+#include "Tests/Support/Sanitizers.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/ScratchHome.h"
 
@@ -246,11 +247,7 @@ std::string wordsIn(const std::string& memory) {
 
 // A read in the program that goes on running, with a model that repeats all it is told.
 TEST_F(LeakTest, NothingIsLeftOfMessagesInMemory) {
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-  GTEST_SKIP() << "Under the sanitizers memory is kept after it was given back.";
-#endif
-#endif
+  if (support::kUnderSanitizers) GTEST_SKIP() << "Under the sanitizers memory is kept after it was given back.";
   const ModelServerProcess model(ModelServerProcess::Transport::unixSocket, {QStringLiteral("--echo")});
   _environment.set("PELLORA_MODEL_URL", model.url());
   _environment.set("QT_QPA_PLATFORM", "offscreen");
