@@ -74,6 +74,9 @@ class OnABus : public testing::Test {
     support::PrivateBus bus;
     ASSERT_TRUE(bus.isRunning());
     bus.environment().set("PELLORA_ON_A_BUS", "1");
+    // Whichever part of the suite this process runs, the new one runs this test.
+    bus.environment().set("GTEST_TOTAL_SHARDS", "1");
+    bus.environment().set("GTEST_SHARD_INDEX", "0");
     const auto* test = testing::UnitTest::GetInstance()->current_test_info();
     support::ChildProcess again(QCoreApplication::applicationFilePath().toStdString(),
                                 {std::string("--gtest_filter=") + test->test_suite_name() + "." + test->name()});
