@@ -106,7 +106,7 @@ void create(Arguments& arguments) {
 }
 
 void declare(CLI::App& app, Arguments& arguments) {
-  app.add_option("path", arguments.file, "The store to write, as in ~/Library/Messages/chat.db")->required();
+  app.add_option("PATH", arguments.file, "The store to write, as in ~/Library/Messages/chat.db")->required();
   app.add_option("--seed", arguments.options.seed, "The same seed gives the same content")->capture_default_str();
   app.add_option("--messages", arguments.options.messages, "Rows of messages")
       ->check(CLI::Range(std::size_t{1}, kMostMessages))

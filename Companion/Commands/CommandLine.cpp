@@ -1,13 +1,14 @@
 #include "Companion/Commands/CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <functional>
 #include <iostream>
 #include <sstream>
 
 #include "Companion/Commands/Commands.h"
+#include "Companion/Commands/UsageText.h"
 #include "Companion/Output/CompanionFailure.h"
-#include "Companion/Output/DisplayText.h"
 #include "Companion/Output/OutputFile.h"
 #include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/ChatDatabase.h"
@@ -141,6 +142,16 @@ std::string refuseEmpty(const std::string& argument) {
   return text::trimmed(argument).empty() ? "must not be empty." : "";
 }
 
+std::function<std::string(std::string)> numberFrom(int first, int last) {
+  return [first, last](const std::string& argument) {
+    int number = 0;
+    const char* end = argument.data() + argument.size();
+    const auto read = std::from_chars(argument.data(), end, number);
+    const bool isInRange = read.ec == std::errc() && read.ptr == end && number >= first && number <= last;
+    return isInRange ? "" : "must be a number from " + std::to_string(first) + " to " + std::to_string(last) + ".";
+  };
+}
+
 // Runs another command line of this program; its exit code.
 int runWords(const std::vector<std::string>& words) {
   std::vector<const char*> arguments{"pellora-companion"};
@@ -154,12 +165,14 @@ class Commands {
     _app.set_version_flag("--version", "pellora-companion " PELLORA_VERSION, "print the version and exit");
     _app.set_help_flag("-h,--help", "print this help and exit");
     _app.footer(std::string(kExamples) + kExitCodes);
+    _app.formatter(UsageText::plainHelp());
     _app.require_subcommand(1);
     addHistory();
     addPeople();
     addLooking();
     addModel();
     addChanging();
+    refuseValuesOfFlags(_app);
   }
 
   CLI::App& app() { return _app; }
@@ -182,6 +195,13 @@ class Commands {
       if (!_run) _run = [&command] { return runWithContext(command); };
     });
     return added;
+  }
+
+  // "--json=no" would be a flag that is not set.
+  static void refuseValuesOfFlags(CLI::App& app) {
+    for (CLI::Option* option : app.get_options())
+      if (option->get_items_expected_max() == 0) option->disable_flag_override();
+    for (CLI::App* command : app.get_subcommands([](CLI::App*) { return true; })) refuseValuesOfFlags(*command);
   }
 
   void addHistory() {
@@ -212,6 +232,7 @@ class Commands {
         addCommand(*people, _import, "import", "take people from an address book's file", kImportExamples);
     import->add_option("FILE", _import.sources, "one or more files; - is standard input")->required();
     import->add_option("--country", _import.country, "of numbers without a country's code, as in DE")
+        ->type_name("XX")
         ->check(refuseEmpty);
     CLI::Option* only = import->add_option("--only", _import.only, "take only who has this name; may be repeated");
     only->type_name("NAME")->check(refuseEmpty)->allow_extra_args(false);
@@ -221,7 +242,10 @@ class Commands {
     addCommand(*people, _list, "list", "show the people", kListExamples);
     CLI::App* suggest =
         addCommand(*people, _suggest, "suggest", "with whom you write and who is not named", kListExamples);
-    suggest->add_option("--count", _suggest.count, "at most so many")->capture_default_str();
+    suggest->add_option("--count", _suggest.count, "at most so many")
+        ->type_name("N")
+        ->check(numberFrom(1, 10'000))
+        ->capture_default_str();
     CLI::App* remove =
         addCommand(*people, _remove, "remove", "take one person out, with the lately record", kListExamples);
     remove->add_option("PERSON", _remove.person, "a first name, number, address or identifier")
@@ -251,14 +275,20 @@ class Commands {
     model->add_flag("--try", _model.tries, "ask it two questions about invented texts and show the answers");
     CLI::App* use = addCommand(*model, _modelUse, "use", "choose the server that the helper asks", kModelExamples);
     use->add_option("URL", _modelUse.url, "http://127.0.0.1:PORT or unix:/path/to.sock")->required();
-    use->add_option("--model", _modelUse.model, "which one, when the server lists several")->check(refuseEmpty);
-    use->add_option("--key-file", _modelUse.keyFile, "a file that holds the server's key")->check(refuseEmpty);
+    use->add_option("--model", _modelUse.model, "which one, when the server lists several")
+        ->type_name("NAME")
+        ->check(refuseEmpty);
+    use->add_option("--key-file", _modelUse.keyFile, "a file that holds the server's key")
+        ->type_name("FILE")
+        ->check(refuseEmpty);
     addCommand(*model, _modelForget, "forget", "go back to the default socket", kModelExamples);
     CLI::App* evaluate =
         addCommand(*model, _modelEvaluate, "evaluate", "find out whether the model is good enough", kEvaluateExamples);
     evaluate->add_option("CASES", _modelEvaluate.casesFile, "a file of cases instead of the ones that are built in")
         ->check(refuseEmpty);
-    evaluate->add_option("--repeat", _modelEvaluate.repeats, "ask everything so many times")->check(CLI::Range(1, 100));
+    evaluate->add_option("--repeat", _modelEvaluate.repeats, "ask everything so many times")
+        ->type_name("N")
+        ->check(numberFrom(1, 100));
     evaluate->add_flag("--ceiling", _modelEvaluate.withoutModel,
                        "without a model: what the guards keep of true, random and empty answers");
   }
@@ -332,25 +362,6 @@ std::string commandLineOf(const CLI::App& command) {
   return parent == nullptr ? command.get_name() : commandLineOf(*parent) + " " + command.get_name();
 }
 
-std::string quoted(const std::string& argument) {
-  return "\"" + display::printable(argument) + "\"";
-}
-
-// What is wrong with the command line, in one sentence.
-std::string whatIsWrong(const CLI::App& command, const CLI::ParseError& error) {
-  const auto rest = command.remaining(true);
-  const bool isExtra = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
-  const bool isCommandMissing = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr &&
-                                command.get_require_subcommand_min() > 0 && command.get_subcommands().empty();
-  const bool isOption = !rest.empty() && rest.front().starts_with("-") && rest.front() != "-";
-  if ((isExtra || isCommandMissing) && isOption) return "There is no option " + quoted(rest.front()) + ".";
-  if (isCommandMissing && rest.empty()) return "A command is missing.";
-  if (isCommandMissing) return "There is no command " + quoted(rest.front()) + ".";
-  if (isExtra && !rest.empty()) return "There is an argument too many: " + quoted(rest.front()) + ".";
-  const std::string sentence = display::printable(error.what());
-  return sentence.ends_with('.') ? sentence : sentence + ".";
-}
-
 // Help and version are what was asked; anything else is wrong usage.
 int endParsing(const CLI::App& app, const CLI::ParseError& error) {
   std::ostringstream output;
@@ -360,7 +371,7 @@ int endParsing(const CLI::App& app, const CLI::ParseError& error) {
     return kDone;
   }
   const CLI::App& command = *givenCommand(app);
-  complain(whatIsWrong(command, error));
+  complain(UsageText::whatIsWrong(command, error));
   std::cerr << "Try \"" << commandLineOf(command) << " --help\"." << std::endl;
   return kWrongUsage;
 }

@@ -130,6 +130,22 @@ TEST_F(Program, WrongUsageNamesWhatIsWrongAndWhereToLook) {
       {{"status", "extra"},
        "pellora-companion: There is an argument too many: \"extra\".\nTry \"pellora-companion status --help\".\n"},
       {{"delete"}, "pellora-companion: PERSON is required.\nTry \"pellora-companion delete --help\".\n"},
+      {{"delete", ""}, "pellora-companion: PERSON must not be empty.\nTry \"pellora-companion delete --help\".\n"},
+      {{"people", "import", "--bogus"},
+       "pellora-companion: There is no option \"--bogus\".\nTry \"pellora-companion people import --help\".\n"},
+      {{"people", "import", "--country"},
+       "pellora-companion: --country needs a value.\nTry \"pellora-companion people import --help\".\n"},
+      {{"people", "suggest", "--count", "-1"},
+       "pellora-companion: --count must be a number from 1 to 10000.\n"
+       "Try \"pellora-companion people suggest --help\".\n"},
+      {{"people", "suggest", "--count", "ten"},
+       "pellora-companion: --count must be a number from 1 to 10000.\n"
+       "Try \"pellora-companion people suggest --help\".\n"},
+      {{"lately", "--json", "--html", "x"},
+       "pellora-companion: --json and --html cannot be used together.\nTry \"pellora-companion lately --help\".\n"},
+      {{"status", "--json=no"},
+       "pellora-companion: --json takes no value.\nTry \"pellora-companion status --help\".\n"},
+      {{"key", "bogus"}, "pellora-companion: There is no command \"bogus\".\nTry \"pellora-companion key --help\".\n"},
   };
   for (const auto& each : kCases) {
     EXPECT_EQ(run(each.arguments), 2);
@@ -155,12 +171,15 @@ TEST_F(Program, HelpOfEveryCommandHasExamplesAndExitCodes) {
                                  {"view"},
                                  {"sweep"},
                                  {"key"},
-                                 {"model"}};
+                                 {"model"},
+                                 {"model", "use"},
+                                 {"model", "evaluate"}};
   for (Arguments arguments : kCommands) {
     arguments.push_back("--help");
     EXPECT_EQ(run(arguments), 0);
     EXPECT_THAT(output,
                 AllOf(HasSubstr("Example"), HasSubstr("  pellora-companion "), HasSubstr("Exit codes: 0 done")));
+    EXPECT_THAT(output, Not(ContainsRegex("TEXT|REQUIRED|Excludes|INT")));
     EXPECT_THAT(errors, IsEmpty());
   }
 }
