@@ -20,7 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kDatabaseName[] = "chat.db";
-constexpr char kInHome[] = "Library/Messages/chat.db";
+constexpr char kFolderInHome[] = "Library/Messages";
 
 // With its log.
 std::uintmax_t sizeOf(const fs::path& database) {
@@ -33,10 +33,14 @@ std::uintmax_t sizeOf(const fs::path& database) {
   return sum;
 }
 
-// How to get at what another user's folder holds.
+// How to get at what another user's folder holds. Of a whole home it is only one folder that is wanted.
 std::string copying(const fs::path& folder) {
-  return " Copy it to a folder of yours first: sudo cp -r " + display::printable(folder.string()) +
-         " ~/copied-messages && sudo chown -R \"$USER\" ~/copied-messages";
+  const std::string parent = folder.parent_path().filename().string();
+  const bool isHome = parent == "Users" || parent == "home";
+  const fs::path wanted = isHome ? folder / kFolderInHome : folder;
+  return " Copy it to a folder of yours first: sudo cp -r " + display::shellWord(wanted.string()) +
+         " ~/copied-messages && sudo chown -R \"$USER\" ~/copied-messages && pellora-companion history add "
+         "~/copied-messages";
 }
 
 [[noreturn]] void refuse(const StoreProbe& probe) {
@@ -45,12 +49,22 @@ std::string copying(const fs::path& folder) {
   throw CompanionFailure(probe.sentence() + " Nothing was changed." + remedy);
 }
 
-// Throws when the folder cannot be looked into.
-void needAccess(const fs::path& folder) {
-  if (::access(folder.c_str(), R_OK | X_OK) == 0) return;
+// Throws when a folder that is there cannot be looked into; `wanted` is what has to be copied then.
+void needAccess(const fs::path& folder, const fs::path& wanted) {
+  if (::access(folder.c_str(), R_OK | X_OK) == 0 || errno == ENOENT) return;
   const std::string reason = std::generic_category().message(errno);
   throw CompanionFailure("The folder " + display::printable(folder.string()) + " cannot be read: " + reason + "." +
-                         copying(folder));
+                         copying(wanted));
+}
+
+// The database in a folder, or in the home that the folder is.
+fs::path databaseIn(const fs::path& folder) {
+  std::error_code error;
+  const fs::path inHome = folder / kFolderInHome;
+  if (fs::exists(folder / kDatabaseName, error)) return folder / kDatabaseName;
+  for (const fs::path& each : {inHome.parent_path(), inHome}) needAccess(each, inHome);
+  if (fs::exists(inHome / kDatabaseName, error)) return inHome / kDatabaseName;
+  throw CompanionFailure("There is neither chat.db nor a phone backup in " + display::printable(folder.string()) + ".");
 }
 
 }  // namespace
@@ -59,21 +73,13 @@ HistorySource HistorySource::find(const fs::path& path) {
   HistorySource source;
   std::error_code error;
   source._path = fs::absolute(path, error).lexically_normal();
-  if (fs::is_directory(source._path, error)) needAccess(source._path);
+  if (fs::is_directory(source._path, error)) needAccess(source._path, source._path);
   if (fs::is_directory(source._path, error) && PhoneBackup::isAt(source._path)) {
     source._backup.emplace(source._path);
     source._database = source._backup->database();
     return source;
   }
-  source._database = source._path;
-  if (fs::is_directory(source._path, error)) {
-    source._database = source._path / kDatabaseName;
-    if (!fs::exists(source._database, error) && fs::exists(source._path / kInHome, error))
-      source._database = source._path / kInHome;
-    if (!fs::exists(source._database, error))
-      throw CompanionFailure("There is neither chat.db nor a phone backup in " +
-                             display::printable(source._path.string()) + ".");
-  }
+  source._database = fs::is_directory(source._path, error) ? databaseIn(source._path) : source._path;
   const StoreProbe probe = StoreProbe::of(source._database);
   // A log that only needs to be written beside its database is brought where it can be.
   source._mustBeCopied =

@@ -24,7 +24,9 @@ constexpr std::uintmax_t kSpareRoom = std::uintmax_t{16} << 20;  // bytes, for w
 
 [[noreturn]] void fail(const std::string& action, const fs::path& file, int code) {
   const std::string name = display::printable(file.string());
-  const std::string remedy = code == EACCES || code == EPERM ? " Is it yours? sudo chown -R \"$USER\" " + name : "";
+  const std::string remedy = code == EACCES || code == EPERM
+                                 ? " Is it yours? sudo chown -R \"$USER\" " + display::shellWord(file.string())
+                                 : "";
   throw CompanionFailure("Cannot " + action + " " + name + ": " + std::generic_category().message(code) +
                          ". Nothing was changed." + remedy);
 }
@@ -108,9 +110,9 @@ void StagedStore::needRoom(std::uintmax_t bytes) const {
   std::error_code error;
   const auto space = fs::space(_folder, error);
   if (error || space.available >= bytes + kSpareRoom) return;
-  throw CompanionFailure("The history needs " + display::size(bytes) + ", and the disk of " +
-                         display::printable(_place.parent_path().string()) + " has " + display::size(space.available) +
-                         " left. Nothing was changed.");
+  throw CompanionFailure("The copy of the history needs " + display::size(bytes + kSpareRoom) +
+                         " of free space, and the disk of " + display::printable(_place.parent_path().string()) +
+                         " has " + display::size(space.available) + ". Nothing was changed.");
 }
 
 void StagedStore::check() const {

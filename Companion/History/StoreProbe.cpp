@@ -207,7 +207,7 @@ std::string StoreProbe::sentence() const {
 
 std::string StoreProbe::nextStep() const {
   const std::string name = display::printable(file.string());
-  const std::string folder = display::printable(file.parent_path().string());
+  const std::string folder = display::shellWord(file.parent_path().string());
   switch (kind) {
     case Kind::readable:
       return {};

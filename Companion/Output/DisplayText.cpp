@@ -140,6 +140,17 @@ std::string listed(const std::vector<std::string>& items) {
   return text;
 }
 
+std::string shellWord(std::string_view name) {
+  const auto isPlain = [](char byte) {
+    const bool isLetter = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
+    return isLetter || (byte >= '0' && byte <= '9') || std::string_view("/._-+,").find(byte) != std::string_view::npos;
+  };
+  if (!name.empty() && std::all_of(name.begin(), name.end(), isPlain)) return std::string(name);
+  std::string quoted = "'";
+  for (const char byte : printable(name)) quoted += byte == '\'' ? "'\\''" : std::string(1, byte);
+  return quoted + "'";
+}
+
 }  // namespace pellora::display
 
 namespace pellora::date_text {

@@ -37,6 +37,9 @@ std::string size(std::uintmax_t bytes);
 // "Anna", "Anna and Bob", "Anna, Bob and Carla".
 std::string listed(const std::vector<std::string>& items);
 
+// A file's name as a shell takes it, for commands that people copy: in quotes when it needs them.
+std::string shellWord(std::string_view name);
+
 }  // namespace pellora::display
 
 namespace pellora::date_text {

@@ -65,6 +65,14 @@ TEST(DisplayText, ListsAsPeopleDo) {
   EXPECT_EQ(display::counted(0, "person", "people"), "0 people");
 }
 
+TEST(DisplayText, AFileInACommandIsOneWordOfTheShell) {
+  EXPECT_EQ(display::shellWord("/media/disk/Users/ada-1_b.c"), "/media/disk/Users/ada-1_b.c");
+  EXPECT_EQ(display::shellWord("/media/My Disk"), "'/media/My Disk'");
+  EXPECT_EQ(display::shellWord("/it's"), "'/it'\\''s'");
+  EXPECT_EQ(display::shellWord("/a$(b)`c`\"&;*~"), "'/a$(b)`c`\"&;*~'");
+  EXPECT_EQ(display::shellWord(""), "''");
+}
+
 TEST(TextTable, ColumnsLineUpWithWideCharacters) {
   TextTable table({{"Name"}, {"Sent", TextTable::Side::right}, {"Note"}});
   table.add({"太郎", "7", "x"});

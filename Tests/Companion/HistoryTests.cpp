@@ -13,6 +13,7 @@
 #include "Companion/History/StagedStore.h"
 #include "Companion/History/StoreProbe.h"
 #include "Companion/Output/CompanionFailure.h"
+#include "Companion/Output/DisplayText.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "SampleStore/PhoneBackupWriter.h"
@@ -24,6 +25,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using support::CompanionWorld;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -249,10 +251,28 @@ TEST_F(History, AReadOnlyDiskIsCopiedWithItsLog) {
   fs::permissions(source.parent_path(), fs::perms::owner_all);
 }
 
+TEST_F(History, AFolderOfAnotherUserIsNamedWithTheCommandThatCopiesIt) {
+  if (::geteuid() == 0) GTEST_SKIP() << "permission bits do not bind this user";
+  makeStore("Users/ada b/Library/Messages/chat.db", 5);
+  const std::string remedy = "sudo cp -r '" + (_folder / "Users/ada b/Library/Messages").string() + "' ~/";
+  for (const char* closed : {"Users/ada b/Library/Messages", "Users/ada b/Library", "Users/ada b"}) {
+    SCOPED_TRACE(closed);
+    fs::permissions(_folder / closed, fs::perms::none);
+    EXPECT_THAT(failureOfAdding(_folder / "Users/ada b"), AllOf(HasSubstr("cannot be read: "), HasSubstr(remedy)));
+    fs::permissions(_folder / closed, fs::perms::owner_all);
+  }
+}
+
 TEST_F(History, ATooSmallDiskIsSaidBeforehand) {
   const StagedStore staged(place());
   EXPECT_NO_THROW(staged.needRoom(1));
-  EXPECT_THROW(staged.needRoom(std::uintmax_t{1} << 60), CompanionFailure);
+  try {
+    staged.needRoom(std::uintmax_t{1} << 60);
+    FAIL() << "a disk of that size";
+  } catch (const CompanionFailure& failure) {
+    EXPECT_THAT(failure.what(), HasSubstr(display::size((std::uintmax_t{1} << 60) + (std::uintmax_t{16} << 20))))
+        << "what has to be free, with what is spared";
+  }
 }
 
 TEST_F(History, StatusTellsSourceAndContentAndComplainsWithoutAny) {
