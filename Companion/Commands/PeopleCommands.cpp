@@ -188,7 +188,7 @@ CommandResult PeopleImportCommand::run(const CompanionContext& context, Imported
   const auto mode = replaces ? PeopleMerge::Mode::replace : PeopleMerge::Mode::add;
   PeopleMerge merge = PeopleMerge::merge(edit.people(), imported.people, mode);
   ImportOutcome outcome = ImportOutcome::of(std::move(imported), merge, handles);
-  outcome.countries = numbers.countries();
+  if (numbers.needsCountry()) outcome.countries = numbers.countries();
   outcome.isTrial = isTrial;
   PeopleEdit::Done done;
   if (!isTrial) done = edit.write(std::move(merge.people));

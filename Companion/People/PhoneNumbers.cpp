@@ -131,14 +131,16 @@ std::string PhoneNumbers::localeCountry() {
 PhoneNumbers::PhoneNumbers(const Hints& hints, const ImportedPeople& imported) {
   for (const std::string& handle : hints.storeHandles)
     if (handle.find('@') == std::string::npos) _known.insert(ContactNormalization::phone(handle));
+  std::vector<std::string> numbers;
+  for (const ImportedPerson& person : imported.people)
+    numbers.insert(numbers.end(), person.phones.begin(), person.phones.end());
+  _needsCountry = std::any_of(numbers.begin(), numbers.end(),
+                              [](const std::string& number) { return !isInternational(withPlainDigits(number)); });
   if (hints.country) {
     _countries.push_back(*hints.country);
     return;
   }
   if (!hints.localeCountry.empty()) _countries.push_back(hints.localeCountry);
-  std::vector<std::string> numbers;
-  for (const ImportedPerson& person : imported.people)
-    numbers.insert(numbers.end(), person.phones.begin(), person.phones.end());
   addCountries(numbers, _countries);
   addCountries(hints.storeHandles, _countries);
 }

@@ -31,6 +31,9 @@ class PhoneNumbers {
 
   PhoneNumbers(const Hints& hints, const ImportedPeople& imported);
 
+  // Whether somebody's number is without a country's code.
+  bool needsCountry() const { return _needsCountry; }
+
   // Two letters each, in the order in which they are tried.
   const std::vector<std::string>& countries() const { return _countries; }
 
@@ -42,6 +45,7 @@ class PhoneNumbers {
   void normalize(ImportedPeople& imported) const;
 
  private:
+  bool _needsCountry = false;
   std::vector<std::string> _countries;
   std::unordered_set<std::string> _known;  // the store's, normalized
 };
