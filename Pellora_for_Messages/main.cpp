@@ -12,6 +12,7 @@
 #include <system_error>
 #include <vector>
 
+#include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "Pellora_for_Messages/Engine/HelperEngine.h"
 #include "Pellora_for_Messages/Engine/HelperEngineState.h"
@@ -47,6 +48,13 @@ bool printText(std::string_view text) {
   return true;
 }
 
+// A keyring that cannot be asked is another matter than a key that was never shared.
+std::string whyItWaits(SecretStore& secrets) {
+  const std::string reason = secrets.find(ExchangeKeychain::attributes()).reason;
+  return reason.empty() ? "Pellora hasn't shared a key and people yet; `pellora-companion status` says what is missing."
+                        : reason + " `pellora-companion status` says what to do.";
+}
+
 // Prints the status line and, unless the read succeeded, one sentence on standard error. The result is the exit code.
 int report(const HelperEngine& engine, const HelperPlatform& platform) {
   using Kind = HelperEngine::State::Kind;
@@ -59,7 +67,7 @@ int report(const HelperEngine& engine, const HelperPlatform& platform) {
       std::cerr << "The Messages database can't be read: " << platform.chatDatabase.string() << '\n';
       return kNeedsFullDiskAccess;
     case Kind::waitingForPellora:
-      std::cerr << "Pellora hasn't shared a key and people yet; `pellora-companion status` says what is missing.\n";
+      std::cerr << whyItWaits(platform.secrets) << '\n';
       return kWaitingForPellora;
     case Kind::failed:
       std::cerr << engine.state().failure << '\n';

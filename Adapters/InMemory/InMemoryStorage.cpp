@@ -40,6 +40,8 @@ class InMemorySecretStore::Observer : public SecretStoreObserver {
 SecretLookup InMemorySecretStore::find(const SecretAttributes& attributes) {
   if (_state == State::locked) return {SecretLookup::Outcome::locked, {}, "The keyring is locked."};
   if (_state == State::unavailable) return {SecretLookup::Outcome::unavailable, {}, "There is no keyring."};
+  if (_state == State::withoutCollection)
+    return {SecretLookup::Outcome::unavailable, {}, "There is no keyring yet that could keep the key."};
   for (const auto& [known, data] : _secrets)
     if (known == attributes) return {SecretLookup::Outcome::found, data, {}};
   return {};
@@ -47,15 +49,14 @@ SecretLookup InMemorySecretStore::find(const SecretAttributes& attributes) {
 
 SecretAddition InMemorySecretStore::add(const SecretAttributes& attributes, const std::string& label,
                                         const SecretBytes& data) {
-  if (_state == State::withoutCollection)
-    return {SecretAddition::Outcome::failed, "There is no keyring yet that could keep the key."};
-  switch (find(attributes).outcome) {
+  const SecretLookup lookup = find(attributes);
+  switch (lookup.outcome) {
     case SecretLookup::Outcome::found:
       return {SecretAddition::Outcome::duplicate, {}};
     case SecretLookup::Outcome::locked:
-      return {SecretAddition::Outcome::locked, "The keyring is locked."};
+      return {SecretAddition::Outcome::locked, lookup.reason};
     case SecretLookup::Outcome::unavailable:
-      return {SecretAddition::Outcome::failed, "There is no keyring."};
+      return {SecretAddition::Outcome::failed, lookup.reason};
     case SecretLookup::Outcome::absent:
       break;
   }

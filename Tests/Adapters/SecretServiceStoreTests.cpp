@@ -150,11 +150,13 @@ TEST_F(SecretServiceStoreTest, ACreationThatWouldPromptIsRefusedAsLocked) {
 
 TEST_F(SecretServiceStoreTest, WithoutAnyLastingCollectionNothingIsStored) {
   ASSERT_TRUE(keyring->start(false));
-  EXPECT_EQ(store.find(attributes).outcome, Outcome::absent);
+  const SecretLookup lookup = store.find(attributes);
+  EXPECT_EQ(lookup.outcome, Outcome::unavailable);
+  EXPECT_EQ(lookup.reason, "There is no keyring yet that could keep the key.");
   const SecretAddition addition = store.add(attributes, "a label", kFirst);
   EXPECT_EQ(addition.outcome, Added::failed);
-  EXPECT_EQ(addition.reason, "There is no keyring yet that could keep the key.");
-  EXPECT_EQ(store.find(attributes).outcome, Outcome::absent);
+  EXPECT_EQ(addition.reason, lookup.reason);
+  EXPECT_EQ(store.find(attributes).outcome, Outcome::unavailable);
 }
 
 TEST_F(SecretServiceStoreTest, OfSeveralItemsTheFirstOneCountsEveryTime) {

@@ -234,6 +234,8 @@ TEST(PeopleImportCommand, TellsWhyTheKeyWasNotTaken) {
   EXPECT_EQ(failureOfImport(world),
             "There is no keyring yet that could keep the key; start a keyring, or keep the key in a file: "
             "pellora-companion key use-file.");
+  EXPECT_THAT(StatusReport::gather(world.context()).text(world.context()), HasSubstr("There is no keyring yet"))
+      << "before anybody tries";
 }
 
 TEST(PeopleImportCommand, JsonTellsTheSame) {

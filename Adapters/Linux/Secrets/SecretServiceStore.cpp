@@ -98,11 +98,17 @@ class ServiceObserver : public SecretStoreObserver {
            connection.connect(service, QString(), QStringLiteral("org.freedesktop.DBus.Properties"),
                               QStringLiteral("PropertiesChanged"),
                               {QStringLiteral("org.freedesktop.Secret.Collection")}, QString(), &_receiver, slot) &&
-           connection.connect(service, QString(), QStringLiteral("org.freedesktop.Secret.Service"),
-                              QStringLiteral("CollectionChanged"), &_receiver, slot);
+           listenToCollections(connection, QStringLiteral("CollectionCreated")) &&
+           listenToCollections(connection, QStringLiteral("CollectionChanged"));
   }
 
  private:
+  bool listenToCollections(QDBusConnection& connection, const QString& signal) {
+    return connection.connect(QStringLiteral("org.freedesktop.secrets"), QString(),
+                              QStringLiteral("org.freedesktop.Secret.Service"), signal, &_receiver,
+                              BusSignalReceiver::plainSlot());
+  }
+
   PrivateBusConnection _connection;
   BusSignalReceiver _receiver;
 };
@@ -134,6 +140,8 @@ SecretLookup SecretServiceStore::find(const SecretAttributes& attributes) {
   try {
     Call call(*this);
     const auto item = findItem(call.session, attributes);
+    // Nothing could be added either, which is worth knowing before somebody tries.
+    if (!item && !lastingCollection(call.session)) throw Failure{false, kNoCollectionReason};
     if (!item) return {};
     return {SecretLookup::Outcome::found, call.session.secret(*item), {}};
   } catch (const Failure& failure) {
