@@ -47,6 +47,8 @@ TEST(PhoneNumbers, TheCountryComesFromTheLocaleThenTheFileThenTheStore) {
   EXPECT_EQ(numbers.normalized("079 123 45 67"), "1791234567") << "no valid number of the US";
   EXPECT_EQ(numbers.normalized("01 45 67 89 10"), "3145678910");
   EXPECT_THAT(PhoneNumbers({"DE", "US", {}}, people({"+41 79 123 45 67"})).countries(), ElementsAre("DE"));
+  EXPECT_FALSE(PhoneNumbers({"DE", "US", {}}, people({" +41 79 123 45 67", "+1 201 555 0123"})).needsCountry());
+  EXPECT_TRUE(PhoneNumbers({"DE", "US", {}}, people({"+41 79 123 45 67", "079 123 45 67"})).needsCountry());
 }
 
 TEST(PhoneNumbers, TheReadingThatTheStoreKnowsCounts) {
