@@ -135,7 +135,7 @@ void useKeyring() {
 
 namespace {
 
-// The helper is installed beside the companion.
+// The helper is installed in the companion's folder.
 std::filesystem::path helperProgram() {
   const std::filesystem::path own = QCoreApplication::applicationFilePath().toStdString();
   const std::filesystem::path beside = own.parent_path() / "pellora-for-messages";

@@ -5,11 +5,10 @@
 
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
-#include "PelloraMessagesCore/HelperHeartbeat.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
-#include "PelloraMessagesCore/Time/IsoDate.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "PelloraMessagesCore/Language/PromptLines.h"
+#include "PelloraMessagesCore/Language/Prompts.h"
 #include "PelloraMessagesCore/MessagesDayRecord.h"
 #include "PelloraMessagesCore/Time/LocalCalendar.h"
 

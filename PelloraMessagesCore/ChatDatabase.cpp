@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
-#include <optional>
 #include <string_view>
 #include <system_error>
 #include <tuple>
@@ -18,7 +17,6 @@
 
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/MessageBody.h"
-#include "PelloraMessagesCore/StoreHardening.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora {

@@ -17,13 +17,23 @@
 #include <unordered_set>
 #include <vector>
 
-#include "PelloraMessagesCore/HistoryMessage.h"
 #include "PelloraMessagesCore/StoreHardening.h"
 #include "PelloraMessagesCore/Time/Instant.h"
 
 struct sqlite3;
 
 namespace pellora {
+
+// One message row of the Messages store.
+struct HistoryMessage {
+  std::int64_t rowID = 0;
+  Instant date;
+  bool isFromMe = false;
+  std::string text;  // never empty
+  std::int64_t chatID = 0;
+
+  bool operator==(const HistoryMessage&) const = default;
+};
 
 // Chat row id to the chat's handles (phone numbers, e-mail addresses), without repeats, in canonical text order.
 // Exactly one handle marks a one-to-one chat.
@@ -65,7 +75,7 @@ class ChatDatabase {
   // Whether the file can be opened for reading at all; a pipe or a device never counts. Never waits.
   static bool canRead(const std::filesystem::path& url);
 
-  // Throws Failure.cannotOpen, and Failure.query for a store that has something else than files beside it. Once `stop`
+  // Throws Failure.cannotOpen, and Failure.query for a store that has anything but files next to it. Once `stop`
   // is requested, a long query ends with Failure.query.
   explicit ChatDatabase(const std::filesystem::path& url, std::stop_token stop = {});
   ~ChatDatabase();
@@ -74,7 +84,7 @@ class ChatDatabase {
 
   // All throw Failure.query, also for a store whose tables are not ordinary ones. Rows without a text are left out.
 
-  // From the next query on, until the connection is closed, every query sees the store as it is then.
+  // From the next query on, until the connection is closed, every query sees the store as of that moment.
   void beginSnapshot();
 
   // 0 for an empty table.

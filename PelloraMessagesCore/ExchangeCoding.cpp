@@ -8,13 +8,12 @@
 #include <vector>
 
 #include "PelloraMessagesCore/HelperDayNotes.h"
-#include "PelloraMessagesCore/HelperHeartbeat.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/Json/JsonReader.h"
 #include "PelloraMessagesCore/Json/JsonWriter.h"
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
-#include "PelloraMessagesCore/Time/IsoDate.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora::ExchangeCoding {
 

@@ -7,7 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/Text/Uuid.h"
 
 namespace pellora {

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "PelloraMessagesCore/Language/GuardText.h"
-#include "PelloraMessagesCore/Language/MeetupWords.h"
+#include "PelloraMessagesCore/Language/GuardWords.h"
 #include "PelloraMessagesCore/SummaryGuard.h"
 #include "PelloraMessagesCore/Text/PhraseTable.h"
 #include "PelloraMessagesCore/Text/Regex.h"

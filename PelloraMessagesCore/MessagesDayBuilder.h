@@ -12,7 +12,6 @@
 
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/HandleMatcher.h"
-#include "PelloraMessagesCore/HistoryMessage.h"
 #include "PelloraMessagesCore/MessagesDayRecord.h"
 #include "PelloraMessagesCore/Time/LocalCalendar.h"
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "PelloraMessagesCore/Language/FoundItems.h"
-#include "PelloraMessagesCore/Language/PromptLines.h"
+#include "PelloraMessagesCore/Language/Prompts.h"
 #include "PelloraMessagesCore/Text/Uuid.h"
 #include "PelloraMessagesCore/Time/Instant.h"
 

@@ -1,4 +1,4 @@
-// "Lately/UUID.json" in the shared folder: one sealed lately record a person. The helper only writes; reading all
+// "Lately/UUID.json" in the shared folder: one sealed lately record per person. The helper only writes; reading all
 // and sweeping are for the companion side. Tested by Tests/Core/MessagesLatelyInboxTests.cpp.
 #pragma once
 

@@ -6,8 +6,7 @@
 #include <utility>
 
 #include "PelloraMessagesCore/Language/FoundItems.h"
-#include "PelloraMessagesCore/Language/ModelInstructions.h"
-#include "PelloraMessagesCore/Language/PromptLines.h"
+#include "PelloraMessagesCore/Language/Prompts.h"
 #include "PelloraMessagesCore/SummaryGuard.h"
 #include "PelloraMessagesCore/Text/Text.h"
 

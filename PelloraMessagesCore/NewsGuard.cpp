@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "PelloraMessagesCore/Language/GuardText.h"
-#include "PelloraMessagesCore/Language/NewsWords.h"
+#include "PelloraMessagesCore/Language/GuardWords.h"
 #include "PelloraMessagesCore/SummaryGuard.h"
 #include "PelloraMessagesCore/Text/PhraseTable.h"
 #include "PelloraMessagesCore/Text/Text.h"

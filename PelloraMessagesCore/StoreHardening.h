@@ -1,6 +1,6 @@
-// Reading a Messages store that may be hostile or broken, with bounded time and memory: files beside it that are no
+// Reading a Messages store that may be hostile or broken, with bounded time and memory: files next to it that are no
 // files are never opened, its schema is not trusted, its tables must be what they seem, and a read that runs for
-// ever ends. For whoever opens a connection to the store.
+// ever ends. For every connection to the store.
 // Tested by Tests/Core/StoreHardeningTests.cpp.
 #pragma once
 
@@ -36,7 +36,7 @@ struct Patience {
 // reading ends with SQLITE_INTERRUPT when it is over.
 void harden(sqlite3* connection, Patience& patience);
 
-// What is wrong with the tables that the store is read from, as a clause: one is a view, a virtual table, or computes
+// The trouble with the tables that the store is read from, as a clause: one is a view, a virtual table, or computes
 // some of its columns. Empty when they are ordinary or missing, or when the schema can't be read; the query then says
 // so. Absent while another program keeps the store locked: nothing is known then.
 std::optional<std::string> tableTrouble(sqlite3* connection);

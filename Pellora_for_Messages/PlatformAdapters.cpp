@@ -26,7 +26,7 @@
 #include "Adapters/Linux/Files/InotifyFileEvents.h"
 #include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
 #include "Adapters/Linux/Model/ModelSettings.h"
-#include "Adapters/Linux/Process/EventLoopScheduler.h"
+#include "Adapters/Linux/Process/EventLoop.h"
 #include "Adapters/Linux/Process/ResidentMemory.h"
 #include "Adapters/Linux/Process/SignalQuitRequests.h"
 #include "Adapters/Linux/Secrets/MakeSecretStore.h"

@@ -69,7 +69,7 @@ class StoreConnection {
   // Of the row inserted last.
   std::int64_t lastRowID() const;
 
-  // Leaves the -wal and -shm files beside the store when the connection closes, as they lie beside a store in use.
+  // Leaves the -wal and -shm files next to the store when the connection closes, as they lie next to a store in use.
   void keepLogOnClose();
 
   sqlite3* handle() const { return _connection; }

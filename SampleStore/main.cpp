@@ -9,7 +9,7 @@
 
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
-#include "PelloraMessagesCore/Time/IsoDate.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 #include "SampleStore/PhoneBackupWriter.h"
 #include "SampleStore/SampleDialogue.h"
 #include "SampleStore/SampleStoreWriter.h"
@@ -32,7 +32,7 @@ struct Arguments {
   std::string peopleFile;
   std::string now;
   std::size_t append = 0;
-  double rate = 0;  // messages a second; 0: as fast as it goes
+  double rate = 0;  // messages per second; 0: as fast as possible
   bool force = false;
   bool asBackup = false;
   std::string passwordFile;

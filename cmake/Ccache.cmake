@@ -1,4 +1,4 @@
-# Compiles through ccache when it is there. What was compiled in another checkout counts, and so does a source that
+# Compiles through ccache when it is there. Objects compiled in another checkout count, and so does a source that
 # uses precompiled headers.
 find_program(PELLORA_CCACHE ccache)
 if(PELLORA_CCACHE)

@@ -1,4 +1,4 @@
-# What is installed beside the programs, and the Debian package made of it.
+# The files installed along with the programs, and the Debian package.
 find_program(PELLORA_GZIP gzip REQUIRED)
 set(pellora_packaging ${CMAKE_SOURCE_DIR}/Packaging)
 set(pellora_compressed ${CMAKE_BINARY_DIR}/Packaging)

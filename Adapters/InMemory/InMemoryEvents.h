@@ -3,8 +3,7 @@
 
 #include <list>
 
-#include "PelloraMessagesCore/Ports/FileEvents.h"
-#include "PelloraMessagesCore/Ports/NotificationCenter.h"
+#include "PelloraMessagesCore/Ports/Events.h"
 #include "PelloraMessagesCore/Ports/Session.h"
 
 namespace pellora {

@@ -8,9 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "PelloraMessagesCore/Ports/GroupContainer.h"
 #include "PelloraMessagesCore/Ports/SecretStore.h"
-#include "PelloraMessagesCore/Ports/UserDefaults.h"
+#include "PelloraMessagesCore/Ports/Storage.h"
 
 namespace pellora {
 

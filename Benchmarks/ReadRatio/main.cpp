@@ -23,7 +23,7 @@
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "PelloraMessagesCore/HandleMatcher.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "Pellora_for_Messages/Engine/HelperEngine.h"
 
 namespace {

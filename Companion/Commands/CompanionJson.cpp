@@ -4,7 +4,7 @@
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
 #include "PelloraMessagesCore/Text/Bytes.h"
-#include "PelloraMessagesCore/Time/IsoDate.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora::companion_json {
 

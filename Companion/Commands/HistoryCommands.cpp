@@ -15,7 +15,7 @@
 #include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
-#include "PelloraMessagesCore/Time/IsoDate.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 

@@ -122,7 +122,7 @@ std::string jsonText(const Findings& found) {
   return object.dump(JsonValue::Order::sorted) + "\n";
 }
 
-// What stands between a choice that was kept and the helper, as further sentences; empty when nothing does.
+// The obstacles between the stored choice and the helper, as further sentences; empty without any.
 std::string whatToDoNow() {
   std::string text;
   if (platform_adapters::helperPresence() == platform_adapters::HelperPresence::running)

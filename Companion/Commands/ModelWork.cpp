@@ -5,7 +5,7 @@
 #include "Companion/Evaluation/EvaluationModels.h"
 #include "Companion/Output/DisplayText.h"
 #include "PelloraMessagesCore/MessagesModel.h"
-#include "PelloraMessagesCore/Time/IsoDate.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora::model_work {
 

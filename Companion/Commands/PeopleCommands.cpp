@@ -28,7 +28,7 @@
 #include "PelloraMessagesCore/Json/JsonValue.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"
 #include "PelloraMessagesCore/Text/Text.h"
-#include "PelloraMessagesCore/Time/IsoDate.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 

@@ -11,7 +11,7 @@
 #include "Companion/History/StoreProbe.h"
 #include "Companion/People/PeopleStore.h"
 #include "Companion/PlatformAdapters.h"
-#include "PelloraMessagesCore/HelperHeartbeat.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/HelperState.h"
 
 namespace pellora {

@@ -10,9 +10,8 @@
 
 #include "Companion/Evaluation/EvaluationModels.h"
 #include "PelloraMessagesCore/Language/FoundItems.h"
-#include "PelloraMessagesCore/Language/ModelInstructions.h"
-#include "PelloraMessagesCore/Language/NewsWords.h"
-#include "PelloraMessagesCore/Language/PromptLines.h"
+#include "PelloraMessagesCore/Language/GuardWords.h"
+#include "PelloraMessagesCore/Language/Prompts.h"
 #include "PelloraMessagesCore/MessagesModel.h"
 #include "PelloraMessagesCore/NewsGuard.h"
 #include "PelloraMessagesCore/SummaryGuard.h"

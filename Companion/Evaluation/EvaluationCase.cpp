@@ -6,7 +6,7 @@
 
 #include "PelloraMessagesCore/Json/JsonValue.h"
 #include "PelloraMessagesCore/Language/FoundItems.h"
-#include "PelloraMessagesCore/Time/IsoDate.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 

@@ -13,7 +13,8 @@
 namespace pellora {
 
 // A language model that needs no server: it answers the questions about an invented day by what is known of it, at
-// random, or with nothing. What the guards keep of its answers is the best and the least that any model can reach.
+// random, or with nothing. The findings that the guards keep of its answers are the best and the least that any model
+// can reach.
 class KnowingModel : public LanguageModel {
  public:
   enum class Manner { truth, random, empty };

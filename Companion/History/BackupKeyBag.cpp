@@ -28,7 +28,7 @@ std::uint32_t number(Bytes bytes) {
   return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 | std::uint32_t{bytes[2]} << 8 | bytes[3];
 }
 
-// Wiped by whoever it is given to.
+// The caller wipes it.
 std::optional<SecretBytes> derivedKey(Bytes password, Bytes salt, std::uint32_t rounds, const EVP_MD* digest) {
   std::array<std::uint8_t, kKeySize> key{};
   const int done = PKCS5_PBKDF2_HMAC(reinterpret_cast<const char*>(password.data()), static_cast<int>(password.size()),

@@ -11,7 +11,7 @@
 #include "Companion/Output/DisplayText.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
-#include "PelloraMessagesCore/Time/IsoDate.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 
@@ -81,7 +81,7 @@ HistorySource HistorySource::find(const fs::path& path) {
   }
   source._database = fs::is_directory(source._path, error) ? databaseIn(source._path) : source._path;
   const StoreProbe probe = StoreProbe::of(source._database);
-  // A log that only needs to be written beside its database is brought where it can be.
+  // A log whose folder cannot be written is copied to one that can.
   source._mustBeCopied =
       probe.kind == StoreProbe::Kind::readOnly || ::access(source._database.parent_path().c_str(), W_OK) != 0;
   if (!probe.isReadable() && probe.kind != StoreProbe::Kind::readOnly) refuse(probe);

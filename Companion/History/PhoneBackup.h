@@ -57,7 +57,7 @@ class PhoneBackup {
   std::filesystem::path database() const { return placeOf(kDatabase); }
   std::uintmax_t size() const;
 
-  // Writes the history in the clear to `file`, and its log beside it. False when it was stopped.
+  // Writes the history in the clear to `file`, and its log next to it. False when it was stopped.
   bool extract(const std::filesystem::path& file, const Proceed& proceed) const;
 
  private:

@@ -1,4 +1,4 @@
-// A Messages store on its way: prepared in a private folder beside its place, checked there, and put into place in one
+// A Messages store on its way: prepared in a private folder next to its place, checked there, and put into place in one
 // step, so that the place holds the old history or the new one, whole, whatever happens. The old log is merged into the
 // old store first and goes with it. The folder goes with this object; one that a killed process left is removed by the
 // next, and by `history status` and `sweep`. Throws CompanionFailure. Tested by Tests/Companion/HistoryTests.cpp.
@@ -20,7 +20,7 @@ class StagedStore {
   StagedStore(const StagedStore&) = delete;
   StagedStore& operator=(const StagedStore&) = delete;
 
-  // Removes folders of this kind beside `place` whose makers are gone.
+  // Removes folders of this kind next to `place` whose makers are gone.
   static void removeLeftovers(const std::filesystem::path& place);
 
   // Where to write it.

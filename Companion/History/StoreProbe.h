@@ -35,7 +35,7 @@ struct StoreProbe {
   bool isLocked = false;                 // another program holds it for itself
   Kind kind = Kind::missing;
   ChatDatabase::Summary summary = {};  // of a readable one
-  bool lacksLog = false;               // it usually has a log beside it, and there is none
+  bool lacksLog = false;               // it usually has a log next to it, and there is none
 
   static StoreProbe of(const std::filesystem::path& file);
 

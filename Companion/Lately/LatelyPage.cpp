@@ -11,7 +11,7 @@
 #include "Companion/Lately/LatelyText.h"
 #include "Companion/Output/DisplayText.h"
 #include "PelloraMessagesCore/Text/Text.h"
-#include "PelloraMessagesCore/Time/IsoDate.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 

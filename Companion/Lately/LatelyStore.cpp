@@ -16,7 +16,7 @@
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"
-#include "PelloraMessagesCore/Time/IsoDate.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 

@@ -9,7 +9,7 @@
 
 #include "Companion/CompanionContext.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
 
 namespace pellora {
@@ -46,8 +46,8 @@ struct LatelyStore {
   // Throws CompanionFailure when the records cannot be listed; without a folder there are none.
   static LatelyStore read(const CompanionContext& context, const ExchangeKey& key);
 
-  // Brings in the day notes for output that people read: whoever waits for a reply comes first, the longest wait
-  // before the others, and whoever has been quiet comes last.
+  // Brings in the day notes for output that people read: people who wait for a reply come first, the longest wait
+  // before the others, and those who have been quiet come last.
   void addNotes(HelperDayNotes dayNotes, Instant now);
 
   // How many files may be records, readable or not. Throws as `read` does.

@@ -1,4 +1,4 @@
-// Text as a terminal shows it: how many columns it takes, cut and padded to columns, wrapped. What came from files
+// Text as a terminal shows it: how many columns it takes, cut and padded to columns, wrapped. Text from files
 // goes through `printable` first, so that nothing in it can steer a terminal. Tested by
 // Tests/Companion/DisplayTextTests.cpp.
 #pragma once

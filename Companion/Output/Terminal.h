@@ -16,7 +16,7 @@ namespace pellora::terminal {
 // Whether there is somebody to ask: standard input and standard error are a terminal.
 bool isThere();
 
-// As it is, on standard error; control characters in it are the caller's to take out.
+// Verbatim, on standard error; control characters in it are the caller's to take out.
 void show(std::string_view text);
 
 // What is typed, without the line's end; absent at its end of input or without a terminal.
@@ -33,8 +33,8 @@ std::optional<SecretBytes> password(const std::string& question);
 
 namespace pellora {
 
-// Tells on standard error what takes so long: one line that comes after a second, counts the seconds and goes when
-// the work is done. Nothing when standard error is no terminal.
+// Shows on standard error that slow work goes on: one line that appears after a second, counts the seconds and goes
+// when the work is done. Nothing unless standard error is a terminal.
 class Progress {
  public:
   // `activity` as in "Reading contacts.vcf".

@@ -63,7 +63,7 @@ constexpr std::string_view formatName(ImportedPeople::Format format) {
   return {};
 }
 
-// Somebody in an address book while the entry is read, whatever its format: names, numbers and addresses as they are
+// A person in an address book while the entry is read, whatever its format: names, numbers and addresses as they are
 // spelled there come in, and an ImportedPerson comes out, or why there is none. Total.
 // Tested by Tests/Companion/VCardPeopleTests.cpp and CsvPeopleTests.cpp.
 class ContactCard {

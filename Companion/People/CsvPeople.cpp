@@ -40,19 +40,7 @@ class CsvRecords {
 };
 
 // The meaning of a table's column.
-enum class Column {
-  firstName,
-  familyName,
-  fullName,
-  nickname,
-  organization,
-  uid,
-  phone,
-  email,
-  companyPhone,
-  weak,
-  other
-};
+enum class Column { firstName, familyName, fullName, nickname, company, uid, phone, email, mainPhone, weak, other };
 
 struct Heading {
   std::string_view words;  // between spaces
@@ -73,8 +61,7 @@ constexpr Heading kWhole[] = {
     {"name fullname displayname contactname contact person fileas nom nomcomplet nomaffiché nomd'affichage nombre "
      "nombrecompleto nome nomecompleto nomevisualizzato naam volledigenaam weergavenaam anzeigename "
      "vollständigername namn fulltnavn navn visningsnamn nimi celéjméno név teljesnév фио имяифамилия полноеимя "
-     "контакт "
-     "adsoyad ονοματεπώνυμο 氏名 姓名 お名前 表示名 全名 성명 الاسم שם ชื่อนามสกุล",
+     "контакт adsoyad ονοματεπώνυμο 氏名 姓名 お名前 表示名 全名 성명 الاسم שם ชื่อนามสกุล",
      Column::fullName},
     {"nickname spitzname surnom apodo alias pseudo soprannome bijnaam smeknamn kallenavn kaldenavn přezdívka pseudonim "
      "псевдоним прозвище takmaad ニックネーム 昵称 별명",
@@ -82,11 +69,11 @@ constexpr Heading kWhole[] = {
     {"organization organizationname organisation company companyname firma entreprise société empresa azienda società "
      "ditta bedrijf företag virksomhed bedrift yritys společnost cég компания организация şirket εταιρεία 会社 会社名 "
      "公司 單位 회사 الشركة חברה organizationcompany",
-     Column::organization},
+     Column::company},
     {"uid id uuid contactid", Column::uid},
     {"number numbers phones nummer número numéro numero numer номер 番号 号码 번호", Column::phone},
     {"companymainphone hauptrufnummer firmahaupttelefon téléphonesociété telefonoempresa switchboard",
-     Column::companyPhone},
+     Column::mainPhone},
     {"home work main other private business pager iphone casa trabajo lavoro travail domicile privat geschäftlich "
      "arbeit praca thuis werk hem arbete hjem arbejde dom",
      Column::weak},
@@ -96,8 +83,7 @@ constexpr Heading kWhole[] = {
 constexpr Heading kParts[] = {
     {"email courriel correo messagerie postaelettronica posteelettronica mailadres mailadresse epost eposta "
      "sähköposti электроннаяпочта электроннойпочты эл.почта элпочта адресэлпочты поштa メール 電子メール 邮箱 邮件 "
-     "郵件 "
-     "電郵 이메일 전자메일 البريد אימייל דואל อีเมล ηλεκτρονικήδιεύθυνση correoelectrónico",
+     "郵件 電郵 이메일 전자메일 البريد אימייל דואל อีเมล ηλεκτρονικήδιεύθυνση correoelectrónico",
      Column::email},
     {"phone telefon telefón teléfono telefono téléphone telefoon telefone telefonnummer mobil mobiel cellul cellphone "
      "celular handy rufnummer móvil telemóvel portable puhelin matkapuh komórk телефон мобильн мобільн сотов "
@@ -114,8 +100,7 @@ constexpr Heading kAlone[] = {
 // Headings with these hold something about a number or address, or somebody else's.
 constexpr std::string_view kNotValues =
     "type typ label étiquette etichetta etiqueta phonetic yomi displayname assistant assistent spouse emergency "
-    "manager "
-    "referred fax telefax pager telex photo password street strasse straße rue calle ラベル";
+    "manager referred fax telefax pager telex photo password street strasse straße rue calle ラベル";
 
 bool isPlainLetter(char byte) {
   return (byte >= 'a' && byte <= 'z') || static_cast<unsigned char>(byte) >= 0x80;
@@ -310,13 +295,13 @@ void takeField(Column column, const std::string& field, ContactCard& card) {
       return card.setFullName(foreign_text::onOneLine(field));
     case Column::nickname:
       return card.setNickname(foreign_text::onOneLine(field));
-    case Column::organization:
+    case Column::company:
       return card.setOrganization(foreign_text::onOneLine(field));
     case Column::uid:
       return card.setUid(foreign_text::onOneLine(field));
     case Column::phone:
       return card.addPhones(field);
-    case Column::companyPhone:
+    case Column::mainPhone:
       return card.addCompanyPhone(field);
     case Column::email:
       return takeEmails(field, card);

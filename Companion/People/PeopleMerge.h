@@ -9,7 +9,7 @@
 #include "Companion/Output/OutputStyle.h"
 #include "Companion/People/ContactCard.h"
 #include "Companion/People/StoreHandles.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/Text/Uuid.h"
 
 namespace pellora {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "Companion/CompanionContext.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 
 namespace pellora {
 

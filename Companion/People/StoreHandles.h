@@ -7,7 +7,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 
 namespace pellora {
 

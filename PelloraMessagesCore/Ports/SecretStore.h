@@ -47,7 +47,8 @@ class SecretStore {
   // Any thread, one call at a time. May wait for the platform's service, some seconds at most.
   virtual SecretLookup find(const SecretAttributes& attributes) = 0;
 
-  // Adds the secret unless one with these attributes is there already (then `duplicate`, whoever added it). As find.
+  // Adds the secret unless one with these attributes is there already (then `duplicate`, no matter who added it). As
+  // find.
   virtual SecretAddition add(const SecretAttributes& attributes, const std::string& label, const SecretBytes& data) = 0;
 
   // Calls `changed` on the main thread whenever find may have another answer than before: the store was unlocked or

@@ -6,7 +6,6 @@
 
 #include "PelloraMessagesCore/Text/Bytes.h"
 #include "PelloraMessagesCore/Text/LinkHost.h"
-#include "PelloraMessagesCore/Text/LinkTail.h"
 #include "PelloraMessagesCore/Text/LinkText.h"
 #include "PelloraMessagesCore/Text/Text.h"
 

@@ -12,7 +12,6 @@
 #include <utility>
 
 #include "PelloraMessagesCore/Text/LinkText.h"
-#include "PelloraMessagesCore/Text/LinkWords.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::LinkHost {

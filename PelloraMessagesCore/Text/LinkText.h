@@ -1,12 +1,16 @@
-// The characters that links are made of, and how they are read from a text at a byte offset. Pure; every function looks
-// at a bounded number of bytes. Tested by Tests/Core/LinkDetectorTests.cpp.
+// The text of links: the characters that links are made of, and where the part after the host ends. Pure functions,
+// callable from any thread. Tested by Tests/Core/LinkDetectorTests.cpp.
 #pragma once
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
+// The characters that links are made of, and how they are read from a text at a byte offset. Every function looks at a
+// bounded number of bytes.
 namespace pellora::LinkText {
 
 class ByteSet {
@@ -78,3 +82,30 @@ bool endsWithAscii(std::string_view text, std::string_view lowerCase);
 std::string percentEncoded(std::string_view text);
 
 }  // namespace pellora::LinkText
+
+namespace pellora {
+
+// Where path, query and fragment of a link end in a text: before white space, quotes, a bracket without its partner
+// inside the link, and punctuation that ends a sentence; letters of every script belong to them, and so do symbols
+// inside them. One object per text, which must outlive it; time is in proportion to the text's length.
+// Tested by Tests/Core/LinkDetectorTests.cpp.
+class LinkTail {
+ public:
+  explicit LinkTail(std::string_view text) : _text(text) {}
+
+  // Behind what follows the host that ends at `begin`, which is returned when nothing does. `linkBegin` is where the
+  // whole link begins.
+  std::size_t endFrom(std::size_t begin, std::size_t linkBegin);
+
+ private:
+  std::size_t characterEnd(std::size_t linkBegin, std::size_t position);
+  std::size_t asciiEnd(std::size_t linkBegin, std::size_t position) const;
+  std::size_t foreignEnd(std::size_t position) const;
+  std::size_t trimmedEnd(std::size_t linkBegin, std::size_t begin, std::size_t end) const;
+  std::uint32_t bracketPartner(std::size_t position);
+
+  std::string_view _text;
+  std::vector<std::uint32_t> _partners;  // by position of a bracket; made when the first one is met
+};
+
+}  // namespace pellora

@@ -1,7 +1,7 @@
-// What becomes of the days that a read found: which records stand as they are, and about which days the language
-// model is asked. What needs no model comes fresh from the store; the model's findings of a day are kept while its
-// content is the same (counts and last message, to the whole second: files keep no more). Pure.
-// Tested by Tests/App/ReadHistoryTests.cpp and ModelOutageTests.cpp.
+// The fate of the days that a read found: which records stay as they are, and about which days the language
+// model is asked. Everything that needs no model comes fresh from the store; the model's findings of a day are kept
+// while its content is the same (counts and last message, to the whole second: files keep no more). Pure. Tested by
+// Tests/App/ReadHistoryTests.cpp and ModelOutageTests.cpp.
 #pragma once
 
 #include <vector>

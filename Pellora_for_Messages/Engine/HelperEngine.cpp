@@ -5,7 +5,6 @@
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/HelperExchange.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
 #include "Pellora_for_Messages/Engine/ReadContext.h"
 
 namespace pellora {

@@ -1,5 +1,5 @@
 // The spine of the helper: decides when to read, lets one read run at a time, publishes what it is doing and keeps
-// the progress keys. One object a process, created by the app, on the main thread, where everything of it runs.
+// the progress keys. One per process, created by the app, on the main thread, where everything of it runs.
 // Reads never throw: an error becomes the state `failed` and changes no stored progress, so the next read repeats
 // the same work. Tested by Tests/App/HelperEngineTests.cpp and HelperEngineReadTests.cpp.
 #pragma once
@@ -10,7 +10,7 @@
 #include <optional>
 #include <stop_token>
 
-#include "PelloraMessagesCore/HelperHeartbeat.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "Pellora_for_Messages/Engine/HelperEngineState.h"
 #include "Pellora_for_Messages/Engine/HelperPlatform.h"
 #include "Pellora_for_Messages/Engine/HelperReadCycle.h"
@@ -27,7 +27,7 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
   static constexpr std::chrono::seconds kDebounce{30};
   // A store that is being copied into place, or people that are being imported, are read when they are quiet.
   static constexpr std::chrono::seconds kSettling{2};
-  // Until a read is tried again that another process's read stands in the way of.
+  // How long to wait before retrying a read that another process's read blocked.
   static constexpr std::chrono::seconds kReadLockInterval{1};
   // Still running so long after the announcement, the machine did not go to sleep or is awake again.
   static constexpr std::chrono::seconds kLongestFallingAsleep{120};

@@ -7,14 +7,12 @@
 #include <functional>
 #include <string>
 
-#include "PelloraMessagesCore/Ports/FileEvents.h"
-#include "PelloraMessagesCore/Ports/GroupContainer.h"
+#include "PelloraMessagesCore/Ports/Events.h"
 #include "PelloraMessagesCore/Ports/LanguageModel.h"
-#include "PelloraMessagesCore/Ports/NotificationCenter.h"
 #include "PelloraMessagesCore/Ports/Scheduler.h"
 #include "PelloraMessagesCore/Ports/SecretStore.h"
 #include "PelloraMessagesCore/Ports/Session.h"
-#include "PelloraMessagesCore/Ports/UserDefaults.h"
+#include "PelloraMessagesCore/Ports/Storage.h"
 #include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 namespace pellora {

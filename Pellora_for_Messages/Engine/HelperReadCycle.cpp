@@ -6,7 +6,6 @@
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/ExchangeKeychain.h"
 #include "PelloraMessagesCore/HelperExchange.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
 #include "PelloraMessagesCore/MessagesModel.h"
 #include "Pellora_for_Messages/Engine/DayAnalysis.h"
 #include "Pellora_for_Messages/Engine/DayPlan.h"

@@ -23,7 +23,7 @@ namespace pellora {
 
 class HelperReadCycle {
  public:
-  // What the engine hears of during a read.
+  // News of a running read for the engine.
   class Delegate {
    public:
     virtual ~Delegate() = default;

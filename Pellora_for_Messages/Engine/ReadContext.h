@@ -13,9 +13,9 @@
 #include "PelloraMessagesCore/Files/SecretBytes.h"
 #include "PelloraMessagesCore/HandleMatcher.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/HelperState.h"
-#include "PelloraMessagesCore/Ports/UserDefaults.h"
+#include "PelloraMessagesCore/Ports/Storage.h"
 #include "PelloraMessagesCore/Time/LocalCalendar.h"
 
 // The engine's user-defaults keys and the version of the day notes' format. Raising the version makes the next

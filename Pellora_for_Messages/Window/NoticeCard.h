@@ -12,7 +12,7 @@
 
 namespace pellora {
 
-// The notice card that a state calls for: texts shown as they stand, in no other language, and what the button does.
+// The notice card that a state calls for: texts shown verbatim, in no other language, and what the button does.
 // Tested by Tests/Window/HelperNoticeTests.cpp.
 struct HelperNotice {
   enum class Action { openFullDiskAccess, read };

@@ -27,7 +27,7 @@ namespace {
 
 using support::waitUntil;
 
-// Answers every call as it is told, and keeps what was asked.
+// Answers every call as told, and records it.
 class StandIn : public QDBusVirtualObject {
  public:
   StandIn(const QString& service, const QString& path, std::function<QVariant(const QDBusMessage&)> answer)

@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "Adapters/InMemory/VirtualScheduler.h"
-#include "Adapters/Linux/Process/EventLoopScheduler.h"
+#include "Adapters/Linux/Process/EventLoop.h"
 #include "Tests/Support/Contract.h"
 #include "Tests/Support/EventLoopWait.h"
 

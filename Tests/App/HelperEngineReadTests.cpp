@@ -222,6 +222,19 @@ TEST(HelperEngineRead, AnIncrementalReadRebuildsTouchedDaysOverAllHandlesOfThePe
   EXPECT_EQ(world.notes().days[0].sentCount, 1);
 }
 
+TEST(HelperEngineRead, ALateRowOfAnEarlierDayRebuildsThatDayFromItsStart) {
+  EngineWorld world;
+  world.fromAnna(26h, "yesterday morning");
+  world.fromAnna(2h, "today");
+  world.read();
+  world.fromAnna(14h, "last night, but it arrived late");
+  world.read();
+  const HelperDayNotes notes = world.notes();
+  ASSERT_EQ(notes.days.size(), 2U);
+  EXPECT_EQ(notes.days[0].receivedCount, 2);
+  EXPECT_EQ(notes.days[1].receivedCount, 1);
+}
+
 TEST(HelperEngineRead, AnIncrementalReadLooksOnlyAtRowsAfterTheLastRow) {
   EngineWorld world;
   world.fromAnna(3h, "first");

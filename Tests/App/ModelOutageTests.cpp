@@ -332,7 +332,7 @@ class UnsteadyModel {
   bool _isSteady = false;
 };
 
-// A virtual week with messages coming in, a model that goes and comes back, and helpers that start anew.
+// A virtual week with messages coming in, a model that goes and comes back, and helpers that restart.
 void liveThroughAWeek(EngineWorld& world, UnsteadyModel& model) {
   for (int day = 0; day < 20; ++day) world.fromAnna(2h + day * 24h, kFullDay + std::to_string(day));
   auto engine = world.makeEngine();

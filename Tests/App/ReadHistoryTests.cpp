@@ -1,6 +1,6 @@
 // Whatever happens to store, settings, files, people, clock and zone, notes and lately records after the first read of
 // the next day are those of a fresh read; after what a read can notice by itself, those of the next read are. Through
-// the engine in virtual time, and through the program as it is shipped. The random form prints the program that fails;
+// the engine in virtual time, and through the shipped program. The random form prints the program that fails;
 // PELLORA_HISTORY="step
 // step ..." runs one again.
 #include <gtest/gtest.h>

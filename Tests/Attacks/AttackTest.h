@@ -1,5 +1,5 @@
 // A home of its own with people, messages and the key in a file, and both programs run in it: for trying attacks on the
-// programs as they are shipped.
+// shipped programs.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -21,7 +21,7 @@ class AttackTest : public testing::Test {
     _environment.set("COLUMNS", "400");  // sentences stay on one line
   }
 
-  // The exit code; -1 when the program did not end within a minute. What was written is in `output` and `errors`.
+  // The exit code; -1 when the program did not end within a minute. Its output goes to `output` and `errors`.
   int helper(const std::vector<std::string>& arguments) { return run(PELLORA_HELPER, arguments); }
   int companion(const std::vector<std::string>& arguments) { return run(PELLORA_COMPANION, arguments); }
 

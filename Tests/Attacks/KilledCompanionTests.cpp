@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "Tests/Attacks/AttackTest.h"
 #include "Tests/Support/ChildProcess.h"
 

@@ -1,4 +1,4 @@
-// A kernel, or whoever starts the helper, that has a protection and does not give it: the helper says so and reads
+// A kernel, or a starting program, that has a protection and does not give it: the helper says so and reads
 // nothing.
 #include <linux/filter.h>
 #include <linux/seccomp.h>

@@ -1,7 +1,7 @@
 #include "Tests/Companion/CompanionWorld.h"
 
 #include "PelloraMessagesCore/ExchangeKeychain.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"
 
 namespace pellora::support {

@@ -10,7 +10,7 @@
 #include "Companion/People/PeopleParser.h"
 #include "Companion/People/PhoneNumbers.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
 #include "Tests/Support/TemporaryFolder.h"
 

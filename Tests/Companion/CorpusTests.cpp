@@ -1,4 +1,4 @@
-// Address books as programs and services write them (Corpus/), and what must come out of each: beside NAME.vcf lies
+// Address books as programs and services write them (Corpus/), and what must come out of each: next to NAME.vcf lies
 // NAME.out, with a line "country XX" where the import is told one, a line "First name: numbers, addresses" per person
 // and a line "- entry: reason" per skipped entry.
 #include <gmock/gmock.h>

@@ -216,7 +216,7 @@ TEST_F(ChatDatabaseTest, AllMessagesAreThoseOfTheWindowInTheseChats) {
   EXPECT_THAT(database.allMessages({987'654}, at(0)), IsEmpty());
 }
 
-// A body beyond the limit stops whoever asks for it, so a read that goes on did not ask.
+// A body beyond the limit stops any read that asks for it, so a read that goes on did not ask.
 TEST_F(ChatDatabaseTest, TextsOfOtherChatsAreNeverAskedFor) {
   const auto other = _store.addChat({"+15550100099"});
   _store.addMessage(_chat, at(1), true, "first");

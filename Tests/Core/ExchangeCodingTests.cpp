@@ -5,8 +5,7 @@
 
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
-#include "PelloraMessagesCore/HelperHeartbeat.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/HelperState.h"
 #include "PelloraMessagesCore/Text/Text.h"
 #include "Tests/Support/SampleRecords.h"
@@ -99,6 +98,16 @@ TEST(ExchangeCoding, WritesTheLatelyRecordWithExactlyItsKeys) {
   EXPECT_EQ(written["sentLinks"].dump(), R"([{"sentAt":"2025-03-01T10:30:00Z","url":"https://example.com/"}])");
   MessagesLatelyRecord bare;
   EXPECT_EQ(json::parse(encode(bare)).size(), 12u);
+}
+
+TEST(ExchangeCoding, ALatelyRecordTellsItsWindowApartFromItsDays) {
+  MessagesLatelyRecord record = support::sampleLately();
+  record.windowDays = 14;
+  record.dayCount = 3;
+  const json written = json::parse(encode(record));
+  EXPECT_EQ(written["windowDays"], 14);
+  EXPECT_EQ(written["dayCount"], 3);
+  EXPECT_EQ(decode<MessagesLatelyRecord>(encode(record)), record);
 }
 
 TEST(ExchangeCoding, WritesSortedKeysOnOneLine) {

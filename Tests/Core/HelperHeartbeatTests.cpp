@@ -2,7 +2,7 @@
 
 #include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
-#include "PelloraMessagesCore/HelperHeartbeat.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace pellora {

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "PelloraMessagesCore/Time/IsoDate.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 namespace {

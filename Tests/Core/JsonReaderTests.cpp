@@ -7,7 +7,7 @@
 
 #include "PelloraMessagesCore/ExchangeCoding.h"
 #include "PelloraMessagesCore/HelperDayNotes.h"
-#include "PelloraMessagesCore/HelperHeartbeat.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/Json/JsonReader.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
 #include "Tests/Support/SampleRecords.h"

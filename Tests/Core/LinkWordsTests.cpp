@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "PelloraMessagesCore/Text/LinkDetector.h"
-#include "PelloraMessagesCore/Text/LinkWords.h"
+#include "PelloraMessagesCore/Text/LinkHost.h"
 
 namespace pellora {
 namespace {

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "PelloraMessagesCore/Language/GuardText.h"
-#include "PelloraMessagesCore/Language/MeetupWords.h"
+#include "PelloraMessagesCore/Language/GuardWords.h"
 #include "PelloraMessagesCore/MeetupGuard.h"
 #include "PelloraMessagesCore/Text/Regex.h"
 
@@ -68,7 +68,7 @@ std::string repeated(std::string_view unit, std::size_t count) {
   return result;
 }
 
-// The cue test as it is described, phrase by phrase and expression by expression.
+// The cue test as described, phrase by phrase and expression by expression.
 Cue plainCueIn(std::string_view text) {
   const std::string prepared = GuardText::prepared(text);
   for (const std::string_view phrase : MeetupWords::kCuePhrases)

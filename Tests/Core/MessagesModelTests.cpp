@@ -253,7 +253,7 @@ TEST(LatelySummary, EveryMonthHasItsShortName) {
     const auto question = MessagesModel::latelyQuestion({recordOf(day, "x"), recordOf(day, "y")}, "Sam");
     EXPECT_EQ(question->prompt, "<days>\n" + std::string(text) + "x\n" + text + "y\n</days>\n\nWrite the summary now.");
   }
-  // A string that is not a day is written as it is, unable to close the block.
+  // A string that is not a day is written verbatim, unable to close the block.
   for (const auto& [day, text] : std::vector<std::pair<const char*, const char*>>{{"", ""},
                                                                                   {"2025-13-01", "2025-13-01"},
                                                                                   {"2025-00-01", "2025-00-01"},

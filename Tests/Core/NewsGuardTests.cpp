@@ -3,7 +3,7 @@
 #include <random>
 
 #include "PelloraMessagesCore/Language/GuardText.h"
-#include "PelloraMessagesCore/Language/NewsWords.h"
+#include "PelloraMessagesCore/Language/GuardWords.h"
 #include "PelloraMessagesCore/NewsGuard.h"
 #include "PelloraMessagesCore/Text/PhraseTable.h"
 #include "PelloraMessagesCore/Text/Regex.h"

@@ -1,7 +1,7 @@
 // Which news say the same thing and which only look as if they did.
 #include <gtest/gtest.h>
 
-#include "PelloraMessagesCore/Language/NewsWords.h"
+#include "PelloraMessagesCore/Language/GuardWords.h"
 #include "PelloraMessagesCore/NewsGuard.h"
 
 namespace pellora::NewsGuard {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "PelloraMessagesCore/Language/NewsWords.h"
+#include "PelloraMessagesCore/Language/GuardWords.h"
 
 namespace pellora::NewsWords {
 namespace {

@@ -3,7 +3,7 @@
 #include <random>
 #include <string>
 
-#include "PelloraMessagesCore/Language/MeetupWords.h"
+#include "PelloraMessagesCore/Language/GuardWords.h"
 #include "PelloraMessagesCore/Text/PhraseTable.h"
 
 namespace pellora {

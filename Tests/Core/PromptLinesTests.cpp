@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "PelloraMessagesCore/Language/PromptLines.h"
+#include "PelloraMessagesCore/Language/Prompts.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::PromptLines {

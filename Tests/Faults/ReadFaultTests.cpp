@@ -1,4 +1,4 @@
-// The real helper, confined as it is shipped, disturbed at every call by which a read opens, reads or changes files;
+// The real helper, confined as shipped, disturbed at every call by which a read opens, reads or changes files;
 // and killed at any moment. No read hangs, crashes or claims success without it, what earlier reads left stays whole,
 // and the next read completes and ends as an undisturbed one does.
 #include <gtest/gtest.h>

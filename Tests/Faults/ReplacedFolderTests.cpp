@@ -1,4 +1,4 @@
-// The real helper, confined as it is shipped, where the user has put links in the place of its files and folders.
+// The real helper, confined as shipped, where the user has put links in the place of its files and folders.
 #include <gtest/gtest.h>
 #include <unistd.h>
 

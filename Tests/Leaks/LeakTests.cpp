@@ -53,7 +53,7 @@ class LeakTest : public testing::Test {
     _stranger = _home.store().addChat({std::string("+1") + kStrangerNumber});
     _otherStranger = _home.store().addChat({kStrangerName});
     _group = _home.store().addChat({"+15550100001", "ben@example.com"});
-    // The model server's own log is no business of the helper's.
+    // The model server's own log does not concern the helper.
     for (const auto& [name, value] : _home.environment())
       if (name != "TMPDIR") _environment.set(name, value);
     plant();

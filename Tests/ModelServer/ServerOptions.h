@@ -37,7 +37,7 @@ struct ServerOptions {
 
   std::string finishReason = "stop";
   std::string thinking = "none";
-  std::string rawBody;      // sent as it is instead of an answer
+  std::string rawBody;      // sent verbatim instead of an answer
   long long cutAfter = -1;  // bytes of the body; negative: whole
   long long bodyBytes = 0;  // pads the body
   std::string redirectTo;

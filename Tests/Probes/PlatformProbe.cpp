@@ -1,4 +1,4 @@
-// What tests let another process do: one command a run, the result on standard output. Not for users.
+// Work that tests have done by another process: one command per run, the result on standard output. Not for users.
 #include <signal.h>
 #include <sqlite3.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-// pellora-sample-store as a user runs it, and beside a reader.
+// pellora-sample-store as a user runs it, and with a reader at work.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// Other processes that a test runs: programs beside it, and functions in processes of their own.
+// Other processes that a test runs: other programs, and functions in processes of their own.
 #pragma once
 
 #include <sys/types.h>
@@ -10,7 +10,7 @@
 
 namespace pellora::support {
 
-// A program that a test runs beside itself. It is killed when the object goes, and by the kernel when the test dies.
+// A program that a test runs. It is killed when the object goes, and by the kernel when the test dies.
 class ChildProcess {
  public:
   // Runs in the environment that the test has at this moment. Standard error goes to the test's.

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "Tests/Support/EngineWorld.h"
 #include "Tests/Support/ScratchHome.h"
 

@@ -11,7 +11,7 @@
 
 #include "PelloraMessagesCore/ChatDatabase.h"
 #include "PelloraMessagesCore/ExchangeCoding.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 
 namespace pellora::support {
 

@@ -4,7 +4,7 @@
 #include <chrono>
 
 #include "PelloraMessagesCore/Files/AtomicFile.h"
-#include "PelloraMessagesCore/HelperPeopleFile.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/MessagesLatelyInbox.h"
 
 namespace pellora::support {

@@ -1,10 +1,10 @@
-// Reads as the program does them, beside a real event loop, while the store is written and engines come and go. The
-// thread sanitizer looks on in the build that has it.
+// Reads as the program does them, with a real event loop running, while the store is written and engines come and go.
+// The thread sanitizer looks on in the build that has it.
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
 
-#include "Adapters/Linux/Process/EventLoopScheduler.h"
+#include "Adapters/Linux/Process/EventLoop.h"
 #include "Tests/Support/EngineWorld.h"
 #include "Tests/Support/EventLoopWait.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "PelloraMessagesCore/Ports/Desktop.h"
-#include "PelloraMessagesCore/Ports/NotificationCenter.h"
+#include "PelloraMessagesCore/Ports/Events.h"
 #include "PelloraMessagesCore/Ports/Session.h"
 
 namespace pellora {

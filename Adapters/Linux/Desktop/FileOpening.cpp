@@ -142,7 +142,7 @@ constexpr char kProgram[] = "xdg-open";
 constexpr char kNothing[] = "/dev/null";
 constexpr int kFirstOfTheLibrary = 32;  // signals from here on are the C library's and of real time
 
-// What a started program needs besides its name; signals as they are for everybody.
+// The descriptors and signals of a started program: nothing to read or write, every signal at its default.
 class Surroundings {
  public:
   Surroundings() {

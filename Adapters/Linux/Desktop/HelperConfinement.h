@@ -14,8 +14,8 @@
 #include "Adapters/Linux/Files/StandInFolders.h"
 #include "Adapters/Linux/Process/ConfinementReport.h"
 #include "Adapters/Linux/Process/Keeper.h"
-#include "PelloraMessagesCore/Ports/GroupContainer.h"
 #include "PelloraMessagesCore/Ports/Session.h"
+#include "PelloraMessagesCore/Ports/Storage.h"
 
 namespace pellora {
 

@@ -24,7 +24,7 @@ class ActivationSocket {
   // False when nobody listens at `path`.
   static bool send(const std::filesystem::path& path, const std::string& token);
 
-  // Takes the place of whoever listened before. Does nothing where no socket can be made.
+  // Replaces the previous listener. Does nothing where no socket can be made.
   ActivationSocket(std::filesystem::path path, AppInstance::Activated activated);
   ~ActivationSocket();
   ActivationSocket(const ActivationSocket&) = delete;
@@ -70,7 +70,7 @@ class ApplicationInterface : public QDBusAbstractAdaptor {
 
 // One helper for the user's session: the bus name app.pellora.Messages, whose owner answers
 // org.freedesktop.Application at /app/pellora/Messages; without a session bus the lock file of the shared folder and
-// a socket beside it. The lock is held in both cases, so that a read from the command line knows. A launch that finds
+// a socket next to it. The lock is held in both cases, so that a read from the command line knows. A launch that finds
 // the lock held waits for the holder, which may not listen yet, as long as an answer from the bus may take.
 // Tested by Tests/Adapters/SessionAppInstanceTests.cpp.
 class SessionAppInstance : public AppInstance {

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
-#include "PelloraMessagesCore/Ports/GroupContainer.h"
+#include "PelloraMessagesCore/Ports/Storage.h"
 
 namespace pellora {
 

@@ -8,7 +8,7 @@
 #include "Adapters/Linux/Files/XdgFolders.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
-#include "PelloraMessagesCore/Time/IsoDate.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 namespace pellora {
 

@@ -1,4 +1,4 @@
-// Settings in an INI file, group "General", key texts as they are:
+// Settings in an INI file, group "General", with the key texts verbatim:
 //
 //     [General]
 //     messages.lastRowID=123
@@ -12,7 +12,7 @@
 
 #include <filesystem>
 
-#include "PelloraMessagesCore/Ports/UserDefaults.h"
+#include "PelloraMessagesCore/Ports/Storage.h"
 
 namespace pellora {
 

@@ -6,7 +6,7 @@
 // Tested by Tests/Adapters/FileEventsTests.cpp.
 #pragma once
 
-#include "PelloraMessagesCore/Ports/FileEvents.h"
+#include "PelloraMessagesCore/Ports/Events.h"
 
 namespace pellora {
 

@@ -1,5 +1,5 @@
 // Folders that can take the place of one that was removed or replaced while a confined process runs: its rules name the
-// very folder that was there at the start, not the path. So some empty folders are made beforehand, hidden beside it
+// very folder that was there at the start, not the path. So some empty folders are made beforehand, hidden next to it
 // and named in the rules as well; when the path leads to another folder, a process that is not confined moves that
 // folder's content into the next of them and puts it in place. Nothing of the content is lost on the way.
 // Tested by Tests/Adapters/StandInFoldersTests.cpp.

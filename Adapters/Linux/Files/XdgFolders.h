@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "PelloraMessagesCore/Ports/GroupContainer.h"
+#include "PelloraMessagesCore/Ports/Storage.h"
 
 namespace pellora {
 

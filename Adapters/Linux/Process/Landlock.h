@@ -1,13 +1,15 @@
-// The kernel's Landlock rules as this program uses them: reading and writing only below some folders, connecting by
-// TCP only to some ports, signals only to the process itself. Rules hold for the calling thread and the threads it
-// makes later, and for the very folders that were named: a folder that takes the place of one of them has no rule.
+// The kernel's Landlock rules as this program uses them, and the files that a program with a window has to read.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
+#include <vector>
 
 namespace pellora {
 
+// Reading and writing only below some folders, connecting by TCP only to some ports, signals only to the process
+// itself. Rules hold for the calling thread and the threads it makes later, and for the very folders that were named: a
+// folder that takes the place of one of them has no rule.
 class Landlock {
  public:
   // Allowed uses of a file, or of everything below a folder. `everything` is about files and folders, and
@@ -43,5 +45,19 @@ class Landlock {
   int _descriptor = -1;
   int _error = 0;
 };
+
+// Files that a program with a window reads besides its own: the system's, and those with the user's choices for all
+// programs (fonts, themes, icons, colors of the desktop). For confining the reading of the process. Tested by
+// Tests/Adapters/ProcessConfinementTests.cpp, and by the desktop tests with the real window.
+namespace ReadableFiles {
+
+// Folders and files, whether or not they exist: the system's, those of the libraries that are loaded, of this process
+// below /proc, and the ones that the environment names.
+std::vector<std::filesystem::path> ofSystem();
+
+// The user's, in the home and configuration folders.
+std::vector<std::filesystem::path> ofUser();
+
+}  // namespace ReadableFiles
 
 }  // namespace pellora

@@ -15,7 +15,6 @@
 #include <system_error>
 
 #include "Adapters/Linux/Process/Landlock.h"
-#include "Adapters/Linux/Process/ReadableFiles.h"
 #include "Adapters/Linux/Process/SystemCallFilter.h"
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
 
@@ -103,7 +102,7 @@ constexpr char kLogIndexSuffix[] = "-shm";
 constexpr char kLibraryFolder[] = "Library";
 constexpr mode_t kPrivate = 0700;
 
-// Where links lead to; SQLite keeps its files beside the store itself.
+// Where links lead to; SQLite keeps its files next to the store itself.
 std::filesystem::path resolved(const std::filesystem::path& path) {
   std::error_code error;
   std::filesystem::path result = std::filesystem::weakly_canonical(path, error);

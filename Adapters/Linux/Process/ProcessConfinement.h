@@ -25,7 +25,7 @@ struct ConfinementPlan {
   // Folders or files that may be read, beyond the system's and the desktop's; folders named with a "/" at the end are
   // made when missing.
   std::vector<std::filesystem::path> readable;
-  // The Messages store. It stays read-only; SQLite may make the files that a reader needs beside it, and write the
+  // The Messages store. It stays read-only; SQLite may create the files that a reader needs next to it, and write the
   // index of its log when that is there at the start. An index made later is read without writing.
   std::filesystem::path store;
   // The port of a model server on the loopback interface; absent: no internet sockets at all.

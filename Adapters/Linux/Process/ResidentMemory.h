@@ -8,7 +8,7 @@ namespace pellora {
 namespace ResidentMemory {
 
 // Locks the heaps as far as the limit on locked memory allows; some of it is left for keys, which lock pages of their
-// own. Cheap while the heaps have not grown since. A missing right is no error.
+// own. Cheap while the heaps have not grown since. A missing right is not an error.
 void keepFromSwap();
 
 // Returns free heap to the kernel, no longer locks the rest, and clears the calling thread's unused stack. Worth

@@ -1,5 +1,5 @@
 // SIGTERM, SIGINT and SIGHUP as requests to quit, handed from the signal handler to the event loop through a pipe.
-// One object a process; needs the event loop of the main thread. Tested by Tests/Adapters/DesktopBusTests.cpp.
+// One per process; needs the event loop of the main thread. Tested by Tests/Adapters/DesktopBusTests.cpp.
 #pragma once
 
 #include <QSocketNotifier>

@@ -12,7 +12,7 @@ namespace pellora {
 
 std::unique_ptr<SecretStore> makeSecretStore();
 
-// The kept choice: the file "secret-store" beside the key file, whose text is "file".
+// The kept choice: the file "secret-store" next to the key file, whose text is "file".
 namespace KeptSecretStore {
 
 bool isFile();

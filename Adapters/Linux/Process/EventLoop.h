@@ -1,4 +1,5 @@
-// Work off the main thread, and how it reports back to the main thread. Tested by Tests/Adapters/SchedulerTests.cpp.
+// The event loop of the main thread: calls posted to it by other threads, work done off it, and time told by it. Tested
+// by Tests/Adapters/SchedulerTests.cpp.
 #pragma once
 
 #include <QSocketNotifier>
@@ -10,6 +11,8 @@
 #include <mutex>
 #include <thread>
 #include <vector>
+
+#include "PelloraMessagesCore/Ports/Scheduler.h"
 
 namespace pellora {
 
@@ -69,6 +72,23 @@ class BackgroundThread {
   std::deque<Piece> _waiting;
   bool _isBusy = false;
   bool _isEnding = false;
+};
+
+// Time from the system's clocks, calls from the event loop of the main thread. Repeated calls may drift by a
+// fraction so that the system can bundle wake-ups; delayed calls are exact. Work in the background has a thread.
+class EventLoopScheduler : public Scheduler {
+ public:
+  Instant now() const override;
+  std::unique_ptr<ScheduledCall> after(Nanoseconds delay, std::function<void()> call) override;
+  std::unique_ptr<ScheduledCall> every(Nanoseconds interval, std::function<void()> call) override;
+  Task<void> yield() override;
+  Task<void> inBackground(std::function<void()> work) override;
+
+  // Ends the work in the background: what waits for it never resumes. False when `patience` was not enough.
+  bool finish(std::chrono::milliseconds patience) { return _thread.finish(patience); }
+
+ private:
+  BackgroundThread _thread;
 };
 
 }  // namespace pellora

@@ -1,4 +1,4 @@
-#include "PelloraMessagesCore/Time/IsoDate.h"
+#include "PelloraMessagesCore/Time/Instant.h"
 
 #include <algorithm>
 

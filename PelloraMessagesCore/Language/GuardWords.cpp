@@ -1,4 +1,4 @@
-#include "PelloraMessagesCore/Language/NewsWords.h"
+#include "PelloraMessagesCore/Language/GuardWords.h"
 
 #include <algorithm>
 #include <optional>
