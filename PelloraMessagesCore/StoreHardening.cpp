@@ -18,6 +18,8 @@ namespace {
 
 constexpr int kStepsAtOnce = 100'000;  // between two looks at the count
 constexpr std::size_t kHeadSize = 32;  // bytes of a log before its first frame
+constexpr std::uint32_t kSmallestPage = 512;
+constexpr std::uint32_t kLargestPage = 65536;
 
 // Rows of the schema with these names that are not ordinary tables, and columns of theirs that are computed.
 constexpr char kTroubleQuery[] =
@@ -59,15 +61,21 @@ std::uint32_t bigEndian(const std::array<unsigned char, kHeadSize>& bytes, std::
          bytes[at + 3];
 }
 
-// Whether the log's head is one that SQLite takes: the magic number, whose last bit tells the byte order of the
-// checksum, and the checksum over the first 24 bytes.
-bool isLogHeadBroken(const std::string& log) {
+bool isPageSize(std::uint32_t size) {
+  return size >= kSmallestPage && size <= kLargestPage && (size & (size - 1)) == 0;
+}
+
+// Whether SQLite takes nothing from the log, as far as its head tells: no byte behind it, a magic number (whose last
+// bit tells the byte order of the checksum), a page size or a checksum over the first 24 bytes that is none.
+bool isLogVoid(const std::string& log) {
   const FileDescriptor file = FileDescriptor::open(log, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   std::array<unsigned char, kHeadSize> head{};
   if (!file.isOpen() || retried([&] { return read(file.number(), head.data(), head.size()); }) != kHeadSize)
     return false;
+  unsigned char next = 0;
+  if (retried([&] { return read(file.number(), &next, sizeof next); }) == 0) return true;
   const std::uint32_t magic = bigEndian(head, 0);
-  if ((magic & ~1U) != 0x377F0682U) return true;
+  if ((magic & ~1U) != 0x377F0682U || !isPageSize(bigEndian(head, 8))) return true;
   std::uint32_t first = 0;
   std::uint32_t second = 0;
   for (std::size_t at = 0; at < 24; at += 8) {
@@ -93,13 +101,14 @@ std::string obstacleBeside(const std::filesystem::path& store) {
     if (lstat(beside.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
       return beside.filename().string() + " beside the database is not a file, so nothing is opened";
   }
-  // SQLite passes over a log whose head is broken only if it may write an index of the log; else it waits for half a
-  // minute and blames the locks.
-  const std::string log = real.string() + "-wal";
-  const std::string index = real.string() + "-shm";
-  if (isLogHeadBroken(log) && !FileDescriptor::open(index, O_RDWR | O_CREAT | O_NOFOLLOW, S_IRUSR | S_IWUSR).isOpen())
-    return "the log " + std::filesystem::path(log).filename().string() + " is damaged";
+  if (!makeIndexOfVoidLog(real)) return "the log " + real.filename().string() + "-wal is damaged";
   return {};
+}
+
+bool makeIndexOfVoidLog(const std::filesystem::path& store) {
+  const auto index = store.string() + "-shm";
+  return !isLogVoid(store.string() + "-wal") ||
+         FileDescriptor::open(index, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, S_IRUSR | S_IWUSR).isOpen();
 }
 
 void harden(sqlite3* connection, Patience& patience) {

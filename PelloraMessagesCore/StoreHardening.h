@@ -22,9 +22,14 @@ inline constexpr int kMaximumLength = 64 << 20;  // bytes
 inline constexpr std::int64_t kMaximumSteps = 5'000'000'000;
 
 // Why nothing of the store can be opened, as a clause: its log, the log's index or its journal is a pipe, a device, a
-// folder or a link to elsewhere, or its log has a broken head and can't be passed over. Empty when all is well. Links
+// folder or a link to elsewhere, or its log is damaged and can't be passed over. Empty when all is well. Links
 // in the path of the store itself are followed.
 std::string obstacleBeside(const std::filesystem::path& store);
+
+// SQLite passes over a log that holds nothing for it only if it may write an index of the log; else it waits for half a
+// minute and blames the locks. Makes the index if it is missing, as SQLite would. False when the log is such a one and
+// the index cannot be written. `store` is the real file, not a link.
+bool makeIndexOfVoidLog(const std::filesystem::path& store);
 
 // For how long a connection may read: some steps, and until nobody wants the result any more.
 struct Patience {

@@ -146,6 +146,32 @@ TEST_F(StoreHardeningTest, ALogWithABrokenHeadAndNoIndexIsReadAsSqliteReadsIt) {
   EXPECT_EQ(failure(), "");
 }
 
+TEST_F(StoreHardeningTest, AnIndexIsMadeForALogThatHoldsNothingAndForNoOther) {
+  closeStore();
+  // The head of a log of pages of 4096 bytes: magic number, version, page size, count, two salts and the checksums.
+  const std::string beginning("\x37\x7f\x06\x82\0\x2d\xe2\x18\0\0\x10\0\0\0\0\0\1\2\3\4\5\6\7\x08", 24);
+  const std::string head = beginning + "\xd8\xea\x05\x14\x98\xd8\xe2\xbe";
+  std::string oddPages = beginning + std::string("\xd8\xe0\x05\x14\x98\xc9\xe2\xbe");
+  oddPages[10] = '\x0b';
+  const std::string frames(5000, 'f');
+  const struct {
+    std::string log;
+    bool isVoid;
+  } cases[] = {{"", false},
+               {head.substr(0, 31), false},
+               {head, true},
+               {head + frames, false},
+               {oddPages + frames, true},
+               {std::string(5032, '\0'), true}};
+  for (const auto& each : cases) {
+    fs::remove(beside("-shm"));
+    std::ofstream(beside("-wal"), std::ios::binary) << each.log;
+    EXPECT_TRUE(StoreHardening::makeIndexOfVoidLog(_file));
+    EXPECT_EQ(fs::exists(beside("-shm")), each.isVoid) << each.log.size();
+    EXPECT_EQ(failure(), "") << each.log.size();
+  }
+}
+
 TEST_F(StoreHardeningTest, ALogWithABrokenHeadThatCannotBePassedOverIsSaidToBeDamaged) {
   closeStore();
   fs::remove(beside("-shm"));

@@ -17,6 +17,7 @@
 #include "Adapters/Linux/Process/Landlock.h"
 #include "Adapters/Linux/Process/SystemCallFilter.h"
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
+#include "PelloraMessagesCore/StoreHardening.h"
 
 namespace pellora::ProcessConfinement {
 
@@ -171,6 +172,8 @@ void allowFiles(Landlock& rules, const ConfinementPlan& plan, const std::filesys
   // The Messages folder may be replaced by another while the process runs.
   if (const std::filesystem::path library = store.parent_path().parent_path(); library.filename() == kLibraryFolder)
     rules.allow(library, Access::readingAndMakingEmptyFiles);
+  // The confined process may write an index that is there, and make none.
+  StoreHardening::makeIndexOfVoidLog(store);
   rules.allow(store.string() + kLogIndexSuffix, Access::everything);
   for (const char* device : {"/dev/null", "/dev/dri"}) rules.allow(device, Access::everything);
 }
