@@ -60,7 +60,7 @@ struct LatelyAnswer {
 
 // The cost of the model's work. Tokens count as far as the server tells.
 struct ModelUse {
-  std::int64_t questions = 0;  // sent, answered or not
+  std::int64_t questions = 0;  // that reached the server, answered or not
   std::int64_t promptTokens = 0;
   std::int64_t answerTokens = 0;
   std::int64_t milliseconds = 0;

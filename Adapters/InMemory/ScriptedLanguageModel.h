@@ -24,6 +24,7 @@ class ScriptedLanguageModel : public LanguageModel {
   Task<bool> isAvailable() override { co_return _available; }
   Task<Answer> respond(std::string instructions, std::string prompt) override;
   Task<Answer> respond(std::string instructions, std::string prompt, const GenerationSchema& schema) override;
+  std::int64_t questionsSent() const override { return static_cast<std::int64_t>(_asked.size()); }
 
   void setAvailable(bool available) { _available = available; }
 

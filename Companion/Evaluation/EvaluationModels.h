@@ -27,6 +27,7 @@ class KnowingModel : public LanguageModel {
   Task<bool> isAvailable() override { co_return true; }
   Task<Answer> respond(std::string, std::string) override { co_return Answer{sentence()}; }
   Task<Answer> respond(std::string, std::string, const GenerationSchema& schema) override;
+  std::int64_t questionsSent() const override { return 0; }
 
  private:
   std::string sentence();
@@ -60,6 +61,7 @@ class ModelWitness : public LanguageModel {
 
   Task<Answer> respond(std::string instructions, std::string prompt) override;
   Task<Answer> respond(std::string instructions, std::string prompt, const GenerationSchema& schema) override;
+  std::int64_t questionsSent() const override { return _model.questionsSent(); }
 
   // What came of the question since the last call; absent when none was asked.
   std::optional<Testimony> take();

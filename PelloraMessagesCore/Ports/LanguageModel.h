@@ -52,6 +52,10 @@ class LanguageModel {
   // The text of a JSON object that GeneratedContent can read by `schema`, which must outlive the call. An answer of
   // another form is an error of the question. Throws LanguageModelError.
   virtual Task<Answer> respond(std::string instructions, std::string prompt, const GenerationSchema& schema) = 0;
+
+  // How many questions have reached a server since this object was made, answered or not. One that is sent again in
+  // another form counts again; one that finds no server does not count.
+  virtual std::int64_t questionsSent() const = 0;
 };
 
 }  // namespace pellora

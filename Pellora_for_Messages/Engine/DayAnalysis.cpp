@@ -18,14 +18,16 @@ Task<bool> ModelTurn::isAvailable() {
 
 Task<LanguageModel::Answer> ModelTurn::respond(std::string instructions, std::string prompt) {
   requireTurn();
-  Answer answer = co_await counted(_model.respond(std::move(instructions), std::move(prompt)));
+  const std::int64_t sentBefore = _model.questionsSent();
+  Answer answer = co_await counted(_model.respond(std::move(instructions), std::move(prompt)), sentBefore);
   co_return answer;
 }
 
 Task<LanguageModel::Answer> ModelTurn::respond(std::string instructions, std::string prompt,
                                                const GenerationSchema& schema) {
   requireTurn();
-  Answer answer = co_await counted(_model.respond(std::move(instructions), std::move(prompt), schema));
+  const std::int64_t sentBefore = _model.questionsSent();
+  Answer answer = co_await counted(_model.respond(std::move(instructions), std::move(prompt), schema), sentBefore);
   co_return answer;
 }
 
@@ -33,9 +35,8 @@ std::optional<ModelTurn::Failure> ModelTurn::takeFailure() {
   return std::exchange(_untaken, std::nullopt);
 }
 
-Task<LanguageModel::Answer> ModelTurn::counted(Task<Answer> question) {
+Task<LanguageModel::Answer> ModelTurn::counted(Task<Answer> question, std::int64_t sentBefore) {
   const Instant begin = _clock.now();
-  ++_use.questions;
   Answer answer;
   std::optional<Failure> failure;
   try {
@@ -47,6 +48,7 @@ Task<LanguageModel::Answer> ModelTurn::counted(Task<Answer> question) {
   }
   const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(_clock.now() - begin);
   _use.milliseconds += std::max(static_cast<std::int64_t>(passed.count()), std::int64_t{0});
+  _use.questions += _model.questionsSent() - sentBefore;
   _use.promptTokens += answer.promptTokens;
   _use.answerTokens += answer.answerTokens;
   if (failure) {

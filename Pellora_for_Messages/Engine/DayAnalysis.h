@@ -37,6 +37,7 @@ class ModelTurn : public LanguageModel {
 
   Task<Answer> respond(std::string instructions, std::string prompt) override;
   Task<Answer> respond(std::string instructions, std::string prompt, const GenerationSchema& schema) override;
+  std::int64_t questionsSent() const override { return _use.questions; }
 
   bool isOver() const { return _isOver || _owner.isNull(); }
 
@@ -51,7 +52,7 @@ class ModelTurn : public LanguageModel {
  private:
   static constexpr int kMostErrorsInARow = 2;
 
-  Task<Answer> counted(Task<Answer> question);
+  Task<Answer> counted(Task<Answer> question, std::int64_t sentBefore);
   void requireTurn();
   void fail(Failure failure);
 

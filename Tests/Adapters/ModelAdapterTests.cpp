@@ -182,6 +182,15 @@ TEST_P(ModelAdapter, ServerThatGoesAwayIsNoticed) {
   EXPECT_NE(failure(), "");
 }
 
+TEST_P(ModelAdapter, ServerThatGoesAwayWhileItIsLookedAtIsSaidToHaveDoneSo) {
+  for (const char* page : {kList, "/api/version", "/api/tags", "/readyz", "/api/show"}) {
+    serve({QStringLiteral("--ollama"), QStringLiteral("--break-page"), QString::fromLatin1(page)});
+    EXPECT_EQ(failure(), "closed the connection without an answer") << page;
+    EXPECT_FALSE(isAvailable()) << page;
+    EXPECT_EQ(server().count(kChat) + server().count("/api/chat"), 0U) << page;
+  }
+}
+
 TEST_P(ModelAdapter, QuestionAnsweredWith503DropsTheTrust) {
   serve("--status 503");
   EXPECT_TRUE(isAvailable());
@@ -252,6 +261,22 @@ TEST_P(ModelAdapter, FieldsThatTheServerRefusesAreLeftOutFromThenOn) {
   EXPECT_EQ(server().count(kChat), 3U);
   EXPECT_EQ(guidedFailure(), "");
   EXPECT_EQ(server().count(kChat), 4U);
+}
+
+TEST_P(ModelAdapter, QuestionsAreCountedThatReachAServer) {
+  serve("--reject-field reasoning_effort");
+  EXPECT_EQ(failure(), "");
+  EXPECT_EQ(model().questionsSent(), 2) << "asked again in another form";
+  EXPECT_EQ(failure(), "");
+  EXPECT_EQ(model().questionsSent(), 3);
+  server().restart({QStringLiteral("--break-questions"), QStringLiteral("1")});
+  EXPECT_NE(failure(), "");
+  EXPECT_EQ(model().questionsSent(), 4) << "answered or not";
+  EXPECT_EQ(server().count(kChat), 4U);
+  server().stop();
+  EXPECT_NE(failure(), "");
+  EXPECT_NE(failure(), "");
+  EXPECT_EQ(model().questionsSent(), 4) << "nobody is there";
 }
 
 TEST_P(ModelAdapter, RefusalThatHasAnotherReasonSettlesNothing) {

@@ -75,6 +75,11 @@ HttpResponse ModelBehavior::error(int status, const std::string& message, const 
 }
 
 HttpResponse ModelBehavior::answer(const HttpRequest& request) {
+  if (request.path == _options.brokenPage) {
+    HttpResponse broken;
+    broken.isBroken = true;
+    return broken;
+  }
   if (isLoading()) return error(503, "Loading model", "unavailable_error");
   if (!_options.key.empty() && request.authorization != "Bearer " + _options.key)
     return error(401, "Invalid API Key", "authentication_error");

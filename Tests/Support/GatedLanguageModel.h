@@ -14,15 +14,19 @@ class GatedLanguageModel : public LanguageModel {
   Task<bool> isAvailable() override { co_return _available; }
 
   Task<Answer> respond(std::string, std::string) override {
+    ++_sent;
     co_await Gate{_waiting};
     if (!_available) throw LanguageModelError(LanguageModelError::Reason::server, "went away");
     co_return Answer{"You and them talked about the weather."};
   }
 
   Task<Answer> respond(std::string, std::string, const GenerationSchema&) override {
+    ++_sent;
     co_await Gate{_waiting};
     throw LanguageModelError(LanguageModelError::Reason::question, "gives no structured answers");
   }
+
+  std::int64_t questionsSent() const override { return _sent; }
 
   void setAvailable(bool available) { _available = available; }
   std::size_t waiting() const { return _waiting.size(); }
@@ -47,6 +51,7 @@ class GatedLanguageModel : public LanguageModel {
   };
 
   bool _available = true;
+  std::int64_t _sent = 0;
   std::deque<std::coroutine_handle<>> _waiting;
 };
 

@@ -31,6 +31,7 @@ class ChatCompletionsLanguageModel : public LanguageModel {
   Task<bool> isAvailable() override;
   Task<Answer> respond(std::string instructions, std::string prompt) override;
   Task<Answer> respond(std::string instructions, std::string prompt, const GenerationSchema& schema) override;
+  std::int64_t questionsSent() const override { return _server->questionsSent(); }
 
   // Looks at the server now. Never throws.
   Task<ModelReport> report();

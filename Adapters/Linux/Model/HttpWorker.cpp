@@ -130,8 +130,11 @@ std::shared_ptr<HttpExchange> HttpTransfer::finish(CURLcode result) {
     answer.outcome = HttpAnswer::Outcome::noResources;
   } else if (result == CURLE_COULDNT_CONNECT || result == CURLE_OPERATION_TIMEDOUT) {
     answer.outcome = HttpAnswer::Outcome::noServer;
-  } else {
+  } else if (result == CURLE_GOT_NOTHING || result == CURLE_RECV_ERROR || result == CURLE_SEND_ERROR ||
+             result == CURLE_PARTIAL_FILE) {
     answer.outcome = HttpAnswer::Outcome::brokenOff;
+  } else {
+    answer.outcome = HttpAnswer::Outcome::notHttp;
   }
   if (answer.outcome != HttpAnswer::Outcome::answered) answer.body.clear();
   if (_exchange->request.digest) _exchange->request.digest(answer);

@@ -31,7 +31,8 @@ struct HttpAnswer {
     foreignOwner,  // what listens belongs to another user of this machine; nothing was sent
     timedOut,      // connected, but no whole answer in time
     tooLarge,      // more than kMaximumAnswerSize
-    brokenOff,     // the connection ended in the middle, or what came is not HTTP
+    brokenOff,     // the connection was lost before the answer was whole
+    notHttp,       // what came is something else
     noResources,   // this process can open nothing more
     canceled,      // given up by this program
   };

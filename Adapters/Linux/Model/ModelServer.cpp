@@ -75,8 +75,10 @@ std::string ModelServer::trouble(const HttpAnswer& answer) const {
       return "at " + endpoint.where + " belongs to another user of this machine, so it is not used";
     case HttpAnswer::Outcome::timedOut:
       return "did not answer within " + std::to_string(kProbeTimeout.count()) + " seconds";
-    case HttpAnswer::Outcome::tooLarge:
     case HttpAnswer::Outcome::brokenOff:
+      return "closed the connection without an answer";
+    case HttpAnswer::Outcome::tooLarge:
+    case HttpAnswer::Outcome::notHttp:
       return kNotAModelServer;
     case HttpAnswer::Outcome::noResources:
       return "could not be asked: this program can open no more files";
@@ -140,8 +142,9 @@ Task<std::string> ModelServer::recognize(std::shared_ptr<ModelServer> self, Mode
     request.digest = [model](HttpAnswer& received) {
       if (received.isOk()) OllamaProtocol::addFacts(received.body, *model);
     };
-    co_await self->_worker.send(std::move(request));
+    const HttpAnswer shown = co_await self->_worker.send(std::move(request));
     known.model = *model;
+    if (shown.outcome != HttpAnswer::Outcome::answered) refusal = self->trouble(shown);
     if (model->isRemote) refusal = ModelChoice::forwardedTrouble(model->id);
   }
   if (refusal.empty()) {
@@ -154,8 +157,11 @@ Task<std::string> ModelServer::recognize(std::shared_ptr<ModelServer> self, Mode
 // Which make the server is of, by more than one of its pages, and what it tells about its models.
 Task<std::string> ModelServer::identify(std::shared_ptr<ModelServer> self, Models models, Known* known) {
   const auto holds = std::make_shared<bool>(false);
-  co_await get(self, OllamaProtocol::kVersionPath,
-               [holds](HttpAnswer& received) { *holds = received.isOk() && OllamaProtocol::isVersion(received.body); });
+  const HttpAnswer version = co_await get(self, OllamaProtocol::kVersionPath, [holds](HttpAnswer& received) {
+    *holds = received.isOk() && OllamaProtocol::isVersion(received.body);
+  });
+  // A server that goes away meanwhile must not be taken for another make that forwards nothing.
+  if (version.outcome != HttpAnswer::Outcome::answered) co_return self->trouble(version);
   if (!*holds) {
     co_await get(self, ChatCompletionsProtocol::kDetailedModelsPath, [holds, models](HttpAnswer& received) {
       *holds = received.isOk() && ChatCompletionsProtocol::addDetails(received.body, *models);
@@ -167,6 +173,7 @@ Task<std::string> ModelServer::identify(std::shared_ptr<ModelServer> self, Model
   const HttpAnswer tags = co_await get(self, OllamaProtocol::kTagsPath, [holds, models](HttpAnswer& received) {
     *holds = received.isOk() && OllamaProtocol::addTags(received.body, *models);
   });
+  if (tags.outcome != HttpAnswer::Outcome::answered) co_return self->trouble(tags);
   // Such a server forwards to other machines when it is told to; without its list nobody knows whether it does.
   if (!tags.isOk() && !isAnsweredWith(tags, kNotFound))
     co_return "did not tell where its models run, so it is not used";
@@ -175,6 +182,7 @@ Task<std::string> ModelServer::identify(std::shared_ptr<ModelServer> self, Model
     if (received.isOk()) OllamaProtocol::addRunning(received.body, *models);
   });
   const HttpAnswer imitator = co_await get(self, OllamaProtocol::kImitatorsPath);
+  if (imitator.outcome != HttpAnswer::Outcome::answered) co_return self->trouble(imitator);
   if (!imitator.isOk()) known->kind = Kind::ollama;
   co_return std::string();
 }
@@ -221,6 +229,15 @@ Task<LanguageModel::Answer> ModelServer::ask(std::shared_ptr<ModelServer> self, 
   co_return answer;
 }
 
+Task<HttpAnswer> ModelServer::sendQuestion(std::shared_ptr<ModelServer> self, HttpRequest request) {
+  using Outcome = HttpAnswer::Outcome;
+  HttpAnswer answer = co_await self->_worker.send(std::move(request));
+  const bool isSent = answer.outcome != Outcome::noServer && answer.outcome != Outcome::foreignOwner &&
+                      answer.outcome != Outcome::noResources && answer.outcome != Outcome::canceled;
+  if (isSent) ++self->_questionsSent;
+  co_return answer;
+}
+
 Task<LanguageModel::Answer> ModelServer::askOllama(std::shared_ptr<ModelServer> self, ModelQuestion question) {
   const auto decoded = std::make_shared<Decoded>();
   HttpRequest request;
@@ -229,7 +246,7 @@ Task<LanguageModel::Answer> ModelServer::askOllama(std::shared_ptr<ModelServer> 
   const std::int64_t context = OllamaProtocol::contextFor(question, self->_known->model.trainedTokens);
   request.body = OllamaProtocol::requestBody(question, context);
   request.digest = Decoded::digest(decoded, std::move(question), &OllamaProtocol::decodeAnswer);
-  const HttpAnswer answer = co_await self->_worker.send(std::move(request));
+  const HttpAnswer answer = co_await sendQuestion(self, std::move(request));
   LanguageModel::Answer result = self->requireAnswer(answer, *decoded);
   co_return result;
 }
@@ -243,12 +260,12 @@ Task<LanguageModel::Answer> ModelServer::askChatCompletions(std::shared_ptr<Mode
   Extras extras = self->_known->extras;
   const bool mayNegotiate = !self->_known->areExtrasSettled;
   request.body = ChatCompletionsProtocol::requestBody(question, extras);
-  HttpAnswer answer = co_await self->_worker.send(request);
+  HttpAnswer answer = co_await sendQuestion(self, request);
   while (mayNegotiate && extras != Extras::none && decoded->refusesFields &&
          answer.outcome == HttpAnswer::Outcome::answered) {
     extras = extras == Extras::both ? Extras::templateOnly : Extras::none;
     request.body = ChatCompletionsProtocol::requestBody(question, extras);
-    answer = co_await self->_worker.send(request);
+    answer = co_await sendQuestion(self, request);
   }
   if (self->_known && answer.isOk()) {
     self->_known->extras = extras;
@@ -281,6 +298,7 @@ LanguageModel::Answer ModelServer::requireAnswer(const HttpAnswer& answer, Decod
       throw LanguageModelError(Reason::server, "closed the connection before the answer was whole");
     case HttpAnswer::Outcome::noServer:
     case HttpAnswer::Outcome::foreignOwner:
+    case HttpAnswer::Outcome::notHttp:
     case HttpAnswer::Outcome::noResources:
     case HttpAnswer::Outcome::canceled:
       break;

@@ -47,6 +47,9 @@ class ModelServer {
   // Looks now, whatever is known already. Sends no question.
   static Task<ModelReport> report(std::shared_ptr<ModelServer> self);
 
+  // See LanguageModel.
+  std::int64_t questionsSent() const { return _questionsSent; }
+
   void close() { _worker.close(); }
 
  private:
@@ -74,6 +77,7 @@ class ModelServer {
   static Task<LanguageModel::Answer> askChatCompletions(std::shared_ptr<ModelServer> self, ModelQuestion question);
   static Task<HttpAnswer> get(std::shared_ptr<ModelServer> self, std::string path,
                               std::function<void(HttpAnswer&)> digest = nullptr);
+  static Task<HttpAnswer> sendQuestion(std::shared_ptr<ModelServer> self, HttpRequest request);
 
   bool isTrusted() const { return _known && Clock::now() < _trustedUntil; }
   void trust() { _trustedUntil = Clock::now() + kTrust; }
@@ -81,6 +85,7 @@ class ModelServer {
   LanguageModel::Answer requireAnswer(const HttpAnswer& answer, Decoded& decoded);
 
   HttpWorker _worker;
+  std::int64_t _questionsSent = 0;
   std::string _wantedModel;
   std::string _modelInUse;  // the last one that was chosen, also while the server is away
   std::optional<Known> _known;
