@@ -73,6 +73,8 @@ void removeLeftovers() {
   if (const auto model = ModelSettings::file()) folders.push_back(model->parent_path());
   if (const auto data = XdgFolders::data()) folders.push_back(*data / ExchangeKeychain::attributes().service);
   if (const auto config = XdgFolders::config()) folders.push_back(*config / "autostart");
+  if (const auto shared = sharedFolder())
+    for (const char* name : {"Helper", HelperExchange::kLatelyFolder}) folders.push_back(*shared / name);
   for (const auto& folder : folders)
     if (folder) AtomicFile::removeLeftovers(*folder);
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 #include "PelloraMessagesCore/ExchangeCoding.h"
@@ -25,6 +26,16 @@ std::string fileName(const std::string& name) {
   return std::string(HelperExchange::kLatelyFolder) + "/" + name + kExtension;
 }
 
+// The record in these bytes, which belongs to the person whose name its file bears.
+std::optional<MessagesLatelyRecord> openOwn(const ExchangeKey& key, std::string_view envelope,
+                                            const std::string& name) {
+  const std::optional<std::string> json = SealedEnvelope::open(envelope, key, HelperExchange::latelyContext(name));
+  std::optional<MessagesLatelyRecord> record =
+      json ? ExchangeCoding::decode<MessagesLatelyRecord>(*json) : std::nullopt;
+  if (record && record->personID.toString() != name) record.reset();
+  return record;
+}
+
 // The record in this file, under whatever name it lies.
 std::optional<MessagesLatelyRecord> readNamed(const ExchangeKey& key, const Folder& folder, const std::string& name) {
   const std::optional<std::string> json =
@@ -33,20 +44,20 @@ std::optional<MessagesLatelyRecord> readNamed(const ExchangeKey& key, const Fold
   return ExchangeCoding::decode<MessagesLatelyRecord>(*json);
 }
 
-// As readNamed, and the record belongs to the person whose name the file bears.
-std::optional<MessagesLatelyRecord> readOwn(const ExchangeKey& key, const Folder& folder, const std::string& name) {
-  std::optional<MessagesLatelyRecord> record = readNamed(key, folder, name);
-  if (record && record->personID.toString() != name) record.reset();
-  return record;
-}
+enum class Content { good, bad, unread };
 
-// A file that the system does not let be read, or even looked at.
-bool mayBeGood(const fs::path& file) {
+// Read once: a file that could not be read the first time may be good although it can be read the next.
+Content contentOf(const ExchangeKey& key, const fs::path& file, const std::string& name) {
+  try {
+    if (const std::optional<std::string> envelope = AtomicFile::readIfThere(file))
+      return openOwn(key, *envelope, name) ? Content::good : Content::bad;
+  } catch (const FileError&) {
+    // Said below.
+  }
   std::error_code error;
   const fs::file_type type = fs::symlink_status(file, error).type();
-  if (type == fs::file_type::not_found) return false;
-  if (error) return true;
-  return type == fs::file_type::regular && !AtomicFile::read(file);
+  const bool mayBeGood = type == fs::file_type::regular || (error && type != fs::file_type::not_found);
+  return mayBeGood ? Content::unread : Content::bad;
 }
 
 void removeDaysFolder(const fs::path& folder) {
@@ -61,7 +72,9 @@ void removeDaysFolder(const fs::path& folder) {
 Listing list(const Folder& folder) {
   Listing listing;
   if (!folder) return listing;
-  fs::directory_iterator entry(*folder / HelperExchange::kLatelyFolder, listing.error);
+  fs::directory_iterator entry;
+  do entry = fs::directory_iterator(*folder / HelperExchange::kLatelyFolder, listing.error);
+  while (listing.error == std::errc::interrupted);
   if (listing.error == std::errc::no_such_file_or_directory) listing.error.clear();
   for (; !listing.error && entry != fs::directory_iterator(); entry.increment(listing.error)) {
     std::error_code ignored;
@@ -96,8 +109,10 @@ std::optional<MessagesLatelyRecord> read(const ExchangeKey& key, const Folder& f
 
 std::vector<MessagesLatelyRecord> readAll(const ExchangeKey& key, const Folder& folder) {
   std::vector<MessagesLatelyRecord> records;
-  for (const std::string& name : list(folder).names)
-    if (std::optional<MessagesLatelyRecord> record = readOwn(key, folder, name)) records.push_back(*std::move(record));
+  for (const std::string& name : list(folder).names) {
+    std::optional<MessagesLatelyRecord> record = readNamed(key, folder, name);
+    if (record && record->personID.toString() == name) records.push_back(*std::move(record));
+  }
   return records;
 }
 
@@ -114,11 +129,10 @@ Swept sweep(const ExchangeKey& key, const Folder& folder) {
   // Nothing is ever removed outside the shared folder, so not through a link either.
   if (!fs::is_symlink(*folder / HelperExchange::kLatelyFolder, ignored)) {
     for (const std::string& name : list(folder).names) {
-      if (readOwn(key, folder, name)) continue;
-      if (mayBeGood(*folder / fileName(name)))
-        swept.unread.push_back(name);
-      else if (::unlink((*folder / fileName(name)).c_str()) == 0)
-        ++swept.removed;
+      const fs::path file = *folder / fileName(name);
+      const Content content = contentOf(key, file, name);
+      if (content == Content::unread) swept.unread.push_back(name);
+      if (content == Content::bad && ::unlink(file.c_str()) == 0) ++swept.removed;
     }
   }
   removeDaysFolder(*folder);

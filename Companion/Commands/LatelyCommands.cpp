@@ -108,20 +108,29 @@ bool isAbsent(const std::filesystem::path& file) {
   return std::filesystem::symlink_status(file, error).type() == std::filesystem::file_type::not_found;
 }
 
-// How many records of people were removed who are not in the people file. Without one that can be read nobody can
-// say who is in it.
-std::size_t removeOthers(const CompanionContext& context, const ExchangeKey& key) {
+struct Others {
+  std::size_t removed = 0;  // records
+  bool areAllKnown = true;  // every record could be read
+};
+
+// Removes the records of people who are not in the people file. Without one that can be read nobody can say who is in
+// it. Throws when the system does not let it be read at the moment.
+Others removeOthers(const CompanionContext& context, const ExchangeKey& key) {
   const PeopleStore people = PeopleStore::find(context, key);
-  if (!people.file) return 0;
-  std::size_t removed = 0;
-  for (const MessagesLatelyRecord& record : MessagesLatelyInbox::readAll(key, context.folder)) {
+  if (people.kind == PeopleStore::Kind::inaccessible) throw CompanionFailure(people.sentence(true));
+  Others others;
+  if (!people.file) return others;
+  const std::size_t files = LatelyStore::countFiles(context);
+  const std::vector<MessagesLatelyRecord> records = MessagesLatelyInbox::readAll(key, context.folder);
+  others.areAllKnown = records.size() == files;
+  for (const MessagesLatelyRecord& record : records) {
     const auto isThem = [&record](const HelperPerson& person) { return person.id == record.personID; };
     const auto& known = people.file->people;
     if (std::none_of(known.begin(), known.end(), isThem) &&
         MessagesLatelyInbox::remove(context.folder, record.personID))
-      ++removed;
+      ++others.removed;
   }
-  return removed;
+  return others;
 }
 
 // Why files stayed that may be records.
@@ -157,19 +166,22 @@ CommandResult SweepCommand::run(const CompanionContext& context) const {
   const ExchangeKey key = context.key();
   LatelyStore::countFiles(context);  // throws when nothing can be said about the files
   MessagesLatelyInbox::Swept swept = MessagesLatelyInbox::sweep(key, context.folder);
-  const std::size_t others = removeOthers(context, key);
-  swept.removed += others;
+  const Others others = removeOthers(context, key);
+  swept.removed += others.removed;
   const LatelyStore store = LatelyStore::read(context, key);
   CommandResult result;
   result.complaint = complaintAbout(swept.unread, context);
   if (result.complaint.empty() && store.unreadable > 0)
     result.complaint = display::counted(store.unreadable, "file", "files") + " could not be removed.";
+  if (result.complaint.empty() && !others.areAllKnown)
+    result.complaint = "Not every lately record could be read; try pellora-companion sweep again.";
   if (json) {
     result.output = companion_json::sweepText(swept.removed, store.records.size());
     return result;
   }
   result.output = "Removed " + display::counted(swept.removed, "file", "files");
-  if (others > 0) result.output += ", " + std::to_string(others) + " of people who are no longer in the people file";
+  if (others.removed > 0)
+    result.output += ", " + std::to_string(others.removed) + " of people who are no longer in the people file";
   result.output += "; kept " + display::counted(store.records.size(), "lately record", "lately records") + ".\n";
   return result;
 }
