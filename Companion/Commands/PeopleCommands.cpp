@@ -111,10 +111,9 @@ PeopleEdit::Done PeopleEdit::write(std::vector<HelperPerson> people) {
   const ExchangeKey key = keyForWriting(_context, _key, done.madeKey);
   const std::vector<HelperPerson> before = _store.people();
   if (_store.file && before == people) return done;
-  const HelperPeopleFile file{_context.now, std::move(people)};
-  file.write(key, _context.folder);
+  // First, so that a command that is killed in between can be repeated.
   for (const HelperPerson& person : before) {
-    const bool stays = std::any_of(file.people.begin(), file.people.end(),
+    const bool stays = std::any_of(people.begin(), people.end(),
                                    [&person](const HelperPerson& other) { return other.id == person.id; });
     if (stays) continue;
     std::error_code error;
@@ -124,6 +123,7 @@ PeopleEdit::Done PeopleEdit::write(std::vector<HelperPerson> people) {
     if (!isAbsent && !MessagesLatelyInbox::remove(_context.folder, person.id))
       done.recordsLeft.push_back(personTitle(person, before));
   }
+  HelperPeopleFile{_context.now, std::move(people)}.write(key, _context.folder);
   platform_adapters::askHelperToRead();
   return done;
 }
@@ -193,10 +193,10 @@ CommandResult PeopleImportCommand::run(const CompanionContext& context, Imported
   PeopleEdit::Done done;
   if (!isTrial) done = edit.write(std::move(merge.people));
   outcome.madeKey = done.madeKey;
-  const std::string complaint =
-      done.recordsLeft.empty()
-          ? ""
-          : "The lately records of " + display::listed(done.recordsLeft) + " could not be removed.";
+  const std::string complaint = done.recordsLeft.empty()
+                                    ? ""
+                                    : "The lately records of " + display::listed(done.recordsLeft) +
+                                          " could not be removed; pellora-companion sweep tries again.";
   return {json ? companion_json::text(outcome) : outcome.text(context.style), complaint};
 }
 
@@ -297,7 +297,8 @@ CommandResult PeopleRemoveCommand::run(const CompanionContext& context) const {
   const std::size_t left = rest.size();
   const PeopleEdit::Done done = edit.write(std::move(rest));
   CommandResult result;
-  if (!done.recordsLeft.empty()) result.complaint = "The lately record of " + title + " could not be removed.";
+  if (!done.recordsLeft.empty())
+    result.complaint = "The lately record of " + title + " could not be removed; pellora-companion sweep tries again.";
   if (json)
     result.output = companion_json::line(JsonValue::object({{"removed", choice.id.toString()}, {"left", left}}));
   else
