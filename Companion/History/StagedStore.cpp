@@ -67,7 +67,9 @@ void settle(const fs::path& place) {
   if (fs::is_symlink(place, error) || !fs::exists(place, error)) return;
   try {
     HistoryDatabase old(place, HistoryDatabase::Mode::write);
-    old.execute("PRAGMA journal_mode = DELETE; BEGIN EXCLUSIVE; COMMIT");
+    // In exclusive mode the last one to close takes the log away. Never through a rollback journal: whoever is killed
+    // then leaves a store that nobody can read without writing.
+    old.execute("PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE; COMMIT; PRAGMA wal_checkpoint(TRUNCATE)");
   } catch (const HistoryDatabase::Error& failure) {
     if (failure.isBusy()) throw CompanionFailure(inUse);
   }
