@@ -181,20 +181,10 @@ ReadResults::DaysOfPeople ReadResults::daysOfPeople(const std::set<Uuid>* only) 
   return result;
 }
 
-// Of somebody without days only a record stays that tells of a time before the window. One that tells of the window
-// is about messages that were deleted, or that are somebody else's.
-void ReadResults::removeUntrueRecord(const Uuid& person) const {
-  const std::optional<MessagesLatelyRecord> record = MessagesLatelyInbox::read(_context.key, _context.folder, person);
-  if (record && record->lastMessageAt >= _context.windowStart) MessagesLatelyInbox::remove(_context.folder, person);
-}
-
 std::size_t ReadResults::writeRecords(Instant writtenAt, bool onlyChanged) {
   std::vector<MessagesLatelyRecord> records;
   for (auto& [person, days] : daysOfPeople(onlyChanged ? &_changed : nullptr)) {
-    if (days.empty()) {
-      removeUntrueRecord(person->id);
-      continue;
-    }
+    if (days.empty()) continue;
     const std::string firstName = _context.firstNameOf(person->id);
     if (_isStateLost) adoptRecordedSummary(person->id, days, firstName);
     std::optional<std::string> summary = knownSummary(person->id, days, firstName);

@@ -47,7 +47,7 @@ class ReadResults {
   void saveState();
 
   // One record per person with days, in one pass; `onlyChanged` leaves out people whose days and summary are as last
-  // written. Returns how many were written. Without it, records go that tell of days which nobody knows any more.
+  // written. Returns how many were written.
   std::size_t writeRecords(Instant writtenAt, bool onlyChanged);
 
   // The end of the read: drops from the state what nobody needs any more, and notes where the read ended.
@@ -74,7 +74,6 @@ class ReadResults {
                                           const std::string& firstName) const;
   void adoptRecordedSummary(const Uuid& person, const std::vector<MessagesDayRecord>& days,
                             const std::string& firstName);
-  void removeUntrueRecord(const Uuid& person) const;
 
   const ReadContext& _context;
   HelperDayNotes _notes;

@@ -112,16 +112,13 @@ std::vector<std::string> bareDays(const std::vector<MessagesDayRecord>& days, co
   return result;
 }
 
-// Of people with days. The records of others, if they are people of now, may tell of a time before the window only.
-std::vector<std::string> bareLately(const HistoryStage::Records& records, const std::vector<HelperPerson>& people,
-                                    Instant windowStart) {
+// Of people with days: records of others are left as they are.
+std::vector<std::string> bareLately(const HistoryStage::Records& records) {
   std::vector<std::string> result;
   for (const MessagesLatelyRecord& record : records.lately) {
-    const auto isTheirs = [&](const MessagesDayRecord& day) { return day.personID == record.personID; };
-    const auto isThem = [&](const HelperPerson& person) { return person.id == record.personID; };
-    const bool hasDays = std::any_of(records.days.begin(), records.days.end(), isTheirs);
-    const bool isOfNow = std::any_of(people.begin(), people.end(), isThem);
-    if (hasDays || (isOfNow && record.lastMessageAt >= windowStart)) result.push_back(bare(record));
+    const bool hasDays = std::any_of(records.days.begin(), records.days.end(),
+                                     [&](const MessagesDayRecord& day) { return day.personID == record.personID; });
+    if (hasDays) result.push_back(bare(record));
   }
   return result;
 }
@@ -602,19 +599,17 @@ std::vector<std::string> ReadHistory::differencesNextDay() {
   const HistoryStage::Records fresh = _stage->fresh();
   std::vector<std::string> lines;
   addDifferences(bareDays(kept.days, ""), bareDays(fresh.days, ""), lines);
-  const Instant windowStart = _stage->now() - ReadContext::kReadWindow;
-  addDifferences(bareLately(kept, people(), windowStart), bareLately(fresh, people(), windowStart), lines);
+  addDifferences(bareLately(kept), bareLately(fresh), lines);
   return lines;
 }
 
 std::vector<std::string> ReadHistory::differences() {
   const LocalCalendar calendar = LocalCalendar::inTimeZone(_stage->zone);
-  const Instant windowStart = _stage->now() - ReadContext::kReadWindow;
-  const std::string cutoffDay = calendar.dayString(windowStart);
+  const std::string cutoffDay = calendar.dayString(_stage->now() - ReadContext::kReadWindow);
   const HistoryStage::Records kept = _stage->records();
   std::vector<std::string> lines;
   addDifferences(bareDays(kept.days, cutoffDay), bareDays(_stage->fresh().days, cutoffDay), lines);
-  addDifferences(bareLately(kept, people(), windowStart), latelyOf(kept.days, people(), calendar), lines);
+  addDifferences(bareLately(kept), latelyOf(kept.days, people(), calendar), lines);
   return lines;
 }
 
