@@ -47,7 +47,8 @@ Shown read(const std::optional<std::string>& person, const CompanionContext& con
   const Progress progress("Reading the lately records");
   Shown shown;
   shown.store = LatelyStore::read(context, key);
-  if (audience == Audience::people) shown.store.addNotes(HelperDayNotes::load(key, context.folder), context.now);
+  if (audience == Audience::people)
+    shown.store.addNotes(HelperDayNotes::loadIfReadable(key, context.folder), context.now);
   shown.records = chosen(person, shown.store);
   shown_records::compare(shown.records, context, key);
   return shown;

@@ -233,7 +233,7 @@ std::string LatelyPage::person(const NamedLately& lately) const {
   const MessagesLatelyRecord& record = lately.record;
   std::string html =
       "<article class=\"card\" id=\"" + anchorOf(lately) + "\">\n<h2>" + html::escaped(lately.title()) + "</h2>\n";
-  const std::string warning = lately_text::olderWarning(lately, _context);
+  const std::string warning = lately_text::warning(lately, _context);
   if (!warning.empty()) html += "<p class=\"warning\">" + html::escaped(warning) + "</p>\n";
   if (lately.isQuiet(_context.now))
     return html + "<p class=\"soft\">Nothing in the last " + std::to_string(record.windowDays) +

@@ -52,8 +52,9 @@ std::optional<Instant> NamedLately::waitsSince(Instant now) const {
   return newestDay->lastMessageAt;
 }
 
-void LatelyStore::addNotes(HelperDayNotes dayNotes, Instant now) {
-  notes = std::move(dayNotes);
+void LatelyStore::addNotes(std::optional<HelperDayNotes> dayNotes, Instant now) {
+  const bool areKnown = dayNotes.has_value();
+  notes = std::move(dayNotes).value_or(HelperDayNotes());
   std::unordered_map<Uuid, const MessagesDayRecord*> newest;
   for (const MessagesDayRecord& day : notes.days) {
     const MessagesDayRecord*& known = newest[day.personID];
@@ -61,7 +62,10 @@ void LatelyStore::addNotes(HelperDayNotes dayNotes, Instant now) {
   }
   for (NamedLately& lately : records) {
     const auto day = newest.find(lately.record.personID);
-    if (day == newest.end()) continue;
+    if (day == newest.end()) {
+      lately.isForgotten = areKnown && lately.name && !lately.isQuiet(now);
+      continue;
+    }
     lately.newestDay = {day->second->lastMessageAt, day->second->startedByMe, day->second->waitingOnYou};
   }
   std::stable_sort(records.begin(), records.end(), [now](const NamedLately& left, const NamedLately& right) {

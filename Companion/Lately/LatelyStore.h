@@ -26,6 +26,7 @@ struct NamedLately {
   MessagesLatelyRecord record;
   std::optional<NewestDay> newestDay;       // absent when the notes do not have it
   std::optional<Instant> isOlderThan = {};  // when the newer record was written that was shown before this one
+  bool isForgotten = false;                 // the notes know no day of this person, who is in the people file
 
   // The name, else the identifier.
   std::string title() const { return name.value_or(record.personID.toString()); }
@@ -46,9 +47,9 @@ struct LatelyStore {
   // Throws CompanionFailure when the records cannot be listed; without a folder there are none.
   static LatelyStore read(const CompanionContext& context, const ExchangeKey& key);
 
-  // Brings in the day notes for output that people read: people who wait for a reply come first, the longest wait
-  // before the others, and those who have been quiet come last.
-  void addNotes(HelperDayNotes dayNotes, Instant now);
+  // Brings in the day notes, if they can be read, for output that people read: people who wait for a reply come first,
+  // the longest wait before the others, and those who have been quiet come last.
+  void addNotes(std::optional<HelperDayNotes> dayNotes, Instant now);
 
   // How many files may be records, readable or not. Throws as `read` does.
   static std::size_t countFiles(const CompanionContext& context);

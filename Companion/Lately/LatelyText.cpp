@@ -98,7 +98,11 @@ std::string birthdayText(const MessagesBirthday& birthday, const std::string& ti
   return text;
 }
 
-std::string olderWarning(const NamedLately& lately, const CompanionContext& context) {
+std::string warning(const NamedLately& lately, const CompanionContext& context) {
+  if (lately.isForgotten)
+    return "The messages that this record tells of are not in the store any more: they were deleted, or are in "
+           "somebody "
+           "else's chat now.";
   if (!lately.isOlderThan) return {};
   const auto written = [&](Instant instant) { return date_text::date(instant, context.now, context.calendar); };
   return "This record is older than one shown before (it was written on " + written(lately.record.writtenAt) +
@@ -117,7 +121,7 @@ namespace {
 // The details that the table has no column for.
 std::vector<std::string> notesOf(const NamedLately& lately, const CompanionContext& context) {
   std::vector<std::string> notes;
-  if (lately.isOlderThan) notes.push_back(olderWarning(lately, context));
+  if (std::string text = warning(lately, context); !text.empty()) notes.push_back(std::move(text));
   if (lately.isQuiet(context.now)) {
     notes.push_back(nothingIn(lately.record));
     return notes;
@@ -184,7 +188,7 @@ std::string page(const NamedLately& lately, const std::optional<DayStrip>& strip
   const MessagesLatelyRecord& record = lately.record;
   std::string text = context.style.paint(Ink::bold, display::printable(lately.title()));
   if (!record.handle.empty()) text += "  " + context.style.paint(Ink::dim, display::printable(record.handle));
-  text += "\n" + paragraph(olderWarning(lately, context), context);
+  text += "\n" + paragraph(warning(lately, context), context);
   if (lately.isQuiet(context.now))
     return text +
            paragraph(nothingIn(record) + " The last message was " + ago(record.lastMessageAt, context) + ".", context);

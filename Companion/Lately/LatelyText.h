@@ -20,8 +20,9 @@ std::string page(const NamedLately& lately, const std::optional<DayStrip>& strip
 // "Anna's birthday, 30 years old" or the child's name in its place.
 std::string birthdayText(const MessagesBirthday& birthday, const std::string& title);
 
-// That the record is older than one shown before, and what that means; empty when it is not.
-std::string olderWarning(const NamedLately& lately, const CompanionContext& context);
+// That the record is older than one shown before, or that its messages are gone, and what that means; empty when there
+// is nothing to warn of.
+std::string warning(const NamedLately& lately, const CompanionContext& context);
 
 // "Anna began on 21 Nov." or "You began on 21 Nov."; empty when the notes do not tell.
 std::string whoBegan(const NamedLately& lately, const CompanionContext& context);

@@ -191,8 +191,9 @@ TEST(LatelyStore, WhoeverWaitsLongestComesFirstAndWhoeverIsQuietLast) {
   world.writeLately(CompanionWorld::record(people[2], kDay));
   world.writeLately(CompanionWorld::record(people[3], 7 * kDay));
   LatelyStore store = LatelyStore::read(world.context(), world.key());
-  store.addNotes({{dayOf(people[3], 7 * kDay, true), dayOf(people[2], kDay, true), dayOf(people[0], 31 * kDay, true)}},
-                 world.context().now);
+  const HelperDayNotes notes{
+      {dayOf(people[3], 7 * kDay, true), dayOf(people[2], kDay, true), dayOf(people[0], 31 * kDay, true)}};
+  store.addNotes(notes, world.context().now);
   EXPECT_THAT(titlesOf(store), ElementsAre("Asked last week", "Asked yesterday", "Talker", "Quiet"));
 }
 
@@ -220,6 +221,21 @@ TEST(LatelyCommand, ARecordOutsideItsWindowIsShownAsNothing) {
   EXPECT_THAT(overview, HasSubstr("\nBob     4 weeks ago          22 Oct            12        34     5\n"));
   const std::string page = pageAbout("anna", world);
   EXPECT_EQ(page, "Anna  +15551234567\nNothing in the last 30 days. The last message was 4 weeks ago.\n");
+}
+
+TEST(LatelyCommand, ARecordOfMessagesThatAreGoneIsShownWithAWarning) {
+  constexpr char kWarning[] = "not in the store any more";
+  CompanionWorld world;
+  world.writePeople({CompanionWorld::anna(), CompanionWorld::bob()});
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), kDay));
+  EXPECT_THAT(pageAbout("anna", world), Not(HasSubstr(kWarning))) << "without notes nobody knows";
+  HelperDayNotes notes{{dayOf(CompanionWorld::bob(), kDay, false)}};
+  notes.save(world.key(), world.context().folder);
+  EXPECT_THAT(pageAbout("anna", world), HasSubstr(kWarning));
+  EXPECT_THAT(LatelyCommand().run(world.context()).output, HasSubstr(kWarning));
+  notes.days.push_back(dayOf(CompanionWorld::anna(), kDay, false));
+  notes.save(world.key(), world.context().folder);
+  EXPECT_THAT(pageAbout("anna", world), Not(HasSubstr(kWarning)));
 }
 
 // Old files put back in the place of newer ones.
