@@ -183,12 +183,18 @@ TEST_P(ModelAdapter, ServerThatGoesAwayIsNoticed) {
 }
 
 TEST_P(ModelAdapter, ServerThatGoesAwayWhileItIsLookedAtIsSaidToHaveDoneSo) {
-  for (const char* page : {kList, "/api/version", "/api/tags", "/readyz", "/api/show"}) {
+  for (const char* page : {kList, "/api/tags", "/api/show"}) {
     serve({QStringLiteral("--ollama"), QStringLiteral("--break-page"), QString::fromLatin1(page)});
     EXPECT_EQ(failure(), "closed the connection without an answer") << page;
     EXPECT_FALSE(isAvailable()) << page;
     EXPECT_EQ(server().count(kChat) + server().count("/api/chat"), 0U) << page;
   }
+}
+
+TEST_P(ModelAdapter, ServerThatClosesTheConnectionInsteadOfAnsweringAForeignPageIsUsed) {
+  serve({QStringLiteral("--break-page"), QStringLiteral("/api/version")});
+  EXPECT_EQ(failure(), "");
+  EXPECT_EQ(server().count(kChat), 1U);
 }
 
 TEST_P(ModelAdapter, QuestionAnsweredWith503DropsTheTrust) {

@@ -154,14 +154,24 @@ Task<std::string> ModelServer::recognize(std::shared_ptr<ModelServer> self, Mode
   co_return refusal;
 }
 
+// Why the server cannot be asked after it left a page without an answer; empty when it still answers others. One that
+// goes away meanwhile must not be taken for another make that forwards nothing; one that merely has no such page may
+// say so by closing the connection.
+Task<std::string> ModelServer::troubleAfter(std::shared_ptr<ModelServer> self, HttpAnswer answer) {
+  if (answer.outcome == HttpAnswer::Outcome::answered) co_return std::string();
+  const HttpAnswer list = co_await get(self, ChatCompletionsProtocol::kModelsPath);
+  std::string trouble = self->trouble(list);
+  co_return trouble;
+}
+
 // Which make the server is of, by more than one of its pages, and what it tells about its models.
 Task<std::string> ModelServer::identify(std::shared_ptr<ModelServer> self, Models models, Known* known) {
   const auto holds = std::make_shared<bool>(false);
   const HttpAnswer version = co_await get(self, OllamaProtocol::kVersionPath, [holds](HttpAnswer& received) {
     *holds = received.isOk() && OllamaProtocol::isVersion(received.body);
   });
-  // A server that goes away meanwhile must not be taken for another make that forwards nothing.
-  if (version.outcome != HttpAnswer::Outcome::answered) co_return self->trouble(version);
+  std::string refusal = co_await troubleAfter(self, version);
+  if (!refusal.empty()) co_return refusal;
   if (!*holds) {
     co_await get(self, ChatCompletionsProtocol::kDetailedModelsPath, [holds, models](HttpAnswer& received) {
       *holds = received.isOk() && ChatCompletionsProtocol::addDetails(received.body, *models);
@@ -182,7 +192,8 @@ Task<std::string> ModelServer::identify(std::shared_ptr<ModelServer> self, Model
     if (received.isOk()) OllamaProtocol::addRunning(received.body, *models);
   });
   const HttpAnswer imitator = co_await get(self, OllamaProtocol::kImitatorsPath);
-  if (imitator.outcome != HttpAnswer::Outcome::answered) co_return self->trouble(imitator);
+  refusal = co_await troubleAfter(self, imitator);
+  if (!refusal.empty()) co_return refusal;
   if (!imitator.isOk()) known->kind = Kind::ollama;
   co_return std::string();
 }

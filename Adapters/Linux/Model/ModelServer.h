@@ -75,6 +75,7 @@ class ModelServer {
   static Task<std::optional<std::int64_t>> findContext(std::shared_ptr<ModelServer> self);
   static Task<LanguageModel::Answer> askOllama(std::shared_ptr<ModelServer> self, ModelQuestion question);
   static Task<LanguageModel::Answer> askChatCompletions(std::shared_ptr<ModelServer> self, ModelQuestion question);
+  static Task<std::string> troubleAfter(std::shared_ptr<ModelServer> self, HttpAnswer answer);
   static Task<HttpAnswer> get(std::shared_ptr<ModelServer> self, std::string path,
                               std::function<void(HttpAnswer&)> digest = nullptr);
   static Task<HttpAnswer> sendQuestion(std::shared_ptr<ModelServer> self, HttpRequest request);
