@@ -111,25 +111,31 @@ bool isAbsent(const std::filesystem::path& file) {
 
 struct Others {
   std::size_t removed = 0;  // records
-  bool areAllKnown = true;  // every record could be read
+  std::string obstacle{};   // why some may have stayed
 };
 
 // Removes the records of people who are not in the people file. Without one that can be read nobody can say who is in
-// it. Throws when the system does not let it be read at the moment.
+// it.
 Others removeOthers(const CompanionContext& context, const ExchangeKey& key) {
   const PeopleStore people = PeopleStore::find(context, key);
-  if (people.kind == PeopleStore::Kind::inaccessible) throw CompanionFailure(people.sentence(true));
   Others others;
-  if (!people.file) return others;
+  if (!people.file) {
+    if (people.kind != PeopleStore::Kind::missing) others.obstacle = people.sentence(true);
+    return others;
+  }
   const std::size_t files = LatelyStore::countFiles(context);
   const std::vector<MessagesLatelyRecord> records = MessagesLatelyInbox::readAll(key, context.folder);
-  others.areAllKnown = records.size() == files;
+  if (records.size() != files)
+    others.obstacle = "Not every lately record could be read; try pellora-companion sweep again.";
   for (const MessagesLatelyRecord& record : records) {
     const auto isThem = [&record](const HelperPerson& person) { return person.id == record.personID; };
     const auto& known = people.file->people;
-    if (std::none_of(known.begin(), known.end(), isThem) &&
-        MessagesLatelyInbox::remove(context.folder, record.personID))
+    if (std::any_of(known.begin(), known.end(), isThem)) continue;
+    if (MessagesLatelyInbox::remove(context.folder, record.personID))
       ++others.removed;
+    else
+      others.obstacle =
+          "The record of somebody who was taken out could not be removed; try pellora-companion sweep again.";
   }
   return others;
 }
@@ -174,8 +180,7 @@ CommandResult SweepCommand::run(const CompanionContext& context) const {
   result.complaint = complaintAbout(swept.unread, context);
   if (result.complaint.empty() && store.unreadable > 0)
     result.complaint = display::counted(store.unreadable, "file", "files") + " could not be removed.";
-  if (result.complaint.empty() && !others.areAllKnown)
-    result.complaint = "Not every lately record could be read; try pellora-companion sweep again.";
+  if (result.complaint.empty()) result.complaint = others.obstacle;
   if (json) {
     result.output = companion_json::sweepText(swept.removed, store.records.size());
     return result;
