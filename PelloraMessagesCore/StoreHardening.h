@@ -41,9 +41,9 @@ struct Patience {
 // reading ends with SQLITE_INTERRUPT when it is over.
 void harden(sqlite3* connection, Patience& patience);
 
-// The trouble with the tables that the store is read from, as a clause: one is a view, a virtual table, or computes
-// some of its columns. Empty when they are ordinary or missing, or when the schema can't be read; the query then says
-// so. Absent while another program keeps the store locked: nothing is known then.
+// Explains, as a clause, why a table that we query is not an ordinary one: it is a view or a virtual table, or has
+// computed columns. Empty when all are ordinary or missing, or when the schema can't be read; the query then reports
+// that. Absent while another program keeps the store locked, because nothing is known then.
 std::optional<std::string> tableTrouble(sqlite3* connection);
 
 // The connection's last error as SQLite tells it, or in plainer words where SQLite's say too little.

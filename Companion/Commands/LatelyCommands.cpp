@@ -82,7 +82,8 @@ std::filesystem::path ViewCommand::page(const std::filesystem::path& runtime) {
 }
 
 CommandResult ViewCommand::run(const CompanionContext& context) const {
-  if (!context.runtime) throw CompanionFailure("There is no folder of yours for the page that ends with the session.");
+  if (!context.runtime)
+    throw CompanionFailure("The page needs a private runtime folder, and none could be created; set XDG_RUNTIME_DIR.");
   std::string obstacle;
   std::string text;
   try {
@@ -134,8 +135,7 @@ Others removeOthers(const CompanionContext& context, const ExchangeKey& key) {
     if (MessagesLatelyInbox::remove(context.folder, record.personID))
       ++others.removed;
     else
-      others.obstacle =
-          "The record of somebody who was taken out could not be removed; try pellora-companion sweep again.";
+      others.obstacle = "The record of a removed person could not be deleted; try pellora-companion sweep again.";
   }
   return others;
 }

@@ -74,7 +74,7 @@ class OnABus : public testing::Test {
     support::PrivateBus bus;
     ASSERT_TRUE(bus.isRunning());
     bus.environment().set("PELLORA_ON_A_BUS", "1");
-    // Whichever part of the suite this process runs, the new one runs this test.
+    // The new process runs this test even if it belongs to another shard.
     bus.environment().set("GTEST_TOTAL_SHARDS", "1");
     bus.environment().set("GTEST_SHARD_INDEX", "0");
     const auto* test = testing::UnitTest::GetInstance()->current_test_info();

@@ -290,7 +290,7 @@ TEST_F(ProcessConfinementTest, NothingIsWrittenOutsideTheNamedFolders) {
             "");
 }
 
-// A second launch without a session bus reaches the first one by a socket.
+// Without a session bus, a second launch activates the first instance through a socket.
 TEST_F(ProcessConfinementTest, SocketsAreMadeInTheirFolderOnly) {
   const auto isBound = [](const fs::path& path) {
     const FileDescriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));

@@ -179,7 +179,7 @@ HelperConfinement::HelperConfinement()
 HelperConfinement::HelperConfinement(const Needs& needs) {
   ConfinementPlan plan;
   plan.writableFolders = ownFolders();
-  // A second launch reaches the first one there when there is no session bus.
+  // Without a session bus, a second launch activates the first instance through a socket there.
   plan.socketFolder = RuntimeFolder::own().value_or(fs::path());
   plan.readable = readableFolders();
   plan.readable.insert(plan.readable.end(), needs.readable.begin(), needs.readable.end());
