@@ -34,6 +34,67 @@ TEST(HelperEngineLimit, ALateRowRebuildsItsWholeDay) {
   EXPECT_EQ(world.notes().days[0].receivedCount, 4);
 }
 
+TEST(HelperEngineLimit, ALateRowOfTheWindowsFirstDayRebuildsThatDayWhole) {
+  EngineWorld world;
+  const auto month = 24h * 30;  // the window begins at noon
+  world.fromAnna(month + 4h, "that morning");
+  world.fromAnna(month - 2h, "that afternoon");
+  world.read();
+  ASSERT_EQ(world.notes().days.size(), 1U);
+  EXPECT_EQ(world.notes().days[0].receivedCount, 1);
+  world.fromAnna(month - 3h, "late");
+  world.read();
+  ASSERT_EQ(world.notes().days.size(), 1U);
+  EXPECT_EQ(world.notes().days[0].receivedCount, 3);
+}
+
+TEST(HelperEngineLimit, ARowWithADateAheadRebuildsTodayWhole) {
+  EngineWorld world;
+  world.fromAnna(2h, "this morning");
+  world.fromAnna(-1h, "from a clock that is ahead");
+  world.read();
+  world.fromAnna(-20h, "from one that is a day ahead");
+  world.read();
+  const HelperDayNotes notes = world.notes();
+  ASSERT_EQ(notes.days.size(), 2U);
+  EXPECT_EQ(notes.days[0].receivedCount, 2);
+  EXPECT_EQ(notes.days[1].receivedCount, 1);
+}
+
+TEST(HelperEngineLimit, AFullReadForgetsADayWhoseMessagesAreGone) {
+  EngineWorld world;
+  const std::int64_t row = world.fromAnna(50h, "to be deleted");
+  world.fromAnna(1h, "to stay");
+  world.read();
+  ASSERT_EQ(world.notes().days.size(), 2U);
+  world.store->execute("DELETE FROM chat_message_join WHERE message_id = " + std::to_string(row));
+  world.store->execute("DELETE FROM message WHERE ROWID = " + std::to_string(row));
+  world.read();
+  EXPECT_EQ(world.notes().days.size(), 2U) << "an incremental read looks at new rows only";
+  world.defaults.store({{"messages.lastRowID", std::int64_t{0}}});
+  world.read();
+  ASSERT_EQ(world.notes().days.size(), 1U);
+  EXPECT_EQ(world.notes().days[0].lastMessageAt, EngineWorld::kStart - 1h);
+}
+
+// In the small hours of a day in summer, 30 days after a day in winter that ends in between.
+TEST(HelperEngineLimit, AnIncrementalReadForgetsADayThatLeavesTheWindow) {
+  EngineWorld world;
+  world.zone = "Europe/Berlin";
+  world.scheduler.advance(30 * 24h + 10h + 30min);  // 10 April, 00:30
+  world.fromAnna(-(10h + 45min), "10 March, 23:45");
+  world.store->addMessage(world.benChat, world.scheduler.now() - 10min, false, "just now");
+  world.read();
+  EXPECT_EQ(world.notes().days.size(), 2U);
+  world.store->execute("UPDATE message SET is_from_me = 1");  // what only a full read would see
+  world.scheduler.advance(1h);
+  world.read();
+  const HelperDayNotes notes = world.notes();
+  ASSERT_EQ(notes.days.size(), 1U);
+  EXPECT_EQ(notes.days[0].personID, world.ben.id);
+  EXPECT_EQ(notes.days[0].receivedCount, 1);
+}
+
 TEST(HelperEngineLimit, TheWindowIsThirtyTimes86400SecondsWhereClocksChangeToo) {
   EngineWorld world;
   world.zone = "Europe/Berlin";

@@ -135,6 +135,11 @@ TEST(MessagesLatelyRecord, BirthdaysAreOneAName) {
   days[4].birthday = birthday("Ida", -5);
   EXPECT_EQ(build(days).birthdays,
             (std::vector<MessagesBirthday>{birthday("Ida", -5), birthday(std::nullopt, 0), birthday("Maya", 1)}));
+  days[2].birthday = birthday("Jos\u00E9", 2);
+  days[3].birthday = birthday("JOSE\u0301", 3);
+  EXPECT_EQ(build(days).birthdays, (std::vector<MessagesBirthday>{birthday("Ida", -5), birthday(std::nullopt, 0),
+                                                                  birthday("Maya", 1), birthday("Jos\u00E9", 2)}))
+      << "spelled with and without combining marks";
 }
 
 // More ties than a sort without a rule for them happens to keep in order.

@@ -70,6 +70,7 @@ TEST(NewsWords, ContentStemsAreFiveLettersOfWordsOfFourAndMore) {
   EXPECT_THAT(contentStems("\u00C4rzte \u00DCberall e\u0301te\u0301s", ""),
               ElementsAre("\u00E4rzte", "\u00FCbera", "e\u0301te\u0301s"));
   EXPECT_THAT(contentStems("Zoe\u0308lle left", "Zo\u00EBlle"), ElementsAre("left"));
+  EXPECT_THAT(contentStems("Zo\u00EBlle left", "Zoe\u0308lle"), ElementsAre("left"));
 }
 
 TEST(NewsWords, EveryWordButFunctionWordsTellsSomething) {
