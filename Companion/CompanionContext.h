@@ -1,4 +1,5 @@
-// The context of every command (the shared folder, the exchange key, the time, the look of the output) and its result.
+// The context of every command (the shared folder, the exchange key, the people file, the time, the look of the output)
+// and its result.
 // Tested by Tests/Companion/CommandTests.cpp.
 #pragma once
 
@@ -6,9 +7,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Companion/Output/OutputStyle.h"
 #include "PelloraMessagesCore/Files/SecretBytes.h"
+#include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/Ports/SecretStore.h"
 #include "PelloraMessagesCore/Time/Instant.h"
 #include "PelloraMessagesCore/Time/LocalCalendar.h"
@@ -56,6 +59,29 @@ struct CompanionContext {
 
   // Throws CompanionFailure with the reason when there is none.
   ExchangeKey key() const;
+};
+
+// The people file as the companion finds it.
+struct PeopleStore {
+  enum class Kind {
+    missing,
+    inaccessible,  // it is there, or may be, and the system does not let it be read
+    sealed,        // it can be read and does not open: no key, another one, or damaged
+    read,
+  };
+
+  Kind kind = Kind::missing;
+  std::string reason;  // when inaccessible why, a short phrase
+  std::optional<HelperPeopleFile> file;
+
+  // Without a key a file that can be read is sealed.
+  static PeopleStore find(const CompanionContext& context, const std::optional<ExchangeKey>& key);
+
+  // The kind in one sentence.
+  std::string sentence(bool hasKey) const;
+
+  // Everybody in it; nobody when it cannot be read.
+  std::vector<HelperPerson> people() const { return file ? file->people : std::vector<HelperPerson>(); }
 };
 
 }  // namespace pellora

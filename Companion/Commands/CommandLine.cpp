@@ -18,125 +18,6 @@ namespace pellora::CommandLine {
 
 namespace {
 
-constexpr char kExitCodes[] =
-    "\nExit codes: 0 done, 1 could not (one sentence on standard error), 2 wrong usage.\n"
-    "Environment: PELLORA_SECRET_STORE=file (the key in a file instead of the keyring), NO_COLOR, COLUMNS.";
-
-constexpr char kExamples[] =
-    "Examples:\n"
-    "  pellora-companion people import contacts.vcf\n"
-    "  pellora-companion status\n"
-    "  pellora-companion lately\n"
-    "  pellora-companion lately Anna --json\n";
-
-constexpr char kImportExamples[] =
-    "FILE is a JSON list, jCards, a table (CSV), vCards or LDIF, told apart by content.\n"
-    "People who are there stay; the same person is updated. Organizations, groups\n"
-    "and entries without a number or address are skipped, and the output says why.\n\n"
-    "Examples:\n"
-    "  pellora-companion people import contacts.vcf\n"
-    "  pellora-companion people import --dry-run people.csv\n"
-    "  pellora-companion people import --replace people.json\n"
-    "  pellora-companion people import contacts.vcf --country FR --only Ada --only Bob\n"
-    "  pellora-companion people list --json | pellora-companion people import -\n";
-
-constexpr char kHistoryExamples[] =
-    "PATH is a database file, a folder that holds chat.db (a mounted home, a copied\n"
-    "folder), or a phone backup (a folder with Manifest.db). Nothing of it is changed;\n"
-    "the history in ~/Library/Messages is replaced whole or not at all. The password\n"
-    "of an encrypted backup is asked for, or read from --password-file.\n\n"
-    "Examples:\n"
-    "  pellora-companion history add ~/backup/00008030-001A\n"
-    "  pellora-companion history add /media/disk/Users/ada/Library/Messages\n"
-    "  pellora-companion history refresh\n"
-    "  pellora-companion history status\n";
-
-constexpr char kListExamples[] =
-    "Examples:\n"
-    "  pellora-companion people list\n"
-    "  pellora-companion people suggest\n"
-    "  pellora-companion people remove Ada\n"
-    "  pellora-companion people list --json\n";
-
-constexpr char kStatusExamples[] =
-    "Examples:\n"
-    "  pellora-companion status\n"
-    "  pellora-companion status --json\n";
-
-constexpr char kReadNowExamples[] =
-    "Needs a running helper (pellora-for-messages) on the session bus.\n\n"
-    "Example:\n"
-    "  pellora-companion read-now && pellora-companion status\n";
-
-constexpr char kLatelyExamples[] =
-    "PERSON is a first name (upper or lower case), a number, an address or an\n"
-    "identifier; without it everybody, people who wait for your reply first.\n\n"
-    "Examples:\n"
-    "  pellora-companion lately\n"
-    "  pellora-companion lately Anna\n"
-    "  pellora-companion lately anna@example.org --json\n"
-    "  pellora-companion lately --html lately.html\n";
-
-constexpr char kViewExamples[] =
-    "The page lies in the runtime folder, readable by you only, until the session ends.\n\n"
-    "Examples:\n"
-    "  pellora-companion view\n"
-    "  pellora-companion view Anna\n";
-
-constexpr char kRereadExamples[] =
-    "For answers of another model, or when the notes seem wrong. It takes as long as a\n"
-    "first read, but for the model's answers, which stay without --language.\n\n"
-    "Examples:\n"
-    "  pellora-companion reread\n"
-    "  pellora-companion reread --language\n";
-
-constexpr char kSetupExamples[] =
-    "Goes through history, people, language model and start at login, and asks for what\n"
-    "is missing. Without a terminal it tells what is missing; done (0) when nothing is.\n\n"
-    "Example:\n"
-    "  pellora-companion setup\n";
-
-constexpr char kKeyPlaceExamples[] =
-    "For desktops and machines without a keyring. The helper and the shell then agree\n"
-    "without PELLORA_SECRET_STORE, which still wins where it is set.\n\n"
-    "Examples:\n"
-    "  pellora-companion key use-file\n"
-    "  pellora-companion key use-keyring\n";
-
-constexpr char kDeleteExamples[] =
-    "While the person is in the people file, the helper's next read writes a new record.\n\n"
-    "Example:\n"
-    "  pellora-companion delete Anna\n";
-
-constexpr char kSweepExamples[] =
-    "Records of people who left the people file go too; a file that cannot be read stays.\n\n"
-    "Example:\n"
-    "  pellora-companion sweep\n";
-
-constexpr char kKeyExamples[] =
-    "The key itself is never shown. Done (0) only if there is one.\n\n"
-    "Example:\n"
-    "  pellora-companion key || pellora-companion people import contacts.vcf\n";
-
-constexpr char kModelExamples[] =
-    "Environment: PELLORA_MODEL_URL (http://127.0.0.1:PORT or unix:/path/to.sock),\n"
-    "PELLORA_MODEL (which one, when the server lists several).\n\n"
-    "Examples:\n"
-    "  pellora-companion model\n"
-    "  pellora-companion model --try\n"
-    "  pellora-companion model use http://127.0.0.1:11434 --model qwen3:4b\n"
-    "  pellora-companion model evaluate\n";
-
-constexpr char kEvaluateExamples[] =
-    "Asks the helper's own questions about 600 invented days and judges what the\n"
-    "guards keep of the answers. Done (0) only if the model is good enough.\n\n"
-    "Examples:\n"
-    "  pellora-companion model evaluate\n"
-    "  pellora-companion model evaluate --repeat 2 --json\n"
-    "  pellora-companion model evaluate --ceiling\n";
-
-constexpr char kJsonHelp[] = "for scripts: one line of JSON";
-
 // A script's variable that is not set must not mean everybody, nor a file without a name.
 std::string refuseEmpty(const std::string& argument) {
   return text::trimmed(argument).empty() ? "must not be empty." : "";
@@ -164,7 +45,7 @@ class Commands {
   Commands() : _app("The companion side of Pellora for Messages: people in, lately records out.", "pellora-companion") {
     _app.set_version_flag("--version", "pellora-companion " PELLORA_VERSION, "print the version and exit");
     _app.set_help_flag("-h,--help", "print this help and exit");
-    _app.footer(std::string(kExamples) + kExitCodes);
+    _app.footer(std::string(UsageText::kExamples) + UsageText::kExitCodes);
     _app.formatter(UsageText::plainHelp());
     _app.require_subcommand(1);
     addHistory();
@@ -182,14 +63,14 @@ class Commands {
  private:
   CLI::App* add(CLI::App& parent, const char* name, const char* summary, const char* footer) {
     CLI::App* command = parent.add_subcommand(name, summary);
-    command->footer(std::string(footer) + kExitCodes);
+    command->footer(std::string(footer) + UsageText::kExitCodes);
     return command;
   }
 
   template <class Command>
   CLI::App* addCommand(CLI::App& parent, Command& command, const char* name, const char* summary, const char* footer) {
     CLI::App* added = add(parent, name, summary, footer);
-    added->add_flag("--json", command.json, kJsonHelp);
+    added->add_flag("--json", command.json, UsageText::kJsonHelp);
     // A command's own callback comes after those of its subcommands, which count.
     added->callback([this, &command] {
       if (!_run) _run = [&command] { return runWithContext(command); };
@@ -205,16 +86,20 @@ class Commands {
   }
 
   void addHistory() {
-    CLI::App* history = add(_app, "history", "bring the Messages history here: add, refresh, status", kHistoryExamples);
+    CLI::App* history =
+        add(_app, "history", "bring the Messages history here: add, refresh, status", UsageText::kHistoryExamples);
     history->require_subcommand(1);
-    CLI::App* adding = addCommand(*history, _historyAdd, "add", "copy a history into place", kHistoryExamples);
+    CLI::App* adding =
+        addCommand(*history, _historyAdd, "add", "copy a history into place", UsageText::kHistoryExamples);
     adding->add_option("PATH", _historyAdd.source, "a database, a folder with chat.db, or a phone backup")
         ->required()
         ->check(refuseEmpty);
-    CLI::App* refresh = addCommand(*history, _historyRefresh, "refresh", "do the last add again", kHistoryExamples);
+    CLI::App* refresh =
+        addCommand(*history, _historyRefresh, "refresh", "repeat the last add", UsageText::kHistoryExamples);
     declareReplacing(*adding, _historyAdd);
     declareReplacing(*refresh, _historyRefresh);
-    addCommand(*history, _historyStatus, "status", "where the history came from and what is in it", kHistoryExamples);
+    addCommand(*history, _historyStatus, "status", "where the history came from and what is in it",
+               UsageText::kHistoryExamples);
   }
 
   template <class Command>
@@ -226,54 +111,59 @@ class Commands {
   }
 
   void addPeople() {
-    CLI::App* people = add(_app, "people", "whom the helper looks for: import, list, suggest, remove", kImportExamples);
+    CLI::App* people = add(_app, "people", "the people the helper looks for: import, list, suggest, remove",
+                           UsageText::kImportExamples);
     people->require_subcommand(1);
     CLI::App* import =
-        addCommand(*people, _import, "import", "take people from an address book's file", kImportExamples);
+        addCommand(*people, _import, "import", "take people from an address book file", UsageText::kImportExamples);
     import->add_option("FILE", _import.sources, "one or more files; - is standard input")->required();
-    import->add_option("--country", _import.country, "of numbers without a country's code, as in DE")
+    import->add_option("--country", _import.country, "the country of numbers without a country code, such as DE")
         ->type_name("XX")
         ->check(refuseEmpty);
-    CLI::Option* only = import->add_option("--only", _import.only, "take only who has this name; may be repeated");
+    CLI::Option* only = import->add_option("--only", _import.only, "take only people with this name; may be repeated");
     only->type_name("NAME")->check(refuseEmpty)->allow_extra_args(false);
     import->add_flag("--choose", _import.chooses, "ask on the terminal whom to take")->excludes(only);
     import->add_flag("--replace", _import.replaces, "the people file becomes exactly this import");
     import->add_flag("--dry-run", _import.isTrial, "say what would be done and write nothing");
-    addCommand(*people, _list, "list", "show the people", kListExamples);
-    CLI::App* suggest =
-        addCommand(*people, _suggest, "suggest", "with whom you write and who is not named", kListExamples);
-    suggest->add_option("--count", _suggest.count, "at most so many")
+    addCommand(*people, _list, "list", "show the people", UsageText::kListExamples);
+    CLI::App* suggest = addCommand(*people, _suggest, "suggest",
+                                   "the people you write with who are not in the list yet", UsageText::kListExamples);
+    suggest->add_option("--count", _suggest.count, "at most this many")
         ->type_name("N")
         ->check(numberFrom(1, 10'000))
         ->capture_default_str();
     CLI::App* remove =
-        addCommand(*people, _remove, "remove", "take one person out, with the lately record", kListExamples);
+        addCommand(*people, _remove, "remove", "take one person out, with the lately record", UsageText::kListExamples);
     remove->add_option("PERSON", _remove.person, "a first name, number, address or identifier")
         ->required()
         ->check(refuseEmpty);
   }
 
   void addLooking() {
-    addCommand(_app, _status, "status", "whether everything is in place, and what to do next", kStatusExamples);
-    CLI::App* lately = addCommand(_app, _lately, "lately", "show the lately records", kLatelyExamples);
+    addCommand(_app, _status, "status", "whether everything is in place, and what to do next",
+               UsageText::kStatusExamples);
+    CLI::App* lately = addCommand(_app, _lately, "lately", "show the lately records", UsageText::kLatelyExamples);
     lately->add_option("PERSON", _lately.person, "only this person")->check(refuseEmpty);
     CLI::Option* html = lately->add_option("--html", _lately.htmlFile,
                                            "write a page for a browser into this file; - is standard output");
     html->type_name("FILE")->check(refuseEmpty)->excludes(lately->get_option("--json"));
     CLI::App* view =
-        addCommand(_app, _view, ViewCommand::kName, "show the lately records in the browser", kViewExamples);
+        addCommand(_app, _view, ViewCommand::kName, "show the lately records in the browser", UsageText::kViewExamples);
     view->add_option("PERSON", _view.person, "only this person")->check(refuseEmpty);
-    CLI::App* key = addCommand(_app, _key, "key", "whether there is an exchange key, and where", kKeyExamples);
+    CLI::App* key =
+        addCommand(_app, _key, "key", "whether there is an exchange key, and where", UsageText::kKeyExamples);
     key->require_subcommand(0, 1);
     _keyring.place = KeyPlaceCommand::Place::keyring;
-    addCommand(*key, _keyFile, "use-file", "keep the key in a file from now on", kKeyPlaceExamples);
-    addCommand(*key, _keyring, "use-keyring", "keep the key in the keyring from now on", kKeyPlaceExamples);
+    addCommand(*key, _keyFile, "use-file", "keep the key in a file from now on", UsageText::kKeyPlaceExamples);
+    addCommand(*key, _keyring, "use-keyring", "keep the key in the keyring from now on", UsageText::kKeyPlaceExamples);
   }
 
   void addModel() {
-    CLI::App* model = addCommand(_app, _model, "model", "whether there is a language model, and which", kModelExamples);
+    CLI::App* model =
+        addCommand(_app, _model, "model", "whether there is a language model, and which", UsageText::kModelExamples);
     model->add_flag("--try", _model.tries, "ask it two questions about invented texts and show the answers");
-    CLI::App* use = addCommand(*model, _modelUse, "use", "choose the server that the helper asks", kModelExamples);
+    CLI::App* use =
+        addCommand(*model, _modelUse, "use", "choose the server that the helper asks", UsageText::kModelExamples);
     use->add_option("URL", _modelUse.url, "http://127.0.0.1:PORT or unix:/path/to.sock")->required();
     use->add_option("--model", _modelUse.model, "which one, when the server lists several")
         ->type_name("NAME")
@@ -281,12 +171,12 @@ class Commands {
     use->add_option("--key-file", _modelUse.keyFile, "a file that holds the server's key")
         ->type_name("FILE")
         ->check(refuseEmpty);
-    addCommand(*model, _modelForget, "forget", "go back to the default socket", kModelExamples);
-    CLI::App* evaluate =
-        addCommand(*model, _modelEvaluate, "evaluate", "find out whether the model is good enough", kEvaluateExamples);
-    evaluate->add_option("CASES", _modelEvaluate.casesFile, "a file of cases instead of the ones that are built in")
+    addCommand(*model, _modelForget, "forget", "go back to the default socket", UsageText::kModelExamples);
+    CLI::App* evaluate = addCommand(*model, _modelEvaluate, "evaluate", "find out whether the model is good enough",
+                                    UsageText::kEvaluateExamples);
+    evaluate->add_option("CASES", _modelEvaluate.casesFile, "a file of cases instead of the built-in ones")
         ->check(refuseEmpty);
-    evaluate->add_option("--repeat", _modelEvaluate.repeats, "ask everything so many times")
+    evaluate->add_option("--repeat", _modelEvaluate.repeats, "ask everything this many times")
         ->type_name("N")
         ->check(numberFrom(1, 100));
     evaluate->add_flag("--ceiling", _modelEvaluate.withoutModel,
@@ -294,16 +184,19 @@ class Commands {
   }
 
   void addChanging() {
-    addCommand(_app, _readNow, "read-now", "ask the helper to read at once", kReadNowExamples);
-    CLI::App* reread = addCommand(_app, _reread, "reread", "read everything again at the next read", kRereadExamples);
+    addCommand(_app, _readNow, "read-now", "ask the helper to read at once", UsageText::kReadNowExamples);
+    CLI::App* reread =
+        addCommand(_app, _reread, "reread", "read everything again at the next read", UsageText::kRereadExamples);
     reread->add_flag("--language", _reread.language, "and ask the model again about every day");
     _setup.runCommand = runWords;
-    addCommand(_app, _setup, "setup", "set everything up, step by step", kSetupExamples);
-    CLI::App* remove = addCommand(_app, _delete, "delete", "remove one person's lately record", kDeleteExamples);
+    addCommand(_app, _setup, "setup", "set everything up, step by step", UsageText::kSetupExamples);
+    CLI::App* remove =
+        addCommand(_app, _delete, "delete", "remove one person's lately record", UsageText::kDeleteExamples);
     remove->add_option("PERSON", _delete.person, "a first name, number, address or identifier")
         ->required()
         ->check(refuseEmpty);
-    addCommand(_app, _sweep, "sweep", "remove records that do not open or whose people left", kSweepExamples);
+    addCommand(_app, _sweep, "sweep", "remove records that do not open or whose people left",
+               UsageText::kSweepExamples);
   }
 
   template <class Command>

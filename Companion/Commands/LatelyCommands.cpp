@@ -12,7 +12,6 @@
 #include "Companion/Output/DisplayText.h"
 #include "Companion/Output/OutputFile.h"
 #include "Companion/Output/Terminal.h"
-#include "Companion/People/PeopleStore.h"
 #include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/Files/AtomicFile.h"
 #include "PelloraMessagesCore/HelperExchange.h"

@@ -18,7 +18,6 @@
 #include "Companion/People/PeopleChoice.h"
 #include "Companion/People/PeopleMerge.h"
 #include "Companion/People/PeopleParser.h"
-#include "Companion/People/PeopleStore.h"
 #include "Companion/People/PhoneNumbers.h"
 #include "Companion/People/StoreHandles.h"
 #include "Companion/PlatformAdapters.h"
@@ -154,7 +153,7 @@ PhoneNumbers::Hints hints(const std::optional<std::string>& country, const std::
                                   ? "."
                                   : " (" + std::to_string(imported.skipped.size()) +
                                         " skipped, the first for: " + imported.skipped.front().reason + ").";
-  throw CompanionFailure("There is nobody to take in the " + std::string(formatName(imported.format)) + reasons);
+  throw CompanionFailure("There is nobody to import in the " + std::string(formatName(imported.format)) + reasons);
 }
 
 }  // namespace
@@ -269,7 +268,7 @@ CommandResult PeopleSuggestCommand::run(const CompanionContext& context) const {
     };
     return {companion_json::line(JsonValue::array(found, told)), {}};
   }
-  if (found.empty()) return {"Everybody with whom you write is among the people.\n", {}};
+  if (found.empty()) return {"Everybody you write with is already among the people.\n", {}};
   using Side = TextTable::Side;
   TextTable table(
       {{"Number or address", Side::left, true}, {"Sent", Side::right}, {"Received", Side::right}, {"Last"}});
@@ -277,7 +276,7 @@ CommandResult PeopleSuggestCommand::run(const CompanionContext& context) const {
     table.add({each.handle, std::to_string(each.sent), std::to_string(each.received),
                date_text::date(each.lastMessageAt, context.now, context.calendar)});
   return {table.render(context.style) +
-              "Name whom you want in a table of two columns, as in\n"
+              "Put the ones you want into a table of two columns, as in\n"
               "  printf 'First name,Phone\\nAda,%s\\n' '" +
               display::printable(found.front().handle) + "' | pellora-companion people import -\n",
           {}};
@@ -303,7 +302,7 @@ CommandResult PeopleRemoveCommand::run(const CompanionContext& context) const {
     result.output = companion_json::line(JsonValue::object({{"removed", choice.id.toString()}, {"left", left}}));
   else
     result.output = "Removed " + title + " and the lately record; " + display::counted(left, "person", "people") +
-                    " left. The days go from the notes at the next read.\n";
+                    " left. The days leave the notes at the next read.\n";
   return result;
 }
 

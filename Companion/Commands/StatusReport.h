@@ -9,7 +9,6 @@
 
 #include "Companion/CompanionContext.h"
 #include "Companion/History/StoreProbe.h"
-#include "Companion/People/PeopleStore.h"
 #include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "PelloraMessagesCore/HelperState.h"

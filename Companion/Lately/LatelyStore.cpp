@@ -10,7 +10,6 @@
 
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
-#include "Companion/People/PeopleStore.h"
 #include "Companion/People/StoreHandles.h"
 #include "PelloraMessagesCore/Files/SealedFile.h"
 #include "PelloraMessagesCore/HelperExchange.h"
