@@ -108,13 +108,13 @@ void create(Arguments& arguments) {
 void declare(CLI::App& app, Arguments& arguments) {
   app.add_option("PATH", arguments.file, "The store to write, as in ~/Library/Messages/chat.db")->required();
   app.add_option("--seed", arguments.options.seed, "The same seed gives the same content")->capture_default_str();
-  app.add_option("--messages", arguments.options.messages, "Rows of messages")
+  app.add_option("--messages", arguments.options.messages, "How many rows of messages")
       ->check(CLI::Range(std::size_t{1}, kMostMessages))
       ->capture_default_str();
-  app.add_option("--people", arguments.options.people, "People one knows")
+  app.add_option("--people", arguments.options.people, "How many people the user knows")
       ->check(CLI::Range(std::size_t{0}, kMostPeople))
       ->capture_default_str();
-  app.add_option("--chats", arguments.options.chats, "At least so many chats")
+  app.add_option("--chats", arguments.options.chats, "At least this many chats")
       ->check(CLI::Range(std::size_t{0}, kMostPeople));
   app.add_option("--days", arguments.options.days, "How far the history goes back")
       ->check(CLI::Range(1, 10'000))
@@ -123,7 +123,7 @@ void declare(CLI::App& app, Arguments& arguments) {
   app.add_option("--people-file", arguments.peopleFile, "Also write the people, for `pellora-companion people import`")
       ->type_name("FILE");
   CLI::Option* append =
-      app.add_option("--append", arguments.append, "Add so many newer messages to a store that is there")
+      app.add_option("--append", arguments.append, "Add this many newer messages to an existing store")
           ->check(CLI::Range(std::size_t{1}, kMostMessages));
   app.add_option("--rate", arguments.rate, "With --append: messages a second")
       ->check(CLI::NonNegativeNumber)
@@ -132,9 +132,9 @@ void declare(CLI::App& app, Arguments& arguments) {
       app.add_flag("--as-backup", arguments.asBackup, "Write the folder of a phone's backup with the store in it");
   backup->excludes(append);
   app.add_option("--password-file", arguments.passwordFile,
-                 "With --as-backup: encrypt the backup with the password in this file's first line")
+                 "With --as-backup: encrypt the backup with the password in the first line of this file")
       ->needs(backup);
-  app.add_flag("--force", arguments.force, "Replace a store that is there");
+  app.add_flag("--force", arguments.force, "Replace an existing store");
   app.set_version_flag("--version", "pellora-sample-store " PELLORA_VERSION);
   app.footer(
       "Examples:\n"

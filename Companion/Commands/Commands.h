@@ -69,7 +69,7 @@ struct PeopleImportCommand {
   bool replaces = false;             // the people file becomes exactly the import
   bool isTrial = false;              // says what would be done
   bool json = false;
-  std::optional<std::string> country;  // of numbers without a country's code
+  std::optional<std::string> country;  // of numbers without a country code
   std::vector<std::string> only;       // names; empty: everybody
   bool chooses = false;                // asks on the terminal whom to take
 

@@ -54,7 +54,7 @@ CommandResult ReadNowCommand::run(const CompanionContext&) const {
     case HelperRequest::asked:
       return {json ? "{\"asked\":true}\n" : "Asked the helper to read now.\n", {}};
     case HelperRequest::noBus:
-      throw CompanionFailure("There is no session bus to ask the helper on.");
+      throw CompanionFailure("There is no session bus over which to ask the helper.");
     case HelperRequest::busSilent:
       throw CompanionFailure("The session bus does not answer.");
     case HelperRequest::notRunning:

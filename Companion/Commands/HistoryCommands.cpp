@@ -93,7 +93,7 @@ Outcome replaceStore(const CompanionContext& context, const Request& request) {
   std::error_code error;
   HistorySource source = HistorySource::find(request.source);
   if (std::filesystem::equivalent(source.database(), context.store, error))
-    throw CompanionFailure(display::printable(source.database().string()) + " is the history in place already.");
+    throw CompanionFailure(display::printable(source.database().string()) + " is already the history in place.");
   const auto lock = context.runtime ? platform_adapters::lock(*context.runtime / kLockFile, kLockPatience) : nullptr;
   if (!lock) throw CompanionFailure("Another history command is at work, or there is no runtime folder for its lock.");
   unlock(source, request.passwordFile);
@@ -161,7 +161,7 @@ CommandResult HistoryRefreshCommand::run(const CompanionContext& context) const 
   const auto record = HistoryRecord::read(context.settings);
   if (!record)
     throw CompanionFailure(
-        "No history was added yet, so there is nothing to refresh: pellora-companion history add PATH");
+        "No history has been added yet, so there is nothing to refresh: pellora-companion history add PATH");
   Request request{record->source.string(), passwordFile, replaces};
   if (!request.passwordFile && record->passwordFile) request.passwordFile = record->passwordFile->string();
   return told(context, replaceStore(context, request), json);

@@ -183,7 +183,7 @@ CommandResult ModelForgetCommand::run(const CompanionContext&) const {
   if (json) return {JsonValue::object({{"forgotten", wasKept}}).dump() + "\n", {}};
   return {wasKept
               ? "The helper will look for a model at the default socket from its next start on." + whatToDoNow() + "\n"
-              : "No model server was kept.\n",
+              : "No model server had been chosen.\n",
           {}};
 }
 

@@ -110,7 +110,7 @@ class Steps {
     const auto configured = platform_adapters::languageModel();
     const ModelReport report = QCoro::waitFor(configured->report());
     Step step{"Language model", report.isAvailable, report.isAvailable ? report.model : report.reason, {}, {}};
-    step.remedy = "For sentences, news and meetups; everything else works without: pellora-companion model use URL";
+    step.remedy = "For sentences, news and meetups; everything else works without one: pellora-companion model use URL";
     step.question = "Where does a model server listen (http://127.0.0.1:PORT or unix:/path)?";
     std::string proposal;
     if (!report.isAvailable && ModelAddress::current().source == ModelAddress::Source::defaultSocket) {

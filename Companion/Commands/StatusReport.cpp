@@ -92,7 +92,7 @@ StatusReport StatusReport::gather(const CompanionContext& context) {
 std::string StatusReport::nextStep() const {
   using Kind = KeyState::Kind;
   if (store.isLocked)
-    return "Close the program that holds the Messages database, or wait until it is done, then ask again.";
+    return "Close the program that has the Messages database locked, or wait until it is done, then ask again.";
   if (!store.isReadable()) return store.nextStep();
   if (key.kind == Kind::locked) return "Unlock the keyring, then ask again.";
   if (key.kind == Kind::unavailable || key.kind == Kind::damaged) return key.sentence();
@@ -122,12 +122,12 @@ std::string StatusReport::nextStepWithHelper() const {
   if (heartbeat && heartbeat->status == Status::needsFullDiskAccess)
     return "Start the helper again, so that it may read the Messages folder that is there now.";
   if (heartbeat && heartbeat->status == Status::waitingForPellora)
-    return "The helper does not find the key and the people that are here: was PELLORA_SECRET_STORE set for one of the "
-           "two only? \"pellora-companion key use-file\" keeps the choice for both; then start the helper again.";
+    return "The helper does not find the key and the people that are here: was PELLORA_SECRET_STORE set for only one "
+           "of the two? \"pellora-companion key use-file\" keeps the choice for both; then start the helper again.";
   if (isStoreOld()) return "Bring newer messages: pellora-companion history refresh";
   if (latelyRecords == 0) return "Ask for a read: pellora-companion read-now";
   if (model && !model->isAvailable)
-    return look + ". For sentences and news it takes a language model on this device: Documentation/LanguageModel.md";
+    return look + ". Sentences and news need a language model on this device: Documentation/LanguageModel.md";
   return look;
 }
 
@@ -204,7 +204,7 @@ std::string lastWords(const std::optional<HelperHeartbeat>& heartbeat, const Com
     std::error_code error;
     return url && std::filesystem::exists(*url, error) ? "its heartbeat cannot be read" : "no heartbeat yet";
   }
-  return "last heard of " + RelativeDate::text(heartbeat->at, context.now, context.calendar) + " (" +
+  return "last heard from " + RelativeDate::text(heartbeat->at, context.now, context.calendar) + " (" +
          std::string(sentence(heartbeat->status)) + ", version " + heartbeat->helperVersion + ")";
 }
 
@@ -225,7 +225,7 @@ std::string helperText(platform_adapters::HelperPresence presence, const std::op
     case HelperPresence::running:
       if (!doing.empty()) return "running, " + doing;
       if (!heartbeat) return "running, " + lastWords(heartbeat, context);
-      return "running, " + std::string(sentence(heartbeat->status)) + " (last heard of " +
+      return "running, " + std::string(sentence(heartbeat->status)) + " (last heard from " +
              RelativeDate::text(heartbeat->at, context.now, context.calendar) + ", version " +
              heartbeat->helperVersion + ")";
     case HelperPresence::onlyReads:

@@ -13,7 +13,7 @@ class PlainHelp : public CLI::Formatter {
   std::string make_option_opts(const CLI::Option* option) const override {
     std::string value =
         option->get_items_expected_max() == 0 || option->get_positional() ? "" : " " + option->get_type_name();
-    if (!option->get_default_str().empty()) value += " (" + option->get_default_str() + " unless told)";
+    if (!option->get_default_str().empty()) value += " (" + option->get_default_str() + " by default)";
     return value;
   }
 };
@@ -40,7 +40,7 @@ std::string optionOf(const std::string& sentence) {
 std::string whatIsExtra(const CLI::App& command, const std::string& argument) {
   if (argument.starts_with("-") && argument != "-") return "There is no option " + quoted(argument) + ".";
   if (hasSubcommands(command)) return "There is no command " + quoted(argument) + ".";
-  return "There is an argument too many: " + quoted(argument) + ".";
+  return "There is one argument too many: " + quoted(argument) + ".";
 }
 
 }  // namespace

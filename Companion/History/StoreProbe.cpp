@@ -188,17 +188,17 @@ std::string StoreProbe::sentence() const {
     case Kind::notADatabase:
       return name + " is not a database.";
     case Kind::notMessages:
-      return name + " is a database, but not one of Messages.";
+      return name + " is a database, but not a Messages database.";
     case Kind::truncated:
-      return name + " is cut short: it was not copied to its end.";
+      return name + " is cut short: it was not copied completely.";
     case Kind::foreignLog:
-      return "The log " + name + "-wal belongs to another database than " + name + ".";
+      return "The log " + name + "-wal belongs to a database other than " + name + ".";
     case Kind::damaged:
       return name + " is damaged.";
     case Kind::readOnly:
       return name + " is in a folder that you cannot write, so its log cannot be read.";
     case Kind::locked:
-      return "Another program holds " + name + " for itself.";
+      return "Another program has " + name + " locked.";
     case Kind::unreadable:
       return name + " cannot be read: " + reason + ".";
   }
@@ -220,11 +220,11 @@ std::string StoreProbe::nextStep() const {
     case Kind::empty:
       return std::string("Copy the history again, this time whole: ") + kAdd;
     case Kind::notADatabase:
-      return "Replace " + name + " by the file chat.db of Messages: " + kAdd;
+      return "Replace " + name + " with the file chat.db of Messages: " + kAdd;
     case Kind::notMessages:
-      return "Replace " + name + " by the database of Messages, not of another program: " + kAdd;
+      return "Replace " + name + " with the database of Messages, not of another program: " + kAdd;
     case Kind::truncated:
-      return std::string("Copy the database again, to its end: ") + kAdd;
+      return std::string("Copy the whole database again: ") + kAdd;
     case Kind::foreignLog:
       return "Copy database and log together (" + std::string(kAdd) + "), or move " + name + "-wal away.";
     case Kind::damaged:
@@ -233,7 +233,7 @@ std::string StoreProbe::nextStep() const {
       return "Move the folder aside and take a copy of it: mv " + folder + " " + folder +
              "-original && pellora-companion history add " + folder + "-original";
     case Kind::locked:
-      return "Close the program that holds the Messages database, or wait until it is done, then ask again.";
+      return "Close the program that has the Messages database locked, or wait until it is done, then ask again.";
     case Kind::unreadable:
       return "Make " + name + " readable (" + reason + "), or replace it: " + kAdd;
   }

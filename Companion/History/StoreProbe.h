@@ -25,14 +25,14 @@ struct StoreProbe {
     foreignLog,   // readable but for a log that belongs to another database
     damaged,
     readOnly,    // its folder cannot be written, as its log needs: a read-only disk, or somebody else's folder
-    locked,      // another program holds it for itself
+    locked,      // another program has it locked
     unreadable,  // anything else, in the system's words
   };
 
   std::filesystem::path file;
   std::optional<std::int64_t> messages;  // absent when it cannot be read
   std::string reason;                    // then why, a short phrase
-  bool isLocked = false;                 // another program holds it for itself
+  bool isLocked = false;                 // another program has it locked
   Kind kind = Kind::missing;
   ChatDatabase::Summary summary = {};  // of a readable one
   bool lacksLog = false;               // it usually has a log next to it, and there is none

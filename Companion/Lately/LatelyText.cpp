@@ -100,9 +100,8 @@ std::string birthdayText(const MessagesBirthday& birthday, const std::string& ti
 
 std::string warning(const NamedLately& lately, const CompanionContext& context) {
   if (lately.isForgotten)
-    return "The messages that this record tells of are not in the store any more: they were deleted, or are in "
-           "somebody "
-           "else's chat now.";
+    return "The messages that this record is about are no longer in the store: they were deleted, or are now in "
+           "somebody else's chat.";
   if (!lately.isOlderThan) return {};
   const auto written = [&](Instant instant) { return date_text::date(instant, context.now, context.calendar); };
   return "This record is older than one shown before (it was written on " + written(lately.record.writtenAt) +

@@ -267,7 +267,8 @@ std::string ImportOutcome::text(const OutputStyle& style) const {
   if (!usedColumns.empty()) text += "Columns used: " + joined(usedColumns) + ".\n";
   if (!unusedColumns.empty()) text += "Columns not used: " + joined(unusedColumns) + ".\n";
   if (!countries.empty() && !changes.empty() && changes.front().kind != PersonChange::Kind::removed)
-    text += "Numbers without a country's code were read as of " + joined(countries) + " (--country names another).\n";
+    text += "Numbers without a country code were read as numbers from " + joined(countries) +
+            " (--country changes that).\n";
   if (appearing && *appearing + notFound.size() > 0) text += appearanceText(*appearing, notFound);
   for (const SharedHandle& handle : shared)
     text += style.paint(OutputStyle::Ink::yellow, "Warning: " + handle.sentence()) + "\n";

@@ -152,13 +152,13 @@ std::string PhoneNumbers::normalized(std::string_view number) const {
     const auto reading = readingOf(plain, "ZZ");
     return reading ? reading->international : digits;
   }
-  // A short code is not a local number that an area's and a country's code could precede.
+  // A short code is not a local number that an area code and a country code could precede.
   const auto signs = std::count_if(plain.begin(), plain.end(),
                                    [](char byte) { return (byte >= '0' && byte <= '9') || isAsciiLetter(byte); });
   if (signs < static_cast<std::ptrdiff_t>(kShortestNumber)) return digits;
   std::vector<Reading> readings;
   for (const std::string& country : _countries) {
-    // "00" goes before a country's code in most countries, whatever the one that is tried.
+    // "00" goes before a country code in most countries, whatever the one that is tried.
     const std::string outward = plain.starts_with("00") ? "+" + plain.substr(2) : "";
     for (const std::string& text : {plain, outward})
       if (const auto reading = text.empty() ? std::nullopt : readingOf(text, country)) readings.push_back(*reading);

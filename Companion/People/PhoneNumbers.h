@@ -31,7 +31,7 @@ class PhoneNumbers {
 
   PhoneNumbers(const Hints& hints, const ImportedPeople& imported);
 
-  // Whether somebody's number is without a country's code.
+  // Whether somebody's number is without a country code.
   bool needsCountry() const { return _needsCountry; }
 
   // Two letters each, in the order in which they are tried.

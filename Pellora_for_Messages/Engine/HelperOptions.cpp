@@ -16,8 +16,8 @@ std::optional<HelperOptions> HelperOptions::parse(const std::vector<std::string>
       options.mode = Mode::help;
       return options;
     } else {
-      problem = (argument.starts_with("-") ? "There is no option \"" : "There is an argument too many: \"") + argument +
-                "\".";
+      problem = (argument.starts_with("-") ? "There is no option \"" : "There is one argument too many: \"") +
+                argument + "\".";
       return std::nullopt;
     }
   }

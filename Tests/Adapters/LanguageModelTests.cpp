@@ -74,7 +74,7 @@ TEST_P(LanguageModelContract, GuidedAnswerOfAnotherFormIsAnErrorOfTheQuestion) {
       ADD_FAILURE() << answer;
     } catch (const LanguageModelError& error) {
       EXPECT_EQ(error.reason(), LanguageModelError::Reason::question);
-      EXPECT_STREQ(error.what(), "gave an answer of another form than asked for");
+      EXPECT_STREQ(error.what(), "gave an answer that is not in the form asked for");
     }
     EXPECT_EQ(awaited(asked.respond("be brief", "hello")).text, "Good day.") << "plain ones have no form";
   }

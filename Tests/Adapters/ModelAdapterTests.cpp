@@ -144,7 +144,7 @@ TEST_P(ModelAdapter, ModelsThatRunElsewhereAreNeverAsked) {
 TEST_P(ModelAdapter, ModelsOfWhichNobodySaysWhereTheyRunAreNeverAsked) {
   serve("--ollama --tags-status 500");
   EXPECT_FALSE(isAvailable());
-  EXPECT_THAT(failure(), HasSubstr("did not tell where its models run"));
+  EXPECT_THAT(failure(), HasSubstr("did not say where its models run"));
   EXPECT_EQ(server().count("/api/chat") + server().count(kChat), 0U);
   serve("--ollama --tags-status 404");
   EXPECT_TRUE(isAvailable()) << "another server that has no such list";
@@ -217,7 +217,7 @@ TEST_P(ModelAdapter, ErrorsOfEveryFormAreErrorsThatQuoteNothing) {
 TEST_P(ModelAdapter, CutBodyIsAnErrorAtEveryLength) {
   for (const int length : {0, 1, 50}) {
     serve({QStringLiteral("--cut"), QString::number(length)});
-    EXPECT_THAT(failure(), HasSubstr("closed the connection before the answer was whole")) << length;
+    EXPECT_THAT(failure(), HasSubstr("closed the connection before the answer was complete")) << length;
   }
 }
 

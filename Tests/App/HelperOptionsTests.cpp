@@ -19,7 +19,7 @@ TEST(HelperOptions, SaysInOneSentenceWhatIsWrong) {
   EXPECT_FALSE(HelperOptions::parse({"--read-twice"}, problem));
   EXPECT_EQ(problem, "There is no option \"--read-twice\".");
   EXPECT_FALSE(HelperOptions::parse({"now"}, problem));
-  EXPECT_EQ(problem, "There is an argument too many: \"now\".");
+  EXPECT_EQ(problem, "There is one argument too many: \"now\".");
   EXPECT_FALSE(HelperOptions::parse({"--read-once", "--background"}, problem));
 }
 

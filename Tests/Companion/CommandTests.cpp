@@ -339,7 +339,8 @@ struct Step {
 // Each makes good what the one before asked for.
 const Step kSteps[] = {
     {"Bring your history onto this device", [](StatusReport&) {}},
-    {"Close the program that holds the Messages database", [](StatusReport& report) { report.store.isLocked = true; }},
+    {"Close the program that has the Messages database locked",
+     [](StatusReport& report) { report.store.isLocked = true; }},
     {"Choose the people", [](StatusReport& report) { report.store = {{}, 5, {}, false}; }},
     {"Bring back the exchange key", [](StatusReport& report) { report.peopleKind = PeopleStore::Kind::sealed; }},
     {"Give yourself access to the people file",
@@ -363,14 +364,13 @@ const Step kSteps[] = {
        report.presence = platform_adapters::HelperPresence::running;
        report.heartbeat = HelperHeartbeat{report.now, HelperHeartbeat::Status::reading, {}, "1.0"};
      }},
-    {"was PELLORA_SECRET_STORE set for one of the two only",
+    {"was PELLORA_SECRET_STORE set for only one of the two",
      [](StatusReport& report) { report.heartbeat->status = HelperHeartbeat::Status::waitingForPellora; }},
     {"Start the helper again, so that it may read the Messages folder that is there now.",
      [](StatusReport& report) { report.heartbeat->status = HelperHeartbeat::Status::needsFullDiskAccess; }},
     {"see why the last read failed",
      [](StatusReport& report) { report.heartbeat->status = HelperHeartbeat::Status::failed; }},
-    {"Look at the result: pellora-companion lately (or view, in the browser). For sentences and news it takes a "
-     "language "
+    {"Look at the result: pellora-companion lately (or view, in the browser). Sentences and news need a language "
      "model on this device: Documentation/LanguageModel.md",
      [](StatusReport& report) {
        report.heartbeat->status = HelperHeartbeat::Status::reading;
@@ -412,9 +412,9 @@ TEST(StatusReport, AHelperThatEndedIsNotTakenForOneThatRuns) {
   auto report = StatusReport::gather(world.context());
   CompanionContext wide = world.context();
   wide.style.width = 200;
-  EXPECT_THAT(report.text(wide), HasSubstr("not running, last heard of 2 minutes ago (reading normally, version"));
+  EXPECT_THAT(report.text(wide), HasSubstr("not running, last heard from 2 minutes ago (reading normally, version"));
   report.presence = platform_adapters::HelperPresence::running;
-  EXPECT_THAT(report.text(wide), HasSubstr("running, reading normally (last heard of 2 minutes ago, version 1.2.3)"));
+  EXPECT_THAT(report.text(wide), HasSubstr("running, reading normally (last heard from 2 minutes ago, version 1.2.3)"));
 }
 
 TEST(StatusReport, TellsHowFarAReadIsAndWhatWaitsForTheModel) {

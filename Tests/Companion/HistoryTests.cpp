@@ -164,12 +164,12 @@ TEST_F(History, NothingIsChangedByWhatIsNoHistory) {
                                                         {"empty-folder", "neither chat.db"},
                                                         {"empty.db", "is empty"},
                                                         {"text.db", "is not a database"},
-                                                        {"other.db", "not one of Messages"},
+                                                        {"other.db", "not a Messages database"},
                                                         {"cut.db", "cut short"},
                                                         {"torn.db", "damaged"}};
   for (const auto& [name, words] : kWrong) EXPECT_THAT(failureOfAdding(_folder / name), HasSubstr(words)) << name;
   EXPECT_EQ(AtomicFile::read(place()), before);
-  EXPECT_THAT(failureOfAdding(place()), HasSubstr("in place already"));
+  EXPECT_THAT(failureOfAdding(place()), HasSubstr("already the history in place"));
 }
 
 TEST_F(History, ANewerHistoryIsOnlyReplacedOnDemand) {

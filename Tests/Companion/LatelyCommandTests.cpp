@@ -224,7 +224,7 @@ TEST(LatelyCommand, ARecordOutsideItsWindowIsShownAsNothing) {
 }
 
 TEST(LatelyCommand, ARecordOfMessagesThatAreGoneIsShownWithAWarning) {
-  constexpr char kWarning[] = "not in the store any more";
+  constexpr char kWarning[] = "no longer in the store";
   CompanionWorld world;
   world.writePeople({CompanionWorld::anna(), CompanionWorld::bob()});
   world.writeLately(CompanionWorld::record(CompanionWorld::anna(), kDay));

@@ -81,7 +81,7 @@ TEST_F(ModelCommands, TryAsksOnePlainAndOneGuidedQuestion) {
 TEST_F(ModelCommands, TryFailsWhenOneOfTheAnswersIsUnusable) {
   serve("--guided-answer {\"plant\":7}");
   EXPECT_TRUE(run({.tries = true}));
-  EXPECT_EQ(_err, "The guided question failed: the model server gave an answer of another form than asked for.");
+  EXPECT_EQ(_err, "The guided question failed: the model server gave an answer that is not in the form asked for.");
   serve("--status 500");
   EXPECT_TRUE(run({.tries = true}));
   EXPECT_EQ(_err, "The plain question failed: the model server answered 500 (told to fail).");

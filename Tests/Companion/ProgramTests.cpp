@@ -128,7 +128,7 @@ TEST_F(Program, WrongUsageNamesWhatIsWrongAndWhereToLook) {
        "pellora-companion: There is no command \"bogus\".\nTry \"pellora-companion people --help\".\n"},
       {{}, "pellora-companion: A command is missing.\nTry \"pellora-companion --help\".\n"},
       {{"status", "extra"},
-       "pellora-companion: There is an argument too many: \"extra\".\nTry \"pellora-companion status --help\".\n"},
+       "pellora-companion: There is one argument too many: \"extra\".\nTry \"pellora-companion status --help\".\n"},
       {{"delete"}, "pellora-companion: PERSON is required.\nTry \"pellora-companion delete --help\".\n"},
       {{"delete", ""}, "pellora-companion: PERSON must not be empty.\nTry \"pellora-companion delete --help\".\n"},
       {{"people", "import", "--bogus"},

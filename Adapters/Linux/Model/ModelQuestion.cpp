@@ -82,13 +82,14 @@ std::string ModelAnswer::choose(std::string_view content, std::string_view think
   if (answer.empty()) throw LanguageModelError(Reason::question, "gave an empty answer");
   if (answer.size() > kLongestText) throw LanguageModelError(Reason::question, "gave an answer that is too long");
   if (schema != nullptr && !GeneratedContent::decode(*schema, answer))
-    throw LanguageModelError(Reason::question, "gave an answer of another form than asked for");
+    throw LanguageModelError(Reason::question, "gave an answer that is not in the form asked for");
   return answer;
 }
 
 void ModelAnswer::requireEnd(const std::string& finishReason) {
   if (finishReason == "length") throw LanguageModelError(Reason::question, "gave an answer that was cut off");
-  if (finishReason != "stop") throw LanguageModelError(Reason::question, "gave an answer that the model did not end");
+  if (finishReason != "stop")
+    throw LanguageModelError(Reason::question, "gave an answer that the model did not finish");
 }
 
 void ModelAnswer::requireWholePrompt(const ModelQuestion& question, std::int64_t promptTokens) {

@@ -185,8 +185,7 @@ Task<std::string> ModelServer::identify(std::shared_ptr<ModelServer> self, Model
   });
   if (tags.outcome != HttpAnswer::Outcome::answered) co_return self->trouble(tags);
   // Such a server forwards to other machines when it is told to; without its list nobody knows whether it does.
-  if (!tags.isOk() && !isAnsweredWith(tags, kNotFound))
-    co_return "did not tell where its models run, so it is not used";
+  if (!tags.isOk() && !isAnsweredWith(tags, kNotFound)) co_return "did not say where its models run, so it is not used";
   if (!*holds) co_return std::string();
   co_await get(self, OllamaProtocol::kRunningPath, [models](HttpAnswer& received) {
     if (received.isOk()) OllamaProtocol::addRunning(received.body, *models);
@@ -306,7 +305,7 @@ LanguageModel::Answer ModelServer::requireAnswer(const HttpAnswer& answer, Decod
     case HttpAnswer::Outcome::tooLarge:
       throw LanguageModelError(Reason::question, "gave an answer that is too large");
     case HttpAnswer::Outcome::brokenOff:
-      throw LanguageModelError(Reason::server, "closed the connection before the answer was whole");
+      throw LanguageModelError(Reason::server, "closed the connection before the answer was complete");
     case HttpAnswer::Outcome::noServer:
     case HttpAnswer::Outcome::foreignOwner:
     case HttpAnswer::Outcome::notHttp:

@@ -115,7 +115,7 @@ LanguageModel::Answer decodeAnswer(std::string_view body, const ModelQuestion& q
   if (!answer.isObject()) throw ModelAnswer::unreadable();
   if (!answer["error"].isNull()) throw ServerError::toQuestion(200, body, question);
   if (isRemote(answer))
-    throw LanguageModelError(LanguageModelError::Reason::server, "gave an answer of another machine's model");
+    throw LanguageModelError(LanguageModelError::Reason::server, "gave an answer from a model on another machine");
   ModelAnswer::requireEnd(answer["done"].boolean().value_or(false) ? answer["done_reason"].text() : std::string());
   const JsonValue& message = answer["message"];
   return {ModelAnswer::choose(message["content"].text(), message["thinking"].text(), question.schema),

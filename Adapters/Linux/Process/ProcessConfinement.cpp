@@ -123,10 +123,10 @@ std::string reason(int error) {
   return "the kernel refused: " + std::generic_category().message(error);
 }
 
-// In force only when the trial says so; a kernel that takes a rule and does not keep it has refused it.
+// In force only when the trial says so; a kernel that accepts a rule and does not enforce it has refused it.
 Protection protection(const std::string& name, int error, bool isKept, const std::string& promise) {
   if (error != 0) return {name, State::refused, reason(error)};
-  if (!isKept) return {name, State::refused, "the kernel took the rule but does not keep it"};
+  if (!isKept) return {name, State::refused, "the kernel accepted the rule but does not enforce it"};
   return {name, State::inForce, promise};
 }
 

@@ -39,7 +39,7 @@ bool isPlainName(const std::string& name) {
 std::filesystem::path folderFor(const std::optional<std::filesystem::path>& base, const SecretAttributes& attributes) {
   if (!base) throw Refusal{"There is no home folder to keep the key file in."};
   if (!isPlainName(attributes.service) || !isPlainName(attributes.account))
-    throw Refusal{"The key's names make no file name."};
+    throw Refusal{"The key's names cannot be used as a file name."};
   return *base / attributes.service;
 }
 

@@ -205,7 +205,7 @@ SecretBytes SecretServiceSession::secret(const std::string& item) {
   GError* error = nullptr;
   const Owned<SecretValue> value(secret_service_get_secret_for_dbus_path_sync(
       _connection->service.get(), item.c_str(), _connection->deadline.cancellable(), &error));
-  if (!value && error == nullptr) throw Failure{false, "The secret service gave no secret."};
+  if (!value && error == nullptr) throw Failure{false, "The secret service returned no secret."};
   if (!value) throw failureOf(error, _connection->deadline);
   gsize length = 0;
   const char* bytes = secret_value_get(value.get(), &length);
