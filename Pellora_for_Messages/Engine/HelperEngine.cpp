@@ -239,8 +239,8 @@ void HelperEngine::analysisProgress(std::int64_t done, std::int64_t total) {
   Q_EMIT changed();
 }
 
-void HelperEngine::recordWritten() {
-  publish(_peopleWritten, _peopleWritten + 1);
+void HelperEngine::recordsWritten(std::int64_t count) {
+  publish(_peopleWritten, _peopleWritten + count);
 }
 
 void HelperEngine::setState(State state) {

@@ -72,7 +72,7 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
   void databaseIsReadable() override;
   void peopleFound(std::int64_t count) override;
   void analysisProgress(std::int64_t done, std::int64_t total) override;
-  void recordWritten() override;
+  void recordsWritten(std::int64_t count) override;
   bool isReadAgainWanted() const override { return _readAgain; }
 
   Task<void> readOnEventLoop();

@@ -150,7 +150,7 @@ Task<void> HelperReadCycle::write(ReadResults& results, bool onlyChanged) {
     results.saveNotes();
     return results.writeRecords(writtenAt, onlyChanged);
   });
-  for (std::size_t written = 0; written < count; ++written) _delegate.recordWritten();
+  _delegate.recordsWritten(static_cast<std::int64_t>(count));
 }
 
 Task<void> HelperReadCycle::workWithModel(const ReadContext& context, Findings& findings) {

@@ -30,7 +30,7 @@ class HelperReadCycle {
     virtual void databaseIsReadable() = 0;
     virtual void peopleFound(std::int64_t count) = 0;  // the checks are passed, the work begins
     virtual void analysisProgress(std::int64_t done, std::int64_t total) = 0;
-    virtual void recordWritten() = 0;
+    virtual void recordsWritten(std::int64_t count) = 0;
     // Whether a read was asked for since this one began: then the model's work gives way to it after the day at hand.
     virtual bool isReadAgainWanted() const = 0;
   };

@@ -297,5 +297,27 @@ TEST(HelperEngine, TellsHowManyDaysAreAnalysed) {
   EXPECT_EQ(engine->daysToAnalyse(), 0);
 }
 
+// Every change is painted.
+TEST(HelperEngine, TellsAsOftenOfManyRecordsAsOfOne) {
+  const auto changesOfRead = [](std::size_t count) {
+    EngineWorld world;
+    std::vector<HelperPerson> people;
+    for (std::size_t index = 0; index < count; ++index) {
+      const std::string number = "555020" + std::to_string(1000 + index);
+      people.push_back({Uuid::random(), "Cleo", {number}, {}});
+      world.store->addMessage(world.store->addChat({"+1" + number}), EngineWorld::kStart - 1h,
+                              support::SmallStore::kFromThem, "Hello");
+    }
+    world.writePeople(people);
+    const auto engine = world.makeEngine();
+    int changes = 0;
+    QObject::connect(engine.get(), &HelperEngine::changed, engine.get(), [&changes] { ++changes; });
+    engine->start();
+    EXPECT_EQ(engine->peopleWritten(), static_cast<std::int64_t>(count));
+    return changes;
+  };
+  EXPECT_EQ(changesOfRead(30), changesOfRead(1));
+}
+
 }  // namespace
 }  // namespace pellora
