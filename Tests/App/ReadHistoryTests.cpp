@@ -172,11 +172,11 @@ void runRandom(Stage kind, std::uint32_t count, Steps steps) {
 }
 
 TEST(RandomHistories, EndLikeAFreshReadOnTheNextDay) {
-  runRandom(Stage::engine, rounds(300), Steps::any);
+  runRandom(Stage::engine, rounds(150), Steps::any);
 }
 
 TEST(RandomHistories, EndLikeAFreshReadAtOnceAfterWhatAReadCanNotice) {
-  runRandom(Stage::engine, rounds(200), Steps::healedAtOnce);
+  runRandom(Stage::engine, rounds(150), Steps::healedAtOnce);
 }
 
 TEST(RandomHistories, OfProgramsEndLikeAFreshReadOnTheNextDay) {
