@@ -250,6 +250,7 @@ void HelperWindow::fit() {
   const bool scrolls = needed > most;
   // Arrow keys have something to do only where there is something to scroll.
   _scroller->setFocusPolicy(scrolls ? Qt::StrongFocus : Qt::NoFocus);
+  _scroller->setVerticalScrollBarPolicy(scrolls ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff);
   const int bar = scrolls ? _scroller->verticalScrollBar()->sizeHint().width() : 0;
   setFixedSize(HelperLook::kContentWidth + bar, qMin(needed, most));
   _scroller->resize(size());

@@ -10,6 +10,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
 #include <QTextBlock>
@@ -444,6 +445,16 @@ TEST_F(HelperViewTest, GrowsAndShrinksWithTheCard) {
   bring(Kind::idle);
   QApplication::processEvents();
   EXPECT_EQ(window.height(), plain);
+}
+
+// A bar that is there only until the layout is done flickers, and its gradient begins threads that wake up to end.
+TEST_F(HelperViewTest, HasNoScrollBarWhereNothingScrolls) {
+  const auto* const scroller = window.findChild<QScrollArea*>();
+  for (const Kind kind : {Kind::idle, Kind::needsFullDiskAccess}) {
+    bring(kind);
+    show();
+    EXPECT_EQ(scroller->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOff) << static_cast<int>(kind);
+  }
 }
 
 }  // namespace
