@@ -156,6 +156,13 @@ PhoneNumbers::Hints hints(const std::optional<std::string>& country, const std::
   throw CompanionFailure("There is nobody to import in the " + std::string(formatName(imported.format)) + reasons);
 }
 
+// The problem of a file, "The file is ...", with the file's name.
+std::string withName(const std::string& source, const std::string& problem) {
+  constexpr std::string_view kTheFile = "The file";
+  const std::string name = source == "-" ? "Standard input" : display::printable(source);
+  return problem.starts_with(kTheFile) ? name + problem.substr(kTheFile.size()) : name + ": " + problem;
+}
+
 }  // namespace
 
 CommandResult PeopleImportCommand::run(const CompanionContext& context) const {
@@ -163,9 +170,7 @@ CommandResult PeopleImportCommand::run(const CompanionContext& context) const {
   for (const std::string& source : sources) {
     const Progress progress(source == "-" ? "Reading standard input" : "Reading " + source);
     ImportedPeople imported = parsePeople(input_file::read(source));
-    if (imported.problem && sources.size() > 1)
-      imported.problem = display::printable(source) + ": " + *imported.problem;
-    if (imported.problem) throw CompanionFailure(*imported.problem);
+    if (imported.problem) throw CompanionFailure(withName(source, *imported.problem));
     if (all)
       all->append(std::move(imported));
     else

@@ -43,17 +43,16 @@ std::optional<std::string> converted(std::string_view bytes, const std::string& 
   return result;
 }
 
-bool isPrintableAscii(char byte) {
-  return byte >= ' ' && byte < '\x7F';
-}
-
-// UTF-16 without its mark shows in how ASCII looks in it.
+// UTF-16 without its mark shows in the zeros of its ASCII: nearly all at one side of the pairs. Whatever it is in, an
+// address book has digits and separators.
 const char* unmarkedCharset(std::string_view bytes) {
-  if (bytes.size() < 4 || bytes.size() % 2 != 0) return nullptr;
-  if (isPrintableAscii(bytes[0]) && bytes[1] == '\0' && isPrintableAscii(bytes[2]) && bytes[3] == '\0')
-    return "UTF-16LE";
-  if (bytes[0] == '\0' && isPrintableAscii(bytes[1]) && bytes[2] == '\0' && isPrintableAscii(bytes[3]))
-    return "UTF-16BE";
+  constexpr std::size_t kClearly = 4;  // times as many
+  if (bytes.size() % 2 != 0) return nullptr;
+  std::size_t zeros[2] = {0, 0};
+  for (std::size_t at = 0; at < bytes.size(); ++at)
+    if (bytes[at] == '\0') ++zeros[at % 2];
+  if (zeros[1] > kClearly * zeros[0]) return "UTF-16LE";
+  if (zeros[0] > kClearly * zeros[1]) return "UTF-16BE";
   return nullptr;
 }
 
@@ -70,7 +69,9 @@ bool is(std::string_view charset, std::string_view name) {
 
 }  // namespace
 
-std::string withoutByteOrder(std::string_view bytes) {
+namespace {
+
+std::string inUtf8(std::string_view bytes) {
   for (const ByteOrder& order : kByteOrders) {
     if (!bytes.starts_with(order.mark)) continue;
     const std::string_view rest = bytes.substr(order.mark.size());
@@ -79,6 +80,23 @@ std::string withoutByteOrder(std::string_view bytes) {
   }
   if (const char* charset = unmarkedCharset(bytes)) return converted(bytes, charset).value_or(std::string(bytes));
   return std::string(bytes);
+}
+
+}  // namespace
+
+std::string withoutByteOrder(std::string_view bytes) {
+  std::string text = inUtf8(bytes);
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  std::size_t end = 0;
+  for (std::size_t at = 0; at < text.size();) {
+    const bool beginsLine = end == 0 || text[end - 1] == '\n' || text[end - 1] == '\r';
+    if (beginsLine && std::string_view(text).substr(at).starts_with(kMark))
+      at += kMark.size();
+    else
+      text[end++] = text[at++];
+  }
+  text.resize(end);
+  return text;
 }
 
 std::string utf8(std::string_view bytes) {

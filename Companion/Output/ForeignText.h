@@ -8,8 +8,9 @@
 
 namespace pellora::foreign_text {
 
-// Without a byte order mark; UTF-16 and UTF-32 (with a mark, or UTF-16 that begins with two ASCII characters) come
-// out as UTF-8. Other bytes stay as they are.
+// Without byte order marks, also where lines begin: some programs write the mark twice, and files put together have it
+// in the middle. UTF-16 and UTF-32 (with a mark, or UTF-16 that shows in its ASCII) come out as UTF-8. Other bytes stay
+// as they are.
 std::string withoutByteOrder(std::string_view bytes);
 
 // Valid UTF-8 unchanged, anything else read as Windows-1252.

@@ -108,8 +108,29 @@ TEST(CsvPeople, ReadsUtf16WithAndWithoutAByteOrderMark) {
     little += {byte, '\0'};
     big += {'\0', byte};
   }
-  for (const std::string& bytes : {"\xFF\xFE" + little, "\xFE\xFF" + big, little, big})
+  for (const std::string& bytes : {"\xFF\xFE" + little, "\xFE\xFF" + big, little, big, "\xFF\xFE\xFF\xFE" + little})
     EXPECT_THAT(support::readPeople(bytes).people, SizeIs(1));
+}
+
+TEST(CsvPeople, ReadsUtf16WithoutAMarkThatBeginsOutsideAscii) {
+  std::string little;
+  std::string big;
+  // A quote is what some readers would take for the second byte of a pair.
+  for (const char16_t unit : std::u16string_view(u"Имя,Телефон\nАнна,5551234567\n\"Катя\",5551234568\n")) {
+    little += {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
+    big += {static_cast<char>(unit >> 8), static_cast<char>(unit & 0xFF)};
+  }
+  for (const std::string& bytes : {little, big}) {
+    const ImportedPeople read = support::readPeople(bytes);
+    ASSERT_THAT(read.people, SizeIs(2));
+    EXPECT_EQ(read.people[0].firstName, "Анна");
+  }
+}
+
+TEST(CsvPeople, ReadsATableWhoseMarkWasWrittenTwice) {
+  const ImportedPeople read = support::readPeople("\xEF\xBB\xBF\xEF\xBB\xBFName,Phone\nAnna,5551234567\n");
+  EXPECT_THAT(read.unusedColumns, IsEmpty());
+  EXPECT_THAT(read.people, SizeIs(1));
 }
 
 TEST(CsvPeople, SaysWhichRowsWereSkippedAndWhy) {

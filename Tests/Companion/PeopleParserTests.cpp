@@ -28,6 +28,15 @@ TEST(PeopleParser, RefusesBinaryFiles) {
   EXPECT_TRUE(parsePeople("\xFF\xD8\xFF\xE0JFIF").problem.has_value());
 }
 
+TEST(PeopleParser, ReadsFilesThatWerePutTogetherEachWithItsMark) {
+  const auto card = [](const std::string& name) {
+    return "\xEF\xBB\xBF"
+           "BEGIN:VCARD\r\nFN:" +
+           name + "\r\nTEL:030123456" + std::to_string(name.size()) + "\r\nEND:VCARD\r\n";
+  };
+  EXPECT_EQ(parsePeople(card("Ada") + card("Anna")).people.size(), 2U);
+}
+
 TEST(PeopleParser, ReadsVCardsInUtf16) {
   std::string bytes = "\xFF\xFE";
   for (const char byte : std::string("BEGIN:VCARD\r\nVERSION:2.1\r\nN;CHARSET=ISO-8859-1:;J")) bytes += {byte, '\0'};
