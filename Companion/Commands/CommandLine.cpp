@@ -107,7 +107,7 @@ class Commands {
     app.add_option("--password-file", command.passwordFile, "read the password of an encrypted backup from this file")
         ->type_name("FILE")
         ->check(refuseEmpty);
-    app.add_flag("--replace", command.replaces, "also replace a history that has newer messages");
+    app.add_flag("--replace", command.replaces, "also replace a history that has newer messages or many more");
   }
 
   void addPeople() {

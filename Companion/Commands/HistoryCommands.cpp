@@ -67,17 +67,44 @@ void unlock(HistorySource& source, const std::optional<std::string>& passwordFil
   source.unlock(*password);
 }
 
-// Throws unless the user wants the store in place to be replaced by one that ends earlier.
-void askBeforeLosing(const CompanionContext& context, const ChatDatabase::Summary& next, bool replaces) {
-  if (replaces) return;
+// What the user would miss of the history in place: messages newer than the new one's, or most of it, as when the new
+// one is another phone's or only a part. Empty when it is nothing much: a few that were deleted meanwhile are none.
+std::string loss(const CompanionContext& context, const ChatDatabase::Summary& next,
+                 const std::optional<StagedStore::Difference>& difference) {
   const StoreProbe present = StoreProbe::of(context.store);
-  if (!present.isReadable() || !present.summary.newestMessageAt) return;
-  const bool isOlder = !next.newestMessageAt || *next.newestMessageAt < *present.summary.newestMessageAt;
-  if (!isOlder) return;
-  const std::string dates = "The history in place has newer messages (until " + newest(present.summary, context) +
-                            ") than this one (until " + newest(next, context) + ")";
-  if (terminal::isConfirmed(dates + ". Replace it?").value_or(false)) return;
-  throw CompanionFailure(dates + "; nothing was changed. Add --replace to replace it all the same.");
+  if (!present.isReadable() || !present.summary.newestMessageAt) return {};
+  if (!next.newestMessageAt || *next.newestMessageAt < *present.summary.newestMessageAt)
+    return "The history in place has newer messages (until " + newest(present.summary, context) +
+           ") than this one (until " + newest(next, context) + ")";
+  if (difference && difference->lost > difference->inPlace / 2)
+    return "This history lacks " + std::to_string(difference->lost) + " of the " + std::to_string(difference->inPlace) +
+           " messages of the history in place";
+  return {};
+}
+
+// Throws unless the user agrees.
+void askBeforeLosing(const std::string& loss) {
+  if (loss.empty() || terminal::isConfirmed(loss + ". Replace it?").value_or(false)) return;
+  throw CompanionFailure(loss + "; nothing was changed. Add --replace to replace it all the same.");
+}
+
+std::shared_ptr<void> takeLock(const CompanionContext& context) {
+  if (!context.runtime)
+    throw CompanionFailure("There is no runtime folder for a lock; set XDG_RUNTIME_DIR to a folder of yours.");
+  const auto file = *context.runtime / kLockFile;
+  if (auto lock = platform_adapters::lock(file, kLockPatience)) return lock;
+  throw CompanionFailure("Another history command is at work, or " + display::printable(file.string()) +
+                         " cannot be written; nothing was changed. Try again when it is done.");
+}
+
+// Throws when the history is in place and only that could not be done.
+void remember(const CompanionContext& context, const HistoryRecord& record) {
+  try {
+    record.write(context.settings);
+  } catch (const FileError& failure) {
+    throw CompanionFailure("The history is in place, but its source could not be remembered for \"history refresh\": " +
+                           std::string(failure.what()) + ".");
+  }
 }
 
 void bring(const HistorySource& source, const StagedStore& staged) {
@@ -94,8 +121,7 @@ Outcome replaceStore(const CompanionContext& context, const Request& request) {
   HistorySource source = HistorySource::find(request.source);
   if (std::filesystem::equivalent(source.database(), context.store, error))
     throw CompanionFailure(display::printable(source.database().string()) + " is already the history in place.");
-  const auto lock = context.runtime ? platform_adapters::lock(*context.runtime / kLockFile, kLockPatience) : nullptr;
-  if (!lock) throw CompanionFailure("Another history command is at work, or there is no runtime folder for its lock.");
+  const auto lock = takeLock(context);
   unlock(source, request.passwordFile);
   const InterruptionGuard guard;
   StagedStore staged(context.store);
@@ -103,23 +129,25 @@ Outcome replaceStore(const CompanionContext& context, const Request& request) {
   outcome.missing = source.missing();
   staged.needRoom(source.size());
   bring(source, staged);
+  std::optional<StagedStore::Difference> difference;
   {
     const Progress progress("Checking the history");
     staged.check();
     const StoreProbe probe = StoreProbe::of(staged.file());
     if (!probe.isReadable()) throw CompanionFailure(probe.sentence() + " Nothing was changed.");
     outcome.summary = probe.summary;
+    difference = staged.difference();
     outcome.record = {source.path(),          std::string(sourceName(source.kind())),
                       std::nullopt,           context.now,
-                      probe.summary.messages, staged.newMessages().value_or(probe.summary.messages)};
+                      probe.summary.messages, difference ? difference->gained : probe.summary.messages};
   }
   if (request.passwordFile) outcome.record.passwordFile = std::filesystem::absolute(*request.passwordFile, error);
   outcome.size = std::filesystem::file_size(staged.file(), error);
-  askBeforeLosing(context, outcome.summary, request.replaces);
+  if (!request.replaces) askBeforeLosing(loss(context, outcome.summary, difference));
   if (InterruptionGuard::isRequested()) throw CompanionFailure("Interrupted; nothing was changed.");
   staged.putIntoPlace();
-  outcome.record.write(context.settings);
   platform_adapters::askHelperToRead();
+  remember(context, outcome.record);
   return outcome;
 }
 

@@ -43,10 +43,36 @@ std::string copying(const fs::path& folder) {
          "~/copied-messages";
 }
 
+// What to do about a source that cannot be read.
+std::string remedy(const StoreProbe& probe) {
+  using Kind = StoreProbe::Kind;
+  switch (probe.kind) {
+    case Kind::noPermission:
+      return copying(probe.file.parent_path());
+    case Kind::notAFile:
+    case Kind::notADatabase:
+    case Kind::notMessages:
+      return " Give chat.db of Messages, a folder that holds it, or the folder of a phone backup.";
+    case Kind::empty:
+    case Kind::truncated:
+      return " Copy it again, whole.";
+    case Kind::foreignLog:
+      return " Copy both again, together.";
+    case Kind::damaged:
+      return " Copy it again, with its log, while Messages does not run.";
+    case Kind::locked:
+      return " Close that program and try again.";
+    case Kind::readable:
+    case Kind::missing:
+    case Kind::readOnly:
+    case Kind::unreadable:
+      return {};
+  }
+  return {};
+}
+
 [[noreturn]] void refuse(const StoreProbe& probe) {
-  const std::string remedy =
-      probe.kind == StoreProbe::Kind::noPermission ? copying(probe.file.parent_path()) : std::string();
-  throw CompanionFailure(probe.sentence() + " Nothing was changed." + remedy);
+  throw CompanionFailure(probe.sentence() + " Nothing was changed." + remedy(probe));
 }
 
 // Throws when a folder that is there cannot be looked into; `wanted` is what has to be copied then.
@@ -57,14 +83,29 @@ void needAccess(const fs::path& folder, const fs::path& wanted) {
                          copying(wanted));
 }
 
-// The database in a folder, or in the home that the folder is.
-fs::path databaseIn(const fs::path& folder) {
+// The database in a folder, or in the home that the folder is; absent when there is none.
+std::optional<fs::path> databaseIn(const fs::path& folder) {
   std::error_code error;
   const fs::path inHome = folder / kFolderInHome;
   if (fs::exists(folder / kDatabaseName, error)) return folder / kDatabaseName;
   for (const fs::path& each : {inHome.parent_path(), inHome}) needAccess(each, inHome);
   if (fs::exists(inHome / kDatabaseName, error)) return inHome / kDatabaseName;
-  throw CompanionFailure("There is neither chat.db nor a phone backup in " + display::printable(folder.string()) + ".");
+  return std::nullopt;
+}
+
+// The one backup in a folder of backups.
+fs::path backupIn(const fs::path& folder) {
+  const std::vector<fs::path> backups = PhoneBackup::allIn(folder);
+  if (backups.size() == 1) return backups.front();
+  const std::string name = display::printable(folder.string());
+  if (backups.empty())
+    throw CompanionFailure("There is neither chat.db nor a phone backup in " + name +
+                           "; nothing was changed. Give the folder that holds one of them.");
+  std::string names;
+  for (const fs::path& backup : backups)
+    names += (names.empty() ? "" : ", ") + display::printable(backup.filename().string());
+  throw CompanionFailure("There are several phone backups in " + name +
+                         "; nothing was changed. Give one of them: " + names + ".");
 }
 
 }  // namespace
@@ -73,13 +114,24 @@ HistorySource HistorySource::find(const fs::path& path) {
   HistorySource source;
   std::error_code error;
   source._path = fs::absolute(path, error).lexically_normal();
-  if (fs::is_directory(source._path, error)) needAccess(source._path, source._path);
-  if (fs::is_directory(source._path, error) && PhoneBackup::isAt(source._path)) {
-    source._backup.emplace(source._path);
-    source._database = source._backup->database();
-    return source;
+  if (fs::status(source._path, error).type() == fs::file_type::not_found)
+    throw CompanionFailure("There is no file or folder " + display::printable(source._path.string()) +
+                           "; nothing was changed. Check its name, or connect the disk that it is on.");
+  fs::path database = source._path;
+  if (fs::is_directory(source._path, error)) {
+    needAccess(source._path, source._path);
+    const bool isBackup = PhoneBackup::isAt(source._path);
+    const auto found = isBackup ? std::nullopt : databaseIn(source._path);
+    if (!found) {
+      source._backup.emplace(isBackup ? source._path : backupIn(source._path));
+      source._database = source._backup->database();
+      return source;
+    }
+    database = *found;
   }
-  source._database = fs::is_directory(source._path, error) ? databaseIn(source._path) : source._path;
+  // A log lies beside the real file, not beside a link to it.
+  source._database = fs::canonical(database, error);
+  if (error) source._database = database;
   const StoreProbe probe = StoreProbe::of(source._database);
   // A log whose folder cannot be written is copied to one that can.
   source._mustBeCopied =
@@ -113,6 +165,9 @@ bool HistorySource::bring(const fs::path& file, const Proceed& proceed) const {
       // Said of the copy, meant of the source: they hold the same.
       StoreProbe probe = StoreProbe::of(file);
       probe.file = _database;
+      if (!probe.isReadable() && _backup)
+        throw CompanionFailure(probe.sentence() +
+                               " Nothing was changed. Make the backup again, or copy all of it again.");
       if (!probe.isReadable()) refuse(probe);
       HistoryDatabase(file, HistoryDatabase::Mode::write).execute("PRAGMA wal_checkpoint(TRUNCATE)");
     } else {

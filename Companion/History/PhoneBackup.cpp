@@ -27,6 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kDomain[] = "HomeDomain-";
+constexpr char kAgain[] = "; make the backup again. Nothing was changed.";
 constexpr std::size_t kLargestManifest = std::size_t{64} << 20;  // bytes
 constexpr std::size_t kLargestRecord = std::size_t{1} << 20;     // bytes
 constexpr std::size_t kClassSize = 4;                            // bytes before a wrapped key
@@ -187,19 +188,29 @@ bool PhoneBackup::isAt(const fs::path& folder) {
   return isThere(folder / "Manifest.db") || isThere(folder / "Manifest.mbdb") || isThere(folder / "Manifest.plist");
 }
 
+std::vector<fs::path> PhoneBackup::allIn(const fs::path& folder) {
+  std::vector<fs::path> found;
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(folder, error))
+    if (entry.is_directory(error) && isAt(entry.path())) found.push_back(entry.path());
+  std::ranges::sort(found);
+  return found;
+}
+
 PhoneBackup::PhoneBackup(fs::path folder) : _folder(std::move(folder)) {
   const std::string name = display::printable(_folder.string());
   const auto bytes = AtomicFile::read(_folder / "Manifest.plist", kLargestManifest);
   const auto manifest = bytes ? BackupManifest::parse(*bytes) : std::nullopt;
-  if (bytes && !manifest) throw CompanionFailure("Manifest.plist of the backup " + name + " is damaged.");
+  if (bytes && !manifest) throw CompanionFailure("Manifest.plist of the backup " + name + " is damaged" + kAgain);
   // Without it, as in a backup that was only copied in part, the history may still be there in the clear.
   if (manifest) _manifest = *manifest;
   if (_manifest.isEncrypted && !isThere(_folder / "Manifest.db"))
     throw CompanionFailure("The encrypted backup " + name +
-                           " has no Manifest.db: it is unfinished, or of a system older than these backups.");
+                           " has no Manifest.db: it is unfinished, or of a system older than these backups" + kAgain);
   if (!isThere(database()))
     throw CompanionFailure("The backup " + name +
-                           " holds no messages: it is unfinished, or they are kept in a cloud and not on the phone.");
+                           " holds no messages: it is unfinished, or they are kept in a cloud and not on the phone. "
+                           "Nothing was changed.");
 }
 
 fs::path PhoneBackup::placeOf(const char* path) const {
@@ -221,7 +232,7 @@ std::uintmax_t PhoneBackup::size() const {
 void PhoneBackup::unlock(const SecretBytes& password) {
   auto bag = BackupKeyBag::parse(_manifest.keyBag);
   if (!bag || _manifest.manifestKey.size() <= kClassSize)
-    throw CompanionFailure("The keys of the backup " + display::printable(_folder.string()) + " are damaged.");
+    throw CompanionFailure("The keys of the backup " + display::printable(_folder.string()) + " are damaged" + kAgain);
   if (!bag->unlock(password)) throw CompanionFailure("That is not the password of the backup; nothing was changed.");
   _keys = std::move(bag);
 }
@@ -234,7 +245,7 @@ bool PhoneBackup::extract(const fs::path& file, const Proceed& proceed) const {
 
 bool PhoneBackup::extractEncrypted(const fs::path& file, const Proceed& proceed) const {
   const std::string damaged =
-      "The list of files of the backup " + display::printable(_folder.string()) + " is damaged.";
+      "The list of files of the backup " + display::printable(_folder.string()) + " is damaged" + kAgain;
   const std::span<const std::uint8_t> manifestKey = _manifest.manifestKey;
   const auto listKey = _keys ? _keys->unwrap(classOf(manifestKey), manifestKey.subspan(kClassSize)) : std::nullopt;
   if (!listKey) throw CompanionFailure(damaged);

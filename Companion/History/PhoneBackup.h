@@ -48,6 +48,9 @@ class PhoneBackup {
   // Whether the folder looks like a backup.
   static bool isAt(const std::filesystem::path& folder);
 
+  // The backups directly in this folder, by name: programs that back up put each phone's into a folder of its own.
+  static std::vector<std::filesystem::path> allIn(const std::filesystem::path& folder);
+
   explicit PhoneBackup(std::filesystem::path folder);
 
   bool isEncrypted() const { return _manifest.isEncrypted; }

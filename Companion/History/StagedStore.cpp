@@ -129,7 +129,7 @@ void StagedStore::check() const {
       "Messages does not run. Nothing was changed.");
 }
 
-std::optional<std::int64_t> StagedStore::newMessages() const {
+std::optional<StagedStore::Difference> StagedStore::difference() const {
   std::error_code error;
   if (!fs::exists(_place, error)) return std::nullopt;
   try {
@@ -137,8 +137,12 @@ std::optional<std::int64_t> StagedStore::newMessages() const {
     std::string quoted;
     for (const char c : _place.string()) quoted += c == '\'' ? std::string("''") : std::string(1, c);
     database.execute("ATTACH '" + quoted + "' AS old");
-    return database.integer(
-        "SELECT count(*) FROM main.message WHERE guid NOT IN (SELECT guid FROM old.message WHERE guid IS NOT NULL)");
+    const auto onlyIn = [&database](const std::string& one, const std::string& other) {
+      return database.integer("SELECT count(*) FROM " + one + ".message WHERE guid NOT IN (SELECT guid FROM " + other +
+                              ".message WHERE guid IS NOT NULL)");
+    };
+    return Difference{onlyIn("main", "old"), onlyIn("old", "main"),
+                      database.integer("SELECT count(*) FROM old.message")};
   } catch (const HistoryDatabase::Error&) {
     return std::nullopt;
   }

@@ -32,8 +32,15 @@ class StagedStore {
   // Throws when what was written is damaged.
   void check() const;
 
-  // How many of its messages the store in place does not have; absent when that has none that can be read.
-  std::optional<std::int64_t> newMessages() const;
+  // What becomes of the messages in place.
+  struct Difference {
+    std::int64_t gained = 0;   // only in the new store
+    std::int64_t lost = 0;     // only in the one in place
+    std::int64_t inPlace = 0;  // all of the one in place
+  };
+
+  // Absent when there is no store in place that can be read.
+  std::optional<Difference> difference() const;
 
   // Throws when another program uses the store in place; then nothing is changed.
   void putIntoPlace();

@@ -62,15 +62,19 @@ bool isThere(const std::filesystem::path& file) {
   return std::filesystem::exists(file, error);
 }
 
-std::filesystem::path logOf(const std::filesystem::path& file) {
-  return file.string() + "-wal";
-}
-
-// The folder of the real file, where a reader puts what it shares with writers.
-std::filesystem::path realFolder(const std::filesystem::path& file) {
+// The file that a link leads to: its log lies beside it, and there a reader puts what it shares with writers.
+std::filesystem::path realFile(const std::filesystem::path& file) {
   std::error_code error;
   const auto real = std::filesystem::canonical(file, error);
-  return (error ? file : real).parent_path();
+  return error ? file : real;
+}
+
+std::filesystem::path logOf(const std::filesystem::path& file) {
+  return realFile(file).string() + "-wal";
+}
+
+std::filesystem::path realFolder(const std::filesystem::path& file) {
+  return realFile(file).parent_path();
 }
 
 bool readsWithoutLog(const std::filesystem::path& file) {

@@ -91,7 +91,7 @@ TEST_F(History, AFolderWithChatDbAndAWholeHomeAreFound) {
   makeStore("copied/chat.db", 2);
   EXPECT_EQ(add(_folder / "copied")["messages"], 2);
   makeStore("disk/Users/ada/Library/Messages/chat.db", 3, 0);
-  EXPECT_EQ(add(_folder / "disk/Users/ada")["messages"], 3);
+  EXPECT_EQ(add(_folder / "disk/Users/ada", true)["messages"], 3);
 }
 
 TEST_F(History, AnUnencryptedBackupComesIntoPlace) {
@@ -181,17 +181,75 @@ TEST_F(History, ANewerHistoryIsOnlyReplacedOnDemand) {
   EXPECT_EQ(messagesInPlace(), 9);
 }
 
+TEST_F(History, OneThatLacksMostOfTheOneInPlaceReplacesItOnlyOnDemand) {
+  const fs::path source = makeStore("chat.db", 10, 3);
+  add(source);
+  const fs::path shorter = _folder / "shorter.db";
+  const auto keep = [&](int messages) {
+    fs::copy_file(source, shorter, fs::copy_options::overwrite_existing);
+    StoreConnection(shorter, StoreConnection::Mode::existing)
+        .execute(("DELETE FROM message WHERE ROWID > " + std::to_string(messages)).c_str());
+  };
+  keep(4);
+  EXPECT_THAT(failureOfAdding(shorter),
+              AllOf(HasSubstr("lacks 6 of the 10 messages"), HasSubstr("nothing was changed"), HasSubstr("--replace")));
+  EXPECT_EQ(messagesInPlace(), 10);
+  keep(5);
+  EXPECT_EQ(add(shorter)["messages"], 5) << "half of them may have been deleted on purpose";
+  EXPECT_EQ(add(source)["messages"], 10);
+  keep(4);
+  EXPECT_EQ(add(shorter, true)["messages"], 4);
+}
+
+TEST_F(History, AHistoryOfSomebodyElseReplacesTheOneInPlaceOnlyOnDemand) {
+  add(makeStore("mine.db", 5, 3));
+  const fs::path other = makeStore("other.db", 50, 1);
+  StoreConnection(other, StoreConnection::Mode::existing).execute("UPDATE message SET guid = 'another ' || ROWID");
+  EXPECT_THAT(failureOfAdding(other), HasSubstr("lacks 5 of the 5 messages"));
+  EXPECT_EQ(messagesInPlace(), 5);
+  EXPECT_EQ(add(other, true)["messages"], 50);
+}
+
+TEST_F(History, AFolderOfBackupsWillDoWhenThereIsOneInIt) {
+  const fs::path database = makeStore("made-up.db", 4);
+  PhoneBackupWriter::wrap(_folder / "backups/00008030-001C", database, {});
+  fs::create_directories(_folder / "backups/pictures");
+  const Json told = add(_folder / "backups");
+  EXPECT_EQ(told["messages"], 4);
+  EXPECT_EQ(told["kind"], "phone backup");
+  EXPECT_EQ(told["source"], (_folder / "backups").string());
+  EXPECT_EQ(failureOf(HistoryRefreshCommand()), "");
+  PhoneBackupWriter::wrap(_folder / "backups/00008110-002D", database, {});
+  EXPECT_THAT(failureOfAdding(_folder / "backups"), HasSubstr("several phone backups"));
+  EXPECT_THAT(failureOfAdding(_folder / "backups"), HasSubstr("00008030-001C, 00008110-002D"));
+}
+
+TEST_F(History, TheLogOfALinkedDatabaseIsFoundBesideTheRealOne) {
+  const fs::path source = makeStore("disk/chat.db", 5, 1, true);
+  fs::create_symlink(source, _folder / "link.db");
+  const Json told = add(_folder / "link.db");
+  EXPECT_EQ(told["messages"], 5);
+  EXPECT_THAT(told["missing"].get<std::string>(), IsEmpty());
+}
+
+TEST_F(History, OnlyTheSourceIsForgottenWhereSettingsCannotBeWritten) {
+  std::ofstream(_folder / "settings") << "in the way";
+  EXPECT_THAT(failureOfAdding(makeStore("chat.db", 5)),
+              AllOf(HasSubstr("The history is in place, but"), HasSubstr("history refresh")));
+  EXPECT_EQ(messagesInPlace(), 5);
+}
+
 TEST_F(History, AStoreInUseStaysAndItsLogIsNotLost) {
   add(makeStore("chat.db", 5, 3));
   const fs::path next = makeStore("next.db", 7, 1);
   {
     StoreConnection user(place(), StoreConnection::Mode::existing);
     EXPECT_EQ(user.queryInteger("SELECT count(*) FROM message"), 5);
-    EXPECT_THAT(failureOfAdding(next), HasSubstr("Another program uses"));
+    EXPECT_THAT(failureOf(HistoryAddCommand{next.string(), {}, true, false}), HasSubstr("Another program uses"));
     EXPECT_EQ(user.queryInteger("SELECT count(*) FROM message"), 5);
   }
   EXPECT_EQ(messagesInPlace(), 5);
-  EXPECT_EQ(add(next)["messages"], 7);
+  EXPECT_EQ(add(next, true)["messages"], 7);
   EXPECT_EQ(messagesInPlace(), 7);
 }
 
