@@ -26,6 +26,7 @@ class Registration : public Base {
 }  // namespace
 
 std::unique_ptr<FileWatch> InMemoryFileEvents::watch(const std::filesystem::path& file, std::function<void()> handler) {
+  if (!_available) return nullptr;
   auto entry = std::make_shared<Entry>(Entry{file, std::move(handler)});
   _entries->push_back(entry);
   return std::make_unique<Registration<FileWatch, Entry>>(_entries, std::move(entry));

@@ -15,6 +15,8 @@ class InMemoryFileEvents : public FileEvents {
 
   // As if the file, or the log that a database keeps, had been written once.
   void raise(const std::filesystem::path& file);
+  // While not available nothing can be watched; what is watched already stays so.
+  void setAvailable(bool available) { _available = available; }
   std::size_t watchCount() const { return _entries->size(); }
 
  private:
@@ -24,6 +26,7 @@ class InMemoryFileEvents : public FileEvents {
   };
   using Entries = std::list<std::shared_ptr<Entry>>;
 
+  bool _available = true;
   std::shared_ptr<Entries> _entries = std::make_shared<Entries>();
 };
 

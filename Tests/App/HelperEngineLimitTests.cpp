@@ -107,6 +107,29 @@ TEST(HelperEngineLimit, TheWindowIsThirtyTimes86400SecondsWhereClocksChangeToo) 
   EXPECT_EQ(world.notes().days[0].receivedCount, 1);
 }
 
+// Each piece of work in the background takes a while.
+class SlowScheduler : public VirtualScheduler {
+ public:
+  using VirtualScheduler::VirtualScheduler;
+
+  Task<void> inBackground(std::function<void()> work) override {
+    work();
+    advance(20min);
+    co_return;
+  }
+};
+
+TEST(HelperEngineLimit, TheWindowIsThatOfTheMomentAtWhichTheReadBegan) {
+  EngineWorld world;
+  SlowScheduler slow(EngineWorld::kStart);
+  world.clock = &slow;
+  world.fromAnna(24h * 30 - 1min, "inside until a minute from now");
+  world.read();
+  EXPECT_GT(slow.now(), EngineWorld::kStart + 20min);
+  ASSERT_EQ(world.notes().days.size(), 1U);
+  EXPECT_EQ(world.notes().days[0].receivedCount, 1);
+}
+
 TEST(HelperEngineLimit, AReadCountsFromItsBeginning) {
   EngineWorld world;
   world.scripted = ScriptedLanguageModel([&](const ScriptedLanguageModel::Asked& asked) {

@@ -134,6 +134,25 @@ TEST(HelperEngine, AStoreThatAppearsIsReadTwoSecondsAfterItsLastChangeAndThenFol
   EXPECT_EQ(readsOf(world), 2);
 }
 
+TEST(HelperEngine, AStoreThatCouldNotBeWatchedAtTheStartIsFollowedFromTheNextReadOn) {
+  EngineWorld world;
+  world.fileEvents.setAvailable(false);
+  const auto engine = world.makeEngine();
+  engine->start();
+  EXPECT_EQ(readsOf(world), 1);
+  EXPECT_EQ(world.fileEvents.watchCount(), 0U);
+  world.fileEvents.setAvailable(true);
+  world.scheduler.advance(900s);
+  EXPECT_EQ(readsOf(world), 2);
+  world.fileEvents.raise(logOf(world));
+  world.scheduler.advance(30s);
+  EXPECT_EQ(readsOf(world), 3);
+  world.fileEvents.setAvailable(false);  // a watch that holds is not given up for another
+  world.fileEvents.raise(logOf(world));
+  world.scheduler.advance(30s);
+  EXPECT_EQ(readsOf(world), 4);
+}
+
 TEST(HelperEngine, PeopleThatAppearAreReadTwoSecondsLater) {
   EngineWorld world;
   const auto people = world.shared / "people.json";
