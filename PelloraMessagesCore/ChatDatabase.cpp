@@ -41,7 +41,7 @@ class Statement {
 
   void bind(std::int64_t parameter) { sqlite3_bind_int64(_statement, 1, parameter); }
 
-  // Hands a value of C++ to a function of SQL that knows it by `type`; it must outlive the statement.
+  // Hands a C++ value to an SQL function that knows it by `type`; it must outlive the statement.
   template <class Value>
   void bind(int index, const Value& value, const char* type) {
     sqlite3_bind_pointer(_statement, index, const_cast<Value*>(&value), type, nullptr);
@@ -57,7 +57,7 @@ class Statement {
   std::int64_t integer64(int column) { return sqlite3_column_int64(_statement, column); }
   bool boolean(int column) { return sqlite3_column_int(_statement, column) != 0; }
 
-  // A text ends at its first zero byte, as it does for the functions of SQL. The views live until the next row.
+  // A text ends at its first zero byte, as it does for SQL's own functions. The views live until the next row.
   std::optional<std::string_view> text(int column) {
     const unsigned char* bytes = sqlite3_column_text(_statement, column);
     if (bytes == nullptr) return std::nullopt;
@@ -83,7 +83,7 @@ class Statement {
 };
 
 constexpr char kTextColumns[] = "m.text, m.attributedBody";
-// The same of some chats only: what lies in other rows is never asked for.
+// The same for some chats only: the texts in other rows are never asked for.
 constexpr char kSelectedTextColumns[] =
     "CASE WHEN is_one_of(cmj.chat_id, ?2) THEN m.text END, CASE WHEN is_one_of(cmj.chat_id, ?2) THEN m.attributedBody "
     "END";
@@ -100,7 +100,7 @@ std::string messageQuery(const std::string& condition, const std::string& orderi
          ordering + " LIMIT " + std::to_string(limit);
 }
 
-// Row ids, ascending, for the function of SQL below.
+// Row ids, ascending, for the SQL function below.
 using RowIDs = std::vector<std::int64_t>;
 constexpr char kRowIDsPointer[] = "row ids";
 
@@ -119,10 +119,10 @@ std::optional<std::string> body(Statement& row) {
   return MessageBody::text(repaired, attributedBody);
 }
 
-// What the rows of a message query come to.
+// The outcome of a message query.
 struct TakenRows {
   std::vector<HistoryMessage> messages;
-  int count = 0;                    // rows, whatever became of them
+  int count = 0;                    // of all rows, used or not
   std::int64_t lastRowID = 0;       // of all rows
   std::int64_t highestSettled = 0;  // of the messages and the rows of other chats
 };
@@ -180,7 +180,7 @@ std::string selectionQuery(const ChatSelection& chats) {
          "WHERE IFNULL(m.associated_message_type, 0) = 0 AND IFNULL(m.item_type, 0) = 0";
 }
 
-// By canonical form; of handles that are canonically the same, the first one stays.
+// By canonical form; of canonically equal handles the first one stays.
 void sortWithoutRepeats(std::vector<std::string>& handles) {
   if (std::all_of(handles.begin(), handles.end(), text::isAscii)) {
     std::sort(handles.begin(), handles.end());
@@ -226,7 +226,7 @@ bool ChatDatabase::canRead(const std::filesystem::path& url) {
   const FileDescriptor descriptor = FileDescriptor::open(url, O_RDONLY | O_NONBLOCK);
   struct stat status{};
   if (!descriptor.isOpen() || ::fstat(descriptor.number(), &status) != 0) return false;
-  // A folder can be opened too; opening the database tells whether it is one.
+  // A folder can be opened too; opening the database shows whether it is one.
   return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
 }
 

@@ -131,7 +131,7 @@ class ChatDatabase {
   // The handles of the store, in its own spelling, without repeats. Reads nothing of any message.
   std::vector<std::string> handles() const;
 
-  // Whom one writes with in one-to-one chats, most messages first. Counts and dates; no text is read.
+  // The other sides of one-to-one chats, most messages first. Counts and dates; no text is read.
   struct Correspondent {
     std::string handle;
     std::int64_t sent = 0;

@@ -306,7 +306,7 @@ constexpr bool kIsRequired<std::optional<Value>> = false;
 template <HasFields Record>
 bool get(JsonReader& json, Record& record) {
   return withFields(record, [&]<class... Values>(const Field<Values>&... fields) {
-    // One bit a field, in the table's order.
+    // One bit per field, in the table's order.
     constexpr std::uint32_t kAll = (std::uint32_t{1} << sizeof...(Values)) - 1;
     std::uint32_t missing = kAll;
     const bool isWellFormed = json.readObject([&](std::string_view key) {

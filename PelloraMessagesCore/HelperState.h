@@ -58,7 +58,7 @@ struct LatelyAnswer {
   bool operator==(const LatelyAnswer&) const = default;
 };
 
-// The cost of the model's work. Tokens count as far as the server tells.
+// The cost of the model's work. Tokens count as far as the server reports them.
 struct ModelUse {
   std::int64_t questions = 0;  // that reached the server, answered or not
   std::int64_t promptTokens = 0;

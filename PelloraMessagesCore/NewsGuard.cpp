@@ -31,7 +31,7 @@ std::string cleaned(std::string_view sentence) {
   return std::string(text::trimmed(oneLine));
 }
 
-// Up to the first "." or "!" behind the `opening` bytes at the beginning: a name may end in a full stop.
+// Up to the first "." or "!" after the `opening` bytes at the beginning: a name may end in a full stop.
 std::string_view upToFirstMark(std::string_view sentence, std::size_t opening) {
   constexpr std::string_view kMarks = ".!";
   for (std::size_t mark = sentence.find_first_of(kMarks, opening); mark != std::string_view::npos;

@@ -65,7 +65,7 @@ bool isPageSize(std::uint32_t size) {
   return size >= kSmallestPage && size <= kLargestPage && (size & (size - 1)) == 0;
 }
 
-// Whether SQLite takes nothing from the log, as far as its head tells: no byte behind it, a magic number (whose last
+// Whether SQLite takes nothing from the log, as far as its header shows: no byte after it, a magic number (whose last
 // bit tells the byte order of the checksum), a page size or a checksum over the first 24 bytes that is none.
 bool isLogVoid(const std::string& log) {
   const FileDescriptor file = FileDescriptor::open(log, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);

@@ -46,7 +46,7 @@ void harden(sqlite3* connection, Patience& patience);
 // that. Absent while another program keeps the store locked, because nothing is known then.
 std::optional<std::string> tableTrouble(sqlite3* connection);
 
-// The connection's last error as SQLite tells it, or in plainer words where SQLite's say too little.
+// The connection's last error as SQLite words it, or in plainer words where SQLite's say too little.
 std::string errorText(sqlite3* connection);
 
 }  // namespace StoreHardening

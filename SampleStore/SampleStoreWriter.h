@@ -17,7 +17,7 @@ struct SampleOptions {
   std::uint64_t seed = 1;
   std::size_t messages = 20'000;  // rows of `message`, of every kind
   std::size_t people = 12;        // people one knows
-  std::size_t chats = 0;          // at least so many chats, filled up with strangers'; 0: as it comes
+  std::size_t chats = 0;          // at least this many chats, filled up with strangers'; 0: no minimum
   int days = 200;                 // how far back the history goes
   Instant now;                    // where it ends
 };

@@ -62,8 +62,8 @@ struct HistoryStatusCommand {
 };
 
 // `people import`: reads address books and puts their people into the people file. Numbers become international ones,
-// and what Messages knows of the people is said: of the store only handles are read. The key is created when there is
-// none. Tested by Tests/Companion/CommandTests.cpp and PeopleCommandTests.cpp.
+// and the output says which of the people Messages knows: only handles are read from the store. The key is created when
+// there is none. Tested by Tests/Companion/CommandTests.cpp and PeopleCommandTests.cpp.
 struct PeopleImportCommand {
   std::vector<std::string> sources;  // names of files; "-" is standard input
   bool replaces = false;             // the people file becomes exactly the import
@@ -78,8 +78,8 @@ struct PeopleImportCommand {
   CommandResult run(const CompanionContext& context, ImportedPeople imported) const;
 };
 
-// `people list`: whom the helper looks for, and who of them appears in Messages. `people suggest`: with whom one writes
-// most among those whom nobody of them is. Of messages counts and dates are read, no text.
+// `people list`: the people the helper looks for, and which of them appear in Messages. `people suggest`: the other
+// correspondents, most messages first. Only counts and dates of messages are read, no text.
 // Tested by Tests/Companion/CommandTests.cpp and PeopleCommandTests.cpp.
 struct PeopleListCommand {
   bool json = false;
@@ -89,14 +89,14 @@ struct PeopleListCommand {
 };
 
 struct PeopleSuggestCommand {
-  std::size_t count = 20;  // at most so many
+  std::size_t count = 20;  // at most this many
   bool json = false;
 
   // Throws CompanionFailure.
   CommandResult run(const CompanionContext& context) const;
 };
 
-// `people remove`: takes one person out of the people file, with the lately record; the days go from the notes at the
+// `people remove`: takes one person out of the people file, with the lately record; the days leave the notes at the
 // helper's next read. Tested by Tests/Companion/PeopleCommandTests.cpp.
 struct PeopleRemoveCommand {
   std::string person;  // as PersonChoice takes it
@@ -139,7 +139,7 @@ struct ReadNowCommand {
   CommandResult run(const CompanionContext& context) const;
 };
 
-// Everything of the window is read again at the next read; with `language` the model is asked again for every day.
+// Everything in the window is read again at the next read; with `language` the model is asked again for every day.
 struct RereadCommand {
   bool language = false;
   bool json = false;
@@ -194,7 +194,7 @@ struct ModelForgetCommand {
 };
 
 // `model evaluate`: asks the model that the helper would ask about invented days and says whether it is good enough.
-// Without a model it tells what the guards make of true, random and empty answers. Done only when the model is good
+// Without a model it says what the guards make of true, random and empty answers. Done only when the model is good
 // enough. Runs the event loop, on the main thread. Tested by Tests/Companion/EvaluationTests.cpp.
 struct ModelEvaluateCommand {
   std::string casesFile;  // JSON lines; empty: the built-in cases
@@ -215,7 +215,7 @@ struct StatusCommand {
 
 // `setup`: the four steps from nothing to results in order (history, people, language model, start at login), each
 // showing what it found and skippable. On a terminal it asks for what is missing and runs the command for it; without
-// one it tells what is missing, and how to get it. Tested by Tests/Companion/ProgramTests.cpp.
+// one it says what is missing, and how to get it. Tested by Tests/Companion/ProgramTests.cpp.
 struct SetupCommand {
   bool json = false;
   // Runs a command line of this program without its name; its exit code.

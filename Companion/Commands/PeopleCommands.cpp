@@ -231,7 +231,7 @@ std::vector<ChatDatabase::Correspondent> unclaimed(const CompanionContext& conte
   std::vector<ChatDatabase::Correspondent> found;
   for (ChatDatabase::Correspondent& each : ChatDatabase(context.store).correspondents()) {
     const std::string handle = normalizedHandle(each.handle);
-    // One writes with whom one answers.
+    // Nobody corresponds with senders that they never answer.
     if (found.size() == count || each.sent == 0 || !isPersons(handle) || !claimed.insert(handle).second) continue;
     found.push_back(std::move(each));
   }

@@ -1,4 +1,4 @@
-// Everything that `status` tells, gathered: each part may be missing and says so itself.
+// Everything that `status` says, gathered: each part may be missing and says so itself.
 #pragma once
 
 #include <chrono>
@@ -30,7 +30,7 @@ struct StatusReport {
   std::optional<HelperHeartbeat> heartbeat;
   std::optional<Instant> lastReadAt;
   std::optional<ModelReport> model;              // absent when nobody looked
-  std::optional<ConfinementReport> protections;  // absent when the helper tells of none
+  std::optional<ConfinementReport> protections;  // absent when the helper reports none
   // Absent when the helper has kept none that opens. Tells of a read only while one runs.
   std::optional<HelperState> state;
   platform_adapters::HelperPresence presence = platform_adapters::HelperPresence::notRunning;

@@ -50,7 +50,7 @@ class ModelWitness : public LanguageModel {
     std::string answer;                       // as the model gave it
     std::optional<LanguageModelError> error;  // why there is none
     double seconds = 0;
-    std::int64_t tokens = 0;  // of question and answer, as far as the server tells
+    std::int64_t tokens = 0;  // of question and answer, as far as the server reports them
   };
 
   // `model` outlives this object.

@@ -26,7 +26,7 @@ class StagedStore {
   // Where to write it.
   std::filesystem::path file() const { return _folder / "chat.db"; }
 
-  // Throws unless the disk has room for so many bytes.
+  // Throws unless the disk has room for this many bytes.
   void needRoom(std::uintmax_t bytes) const;
 
   // Throws when what was written is damaged.

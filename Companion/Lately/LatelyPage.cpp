@@ -48,7 +48,7 @@ std::string hashOf(std::string_view style) {
   return "sha256-" + std::string(text, text + length);
 }
 
-// Without anything that means something in HTML, in text or in attributes, and without characters that steer.
+// Escaped for text and attributes of HTML, without characters that change the direction of writing.
 std::string escaped(std::string_view text) {
   std::string result;
   for (const char byte : display::printable(text)) {
@@ -145,7 +145,7 @@ std::string anchorOf(const NamedLately& lately) {
   return "person-" + lately.record.personID.toString();
 }
 
-// The next time this day of the year comes, today included. Months and days from files are of no calendar perhaps.
+// The next time this day of the year comes, today included. Months and days from files may be no date at all.
 LocalCalendar::Date nextDate(const MessagesBirthday& birthday, const LocalCalendar::Date& today) {
   const bool isOver = std::tie(birthday.month, birthday.day) < std::tie(today.month, today.day);
   return {today.year + (isOver ? 1 : 0), birthday.month, birthday.day};

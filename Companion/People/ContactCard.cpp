@@ -33,7 +33,7 @@ constexpr std::string_view kTitles[] = {
 // One letter or short enough to be somebody's name: only with a full stop.
 constexpr std::string_view kOnlyWithStop[] = {"h",   "c",   "m",   "me",  "fr", "don", "ing", "ir",
                                               "pan", "mag", "nat", "med", "hr", "bc",  "maj", "hon"};
-// Behind a comma or a name.
+// After a comma or a name.
 constexpr std::string_view kDegrees[] = {"phd", "md",  "dds", "esq", "jr",  "sr", "ii", "iii", "iv", "mba",
                                          "msc", "bsc", "ma",  "ba",  "cpa", "rn", "jd", "dvm", "pe", "mph"};
 

@@ -115,7 +115,7 @@ class ContactCard {
   Kind _kind = Kind::person;
 };
 
-// The first name in a full one: titles go, "Lovelace, Ada" is turned, degrees behind a comma are none, and names in
+// The first name in a full one: titles go, "Lovelace, Ada" is turned, degrees after a comma are no names, and names in
 // Chinese, Japanese or Korean writing begin with the family's.
 std::string firstNameIn(std::string_view fullName);
 

@@ -58,7 +58,7 @@ struct PeopleMerge {
                            Mode mode);
 };
 
-// The outcome of an import as `people import` tells it: people taken, entries skipped, and what to watch out for.
+// The outcome of an import as `people import` reports it: people taken, entries skipped, and what to watch out for.
 struct ImportOutcome {
   ImportedPeople::Format format = ImportedPeople::Format::json;
   std::vector<PersonChange> changes;

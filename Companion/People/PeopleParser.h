@@ -28,7 +28,7 @@ ImportedPeople parseJsonPeople(std::string_view json);
 bool containsLdif(std::string_view text);
 
 // People out of LDIF (RFC 2849) as mail programs and directories write it: entries between empty lines, folded lines,
-// values in base64 behind "::". Total, linear. Tested by Tests/Companion/CorpusTests.cpp.
+// values in base64 after "::". Total, linear. Tested by Tests/Companion/CorpusTests.cpp.
 ImportedPeople parseLdifPeople(std::string_view text);
 
 // Whether a line opens a vCard.

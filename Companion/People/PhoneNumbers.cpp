@@ -29,7 +29,7 @@ const PhoneNumberUtil& library() {
   return *PhoneNumberUtil::GetInstance();
 }
 
-// Digits of every writing as ASCII, the wide plus sign as "+".
+// Digits of every script as ASCII, the wide plus sign as "+".
 std::string withPlainDigits(std::string_view text) {
   const std::string valid = text::repairedUtf8(text);
   std::string result;

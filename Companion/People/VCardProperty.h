@@ -22,7 +22,7 @@ class VCardLines {
   // For the lines that follow.
   void setKeepsSpaceAtFolds(bool keeps) { _keepsSpaceAtFolds = keeps; }
 
-  // Whether the last line read was the text's last and had no line break behind it.
+  // Whether the last line read was the text's last and had no line break after it.
   bool endedWithoutLineBreak() const { return _endedWithoutLineBreak; }
 
  private:

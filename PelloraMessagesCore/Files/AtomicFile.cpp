@@ -102,8 +102,8 @@ void TemporaryFile::removeIfAbandoned(const std::filesystem::path& file) {
   if (retried([&] { return ::flock(descriptor.number(), LOCK_EX | LOCK_NB); }) == 0) ::unlink(file.c_str());
 }
 
-// False when somebody who clears leftovers was faster and has taken the name away. A file system without locks
-// gives none to those who clear either, so continuing without one is safe there.
+// False when another process that clears leftovers was faster and removed the file. On a file system without locks that
+// process gets none either, so continuing without one is safe.
 bool TemporaryFile::lock() {
   retried([&] { return ::flock(_descriptor.number(), LOCK_EX); });
   struct stat status{};
@@ -236,7 +236,7 @@ void writeAll(std::span<const Replacement> replacements) {
     writeSome(replacements.first(count));
     replacements = replacements.subspan(count);
   }
-  // The names of replaced files are whole at every moment; that they last is waited for once.
+  // Replaced files are whole at every moment; one wait at the end makes sure that they last.
   for (const fs::path& folder : folders) syncFolder(folder);
 }
 

@@ -113,7 +113,7 @@ bool isFullStopOfAbbreviation(std::string_view text, std::size_t mark) {
   const std::string_view around = wordAround(text, mark);
   if (around.empty() || text[mark] != '.') return false;
   const char* stop = text.data() + mark;
-  // Directly behind the word, so not the last of several stops in a row.
+  // Directly after the word, so not the last of several stops in a row.
   const std::string_view before = around.substr(0, static_cast<std::size_t>(stop - around.data()));
   const std::string_view left = text::trimmedOfPunctuation(before);
   if (!left.empty() && left.data() + left.size() == stop && (isAbbreviation(left) || isInitial(left))) return true;

@@ -36,7 +36,7 @@ class Fnv1a {
 // Looks at every window of a few neighboring bytes of a text with a test that has no branches, in blocks of a fixed
 // size that the compiler turns into vector instructions; the last block overlaps the one before, because short texts
 // would otherwise spend their time on single bytes. Pure. The result says whether `test(bytes)`, 0 or 1, is 1 at any
-// offset that has kWindow bytes of the text behind it.
+// offset that has kWindow bytes of the text after it.
 template <std::size_t kWindow, class Test>
 bool holdsByteWindow(std::string_view text, Test test) {
   constexpr std::size_t kBlock = 16;

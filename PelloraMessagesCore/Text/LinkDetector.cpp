@@ -179,7 +179,7 @@ std::optional<LinkDetector::Link> Scanner::linkWithoutHost(Link link, std::size_
   return link;
 }
 
-// Where the host begins: behind the last '@' before path, query and fragment.
+// Where the host begins: after the last '@' before path, query and fragment.
 std::size_t Scanner::afterUserInformation(std::size_t begin) const {
   std::size_t result = begin;
   const std::size_t limit = std::min(_text.size(), begin + kLongestUserInformation);
@@ -268,7 +268,7 @@ std::optional<LinkDetector::Link> Scanner::bareLink(std::size_t begin, std::size
   return link;
 }
 
-// Behind the letters, digits and marks of a host at `begin`; a text in a script without spaces ends where another
+// The end of the letters, digits and marks of a host at `begin`; a text in a script without spaces ends where another
 // alphabet begins, unless a full stop came before. Two full stops in a row belong to no word.
 std::size_t Scanner::wordEnd(std::size_t begin) const {
   std::size_t end = begin;
@@ -294,8 +294,8 @@ std::size_t Scanner::wordEnd(std::size_t begin) const {
   return end;
 }
 
-// Behind the letter, the full stop between ASCII letters or the symbols before a full stop that begin at `position`,
-// which is returned when none of them is there.
+// The end of the letter, the full stop between ASCII letters or the symbols before a full stop that begin at
+// `position`, which is returned when none of them is there.
 std::size_t Scanner::foreignWordPartEnd(std::size_t position) const {
   const Scalar scalar = scalarAt(_text, position);
   if (LinkText::isWordScalar(scalar.value)) return scalar.end;

@@ -79,13 +79,13 @@ bool isTitleCase(std::string_view word) {
          std::none_of(word.begin() + 1, word.end(), isUpperCase);
 }
 
-// "Oakland.CA": an abbreviation behind a name.
+// "Oakland.CA": an abbreviation after a name.
 bool isAbbreviationAfter(std::string_view before, std::string_view ending) {
   return std::all_of(ending.begin(), ending.end(), isUpperCase) &&
          std::any_of(before.begin(), before.end(), isLowerCase);
 }
 
-// Behind the characters of a host name at `begin`; two full stops in a row belong to no name.
+// The end of the characters of a host name at `begin`; two full stops in a row belong to no name.
 std::size_t nameCharactersEnd(std::string_view text, std::size_t begin) {
   std::size_t end = begin;
   while (end < text.size()) {

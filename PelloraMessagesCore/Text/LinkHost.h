@@ -18,14 +18,14 @@ inline constexpr std::size_t kMaximumBytes = 253;
 struct Found {
   std::size_t end = 0;
   std::string ascii;
-  bool isComplete = false;  // no text was cut off behind it, so a port or a path may follow
+  bool isComplete = false;  // no text was cut off after it, so a port or a path may follow
 };
 
 // The name at `begin` of an address with a scheme: any valid name, whether or not its top-level domain exists.
 std::optional<Found> nameAt(std::string_view text, std::size_t begin);
 
-// Behind a full stop directly behind a name that ends at `end`, when more of an address follows it ("example.com./a");
-// else `end`.
+// The end of a full stop directly after a name that ends at `end`, when more of an address follows it
+// ("example.com./a"); else `end`.
 std::size_t emptyLabelEnd(std::string_view text, std::size_t end);
 
 // "[::1]" at `begin`.
@@ -38,7 +38,7 @@ std::optional<std::string> ascii(std::string_view host);
 bool endsInTopLevelDomain(std::string_view host);
 
 // Whether a name with a known top-level domain, but without scheme, "www.", port and path, was meant as an address:
-// chat typing has many words with a full stop and no space behind it.
+// chat typing has many words with a full stop and no space after it.
 bool isMeant(std::string_view host);
 
 // "192.168.0.1": four numbers from 0 to 255.
@@ -47,17 +47,17 @@ bool isIPv4(std::string_view host);
 // The address between the brackets of "[::1]".
 bool isIPv6(std::string_view address);
 
-// `host` without a text in a script without spaces or symbols directly behind a complete name ("example.com" followed
+// `host` without a text in a script without spaces or symbols directly after a complete name ("example.com" followed
 // by Chinese); all of it when it has a known top-level domain as it is, or no such name within.
 std::string_view withoutTextBehind(std::string_view host);
 
-// Behind ":8080" at `begin`, or behind ":" alone when a path follows; `begin` without a port; absent when the number is
+// The end of ":8080" at `begin`, or of ":" alone when a path follows; `begin` without a port; absent when the number is
 // too large, so that nothing can open the address.
 std::optional<std::size_t> portEnd(std::string_view text, std::size_t begin);
 
 }  // namespace pellora::LinkHost
 
-// How a bare host name is told from chat typing, which has many words with a full stop and no space behind it ("see you
+// How a bare host name is told from chat typing, which has many words with a full stop and no space after it ("see you
 // at night.tc", "ok.lk"): by the top-level domains that people write on purpose, and by words that are no names of
 // hosts. With a scheme, "www.", a port or a path every known top-level domain counts. All tables are in lower case.
 namespace pellora::LinkWords {

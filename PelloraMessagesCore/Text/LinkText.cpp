@@ -218,7 +218,7 @@ std::size_t LinkTail::endFrom(std::size_t begin, std::size_t linkBegin) {
   return trimmedEnd(linkBegin, begin, end);
 }
 
-// Behind the character at `position` when it may be part of a path, else `position`.
+// The end of the character at `position` when it may be part of a path, else `position`.
 std::size_t LinkTail::characterEnd(std::size_t linkBegin, std::size_t position) {
   if (bracketAt(_text, position).kind != 0) {
     const std::uint32_t partner = bracketPartner(position);
@@ -245,7 +245,7 @@ std::size_t LinkTail::foreignEnd(std::size_t position) const {
   const Scalar scalar = scalarAt(_text, position);
   if (LinkText::isWordScalar(scalar.value)) return scalar.end;
   if (LinkText::isInnerPunctuation(scalar.value)) return goesOn(_text, scalar.end) ? scalar.end : position;
-  // An emoji behind a whole word decorates the link; as a segment or a value of its own it is part of it.
+  // An emoji after a whole word decorates the link; as a segment or a value of its own it is part of it.
   const std::size_t end = LinkText::symbolsEnd(_text, position);
   const char before = _text[position - 1];
   return before == '/' || before == '=' || goesOn(_text, end) ? end : position;

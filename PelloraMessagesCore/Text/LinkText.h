@@ -41,13 +41,13 @@ inline constexpr char32_t kNoScalar = 0xFFFFFFFF;
 
 struct Scalar {
   char32_t value = kNoScalar;  // kNoScalar: invalid bytes
-  std::size_t end = 0;         // the offset behind it; before it for scalarBefore
+  std::size_t end = 0;         // the offset after it; before it for scalarBefore
 };
 
 Scalar scalarAt(std::string_view text, std::size_t position);
 Scalar scalarBefore(std::string_view text, std::size_t position);
 
-// Zero behind the text's end.
+// Zero past the text's end.
 inline char byteAt(std::string_view text, std::size_t position) {
   return position < text.size() ? text[position] : '\0';
 }
@@ -64,10 +64,10 @@ bool isUnspacedScript(char32_t scalar);
 // Punctuation that belongs to a word when it is inside it: hyphens, the apostrophe, middle dots.
 bool isInnerPunctuation(char32_t scalar);
 
-// Behind the symbols that begin at `position`, which is returned when none is there or too many are.
+// The end of the symbols that begin at `position`, which is returned when none is there or too many are.
 std::size_t symbolsEnd(std::string_view text, std::size_t position);
 
-// Behind the full stop at `position` when it is one that browsers read as "." in a host name but is not ASCII; else
+// The end of the full stop at `position` when it is one that browsers read as "." in a host name but is not ASCII; else
 // `position`.
 std::size_t foreignDotEnd(std::string_view text, std::size_t position);
 
@@ -93,8 +93,8 @@ class LinkTail {
  public:
   explicit LinkTail(std::string_view text) : _text(text) {}
 
-  // Behind what follows the host that ends at `begin`, which is returned when nothing does. `linkBegin` is where the
-  // whole link begins.
+  // The end of what follows the host that ends at `begin`, which is returned when nothing does. `linkBegin` is where
+  // the whole link begins.
   std::size_t endFrom(std::size_t begin, std::size_t linkBegin);
 
  private:

@@ -22,8 +22,8 @@ namespace {
 constexpr UChar32 kZeroWidthSpace = 0x200B;
 constexpr UChar32 kInvalid = -1;
 
-// Putting marks in their canonical order takes time by the square of their number. No script stacks this many; what
-// does is made to be slow and stays in the order in which it was written.
+// Putting marks in their canonical order takes quadratic time in their number. No script stacks this many: a text that
+// does was made to be slow, and keeps the order in which it was written.
 constexpr std::size_t kMostOrderedMarks = 128;
 
 std::int32_t length32(std::string_view text) {

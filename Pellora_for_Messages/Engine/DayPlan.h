@@ -27,7 +27,7 @@ struct DayPlan {
   static bool hasDaysToAsk(const ReadContext& context, const ReadMemory& memory);
 
   std::vector<MessagesDayRecord> records;  // of every draft, newest first
-  std::vector<OpenDay> open;               // newest first, days that failed before behind the others
+  std::vector<OpenDay> open;               // newest first, days that failed before after all others
 };
 
 // Same counts, same last message.

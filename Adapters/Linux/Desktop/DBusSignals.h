@@ -1,5 +1,5 @@
-// What the helper learns and tells by signals on the user's session bus and the system bus: requests to read, sleep and
-// resume, the preference for dark windows.
+// Everything that the helper learns and says by signals on the user's session bus and the system bus: requests to read,
+// sleep and resume, the preference for dark windows.
 #pragma once
 
 #include <QDBusVariant>
@@ -49,7 +49,7 @@ class LogindSleepNotice : public SleepNotice {
   std::string _busAddress;
 };
 
-// The user's preference for dark windows as the desktop portal tells it on the session bus
+// The user's preference for dark windows as the desktop portal reports it on the session bus
 // (org.freedesktop.appearance, color-scheme). Needs the event loop of the main thread.
 // Tested by Tests/Adapters/DesktopBusTests.cpp.
 class PortalAppearance : public QObject, public Appearance {

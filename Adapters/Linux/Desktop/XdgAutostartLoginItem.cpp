@@ -23,7 +23,7 @@ constexpr char kHidden[] = "Hidden";
 constexpr char kEnabled[] = "X-GNOME-Autostart-enabled";
 constexpr std::size_t kMaximumSize = std::size_t{256} << 10;  // bytes
 
-// Signs of a text key's value that have an escape, and behind the backslash of it.
+// Signs of a text key's value that have an escape, and the letter after its backslash.
 constexpr std::string_view kEscaped = "\\\n\t\r";
 constexpr std::string_view kEscapes = "\\ntr";
 // Signs that a quoted argument has a backslash before.

@@ -34,10 +34,10 @@ LanguageModel::Answer decodeAnswer(std::string_view body, const ModelQuestion& q
 // The models that the server lists, in its order; absent when the body is not such a list.
 std::optional<std::vector<ListedModel>> decodeModels(std::string_view body);
 
-// The context in use, in tokens, as llama.cpp's server tells it.
+// The context in use, in tokens, as llama.cpp's server reports it.
 std::optional<std::int64_t> contextFromProperties(std::string_view body);
 
-// Adds what LM Studio tells about its models: what each is for, whether it is loaded, and with which context. False
+// Adds what LM Studio says about its models: what each is for, whether it is loaded, and with which context. False
 // when the body is not such a list.
 bool addDetails(std::string_view body, std::vector<ListedModel>& models);
 

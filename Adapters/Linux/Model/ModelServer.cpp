@@ -155,8 +155,8 @@ Task<std::string> ModelServer::recognize(std::shared_ptr<ModelServer> self, Mode
 }
 
 // Why the server cannot be asked after it left a page without an answer; empty when it still answers others. One that
-// goes away meanwhile must not be taken for another make that forwards nothing; one that merely has no such page may
-// say so by closing the connection.
+// goes away meanwhile must not be mistaken for another make, which forwards nothing; one that merely has no such page
+// may say so by closing the connection.
 Task<std::string> ModelServer::troubleAfter(std::shared_ptr<ModelServer> self, HttpAnswer answer) {
   if (answer.outcome == HttpAnswer::Outcome::answered) co_return std::string();
   const HttpAnswer list = co_await get(self, ChatCompletionsProtocol::kModelsPath);
@@ -164,7 +164,7 @@ Task<std::string> ModelServer::troubleAfter(std::shared_ptr<ModelServer> self, H
   co_return trouble;
 }
 
-// Which make the server is of, by more than one of its pages, and what it tells about its models.
+// Which make the server is of, by more than one of its pages, and what it says about its models.
 Task<std::string> ModelServer::identify(std::shared_ptr<ModelServer> self, Models models, Known* known) {
   const auto holds = std::make_shared<bool>(false);
   const HttpAnswer version = co_await get(self, OllamaProtocol::kVersionPath, [holds](HttpAnswer& received) {

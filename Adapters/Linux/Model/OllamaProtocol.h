@@ -29,16 +29,16 @@ inline constexpr const char* kImitatorsPath = "/readyz";
 // Whether this is an answer to kVersionPath.
 bool isVersion(std::string_view body);
 
-// Adds what kTagsPath's answer tells: where each model runs and what it can do. False when it is not such a list or
+// Adds what kTagsPath's answer says: where each model runs and what it can do. False when it is not such a list or
 // lists none of them.
 bool addTags(std::string_view body, std::vector<ListedModel>& models);
 
-// Adds what kRunningPath's answer tells: which models are loaded, with which context.
+// Adds what kRunningPath's answer says: which models are loaded, with which context.
 void addRunning(std::string_view body, std::vector<ListedModel>& models);
 
 std::string showBody(const std::string& model);
 
-// Adds what kShowPath's answer tells about this model.
+// Adds what kShowPath's answer says about this model.
 void addFacts(std::string_view body, ListedModel& model);
 
 // How many tokens of context to ask for. Another number than before makes the server load the model again, so it is
