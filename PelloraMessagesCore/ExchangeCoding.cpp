@@ -134,7 +134,7 @@ auto withFields(Record& record, Use use) {
 
 template <Is<HelperState> Record, class Use>
 auto withFields(Record& record, Use use) {
-  return use(Field{"analysed", record.analysed}, Field{"askAgain", record.askAgain}, Field{"lastRead", record.lastRead},
+  return use(Field{"analysed", record.analyzed}, Field{"askAgain", record.askAgain}, Field{"lastRead", record.lastRead},
              Field{"lately", record.lately}, Field{"model", record.model}, Field{"notesVersion", record.notesVersion},
              Field{"progress", record.progress}, Field{"waiting", record.waiting});
 }
@@ -358,7 +358,7 @@ std::string encode(const HelperDayNotes& value) {
 
 std::string encode(const HelperState& value) {
   return encodeRecord(value,
-                      (1 + value.analysed.size() + value.waiting.size() + 4 * value.lately.size()) * kUsualDaySize);
+                      (1 + value.analyzed.size() + value.waiting.size() + 4 * value.lately.size()) * kUsualDaySize);
 }
 
 std::string encode(const MessagesLatelyRecord& value) {

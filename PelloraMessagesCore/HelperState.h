@@ -32,7 +32,7 @@ struct LastReadMark {
   bool operator==(const LastReadMark&) const = default;
 };
 
-// A day that is not analysed yet although the model was asked: what it has answered, and when to ask again. Holds for
+// A day that is not analyzed yet although the model was asked: what it has answered, and when to ask again. Holds for
 // the content of `record` only (its counts and last message).
 struct WaitingDay {
   MessagesDayRecord record;  // with the findings of the questions that were answered
@@ -64,13 +64,13 @@ struct ModelUse {
   std::int64_t promptTokens = 0;
   std::int64_t answerTokens = 0;
   std::int64_t milliseconds = 0;
-  std::int64_t days = 0;  // analysed
+  std::int64_t days = 0;  // analyzed
 
   bool operator==(const ModelUse&) const = default;
 };
 
 struct ModelAccount {
-  std::int64_t waitingDays = 0;            // of the notes, not analysed at the end of the last read
+  std::int64_t waitingDays = 0;            // of the notes, not analyzed at the end of the last read
   std::optional<std::string> lastFailure;  // of the last read's last question without an answer, as the error says it
   std::optional<Instant> nextTryAt;        // when a day that waits is asked about again, if that is known
   std::optional<Instant> pausedUntil;      // no question at all is asked before
@@ -100,7 +100,7 @@ struct HelperState {
 
   std::int64_t notesVersion = 0;  // of the day records below; others are of no use
   std::optional<LastReadMark> lastRead;
-  std::vector<MessagesDayRecord> analysed;  // by a read that has not finished; not in trusted notes yet
+  std::vector<MessagesDayRecord> analyzed;  // by a read that has not finished; not in trusted notes yet
   std::vector<WaitingDay> waiting;
   std::vector<LatelyAnswer> lately;
   std::vector<std::string> askAgain;  // ids of days that the model is to be asked about again

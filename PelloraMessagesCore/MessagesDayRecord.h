@@ -62,7 +62,7 @@ struct MessagesDayRecord {
   bool birthdayHint = false;
   std::optional<std::string> summary;
   std::vector<MessagesNews> news;
-  std::optional<std::vector<MessagesMeetup>> meetups;  // absent until analysed
+  std::optional<std::vector<MessagesMeetup>> meetups;  // absent until analyzed
   std::optional<MessagesBirthday> birthday;
 
   // The person's UUID, "_", the day: the key of a day record everywhere.

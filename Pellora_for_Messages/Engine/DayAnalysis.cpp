@@ -93,7 +93,7 @@ struct Failures {
 
 }  // namespace
 
-Task<bool> analyse(ModelTurn& turn, OpenDay& day, std::string firstName, LocalCalendar calendar, Instant now) {
+Task<bool> analyze(ModelTurn& turn, OpenDay& day, std::string firstName, LocalCalendar calendar, Instant now) {
   WaitingDay& waiting = day.waiting;
   MessagesDayRecord& record = waiting.record;
   Failures failures;

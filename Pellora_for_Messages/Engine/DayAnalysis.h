@@ -92,9 +92,9 @@ bool noteFailure(Asked& asked, LanguageModelError::Reason reason, Instant now) {
 
 namespace DayAnalysis {
 
-// Fills the answers into `day.waiting`, which with the turn must outlive the call. True when the day is analysed:
+// Fills the answers into `day.waiting`, which with the turn must outlive the call. True when the day is analyzed:
 // then `day.waiting.record` is its record. False when it waits, or when the turn was over before its first question.
-Task<bool> analyse(ModelTurn& turn, OpenDay& day, std::string firstName, LocalCalendar calendar, Instant now);
+Task<bool> analyze(ModelTurn& turn, OpenDay& day, std::string firstName, LocalCalendar calendar, Instant now);
 
 }  // namespace DayAnalysis
 

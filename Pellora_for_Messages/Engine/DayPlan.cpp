@@ -17,12 +17,12 @@ class KnownDays {
   explicit KnownDays(const ReadMemory& memory) : _askAgain(memory.state.askAgain.begin(), memory.state.askAgain.end()) {
     if (memory.stored)
       for (const MessagesDayRecord& day : memory.stored->notes.days) _stored.insert_or_assign(day.id(), &day);
-    for (const MessagesDayRecord& day : memory.state.analysed) _analysed.insert_or_assign(day.id(), &day);
+    for (const MessagesDayRecord& day : memory.state.analyzed) _analyzed.insert_or_assign(day.id(), &day);
     for (const WaitingDay& day : memory.state.waiting) _waiting.insert_or_assign(day.record.id(), &day);
   }
 
   const MessagesDayRecord* stored(const std::string& id) const { return find(_stored, id); }
-  const MessagesDayRecord* analysed(const std::string& id) const { return find(_analysed, id); }
+  const MessagesDayRecord* analyzed(const std::string& id) const { return find(_analyzed, id); }
   const WaitingDay* waiting(const std::string& id) const { return find(_waiting, id); }
   bool isToBeAskedAgain(const std::string& id) const { return _askAgain.contains(id); }
 
@@ -37,7 +37,7 @@ class KnownDays {
   }
 
   Index<MessagesDayRecord> _stored;
-  Index<MessagesDayRecord> _analysed;
+  Index<MessagesDayRecord> _analyzed;
   Index<WaitingDay> _waiting;
   std::unordered_set<std::string> _askAgain;
 };
@@ -79,13 +79,13 @@ bool hasGrown(const MessagesDayRecord& found, const MessagesDayRecord& stored) {
 bool fillFindings(MessagesDayRecord& record, const KnownDays& known, const std::string& id,
                   const std::string& cutoffDay, bool isModelThere) {
   const MessagesDayRecord* stored = known.stored(id);
-  const MessagesDayRecord* analysed = known.analysed(id);
+  const MessagesDayRecord* analyzed = known.analyzed(id);
   const bool isStoredSame = stored != nullptr && isSameContent(*stored, record);
-  const bool isAnalysedSame = analysed != nullptr && isSameContent(*analysed, record);
+  const bool isAnalyzedSame = analyzed != nullptr && isSameContent(*analyzed, record);
   if (isStoredSame && stored->meetups)
     takeFindings(*stored, record);
-  else if (isAnalysedSame)
-    takeFindings(*analysed, record);
+  else if (isAnalyzedSame)
+    takeFindings(*analyzed, record);
   else if (isStoredSame || (stored != nullptr && isRestOf(record, *stored, cutoffDay)))
     takeFindings(*stored, record);
   else if (isModelThere && stored != nullptr && hasGrown(record, *stored)) {
@@ -125,8 +125,8 @@ DayPlan DayPlan::of(std::vector<MessagesDayDraft> drafts, const ReadContext& con
     MessagesDayRecord record = draft->record;
     const std::string id = record.id();
     roundTimes(record);
-    const bool isAnalysed = fillFindings(record, known, id, context.cutoffDay, isModelThere);
-    if (isModelThere && (!isAnalysed || known.isToBeAskedAgain(id))) {
+    const bool isAnalyzed = fillFindings(record, known, id, context.cutoffDay, isModelThere);
+    if (isModelThere && (!isAnalyzed || known.isToBeAskedAgain(id))) {
       WaitingDay waiting = waitingFor(record, known.waiting(id));
       record.summary = waiting.record.summary;
       record.news = waiting.record.news;

@@ -233,9 +233,9 @@ void HelperEngine::peopleFound(std::int64_t count) {
 }
 
 void HelperEngine::analysisProgress(std::int64_t done, std::int64_t total) {
-  if (_daysAnalysed == done && _daysToAnalyse == total) return;
-  _daysAnalysed = done;
-  _daysToAnalyse = total;
+  if (_daysAnalyzed == done && _daysToAnalyze == total) return;
+  _daysAnalyzed = done;
+  _daysToAnalyze = total;
   Q_EMIT changed();
 }
 

@@ -58,9 +58,9 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
   std::int64_t peopleCount() const { return _peopleCount; }      // at the last read
   bool opensAtLogin() const { return _opensAtLogin; }
 
-  // Days to analyse in the running read and how many of them are done; both 0 when none is analysed.
-  std::int64_t daysToAnalyse() const { return _daysToAnalyse; }
-  std::int64_t daysAnalysed() const { return _daysAnalysed; }
+  // Days to analyze in the running read and how many of them are done; both 0 when none is analyzed.
+  std::int64_t daysToAnalyze() const { return _daysToAnalyze; }
+  std::int64_t daysAnalyzed() const { return _daysAnalyzed; }
 
   const HelperPlatform& platform() const { return _platform; }
 
@@ -95,8 +95,8 @@ class HelperEngine : public QObject, private HelperReadCycle::Delegate {
   std::int64_t _peopleWritten = 0;
   std::int64_t _peopleCount = 0;
   bool _opensAtLogin = false;
-  std::int64_t _daysToAnalyse = 0;
-  std::int64_t _daysAnalysed = 0;
+  std::int64_t _daysToAnalyze = 0;
+  std::int64_t _daysAnalyzed = 0;
   bool _started = false;
   bool _suspended = false;
   bool _isSleepAnnounced = false;

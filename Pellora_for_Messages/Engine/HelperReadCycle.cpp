@@ -159,7 +159,7 @@ Task<void> HelperReadCycle::workWithModel(const ReadContext& context, Findings& 
   if (!findings.open.empty()) {
     results.state().progress = ReadProgress{_now, 0, countOf(findings.open)};
     co_await inBackground([&] { results.saveState(); });
-    co_await analyseDays(turn, context, findings);
+    co_await analyzeDays(turn, context, findings);
   }
   for (const HelperPerson& person : context.people) {
     if (turn.use().questions > 0 && _delegate.isReadAgainWanted()) break;
@@ -169,28 +169,28 @@ Task<void> HelperReadCycle::workWithModel(const ReadContext& context, Findings& 
   co_await write(results, true);
 }
 
-Task<void> HelperReadCycle::analyseDays(ModelTurn& turn, const ReadContext& context, Findings& findings) {
+Task<void> HelperReadCycle::analyzeDays(ModelTurn& turn, const ReadContext& context, Findings& findings) {
   std::vector<OpenDay>& days = findings.open;
   for (std::size_t index = 0; index < days.size() && !turn.isOver(); ++index) {
     if (index > 0 && _delegate.isReadAgainWanted()) co_return;
     OpenDay& day = days[index];
     const Uuid person = day.draft.record.personID;
     _delegate.analysisProgress(static_cast<std::int64_t>(index), countOf(days));
-    const bool isAnalysed = co_await whileOwned(
-        DayAnalysis::analyse(turn, day, context.firstNameOf(person), context.calendar, _platform.scheduler.now()));
-    if (isAnalysed) ++turn.use().days;
+    const bool isAnalyzed = co_await whileOwned(
+        DayAnalysis::analyze(turn, day, context.firstNameOf(person), context.calendar, _platform.scheduler.now()));
+    if (isAnalyzed) ++turn.use().days;
     findings.results.state().progress->daysDone = static_cast<std::int64_t>(index) + 1;
-    co_await keep(day, isAnalysed, findings.results);
+    co_await keep(day, isAnalyzed, findings.results);
     if (!hasOpenDay(days, index + 1, person)) co_await askLately(turn, context, findings.results, person);
     if (_platform.scheduler.now() >= _writtenAt + kWriteInterval) co_await write(findings.results, true);
   }
 }
 
 // Keeps what was answered at once, so that a read that is interrupted loses no work. The lines are of no more use.
-Task<void> HelperReadCycle::keep(OpenDay& day, bool isAnalysed, ReadResults& results) {
+Task<void> HelperReadCycle::keep(OpenDay& day, bool isAnalyzed, ReadResults& results) {
   day.draft.lines.clear();
-  if (isAnalysed)
-    results.keepAnalysed(day.waiting.record);
+  if (isAnalyzed)
+    results.keepAnalyzed(day.waiting.record);
   else if (day.waiting.nextTryAt != Instant())
     results.keepWaiting(day.waiting);
   co_await inBackground([&results] { results.saveState(); });

@@ -82,8 +82,8 @@ class HelperReadCycle {
   Task<bool> isModelThere(ReadMemory& memory) const;
   Task<void> write(ReadResults& results, bool onlyChanged);
   Task<void> workWithModel(const ReadContext& context, Findings& findings);
-  Task<void> analyseDays(ModelTurn& turn, const ReadContext& context, Findings& findings);
-  Task<void> keep(OpenDay& day, bool isAnalysed, ReadResults& results);
+  Task<void> analyzeDays(ModelTurn& turn, const ReadContext& context, Findings& findings);
+  Task<void> keep(OpenDay& day, bool isAnalyzed, ReadResults& results);
   Task<void> askLately(ModelTurn& turn, const ReadContext& context, ReadResults& results, Uuid person);
   void closeAccount(ModelTurn& turn, HelperState& state) const;
   void storeProgress(const ReadContext& context, const Findings& findings) const;

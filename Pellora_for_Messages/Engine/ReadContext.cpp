@@ -59,7 +59,7 @@ void takeOver(HelperState::Reread request, const ReadContext& context, ReadMemor
   state.waiting.clear();
   state.model.pausedUntil.reset();
   if (request == HelperState::Reread::language) {
-    state.analysed.clear();
+    state.analyzed.clear();
     state.askAgain.clear();
     if (memory.stored)
       for (const MessagesDayRecord& day : memory.stored->notes.days) state.askAgain.push_back(day.id());
@@ -73,7 +73,7 @@ void takeOver(HelperState::Reread request, const ReadContext& context, ReadMemor
   HelperState::removeRereadRequest(context.folder);
 }
 
-// Versions before the state file kept the analysed days of an unfinished read in a file of their own, sealed as notes.
+// Versions before the state file kept the analyzed days of an unfinished read in a file of their own, sealed as notes.
 void takeOverEarlierFile(const ReadContext& context, ReadMemory& memory) {
   std::error_code error;
   if (!context.folder || !std::filesystem::exists(*context.folder / HelperExchange::kEarlierStateFile, error)) return;
@@ -81,7 +81,7 @@ void takeOverEarlierFile(const ReadContext& context, ReadMemory& memory) {
       SealedFile::read(context.key, context.folder, HelperExchange::kEarlierStateFile, HelperExchange::kNotesContext);
   std::optional<HelperDayNotes> days = json ? ExchangeCoding::decode<HelperDayNotes>(*json) : std::nullopt;
   if (days && memory.isStateLost) {
-    memory.state.analysed = std::move(days->days);
+    memory.state.analyzed = std::move(days->days);
     memory.state.save(context.key, context.folder);
   }
   std::filesystem::remove(*context.folder / HelperExchange::kEarlierStateFile, error);
@@ -132,7 +132,7 @@ ReadMemory ReadMemory::load(const ReadContext& context, const ReadSettings& sett
   memory.isStateLost = !state;
   if (state) memory.state = *std::move(state);
   if (memory.state.notesVersion != HelperEngineKeys::kCurrentNotesVersion) {
-    memory.state.analysed.clear();
+    memory.state.analyzed.clear();
     memory.state.waiting.clear();
     memory.state.notesVersion = HelperEngineKeys::kCurrentNotesVersion;
   }

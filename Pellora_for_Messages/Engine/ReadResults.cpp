@@ -80,12 +80,12 @@ void ReadResults::replaceDay(const MessagesDayRecord& record) {
   _changed.insert(record.personID);
 }
 
-void ReadResults::keepAnalysed(const MessagesDayRecord& record) {
+void ReadResults::keepAnalyzed(const MessagesDayRecord& record) {
   replaceDay(record);
   std::erase_if(_state.waiting, [&](const WaitingDay& day) { return day.record.id() == record.id(); });
   std::erase(_state.askAgain, record.id());
-  std::erase_if(_state.analysed, [&](const MessagesDayRecord& day) { return day.id() == record.id(); });
-  _state.analysed.push_back(record);
+  std::erase_if(_state.analyzed, [&](const MessagesDayRecord& day) { return day.id() == record.id(); });
+  _state.analyzed.push_back(record);
 }
 
 void ReadResults::keepWaiting(const WaitingDay& waiting) {
@@ -203,7 +203,7 @@ void ReadResults::finish(const StoreReading& reading) {
   std::unordered_set<std::string> ids;
   for (const MessagesDayRecord& day : _notes.days) ids.insert(day.id());
   // Until the notes' version is stored with the progress, a first read would begin without the notes.
-  if (_areNotesTrusted) _state.analysed.clear();
+  if (_areNotesTrusted) _state.analyzed.clear();
   _state.progress.reset();
   std::erase_if(_state.waiting, [&](const WaitingDay& waiting) {
     const auto day = findDay(_notes.days, waiting.record);
@@ -230,7 +230,7 @@ void ReadResults::finish(const StoreReading& reading) {
 
 void ReadResults::trustNotes() {
   _areNotesTrusted = true;
-  _state.analysed.clear();
+  _state.analyzed.clear();
 }
 
 std::int64_t ReadResults::waitingDays() const {

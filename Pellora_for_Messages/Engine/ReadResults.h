@@ -31,8 +31,8 @@ class ReadResults {
   ReadResults(const ReadContext& context, ReadMemory memory, const std::vector<MessagesDayRecord>& records,
               HelperDayNotes::Reread reread);
 
-  // Puts an analysed day, or what was answered about a day that waits, into notes and state.
-  void keepAnalysed(const MessagesDayRecord& record);
+  // Puts an analyzed day, or what was answered about a day that waits, into notes and state.
+  void keepAnalyzed(const MessagesDayRecord& record);
   void keepWaiting(const WaitingDay& waiting);
   void keepLately(LatelyAnswer answer);
 
@@ -53,10 +53,10 @@ class ReadResults {
   // The end of the read: drops from the state what nobody needs any more, and notes where the read ended.
   void finish(const StoreReading& reading);
 
-  // The progress is stored: from now on the notes say what was analysed.
+  // The progress is stored: from now on the notes say what was analyzed.
   void trustNotes();
 
-  // Days that are not analysed, or to be asked about again.
+  // Days that are not analyzed, or to be asked about again.
   std::int64_t waitingDays() const;
 
   const HelperDayNotes& notes() const { return _notes; }

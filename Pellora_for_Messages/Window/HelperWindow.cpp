@@ -183,11 +183,11 @@ void HelperView::refreshCard() {
 }
 
 void HelperView::refreshProgress() {
-  const bool isShown = _engine.state().kind == HelperEngine::State::Kind::reading && _engine.daysToAnalyse() > 0;
+  const bool isShown = _engine.state().kind == HelperEngine::State::Kind::reading && _engine.daysToAnalyze() > 0;
   _progress->setVisible(isShown);
   if (!isShown) return;
-  _progress->setRange(0, static_cast<int>(_engine.daysToAnalyse()));
-  _progress->setValue(static_cast<int>(_engine.daysAnalysed()));
+  _progress->setRange(0, static_cast<int>(_engine.daysToAnalyze()));
+  _progress->setValue(static_cast<int>(_engine.daysAnalyzed()));
 }
 
 void HelperView::act(HelperNotice::Action action) {

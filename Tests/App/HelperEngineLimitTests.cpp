@@ -187,7 +187,7 @@ TEST(HelperEngineLimit, AFirstReadThatCannotStoreItsProgressAsksForNothingAgain)
   EXPECT_EQ(engine->state().kind, Kind::idle);
   EXPECT_EQ(world.scripted.asked().size(), 1U);
   EXPECT_TRUE(world.notes().days[0].summary);
-  EXPECT_TRUE(world.state()->analysed.empty());
+  EXPECT_TRUE(world.state()->analyzed.empty());
 }
 
 TEST(HelperEngineLimit, AHeartbeatOrAChoiceThatCannotBeWrittenStopsNothing) {

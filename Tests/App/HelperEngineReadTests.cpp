@@ -329,7 +329,7 @@ TEST(HelperEngineRead, UnchangedDaysKeepTheirAnalysis) {
   EXPECT_EQ(world.lately(world.anna.id)->summary, "Lately you and Anna talked about the harbour and its ships.");
 }
 
-TEST(HelperEngineRead, TheNewestDayIsAnalysedFirst) {
+TEST(HelperEngineRead, TheNewestDayIsAnalyzedFirst) {
   EngineWorld world;
   world.scripted = ScriptedLanguageModel(plainAnswers);
   world.fromAnna(50h, "an older day at the harbour");
@@ -339,7 +339,7 @@ TEST(HelperEngineRead, TheNewestDayIsAnalysedFirst) {
   EXPECT_NE(world.scripted.asked().front().prompt.find("newer"), std::string::npos);
 }
 
-TEST(HelperEngineRead, AModelSetUpLaterAnalysesTheWholeWindow) {
+TEST(HelperEngineRead, AModelSetUpLaterAnalyzesTheWholeWindow) {
   EngineWorld world;
   world.fromAnna(50h, "an older day at the harbour");
   world.fromAnna(1h, "a newer day at the harbour");
@@ -353,7 +353,7 @@ TEST(HelperEngineRead, AModelSetUpLaterAnalysesTheWholeWindow) {
   }
 }
 
-TEST(HelperEngineRead, AnInterruptedReadKeepsTheDaysItAnalysed) {
+TEST(HelperEngineRead, AnInterruptedReadKeepsTheDaysItAnalyzed) {
   support::GatedLanguageModel slow;
   EngineWorld world(&slow);
   world.fromAnna(50h, "an older day at the harbour");
@@ -362,10 +362,10 @@ TEST(HelperEngineRead, AnInterruptedReadKeepsTheDaysItAnalysed) {
     const auto engine = world.makeEngine();
     engine->start();
     slow.answerOne();
-    EXPECT_EQ(engine->daysAnalysed(), 1);
+    EXPECT_EQ(engine->daysAnalyzed(), 1);
   }
   slow.answerAll();
-  EXPECT_EQ(HelperState::load(world.key, world.shared)->analysed.size(), 1U);
+  EXPECT_EQ(HelperState::load(world.key, world.shared)->analyzed.size(), 1U);
   EXPECT_EQ(HelperState::load(world.key, world.shared)->progress->daysTotal, 2);
   world.scripted = ScriptedLanguageModel(plainAnswers);
   world.model = &world.scripted;
@@ -374,11 +374,11 @@ TEST(HelperEngineRead, AnInterruptedReadKeepsTheDaysItAnalysed) {
   for (const auto& asked : world.scripted.asked())
     EXPECT_TRUE(asked.prompt.starts_with("<days>") || asked.prompt.find("newer") == std::string::npos) << "asked again";
   EXPECT_EQ(world.notes().days.size(), 2U);
-  EXPECT_TRUE(HelperState::load(world.key, world.shared)->analysed.empty());
+  EXPECT_TRUE(HelperState::load(world.key, world.shared)->analyzed.empty());
   EXPECT_FALSE(HelperState::load(world.key, world.shared)->progress);
 }
 
-TEST(HelperEngineRead, DaysThatAnEarlierVersionAnalysedAreTakenOverAndItsFileGoes) {
+TEST(HelperEngineRead, DaysThatAnEarlierVersionAnalyzedAreTakenOverAndItsFileGoes) {
   EngineWorld world;
   const auto earlier = world.shared / HelperExchange::kEarlierStateFile;
   world.scripted = ScriptedLanguageModel(plainAnswers);
@@ -437,7 +437,7 @@ TEST(HelperEngineRead, ARecordThatCannotBeWrittenFailsTheReadAfterTheNotesAreSav
   EXPECT_TRUE(world.defaults.history().empty());
 }
 
-TEST(HelperEngineRead, AFirstReadThatStopsAfterItsDaysAreAnalysedAsksForNoneAgain) {
+TEST(HelperEngineRead, AFirstReadThatStopsAfterItsDaysAreAnalyzedAsksForNoneAgain) {
   EngineWorld world;
   world.scripted = ScriptedLanguageModel([&](const ScriptedLanguageModel::Asked& asked) {
     std::filesystem::remove_all(world.shared / "Lately");
@@ -485,7 +485,7 @@ TEST(HelperEngineRead, RowsThatArriveDuringAReadBelongToTheNext) {
   EXPECT_EQ(world.lately(world.anna.id)->receivedCount, 2);
 }
 
-TEST(HelperEngineRead, ALateRowFromBeforeTheWindowIsNeitherAnalysedNorKept) {
+TEST(HelperEngineRead, ALateRowFromBeforeTheWindowIsNeitherAnalyzedNorKept) {
   EngineWorld world;
   world.fromAnna(1h, "hello");
   world.read();

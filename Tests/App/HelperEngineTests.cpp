@@ -301,19 +301,19 @@ TEST(HelperEngine, ReadsAgainWhenNobodyTellsOfTheEndOfASleep) {
   EXPECT_EQ(readsOf(world), 4) << "the end of the sleep is heard of after all";
 }
 
-TEST(HelperEngine, TellsHowManyDaysAreAnalysed) {
+TEST(HelperEngine, TellsHowManyDaysAreAnalyzed) {
   GatedLanguageModel model;
   EngineWorld world(&model);
   world.fromAnna(1h, "Did you see the news about the harbour?");
   world.fromAnna(25h, "The harbour was full of ships yesterday.");
   const auto engine = world.makeEngine();
   engine->start();
-  EXPECT_EQ(engine->daysToAnalyse(), 2);
-  EXPECT_EQ(engine->daysAnalysed(), 0);
+  EXPECT_EQ(engine->daysToAnalyze(), 2);
+  EXPECT_EQ(engine->daysAnalyzed(), 0);
   model.answerOne();  // the newest day's sentence; it holds nothing else to ask about
-  EXPECT_EQ(engine->daysAnalysed(), 1);
+  EXPECT_EQ(engine->daysAnalyzed(), 1);
   model.answerAll();
-  EXPECT_EQ(engine->daysToAnalyse(), 0);
+  EXPECT_EQ(engine->daysToAnalyze(), 0);
 }
 
 // Every change is painted.

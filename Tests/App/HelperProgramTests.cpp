@@ -59,7 +59,7 @@ class HelperProgram : public testing::Test {
     return run(limited(option, files, argument));
   }
 
-  bool isEveryDayAnalysed() const {
+  bool isEveryDayAnalyzed() const {
     const std::vector<MessagesDayRecord> days = _home.records().days;
     return !days.empty() &&
            std::all_of(days.begin(), days.end(), [](const auto& day) { return day.meetups && day.summary; });
@@ -120,10 +120,10 @@ TEST_F(HelperProgram, SixtyFourOpenFilesAreEnoughForAReadWithAModel) {
     _environment.set("PELLORA_MODEL_URL", server.url());
     _home.forgetReads();
     EXPECT_EQ(runWithFiles("-n", 64, "--read-once"), 0) << errors;
-    EXPECT_TRUE(isEveryDayAnalysed());
+    EXPECT_TRUE(isEveryDayAnalyzed());
     _home.forgetReads();
     ProgramRun background(limited("-n", 64, "--background"));
-    EXPECT_TRUE(support::waitUntil([&] { return isEveryDayAnalysed(); }, std::chrono::minutes(1)));
+    EXPECT_TRUE(support::waitUntil([&] { return isEveryDayAnalyzed(); }, std::chrono::minutes(1)));
     ::kill(background.process(), SIGTERM);
     EXPECT_EQ(background.wait(), 0) << background.errors();
   }

@@ -247,7 +247,7 @@ TEST_F(ModelOutage, LongWorkGivesWayToARead) {
   engine->requestRead();
   slow.answerOne();
   EXPECT_TRUE(world.lately(world.ben.id)) << "after the day at hand";
-  EXPECT_EQ(engine->daysToAnalyse(), 4) << "three of Anna's and the new one";
+  EXPECT_EQ(engine->daysToAnalyze(), 4) << "three of Anna's and the new one";
   slow.answerAll();
   EXPECT_EQ(engine->state().kind, HelperEngineState::Kind::idle);
   for (const MessagesDayRecord& day : world.notes().days) EXPECT_TRUE(day.meetups);
@@ -352,7 +352,7 @@ void liveThroughAWeek(EngineWorld& world, UnsteadyModel& model) {
   world.scheduler.advance(25h);  // the longest wait before a question is asked again, and a read
 }
 
-TEST_F(ModelOutage, AfterAWeekOfBadHoursEveryDayIsAnalysedAndNothingWasAskedTwice) {
+TEST_F(ModelOutage, AfterAWeekOfBadHoursEveryDayIsAnalyzedAndNothingWasAskedTwice) {
   const char* const isLong = std::getenv("PELLORA_LONG_TESTS");
   const std::uint32_t weeks = isLong != nullptr && *isLong != '\0' ? 200 : support::kUnderSanitizers ? 1 : 3;
   for (std::uint32_t seed = 1; seed <= weeks && !HasFailure(); ++seed) {

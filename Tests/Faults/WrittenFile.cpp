@@ -47,7 +47,7 @@ MessagesLatelyRecord latelyOf(Version version) {
 
 HelperState stateOf(Version version) {
   HelperState state = sampleState();
-  state.analysed = sampleDays(sizeOf(version));
+  state.analyzed = sampleDays(sizeOf(version));
   return state;
 }
 

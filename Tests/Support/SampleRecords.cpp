@@ -89,7 +89,7 @@ HelperState sampleState() {
   state.notesVersion = 9;
   state.lastRead =
       LastReadMark{now, 4711, "p:0/AB-12 1740821400", "0123abcd", "2025-03-01", "Europe/Berlin", "af63dc4c8601ec8c"};
-  state.analysed = sampleDays(3);
+  state.analyzed = sampleDays(3);
   state.waiting = {{sampleDay(), true, false, true, 2, now}};
   state.lately = {{person, "Write a summary", "<days>\nMar 1: You and Sam", "Lately you and Sam", true, 0, now},
                   {person, "Write", "<days>", std::nullopt, false, 1, now}};

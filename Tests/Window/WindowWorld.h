@@ -56,7 +56,7 @@ class WindowWorld : public EngineWorld {
     fromAnna(1h, "The weather is so nice here today, you should come");
     gated.setAvailable(true);
     engine.requestRead();
-    for (int questions = 0; engine.daysAnalysed() == 0 && gated.waiting() > 0 && questions < 20; ++questions)
+    for (int questions = 0; engine.daysAnalyzed() == 0 && gated.waiting() > 0 && questions < 20; ++questions)
       gated.answerOne();
   }
 

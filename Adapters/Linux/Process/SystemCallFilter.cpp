@@ -100,8 +100,8 @@ constexpr std::array<scmp_datum_t, 8> kForbiddenRequests = {
     TIOCSTI, kLinuxConsole, TIOCCONS, FIOSETOWN, SIOCSPGRP, FS_IOC_SETFLAGS, FS_IOC_SETVERSION, FS_IOC_FSSETXATTR};
 
 // Calls whose first argument names the process that gets a signal.
-constexpr std::array kSignalling = {SCMP_SYS(kill), SCMP_SYS(tgkill), SCMP_SYS(rt_sigqueueinfo),
-                                    SCMP_SYS(rt_tgsigqueueinfo)};
+constexpr std::array kSignaling = {SCMP_SYS(kill), SCMP_SYS(tgkill), SCMP_SYS(rt_sigqueueinfo),
+                                   SCMP_SYS(rt_tgsigqueueinfo)};
 
 using Condition = scmp_arg_cmp;
 
@@ -204,7 +204,7 @@ bool refuseReachingOthers(scmp_filter_ctx filter) {
   for (const int call : kForbiddenWithoutPrograms) isRefused = isRefused && refuse(filter, call);
   for (const int call : kSharedByNumber) isRefused = isRefused && refuse(filter, call);
   const auto self = static_cast<scmp_datum_t>(getpid());
-  for (const int call : kSignalling) isRefused = isRefused && refuseWhen(filter, call, {0, SCMP_CMP_NE, self, 0});
+  for (const int call : kSignaling) isRefused = isRefused && refuseWhen(filter, call, {0, SCMP_CMP_NE, self, 0});
   isRefused = isRefused && refuseWhen(filter, SCMP_SYS(prlimit64), {0, SCMP_CMP_NE, 0, 0});
   // Files can send signals, too, to whom they are told.
   for (const scmp_datum_t command : {F_SETOWN, F_SETOWN_EX, F_SETSIG})
