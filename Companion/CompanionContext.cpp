@@ -79,7 +79,9 @@ std::string KeyState::sentence() const {
       return withRemedy(reason.empty() ? "There is no keyring for the exchange key" : reason,
                         "start a keyring, or keep the key in a file: pellora-companion key use-file");
     case Kind::damaged:
-      return "What the secret store holds as the exchange key is not 32 bytes long.";
+      return "The exchange key in the secret store is damaged: it is not 32 bytes long; remove it there, then write "
+             "the "
+             "people again: pellora-companion people import --replace FILE";
   }
   return {};
 }

@@ -12,6 +12,7 @@
 #include "Companion/Output/OutputFile.h"
 #include "Companion/PlatformAdapters.h"
 #include "PelloraMessagesCore/ChatDatabase.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/Text/Text.h"
 
 namespace pellora::CommandLine {
@@ -288,10 +289,12 @@ int run(int argc, const char* const* argv) {
   Commands commands;
   try {
     return parseAndRun(commands, argc, argv);
+  } catch (const FileError& failure) {
+    complain(std::string(failure.what()) + ".");
   } catch (const std::exception& failure) {
     complain(failure.what());
-    return kCouldNot;
   }
+  return kCouldNot;
 }
 
 }  // namespace pellora::CommandLine

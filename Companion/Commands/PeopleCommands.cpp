@@ -99,9 +99,13 @@ PeopleEdit::PeopleEdit(const CompanionContext& context, Present present) : _cont
   if (present == Present::mayBeLost || _store.file || _store.kind == PeopleStore::Kind::missing) return;
   std::string sentence = _store.sentence(_key.key.has_value());
   sentence.pop_back();
-  const bool isOnlyForThisKey = _store.kind == PeopleStore::Kind::sealed && _key.key;
-  throw CompanionFailure(sentence + "; nothing was changed" +
-                         (isOnlyForThisKey ? " (people import --replace writes it again)." : "."));
+  std::string remedy;
+  if (_store.kind == PeopleStore::Kind::sealed)
+    remedy = _key.key
+                 ? " (people import --replace writes it again)"
+                 : " (is PELLORA_SECRET_STORE set as when it was written? Otherwise people import --replace writes "
+                   "it again, with a new key)";
+  throw CompanionFailure(sentence + "; nothing was changed" + remedy + ".");
 }
 
 PeopleEdit::Done PeopleEdit::write(std::vector<HelperPerson> people) {

@@ -38,8 +38,8 @@ fs::path behindLinks(const std::string& name) {
   return file;
 }
 
-void writeInto(const fs::path& file, const std::string& name, std::string_view text) {
-  FileDescriptor descriptor = FileDescriptor::open(file, O_WRONLY | O_NOCTTY);
+void writeInto(const std::string& name, std::string_view text) {
+  FileDescriptor descriptor = FileDescriptor::open(name, O_WRONLY | O_NOCTTY);
   if (!descriptor.isOpen()) fail(name, std::generic_category().message(errno));
   while (!text.empty()) {
     const ssize_t written = ::write(descriptor.number(), text.data(), text.size());
@@ -53,14 +53,16 @@ void writeInto(const fs::path& file, const std::string& name, std::string_view t
 }  // namespace
 
 void write(const std::string& name, std::string_view text) {
-  const fs::path file = behindLinks(name);
   std::error_code error;
-  const fs::file_type type = fs::status(file, error).type();
+  const fs::file_type type = fs::status(name, error).type();
   if (type == fs::file_type::directory) fail(name, "it is a folder");
   if (type != fs::file_type::regular && type != fs::file_type::not_found && type != fs::file_type::none)
-    return writeInto(file, name, text);
+    return writeInto(name, text);
+  // Only now: the link of an open pipe, as of /dev/stdout, leads to no name.
+  const fs::path file = behindLinks(name);
   const bool hasFolder = fs::is_directory(file.parent_path(), error);
-  if (!hasFolder) fail(name, error ? error.message() : "its folder is not a folder");
+  if (!hasFolder)
+    fail(name, error ? error.message() : display::printable(file.parent_path().string()) + " is not a folder");
   const InterruptionGuard guard;
   AtomicFile::removeLeftovers(file.parent_path());
   AtomicFile::write(file, text);

@@ -92,7 +92,8 @@ TEST_F(KeyFileSecretStoreTest, AFolderThatOthersMayWriteIsRefused) {
   chmod(keyFolder.c_str(), 0770);
   const SecretLookup lookup = store.find(attributes);
   EXPECT_EQ(lookup.outcome, Outcome::unavailable);
-  EXPECT_EQ(lookup.reason, keyFolder.string() + " must be open to its owner only (mode 0700), but its mode is 0770.");
+  EXPECT_EQ(lookup.reason, keyFolder.string() + " must be open to its owner only (mode 0700), but its mode is 0770: " +
+                               "chmod 0700 '" + keyFolder.string() + "'");
   EXPECT_EQ(store.add(attributes, "a label", kKey).outcome, Added::failed);
   std::filesystem::remove(file);
   EXPECT_EQ(store.add(attributes, "a label", kKey).outcome, Added::failed);

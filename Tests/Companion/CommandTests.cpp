@@ -176,8 +176,11 @@ TEST(PeopleImportCommand, BlamesTheStoreThatGivesNoKeyAndNotThePeopleFile) {
 TEST(PeopleImportCommand, OffersToReplaceOnlyAFileThatTheKeyDoesNotOpen) {
   CompanionWorld world;
   AtomicFile::write(world.shared() / "people.json", "PMX1 of a lost key");
-  EXPECT_EQ(failureOfImport(world),
-            "The people file exists but there is no exchange key that opens it; nothing was changed.");
+  EXPECT_EQ(
+      failureOfImport(world),
+      "The people file exists but there is no exchange key that opens it; nothing was changed (is "
+      "PELLORA_SECRET_STORE set as when it was written? Otherwise people import --replace writes it again, with a "
+      "new key).");
   world.key();
   EXPECT_EQ(failureOfImport(world),
             "The people file exists but does not open with the exchange key; nothing was changed "

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -64,6 +65,17 @@ TEST(OutputFile, WritesIntoAPipeWhichStays) {
   EXPECT_TRUE(fs::is_fifo(pipe));
 }
 
+TEST(OutputFile, WritesIntoAPipeThatIsOpenUnderANumber) {
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  output_file::write("/proc/self/fd/" + std::to_string(ends[1]), "new");
+  ::close(ends[1]);
+  char read[4] = {};
+  EXPECT_EQ(::read(ends[0], read, sizeof read), 3);
+  EXPECT_STREQ(read, "new");
+  ::close(ends[0]);
+}
+
 TEST(OutputFile, WritesIntoADeviceAndTellsWhenItIsFull) {
   output_file::write("/dev/null", "new");
   EXPECT_THAT(failureOf("/dev/full"), HasSubstr("Cannot write /dev/full: No space left on device."));
@@ -80,6 +92,7 @@ TEST(OutputFile, SaysWhyItCannotWrite) {
   EXPECT_THAT(failureOf(folder.path()), HasSubstr("it is a folder."));
   EXPECT_THAT(failureOf(folder / "no/page.html"), HasSubstr("No such file or directory."));
   EXPECT_THAT(failureOf(folder / "file/page.html"), HasSubstr("Cannot write"));
+  EXPECT_THAT(failureOf((folder / "file").string() + "/"), HasSubstr("file is not a folder."));
 }
 
 }  // namespace

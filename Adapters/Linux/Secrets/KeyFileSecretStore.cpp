@@ -49,7 +49,7 @@ void requirePrivate(const struct stat& status, const std::filesystem::path& path
   std::array<char, 8> mode{};
   std::snprintf(mode.data(), mode.size(), "%04o", static_cast<unsigned>(status.st_mode & 07777));
   throw Refusal{path.string() + " must be open to its owner only (mode " + wanted + "), but its mode is " +
-                mode.data() + "."};
+                mode.data() + ": chmod " + wanted + " '" + path.string() + "'"};
 }
 
 // Not open when the folder does not exist.
