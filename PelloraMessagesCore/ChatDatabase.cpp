@@ -312,6 +312,7 @@ std::vector<HistoryMessage> ChatDatabase::messages(const std::set<std::int64_t>&
 }
 
 std::vector<HistoryMessage> ChatDatabase::allMessages(const ChatSelection& inChats, Instant since) const {
+  if (sqlite3_get_autocommit(_db) != 0) throw Failure::query("two queries that belong together need a snapshot");
   const RowIDs window = inChats.empty() ? RowIDs() : rowIDsSince(checked(), appleTime(since));
   if (window.empty()) return {};
   Statement statement(checked(), selectionQuery(inChats));
@@ -392,8 +393,7 @@ std::int64_t ChatDatabase::appleTime(Instant date) {
 
 Instant ChatDatabase::date(std::int64_t appleTime) {
   if (appleTime >= kFirstNanosecondValue) return kReferenceDate + Nanoseconds(appleTime);
-  const Instant date = kReferenceDate + std::chrono::seconds(1) * static_cast<Int128>(appleTime);
-  return insideCalendar(date);
+  return insideCalendar(kReferenceDate + std::chrono::seconds(1) * static_cast<Int128>(appleTime));
 }
 
 }  // namespace pellora

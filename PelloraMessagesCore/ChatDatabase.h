@@ -114,7 +114,7 @@ class ChatDatabase {
   std::vector<HistoryMessage> messages(const std::set<std::int64_t>& inChats, Instant since) const;
 
   // As above, however many there are. Text of other chats is never asked for, whatever the order of dates and row ids.
-  // Only inside a snapshot.
+  // Also throws outside a snapshot.
   std::vector<HistoryMessage> allMessages(const ChatSelection& inChats, Instant since) const;
 
   ChatParticipants chatParticipants() const;

@@ -81,6 +81,10 @@ void InMemorySecretStore::tellObservers() const {
   for (const std::function<void()>& changed : observers) changed();
 }
 
+void InMemoryUserDefaults::requireReadable() const {
+  if (_unreadable) throw FileError("read", "defaults", EACCES);
+}
+
 void InMemoryUserDefaults::store(const std::vector<Change>& changes) {
   if (_failing) throw FileError("write", "defaults", ENOSPC);
   for (const Change& change : changes) {

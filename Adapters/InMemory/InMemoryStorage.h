@@ -70,13 +70,17 @@ class InMemoryUserDefaults : public UserDefaults {
   bool boolean(const std::string& key) const override { return value<bool>(key).value_or(false); }
   void store(const std::vector<Change>& changes) override;
 
+  // Whether storing, or reading, throws FileError.
   void setFailing(bool failing) { _failing = failing; }
+  void setUnreadable(bool unreadable) { _unreadable = unreadable; }
   // Keys in the order in which they were stored, repeats included.
   const std::vector<std::string>& history() const { return _history; }
 
  private:
+  void requireReadable() const;
   template <class Type>
   std::optional<Type> value(const std::string& key) const {
+    requireReadable();
     const auto found = _values.find(key);
     if (found == _values.end() || !std::holds_alternative<Type>(found->second)) return std::nullopt;
     return std::get<Type>(found->second);
@@ -85,6 +89,7 @@ class InMemoryUserDefaults : public UserDefaults {
   std::map<std::string, Value> _values;
   std::vector<std::string> _history;
   bool _failing = false;
+  bool _unreadable = false;
 };
 
 }  // namespace pellora

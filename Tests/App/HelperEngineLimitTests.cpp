@@ -202,6 +202,20 @@ TEST(HelperEngineLimit, AHeartbeatOrAChoiceThatCannotBeWrittenStopsNothing) {
   EXPECT_TRUE(engine->opensAtLogin());
 }
 
+TEST(HelperEngineLimit, SettingsThatCannotBeReadFailTheReadAndDecideNothing) {
+  EngineWorld world;
+  world.fromAnna(1h, "hello");
+  world.defaults.setUnreadable(true);
+  const auto engine = world.makeEngine();
+  EXPECT_FALSE(engine->lastReadAt());
+  engine->start();
+  EXPECT_EQ(engine->state().kind, Kind::failed);
+  EXPECT_FALSE(world.loginItem.isEnabled()) << "the user may have turned it off";
+  world.defaults.setUnreadable(false);
+  QCoro::waitFor(engine->readNow());
+  EXPECT_EQ(engine->state().kind, Kind::idle);
+}
+
 TEST(HelperEngineLimit, AnEmptyListOfPeopleEmptiesNotesAndState) {
   EngineWorld world;
   world.fromAnna(1h, "hello");

@@ -148,9 +148,11 @@ TEST(HelperEngine, AStoreThatCouldNotBeWatchedAtTheStartIsFollowedFromTheNextRea
   world.scheduler.advance(30s);
   EXPECT_EQ(readsOf(world), 3);
   world.fileEvents.setAvailable(false);  // a watch that holds is not given up for another
-  world.fileEvents.raise(logOf(world));
-  world.scheduler.advance(30s);
-  EXPECT_EQ(readsOf(world), 4);
+  for (const int reads : {4, 5}) {
+    world.fileEvents.raise(logOf(world));
+    world.scheduler.advance(30s);
+    EXPECT_EQ(readsOf(world), reads);
+  }
 }
 
 TEST(HelperEngine, PeopleThatAppearAreReadTwoSecondsLater) {

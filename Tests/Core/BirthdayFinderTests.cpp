@@ -79,6 +79,8 @@ TEST(BirthdayFinder, TheGreetingNamesWhoseBirthdayItIs) {
       {"happy birthday MAYA", "Anna", std::nullopt},
       {"happy birthday! Maya", "Anna", std::nullopt},
       {"happy birthday  ,\n Maya", "Anna", "Maya"},
+      {"hbd! happy  birthday to  little  Maya", "Anna", "Maya"},
+      {"happy birthday my dear, happy birthday Maya", "Anna", "Maya"},
       {"Happy birthday Maya-Lou", "Anna", "Maya"},
       {"Happy birthday J", "Anna", std::nullopt},
       {"Happy birthday to my Maya", "Anna", std::nullopt},
@@ -150,11 +152,14 @@ TEST(BirthdayFinder, TheirThanksNameWhoseBirthdayItIs) {
   EXPECT_EQ(name("Thanks for the birthday wishes for Maya"), "Maya");
   EXPECT_EQ(name("thanks for the Birthday LOVE to Maya!"), "Maya");
   EXPECT_EQ(name("your birthday message for Maya. So sweet"), "Maya");
+  EXPECT_EQ(name("birthday wishes FOR Maya"), "Maya");
+  EXPECT_EQ(name("birthday  wishes  for  Maya"), "Maya");
   EXPECT_EQ(name("birthday text for Anna"), std::nullopt);
   EXPECT_EQ(name("birthday text for Maya"), "Maya");
   EXPECT_EQ(name("birthday cake for Maya"), std::nullopt);
   EXPECT_EQ(name("birthday wishes from Maya"), std::nullopt);
   EXPECT_EQ(name("birthday wishes for my son"), std::nullopt);
+  EXPECT_EQ(name("birthday wishes for my son, birthday wishes for Maya"), "Maya");
   EXPECT_EQ(name("birthday wishes for Mom"), std::nullopt);
   EXPECT_EQ(find({me("happy birthday!"), me("birthday wishes for Maya")})->name, std::nullopt);
   EXPECT_EQ(find({me("happy birthday!"), them("birthday wishes for Dad"), them("birthday wishes for Maya"),
@@ -203,6 +208,7 @@ TEST(BirthdayFinder, TheirTextsTellTheAge) {
       {"my 21st birthday", 21},
       {"her 2nd bday", 2},
       {"turned 0", std::nullopt},
+      {"turned 1", 1},
       {"turned 110", 110},
       {"turned 111", std::nullopt},
       {"turned 007", 7},
@@ -212,6 +218,18 @@ TEST(BirthdayFinder, TheirTextsTellTheAge) {
       {"turned \u0663\u0661, yes 31 today", 31},
       {"nothing", std::nullopt},
       {"I am 31", 31},
+      {"TURNING 41", 41},
+      {"turning 7", 7},
+      {"he's 105", 105},
+      {"105 years old", 105},
+      {"my 105th birthday", 105},
+      {"she is  9", 9},
+      {"turning  40", 40},
+      {"40  today", 40},
+      {"my 30th  birthday", 30},
+      {"41 TODAY", 41},
+      {"the 23RD bday", 23},
+      {"my 30th Birthday", 30},
       {"I was 31", std::nullopt},
   };
   for (const Case& each : cases) EXPECT_EQ(find({me("happy birthday!"), them(each.text)})->age, each.age) << each.text;

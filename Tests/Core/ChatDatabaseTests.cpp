@@ -257,6 +257,14 @@ TEST_F(ChatDatabaseTest, ASnapshotSeesNothingThatComesLater) {
   EXPECT_EQ(ChatDatabase(_store.path()).maxRowID(), 2);
 }
 
+TEST_F(ChatDatabaseTest, AllMessagesAreReadInsideASnapshotOnly) {
+  _store.addMessage(_chat, at(1), true, "hello");
+  ChatDatabase database(_store.path());
+  EXPECT_THROW(database.allMessages({_chat}, at(0)), ChatDatabase::Failure);
+  database.beginSnapshot();
+  EXPECT_THAT(rowIDs(database.allMessages({_chat}, at(0))), ElementsAre(1));
+}
+
 TEST_F(ChatDatabaseTest, ARowIsKnownAgainByGuidAndDate) {
   const auto row = _store.addMessage(_chat, at(1), true, "hello");
   const ChatDatabase database(_store.path());
