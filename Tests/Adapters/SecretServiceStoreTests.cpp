@@ -6,9 +6,11 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
+#include <filesystem>
 #include <future>
 #include <set>
 
+#include "Adapters/Linux/Files/XdgFolders.h"
 #include "Adapters/Linux/Secrets/MakeSecretStore.h"
 #include "Adapters/Linux/Secrets/SecretServiceSession.h"
 #include "Adapters/Linux/Secrets/SecretServiceStore.h"
@@ -26,8 +28,6 @@ using support::ChildProcess;
 using support::PrivateBus;
 using support::PrivateKeyring;
 using testing::HasSubstr;
-
-// Far below the 25 seconds of a call that nobody bounds, far above what a busy machine needs.
 
 const SecretBytes kFirst(std::string_view("11111111111111111111111111111111"));
 const SecretBytes kSecond(std::string_view("22222222222222222222222222222222"));
@@ -88,6 +88,14 @@ TEST_F(SecretServiceStoreTest, ManyProcessesThatCreateAtOnceOnAFreshKeyringEndWi
     EXPECT_EQ(keyring->items().size(), 1U);
     keyring->stop();
   }
+}
+
+TEST_F(SecretServiceStoreTest, AnAdditionLocksOtherProcessesOut) {
+  ASSERT_TRUE(keyring->start(true));
+  const auto lock = *RuntimeFolder::path() / "app.pellora.messages.exchange.lock";
+  EXPECT_FALSE(std::filesystem::exists(lock));
+  ASSERT_EQ(store.add(attributes, "a label", kFirst).outcome, Added::added);
+  EXPECT_TRUE(std::filesystem::exists(lock));
 }
 
 TEST_F(SecretServiceStoreTest, TheKeySurvivesTheEndOfTheLogin) {

@@ -119,6 +119,19 @@ TEST(DateText, NamesTheDayAndTheYearWhenItIsAnother) {
   }
 }
 
+TEST(DateText, EveryMonthAndWeekdayHasItsName) {
+  const char* const kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  for (int month = 1; month <= 12; ++month)
+    EXPECT_EQ(date_text::dayOfYear(month, 9), std::string("9 ") + kMonths[month - 1]);
+  EXPECT_EQ(date_text::dayOfYear(0, 9), "");
+  EXPECT_EQ(date_text::dayOfYear(13, 9), "");
+  const LocalCalendar calendar = LocalCalendar::inTimeZone("UTC");
+  const char* const kBackFromSaturday[] = {"Sat 21", "Fri 20", "Thu 19", "Wed 18", "Tue 17", "Mon 16", "Sun 15"};
+  for (int days = 0; days < 7; ++days)
+    EXPECT_EQ(date_text::weekdayDate(instantAtSeconds(kNow - days * 24 * kHour), instantAtSeconds(kNow), calendar),
+              std::string(kBackFromSaturday[days]) + " Nov");
+}
+
 }  // namespace
 
 }  // namespace pellora
