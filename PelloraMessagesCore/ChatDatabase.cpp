@@ -82,6 +82,9 @@ class Statement {
   sqlite3_stmt* _statement = nullptr;
 };
 
+constexpr char kParticipantsQuery[] =
+    "SELECT chj.chat_id, h.id FROM chat_handle_join chj JOIN handle h ON h.ROWID = chj.handle_id";
+constexpr char kRowMarkQuery[] = "SELECT guid, date FROM message WHERE ROWID = ?";
 constexpr char kTextColumns[] = "m.text, m.attributedBody";
 // The same for some chats only: the texts in other rows are never asked for.
 constexpr char kSelectedTextColumns[] =
@@ -256,6 +259,11 @@ sqlite3* ChatDatabase::checked() const {
   const std::optional<std::string> trouble = StoreHardening::tableTrouble(_db);
   if (!trouble) throw Failure::query(StoreHardening::errorText(_db));
   if (!trouble->empty()) throw Failure::query(*trouble);
+  // What a read asks for later must be there from the start, so that every user of a store finds the same wrong with
+  // it.
+  for (const std::string& query :
+       {messageQuery("m.ROWID > ?", "m.ROWID", 1), std::string(kParticipantsQuery), std::string(kRowMarkQuery)})
+    const Statement prepared(_db, query);
   _isChecked = true;
   return _db;
 }
@@ -277,7 +285,7 @@ std::int64_t ChatDatabase::maxRowID() const {
 }
 
 std::string ChatDatabase::rowMark(std::int64_t rowID) const {
-  Statement statement(checked(), "SELECT guid, date FROM message WHERE ROWID = ?");
+  Statement statement(checked(), kRowMarkQuery);
   statement.bind(rowID);
   std::string mark;
   while (statement.nextRow()) {
@@ -332,8 +340,7 @@ std::string ChatDatabase::chatsCondition(const std::set<std::int64_t>& chats) {
 }
 
 ChatParticipants ChatDatabase::chatParticipants() const {
-  Statement statement(checked(),
-                      "SELECT chj.chat_id, h.id FROM chat_handle_join chj JOIN handle h ON h.ROWID = chj.handle_id");
+  Statement statement(checked(), kParticipantsQuery);
   ChatParticipants participants;
   while (statement.nextRow()) {
     const std::int64_t chat = statement.integer64(0);
