@@ -1,7 +1,7 @@
 // Reading a Messages store that may be hostile or broken, with bounded time and memory: files next to it that are no
 // files are never opened, its schema is not trusted, its tables must be what they seem, and a read that runs for
 // ever ends. For every connection to the store.
-// Tested by Tests/Core/StoreHardeningTests.cpp.
+// Tested by Tests/Core/StoreHardeningTests.cpp and Tests/Attacks/HostileStoreTests.cpp.
 #pragma once
 
 #include <cstdint>
