@@ -73,9 +73,13 @@ std::string loss(const CompanionContext& context, const ChatDatabase::Summary& n
                  const std::optional<StagedStore::Difference>& difference) {
   const StoreProbe present = StoreProbe::of(context.store);
   if (!present.isReadable() || !present.summary.newestMessageAt) return {};
-  if (!next.newestMessageAt || *next.newestMessageAt < *present.summary.newestMessageAt)
-    return "The history in place has newer messages (until " + newest(present.summary, context) +
-           ") than this one (until " + newest(next, context) + ")";
+  if (!next.newestMessageAt || *next.newestMessageAt < *present.summary.newestMessageAt) {
+    const std::string there = newest(present.summary, context);
+    const std::string here = newest(next, context);
+    return there == here
+               ? "The history in place has newer messages than this one, on the same day (" + there + ")"
+               : "The history in place has newer messages (until " + there + ") than this one (until " + here + ")";
+  }
   if (difference && difference->lost > difference->inPlace / 2)
     return "This history lacks " + std::to_string(difference->lost) + " of the " + std::to_string(difference->inPlace) +
            " messages of the history in place";

@@ -179,6 +179,10 @@ TEST_F(History, ANewerHistoryIsOnlyReplacedOnDemand) {
   EXPECT_EQ(messagesInPlace(), 5);
   EXPECT_EQ(add(old, true)["messages"], 9);
   EXPECT_EQ(messagesInPlace(), 9);
+  const fs::path later = makeStore("later.db", 3, 1);
+  StoreConnection(later, StoreConnection::Mode::existing).execute("UPDATE message SET date = date + 1000000000");
+  add(later, true);
+  EXPECT_THAT(failureOfAdding(makeStore("same-day.db", 3, 1)), HasSubstr("on the same day"));
 }
 
 TEST_F(History, OneThatLacksMostOfTheOneInPlaceReplacesItOnlyOnDemand) {
