@@ -43,14 +43,16 @@ std::optional<std::string> converted(std::string_view bytes, const std::string& 
   return result;
 }
 
-// UTF-16 without its mark shows in the zeros of its ASCII: nearly all at one side of the pairs. Whatever it is in, an
-// address book has digits and separators.
+// UTF-16 without its mark shows in the zeros of its ASCII: many, and nearly all on one side of the pairs. An address
+// book in any language has digits and separators; a few zeros are damage.
 const char* unmarkedCharset(std::string_view bytes) {
-  constexpr std::size_t kClearly = 4;  // times as many
+  constexpr std::size_t kClearly = 4;      // times as many on one side
+  constexpr std::size_t kFewestOfAll = 8;  // of so many pairs, one has a zero at least
   if (bytes.size() % 2 != 0) return nullptr;
   std::size_t zeros[2] = {0, 0};
   for (std::size_t at = 0; at < bytes.size(); ++at)
     if (bytes[at] == '\0') ++zeros[at % 2];
+  if ((zeros[0] + zeros[1]) * kFewestOfAll < bytes.size() / 2) return nullptr;
   if (zeros[1] > kClearly * zeros[0]) return "UTF-16LE";
   if (zeros[0] > kClearly * zeros[1]) return "UTF-16BE";
   return nullptr;

@@ -2,6 +2,8 @@
 // sentence, `status` says "readable" of the very stores that the helper reads, and earlier records stay.
 #include <sqlite3.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>

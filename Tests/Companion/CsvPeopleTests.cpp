@@ -127,6 +127,17 @@ TEST(CsvPeople, ReadsUtf16WithoutAMarkThatBeginsOutsideAscii) {
   }
 }
 
+TEST(CsvPeople, AStrayZeroMakesNoUtf16OfATable) {
+  for (const std::size_t at : {24, 25}) {
+    std::string text = "Name,Phone,Note\nAnna,5551234567,-------\n";
+    text[at + 10] = '\0';
+    ASSERT_EQ(text.size() % 2, 0U);
+    const ImportedPeople read = support::readPeople(text);
+    ASSERT_THAT(read.people, SizeIs(1)) << at;
+    EXPECT_EQ(read.people[0].firstName, "Anna");
+  }
+}
+
 TEST(CsvPeople, ReadsATableWhoseMarkWasWrittenTwice) {
   const ImportedPeople read = support::readPeople("\xEF\xBB\xBF\xEF\xBB\xBFName,Phone\nAnna,5551234567\n");
   EXPECT_THAT(read.unusedColumns, IsEmpty());
