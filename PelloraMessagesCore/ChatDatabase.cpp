@@ -262,7 +262,7 @@ sqlite3* ChatDatabase::checked() const {
   // What a read asks for later must be there from the start, so that every user of a store finds the same wrong with
   // it.
   for (const std::string& query :
-       {messageQuery("m.ROWID > ?", "m.ROWID", 1), std::string(kParticipantsQuery), std::string(kRowMarkQuery)})
+       {std::string(kParticipantsQuery), messageQuery("m.ROWID > ?", "m.ROWID", 1), std::string(kRowMarkQuery)})
     const Statement prepared(_db, query);
   _isChecked = true;
   return _db;

@@ -235,7 +235,7 @@ TEST(ChatDatabaseOverDamage, WhatIsNoDatabaseSaysSo) {
 TEST(ChatDatabaseOverDamage, AnEmptyFileHasNoTables) {
   const TemporaryFolder folder;
   writeFile(folder / "chat.db", "");
-  EXPECT_EQ(failureOfAny(folder / "chat.db"), "query(\"no such table: message\")");
+  EXPECT_EQ(failureOfAny(folder / "chat.db"), "query(\"no such table: chat_handle_join\")");
   EXPECT_EQ(std::filesystem::file_size(folder / "chat.db"), 0u);
 }
 

@@ -25,6 +25,11 @@ using ::testing::IsEmpty;
 
 constexpr std::int64_t kNanoseconds = 1'000'000'000;
 constexpr std::int64_t kReferenceSeconds = 978'307'200;  // 2001-01-01
+// The tables and columns that a read asks for, without types and keys.
+constexpr char kBareTables[] =
+    "CREATE TABLE message (guid, date, is_from_me, text TEXT, attributedBody, associated_message_type, item_type);"
+    "CREATE TABLE chat_message_join (chat_id, message_id);"
+    "CREATE TABLE handle (id); CREATE TABLE chat_handle_join (chat_id, handle_id);";
 
 Instant at(std::int64_t secondsSince2001) {
   return instantAtSeconds(kReferenceSeconds + secondsSince2001);
@@ -405,12 +410,10 @@ TEST_F(ChatDatabaseTest, ATextEndsAtAZeroByte) {
 
 TEST_F(ChatDatabaseTest, StoresInUtf16ReadTheSame) {
   StoreConnection connection(_folder / "utf16.db", StoreConnection::Mode::create);
-  connection.execute(
-      "PRAGMA encoding = 'UTF-16le';"
-      "CREATE TABLE message (date, is_from_me, text TEXT, attributedBody, associated_message_type, item_type);"
-      "CREATE TABLE chat_message_join (chat_id, message_id);"
-      "INSERT INTO message (date, text) VALUES (1, 'h\u00E9 \U0001F642');"
-      "INSERT INTO chat_message_join VALUES (1, 1)");
+  connection.execute((std::string("PRAGMA encoding = 'UTF-16le';") + kBareTables +
+                      "INSERT INTO message (date, text) VALUES (1, 'h\u00E9 \U0001F642');"
+                      "INSERT INTO chat_message_join VALUES (1, 1)")
+                         .c_str());
   EXPECT_THAT(texts(ChatDatabase(_folder / "utf16.db").messages(0, 5000)), ElementsAre("h\u00E9 \U0001F642"));
 }
 
@@ -480,10 +483,10 @@ TEST_F(ChatDatabaseTest, HandlesSpelledWithCombiningMarksAreTheSameHandle) {
 
 TEST_F(ChatDatabaseTest, HandlesWithoutATextOrAChatAreIgnored) {
   StoreConnection connection(_folder / "loose.db", StoreConnection::Mode::create);
-  connection.execute(
-      "CREATE TABLE handle (id); CREATE TABLE chat_handle_join (chat_id, handle_id);"
-      "INSERT INTO handle VALUES (NULL), ('a'), (42), (x'ff');"
-      "INSERT INTO chat_handle_join VALUES (1, 1), (2, 1), (2, 2), (3, 3), (4, 99), (5, 4)");
+  connection.execute((std::string(kBareTables) +
+                      "INSERT INTO handle VALUES (NULL), ('a'), (42), (x'ff');"
+                      "INSERT INTO chat_handle_join VALUES (1, 1), (2, 1), (2, 2), (3, 3), (4, 99), (5, 4)")
+                         .c_str());
   const ChatParticipants participants = ChatDatabase(_folder / "loose.db").chatParticipants();
   EXPECT_EQ(participants.size(), 3u);
   EXPECT_THAT(participants.at(2), ElementsAre("a"));
