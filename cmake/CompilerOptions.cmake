@@ -40,11 +40,12 @@ else()
   # The same sources give the same bytes, wherever they lie, and whether or not they are compiled through ccache, which
   # names files as they lie from the build folder: so does everything that is named in full.
   file(RELATIVE_PATH pellora_sources_from_build ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
-  target_compile_options(pellora_product INTERFACE
+  set(pellora_same_bytes
     "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=${pellora_sources_from_build}>"
     "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${CMAKE_BINARY_DIR}/=>"
     # Nor is the build folder named, which ccache does not tell apart from another one.
     "$<$<AND:$<NOT:$<CONFIG:Debug>>,$<CXX_COMPILER_ID:Clang>>:-ffile-compilation-dir=.>")
+  target_compile_options(pellora_product INTERFACE ${pellora_same_bytes})
   target_compile_options(pellora_options INTERFACE
     $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>:-fcf-protection=full>)
   target_link_options(pellora_options INTERFACE -Wl,-z,relro,-z,now -Wl,--as-needed)
