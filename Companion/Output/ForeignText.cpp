@@ -47,7 +47,7 @@ std::optional<std::string> converted(std::string_view bytes, const std::string& 
 // book in any language has digits and separators; a few zeros are damage.
 const char* unmarkedCharset(std::string_view bytes) {
   constexpr std::size_t kClearly = 4;      // times as many on one side
-  constexpr std::size_t kFewestOfAll = 8;  // of so many pairs, one has a zero at least
+  constexpr std::size_t kFewestOfAll = 8;  // at least one pair in this many has a zero
   if (bytes.size() % 2 != 0) return nullptr;
   std::size_t zeros[2] = {0, 0};
   for (std::size_t at = 0; at < bytes.size(); ++at)
