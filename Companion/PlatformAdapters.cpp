@@ -36,8 +36,8 @@ constexpr char kSettingsFolder[] = "app.pellora.messages.companion";
 constexpr char kLastReadKey[] = "messages.lastReadAt";
 constexpr char kHelperName[] = "app.pellora.Messages";  // the helper owns it on the bus while it runs
 
-// Where Ollama, llama.cpp and LocalAI, LM Studio and vLLM listen when nothing else is said.
-constexpr std::uint16_t kUsualModelPorts[] = {11434, 8080, 1234, 8000};
+// Where Ollama, llama.cpp, its older versions and LocalAI, LM Studio and vLLM listen when nothing else is said.
+constexpr std::uint16_t kUsualModelPorts[] = {11434, 9931, 8080, 1234, 8000};
 
 }  // namespace
 

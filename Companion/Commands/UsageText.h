@@ -116,7 +116,7 @@ inline constexpr char kModelExamples[] =
     "Examples:\n"
     "  pellora-companion model\n"
     "  pellora-companion model --try\n"
-    "  pellora-companion model use http://127.0.0.1:11434 --model qwen3:4b\n"
+    "  pellora-companion model use http://127.0.0.1:11434 --model qwen3:4b-instruct\n"
     "  pellora-companion model evaluate\n";
 
 inline constexpr char kEvaluateExamples[] =

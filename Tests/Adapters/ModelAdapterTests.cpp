@@ -320,6 +320,23 @@ TEST_P(ModelAdapter, ServerThatRestartsIsSpokenToAsTheNewOneItIs) {
   EXPECT_EQ(json::parse(server().bodies(kChat).back())["model"], "two");
 }
 
+TEST_P(ModelAdapter, ModelThatIsNotInMemoryIsNoFaultOfTheQuestion) {
+  serve("--router --model one --model two");
+  try {
+    awaited(model().respond("be brief", "hello"));
+    ADD_FAILURE() << "answered without a model";
+  } catch (const LanguageModelError& error) {
+    EXPECT_EQ(error.reason(), LanguageModelError::Reason::server);
+    EXPECT_STREQ(error.what(), "answered 400 (model is not loaded)");
+  }
+  EXPECT_EQ(server().count(kChat), 1U) << "in one form: no field is at fault";
+  server().restart({QStringLiteral("--router"), QStringLiteral("--model"), QStringLiteral("one"),
+                    QStringLiteral("--model"), QStringLiteral("two"), QStringLiteral("--loaded-model"),
+                    QStringLiteral("two")});
+  EXPECT_EQ(failure(), "") << "the one that is in memory by now";
+  EXPECT_EQ(json::parse(server().bodies(kChat).back())["model"], "two");
+}
+
 TEST_P(ModelAdapter, ErrorsTellWhatTheyAreAbout) {
   using Reason = LanguageModelError::Reason;
   const std::pair<const char*, Reason> kCases[] = {{"--status 500", Reason::server},

@@ -199,6 +199,23 @@ TEST(ChatCompletionsErrors, OnlyWhatIsAboutTheQuestionUsesUpATry) {
   EXPECT_EQ(errorFor(200, R"({"error":{"code":503,"message":"x"}})").reason(), Reason::server);
 }
 
+TEST(ChatCompletionsErrors, MessageTellsMoreThanTheStatus) {
+  using Reason = LanguageModelError::Reason;
+  const auto said = [](int status, const std::string& message, const std::string& prompt = "hello") {
+    return errorFor(status, json{{"error", {{"message", message}}}}.dump(), prompt).reason();
+  };
+  for (const char* missing : {"model is not loaded", "model 'x' not found", "No models loaded.", "Model unloaded.",
+                              "Failed to load model \"x\": not enough context memory", "The model has crashed"})
+    EXPECT_EQ(said(400, missing), Reason::server) << missing;
+  for (const char* refused : {"the field was not found", "no such role in the model's template", "model", ""})
+    EXPECT_EQ(said(400, refused), Reason::question) << refused;
+  const std::string unexpected = "The model produced output that does not match the expected peg-native format";
+  EXPECT_EQ(said(500, unexpected), Reason::question);
+  EXPECT_EQ(said(500, "x. " + unexpected), Reason::server);
+  EXPECT_EQ(said(400, "cannot read: my model train was not found", "my model train was not found"), Reason::question)
+      << "the user's words";
+}
+
 TEST(ChatCompletionsErrors, MessageOfTheServerIsRepeatedShortAndPlain) {
   const auto text = [](const std::string& body) { return std::string(errorFor(500, body).what()); };
   EXPECT_EQ(text(R"({"error":"model requires more system memory"})"),
@@ -237,6 +254,21 @@ std::vector<ListedModel> listed(const std::vector<std::string>& ids) {
   std::vector<ListedModel> models(ids.size());
   for (std::size_t place = 0; place < ids.size(); ++place) models[place].id = ids[place];
   return models;
+}
+
+TEST(ModelLists, StatesAndKindsOfAModelRouterAreRead) {
+  const auto models = ChatCompletionsProtocol::decodeModels(
+      R"({"data":[{"id":"a","status":{"value":"loaded"}},{"id":"b","status":{"value":"sleeping"}},
+        {"id":"c","status":{"value":"loading"}},{"id":"d","architecture":{"output_modalities":["decisions"]}},
+        {"id":"e","architecture":{"output_modalities":["text","decisions"]}},
+        {"id":"f","architecture":{"output_modalities":[]}}]})");
+  ASSERT_TRUE(models && models->size() == 6);
+  const auto isLoaded = [&](std::size_t place) { return (*models)[place].isLoaded; };
+  EXPECT_TRUE(isLoaded(0) && isLoaded(1)) << "one that sleeps wakes up for a question";
+  EXPECT_FALSE(isLoaded(2) || isLoaded(3));
+  EXPECT_EQ((*models)[3].completesText, false);
+  EXPECT_EQ((*models)[4].completesText, std::nullopt) << "models for embedding say text as well";
+  EXPECT_EQ((*models)[5].completesText, std::nullopt);
 }
 
 TEST(ModelLists, DetailsAreFoundOnThePagesOfTheirServers) {

@@ -109,12 +109,14 @@ TEST_F(ModelDiscovery, TellsNothingWhereNothingListens) {
 TEST_F(ModelDiscovery, LooksAtTheUsualPortsAndProposesTheFirstThatCanBeUsed) {
   const QString model = QStringLiteral("--model");
   look({{"127.0.0.1:11434", {QStringLiteral("--ollama"), model, QStringLiteral("first:4b")}},
+        {"127.0.0.1:9931", {model, QStringLiteral("newest")}},
         {"127.0.0.1:8080", {model, QStringLiteral("second")}},
         {"127.0.0.1:1234", {model, QStringLiteral("third"), model, QStringLiteral("bge-m3")}},
         {"127.0.0.1:8000", {model, QStringLiteral("big-cloud")}}},
        {});
   EXPECT_EQ(status, 1) << "none of them is set up";
   EXPECT_THAT(output, HasSubstr("Found on this machine:\n  http://127.0.0.1:11434  of root: first:4b\n"
+                                "  http://127.0.0.1:9931  of root: newest\n"
                                 "  http://127.0.0.1:8080  of root: second\n"
                                 "  http://127.0.0.1:1234  of root: third, bge-m3\n"
                                 "  http://127.0.0.1:8000  of root: runs the model big-cloud on another machine"));

@@ -118,6 +118,8 @@ HttpResponse ModelBehavior::answerQuestion(const HttpRequest& request) {
   const std::string model = body.value("model", "");
   if (std::find(_options.models.begin(), _options.models.end(), model) == _options.models.end())
     return error(404, "model not found", "not_found_error");
+  if (_options.router && !isAmong(model, _options.loadedModels))
+    return error(400, "model is not loaded", "invalid_request_error");
   const auto isRefused = [&](const std::string& field) { return body.contains(field); };
   if (std::any_of(_options.rejectFields.begin(), _options.rejectFields.end(), isRefused))
     return error(_options.rejectStatus, "Unrecognized request argument", "invalid_request_error");
@@ -212,6 +214,7 @@ std::string ModelBehavior::modelList() const {
   for (const std::string& name : _options.models) {
     ordered_json model{{"id", name}, {"object", "model"}};
     if (_options.contextTokens > 0 && _options.contextStyle == "list") model["max_model_len"] = _options.contextTokens;
+    if (_options.router) model["status"] = {{"value", isAmong(name, _options.loadedModels) ? "loaded" : "unloaded"}};
     data.push_back(std::move(model));
   }
   return dumped({{"object", "list"}, {"data", data}});

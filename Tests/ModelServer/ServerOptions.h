@@ -46,6 +46,7 @@ struct ServerOptions {
   int answerTokens = 0;
   bool endlessChunks = false;
 
+  bool router = false;
   bool ollama = false;
   bool imitator = false;
   int contextTokens = 0;

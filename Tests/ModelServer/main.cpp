@@ -49,6 +49,7 @@ void addOptions(CLI::App& app, ServerOptions& options) {
   app.add_option("--key", options.key, "Answer 401 to requests that do not bring this key");
   app.add_flag("--endless-chunks", options.endlessChunks, "Answer with a chunk whose extension never ends");
   app.add_option("--answer-tokens", options.answerTokens, "The number of answer tokens to tell");
+  app.add_flag("--router", options.router, "Tell which models are in memory, and refuse questions to the others");
   app.add_flag("--imitator", options.imitator, "Imitate Ollama as LocalAI does: with a /readyz, without schemas");
   app.add_option("--user", options.user, "Run as this account");
   app.add_option("--error-form", options.errorForm, "How errors are told")

@@ -15,6 +15,10 @@ std::optional<std::int64_t> positive(const JsonValue& value) {
   return number && *number > 0 ? number : std::nullopt;
 }
 
+bool isAmong(const JsonValue::Array& names, std::string_view name) {
+  return std::any_of(names.begin(), names.end(), [name](const JsonValue& item) { return item.text() == name; });
+}
+
 }  // namespace
 
 std::string requestBody(const ModelQuestion& question, Extras extras) {
@@ -64,7 +68,10 @@ std::optional<std::vector<ListedModel>> decodeModels(std::string_view body) {
     model.contextTokens = positive(item["max_model_len"]);
     if (!model.contextTokens) model.contextTokens = positive(item["meta"]["n_ctx"]);
     model.trainedTokens = positive(item["meta"]["n_ctx_train"]);
-    model.isLoaded = item["status"]["value"].text() == "loaded";
+    const std::string& state = item["status"]["value"].text();
+    model.isLoaded = state == "loaded" || state == "sleeping";  // a sleeping one wakes up for a question
+    const JsonValue::Array& outputs = item["architecture"]["output_modalities"].elements();
+    if (!outputs.empty()) model.completesText = isAmong(outputs, "text") ? model.completesText : false;
     models.push_back(std::move(model));
   }
   return models;
@@ -101,6 +108,14 @@ constexpr std::size_t kTellingBytes = 12;
 
 // The statuses with which servers refuse a question for what it says; all others are about the server.
 constexpr std::array kAboutTheQuestion = {400, 413, 414, 422};
+
+// Messages about a model that cannot be asked now, in lower case: whatever the status, the server is at fault.
+constexpr std::array<std::string_view, 6> kModelIsMissing = {"not loaded",     "no models loaded", "unloaded",
+                                                             "failed to load", "has crashed",      "not found"};
+
+// The beginning of the message about an answer that the server could not take apart: whatever the status, it is about
+// this answer.
+constexpr std::string_view kUnexpectedAnswer = "The model produced output";
 
 // Errors come as a string, as an object with a message, or as the framework's own form.
 std::string messageIn(const JsonValue& answer) {
@@ -141,6 +156,21 @@ bool repeats(std::string_view message, std::string_view text) {
   return false;
 }
 
+// What an error is about, by its status and by its message as far as that is the server's own.
+LanguageModelError::Reason reasonOf(int status, const std::string& message) {
+  using Reason = LanguageModelError::Reason;
+  const std::string lower = text::lowercased(message);
+  const bool isModelMissing = lower.find("model") != std::string::npos &&
+                              std::any_of(kModelIsMissing.begin(), kModelIsMissing.end(), [&](std::string_view words) {
+                                return lower.find(words) != std::string::npos;
+                              });
+  if (isModelMissing) return Reason::server;
+  if (message.starts_with(kUnexpectedAnswer)) return Reason::question;
+  const bool isAboutTheQuestion =
+      std::find(kAboutTheQuestion.begin(), kAboutTheQuestion.end(), status) != kAboutTheQuestion.end();
+  return isAboutTheQuestion ? Reason::question : Reason::server;
+}
+
 std::string clauseWith(int status, const std::string& message) {
   const std::string answered = "answered " + std::to_string(status);
   return message.empty() ? answered : answered + " (" + message + ")";
@@ -166,15 +196,13 @@ LanguageModelError toQuestion(int status, std::string_view body, const ModelQues
     const std::int64_t code = parsed(body)["error"]["code"].integer().value_or(0);
     status = code >= 400 && code < 600 ? static_cast<int>(code) : 400;
   }
-  const bool isAboutTheQuestion =
-      std::find(kAboutTheQuestion.begin(), kAboutTheQuestion.end(), status) != kAboutTheQuestion.end();
-  const Reason reason = isAboutTheQuestion ? Reason::question : Reason::server;
-  if (isAboutTheQuestion && isContextOverflow(body))
-    return {reason, "answered " + std::to_string(status) + " (the question is longer than the model's context)"};
   std::string message = readable(messageIn(parsed(body)));
   const bool mayHideText = message.find('\\') != std::string::npos || repeats(message, question.prompt) ||
                            repeats(message, question.instructions);
   if (mayHideText) message.clear();
+  const Reason reason = reasonOf(status, message);
+  if (reason == Reason::question && isContextOverflow(body))
+    return {reason, "answered " + std::to_string(status) + " (the question is longer than the model's context)"};
   return {reason, clauseWith(status, message)};
 }
 

@@ -45,7 +45,9 @@ bool addDetails(std::string_view body, std::vector<ListedModel>& models);
 
 // The meaning of an error answer for the question, and its wording: "answered 500 (model requires more system memory)".
 // Servers put anything into their error messages, parts of the question included, so a message is repeated only as far
-// as it cannot be text of the question.
+// as it cannot be text of the question. The status alone does not tell what an error is about: some servers refuse a
+// question as a bad request when the model is not in memory, and llama.cpp's answers 500 when the model's answer is not
+// in the form that its template expects.
 namespace ServerError {
 
 // The longest part of a server's message that is repeated, in characters.

@@ -29,6 +29,7 @@ struct ModelServer::Decoded {
   LanguageModel::Answer answer;
   std::exception_ptr error;
   bool refusesFields = false;  // perhaps because of fields that the server has not heard of
+  bool lacksModel = false;     // says so as if the question were at fault
 
   template <class Decode>
   static std::function<void(HttpAnswer&)> digest(std::shared_ptr<Decoded> result, ModelQuestion question,
@@ -39,11 +40,15 @@ struct ModelServer::Decoded {
       try {
         if (answer.status != 200) throw ServerError::toQuestion(answer.status, answer.body, question);
         result->answer = decode(answer.body, question);
+      } catch (const LanguageModelError& error) {
+        const bool isRefused = answer.status == kBadRequest || answer.status == kUnprocessable;
+        const bool isQuestionsFault = error.reason() == LanguageModelError::Reason::question;
+        result->refusesFields = isRefused && isQuestionsFault && !ServerError::isContextOverflow(answer.body);
+        result->lacksModel = isRefused && !isQuestionsFault;
+        result->error = std::current_exception();
       } catch (...) {
         result->error = std::current_exception();
       }
-      result->refusesFields = (answer.status == kBadRequest || answer.status == kUnprocessable) &&
-                              !ServerError::isContextOverflow(answer.body);
       answer.body.clear();
     };
   }
@@ -294,7 +299,8 @@ LanguageModel::Answer ModelServer::requireAnswer(const HttpAnswer& answer, Decod
   using Reason = LanguageModelError::Reason;
   const bool isAnswered = answer.outcome == HttpAnswer::Outcome::answered;
   if (answer.isOk()) trust();
-  if (!isAnswered || answer.status == kLoading || answer.status == kNotFound) _known.reset();
+  if (!isAnswered || answer.status == kLoading || answer.status == kNotFound || decoded.lacksModel) _known.reset();
+  if (decoded.lacksModel) _modelInUse.clear();
   switch (answer.outcome) {
     case HttpAnswer::Outcome::answered:
       if (decoded.error) std::rethrow_exception(decoded.error);

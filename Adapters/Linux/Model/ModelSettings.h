@@ -3,7 +3,7 @@
 //
 //   [General]
 //   url=http://127.0.0.1:11434
-//   model=qwen3:4b
+//   model=qwen3:4b-instruct
 //   keyFile=/home/user/.model-key
 //
 // The environment wins over it: PELLORA_MODEL_URL names another server, which gets neither the kept model nor the
