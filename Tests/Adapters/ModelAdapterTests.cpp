@@ -191,6 +191,14 @@ TEST_P(ModelAdapter, ServerThatGoesAwayWhileItIsLookedAtIsSaidToHaveDoneSo) {
   }
 }
 
+TEST_P(ModelAdapter, ServerThatEndsWhileItIsLookedAtIsNotMistakenForAnotherMake) {
+  for (const char* page : {"/api/version", "/readyz"}) {
+    serve({QStringLiteral("--ollama"), QStringLiteral("--exit-at-page"), QString::fromLatin1(page)});
+    EXPECT_FALSE(isAvailable()) << page;
+    EXPECT_THAT(failure(), HasSubstr("does not listen at")) << page;
+  }
+}
+
 TEST_P(ModelAdapter, ServerThatClosesTheConnectionInsteadOfAnsweringAForeignPageIsUsed) {
   serve({QStringLiteral("--break-page"), QStringLiteral("/api/version")});
   EXPECT_EQ(failure(), "");
@@ -278,11 +286,13 @@ TEST_P(ModelAdapter, QuestionsAreCountedThatReachAServer) {
   server().restart({QStringLiteral("--break-questions"), QStringLiteral("1")});
   EXPECT_NE(failure(), "");
   EXPECT_EQ(model().questionsSent(), 4) << "answered or not";
-  EXPECT_EQ(server().count(kChat), 4U);
+  EXPECT_EQ(failure(), "");
+  EXPECT_EQ(model().questionsSent(), 5);
+  EXPECT_EQ(server().count(kChat), 5U);
   server().stop();
-  EXPECT_NE(failure(), "");
-  EXPECT_NE(failure(), "");
-  EXPECT_EQ(model().questionsSent(), 4) << "nobody is there";
+  EXPECT_NE(failure(), "") << "sent to nobody";
+  EXPECT_NE(failure(), "") << "not sent: the server is looked for first";
+  EXPECT_EQ(model().questionsSent(), 5);
 }
 
 TEST_P(ModelAdapter, RefusalThatHasAnotherReasonSettlesNothing) {

@@ -1,6 +1,7 @@
 #include "Tests/ModelServer/ModelBehavior.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
@@ -75,6 +76,7 @@ HttpResponse ModelBehavior::error(int status, const std::string& message, const 
 }
 
 HttpResponse ModelBehavior::answer(const HttpRequest& request) {
+  if (request.path == _options.exitPage) std::_Exit(0);
   if (request.path == _options.brokenPage) {
     HttpResponse broken;
     broken.isBroken = true;

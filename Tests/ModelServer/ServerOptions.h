@@ -29,6 +29,7 @@ struct ServerOptions {
   int statusQuestions = 0;  // so many questions get that status; 0: all
   int brokenQuestions = 0;  // so many questions get no answer at all
   std::string brokenPage;   // requests for this page get no answer at all
+  std::string exitPage;     // a request for this page ends the server
   std::string errorMessage = "told to fail";
   std::string key;  // that requests must bring; empty: none
   std::string errorForm = "object";

@@ -45,6 +45,7 @@ void addOptions(CLI::App& app, ServerOptions& options) {
   app.add_option("--status-questions", options.statusQuestions, "Only the first N questions");
   app.add_option("--break-questions", options.brokenQuestions, "End the connection of the first N questions");
   app.add_option("--break-page", options.brokenPage, "End the connection of requests for this page");
+  app.add_option("--exit-at-page", options.exitPage, "End when this page is asked for");
   app.add_option("--error-message", options.errorMessage, "What error answers say");
   app.add_option("--key", options.key, "Answer 401 to requests that do not bring this key");
   app.add_flag("--endless-chunks", options.endlessChunks, "Answer with a chunk whose extension never ends");
