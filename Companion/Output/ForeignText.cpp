@@ -101,22 +101,61 @@ std::string withoutByteOrder(std::string_view bytes) {
   return text;
 }
 
-std::string utf8(std::string_view bytes) {
-  if (text::isValidUtf8(bytes)) return std::string(bytes);
-  return converted(bytes, "windows-1252").value_or(text::repairedUtf8(bytes));
+namespace {
+
+struct LocalCharset {
+  std::string_view locales;  // languages, or languages with their country, between spaces
+  const char* charset;
+};
+
+// The countries that differ from their language's others come first.
+constexpr LocalCharset kLocalCharsets[] = {
+    {" zh_TW zh_HK zh_MO ", "windows-950"},
+    {" zh ", "GB18030"},
+    {" ja ", "windows-31j"},
+    {" ko ", "windows-949"},
+    {" th ", "windows-874"},
+    {" bs pl cs sk hu sl hr ro sq ", "windows-1250"},
+    {" ru uk be bg mk sr ", "windows-1251"},
+    {" el ", "windows-1253"},
+    {" tr az ", "windows-1254"},
+    {" he iw yi ", "windows-1255"},
+    {" ar fa ur ", "windows-1256"},
+    {" lt lv et ", "windows-1257"},
+    {" vi ", "windows-1258"},
+};
+
+bool names(std::string_view list, std::string_view locale) {
+  return !locale.empty() && list.find(" " + std::string(locale) + " ") != std::string_view::npos;
 }
 
-std::string fromCharset(std::string_view bytes, std::string_view charset, bool isBelieved) {
+}  // namespace
+
+const char* charsetOf(std::string_view locale) {
+  const std::string_view language = locale.substr(0, locale.find_first_of("_.@"));
+  const std::string_view country = locale.substr(0, locale.find_first_of(".@"));
+  for (const LocalCharset& each : kLocalCharsets)
+    if (names(each.locales, country) || names(each.locales, language)) return each.charset;
+  return kWestern;
+}
+
+std::string utf8(std::string_view bytes, const char* charset) {
+  if (text::isValidUtf8(bytes)) return std::string(bytes);
+  const auto text = converted(bytes, charset);
+  return text ? text::repairedUtf8(*text) : text::repairedUtf8(bytes);
+}
+
+std::string fromCharset(std::string_view bytes, std::string_view charset, bool isBelieved, const char* usual) {
   const bool isShifted = bytes.find(kEscape) != std::string_view::npos;
-  if (charset.empty() || is(charset, "UTF-8") || is(charset, "UTF8")) return utf8(bytes);
+  if (charset.empty() || is(charset, "UTF-8") || is(charset, "UTF8")) return utf8(bytes, usual);
   if (text::isAscii(bytes) && !isShifted && !charset.starts_with("UTF-") && !charset.starts_with("utf-"))
     return std::string(bytes);
   if (!isBelieved && !isShifted && text::isValidUtf8(bytes)) return std::string(bytes);
   // Windows-1252 has Latin-1's letters and, where that has control characters, what was meant.
   if (is(charset, "ISO-8859-1") || is(charset, "ISO8859-1") || is(charset, "LATIN1") || is(charset, "US-ASCII"))
-    return converted(bytes, "windows-1252").value_or(utf8(bytes));
+    return converted(bytes, "windows-1252").value_or(utf8(bytes, usual));
   const auto declared = converted(bytes, std::string(charset));
-  return declared ? text::repairedUtf8(*declared) : utf8(bytes);
+  return declared ? text::repairedUtf8(*declared) : utf8(bytes, usual);
 }
 
 std::string quotedPrintableDecoded(std::string_view text) {

@@ -106,6 +106,26 @@ bool isDegree(std::string_view text) {
   return isOneOf(bare(text::trimmed(text)), kDegrees);
 }
 
+// Of "Lovelace, Dr., Ada, PhD" the part with the first name: the first one after the family's that is not a title
+// alone. Degrees end the name. Some address books write semicolons.
+std::string unturned(std::string_view name) {
+  std::string first;
+  while (!name.empty()) {
+    const std::size_t end = std::min(name.find_first_of(",;"), name.size());
+    const std::string part = foreign_text::onOneLine(name.substr(0, end));
+    name.remove_prefix(std::min(end + 1, name.size()));
+    if (part.empty()) continue;
+    if (first.empty()) {
+      first = part;
+    } else if (isDegree(part)) {
+      break;
+    } else if (!isTitle(part)) {
+      return part;
+    }
+  }
+  return first;
+}
+
 // Whether all letters are of the writings in which the family's name comes first.
 bool hasFamilyFirst(std::string_view text) {
   std::int32_t at = 0;
@@ -127,13 +147,7 @@ bool hasFamilyFirst(std::string_view text) {
 }  // namespace
 
 std::string firstNameIn(std::string_view fullName) {
-  std::string name = foreign_text::onOneLine(fullName);
-  if (const std::size_t comma = name.find(','); comma != std::string::npos) {
-    const std::string behind = foreign_text::onOneLine(std::string_view(name).substr(comma + 1));
-    const std::string before = name.substr(0, comma);
-    const bool isTurned = !behind.empty() && !isDegree(behind.substr(0, behind.find(',')));
-    name = isTurned ? behind : before;
-  }
+  const std::string name = unturned(foreign_text::onOneLine(fullName));
   std::string_view rest = name;
   while (true) {
     const std::size_t space = rest.find(' ');

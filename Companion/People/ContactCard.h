@@ -115,8 +115,8 @@ class ContactCard {
   Kind _kind = Kind::person;
 };
 
-// The first name in a full one: titles go, "Lovelace, Ada" is turned, degrees after a comma are no names, and names in
-// Chinese, Japanese or Korean writing begin with the family's.
+// The first name in a full one: titles go, "Lovelace, Ada" and "Lovelace; Ada" are turned, degrees after a comma are no
+// names, and names in Chinese, Japanese or Korean writing begin with the family's.
 std::string firstNameIn(std::string_view fullName);
 
 }  // namespace pellora

@@ -246,6 +246,8 @@ Table read(std::string_view text, char separator) {
   return best;
 }
 
+constexpr std::size_t kKnownColumn = 1000;  // one whose name is known counts more than any number of others
+
 // How well a separator fits, by the first lines alone.
 std::size_t fit(std::string_view text, char separator) {
   CsvRecords records(text, separator);
@@ -255,9 +257,39 @@ std::size_t fit(std::string_view text, char separator) {
     if (!record) break;
     std::size_t known = 0;
     for (const std::string& heading : record->fields) known += columnOf(heading) != Column::other ? 1U : 0U;
-    most = std::max(most, known * 1000 + std::min(record->fields.size(), std::size_t{999}));
+    most = std::max(most, known * kKnownColumn + std::min(record->fields.size(), kKnownColumn - 1));
   }
   return most;
+}
+
+// In the order in which one is taken when another has as many columns with known names.
+constexpr const char* kCharsets[] = {foreign_text::kWestern, "windows-1250", "windows-1251", "windows-1253",
+                                     "windows-1254",         "windows-1255", "windows-1256", "windows-1257",
+                                     "windows-874",          "windows-31j",  "GB18030",      "windows-950",
+                                     "windows-949"};
+constexpr std::size_t kBytesForCharset = 16384;
+
+// The text of a table that may be in any of these charsets: its headings tell.
+std::string inUtf8(std::string_view bytes, const char* usual) {
+  std::string text = foreign_text::utf8(bytes, usual);
+  if (text == bytes) return text;
+  std::string_view beginning = bytes.substr(0, kBytesForCharset);
+  beginning = beginning.substr(0, beginning.find_last_of("\r\n"));
+  const auto fitIn = [&](const char* charset) {
+    const std::string part = foreign_text::utf8(beginning, charset);
+    std::size_t best = 0;
+    for (const char each : kSeparators) best = std::max(best, fit(part, each));
+    return best / kKnownColumn;
+  };
+  const char* chosen = usual;
+  std::size_t best = fitIn(usual);
+  for (const char* each : kCharsets) {
+    const std::size_t fits = fitIn(each);
+    if (fits <= best) continue;
+    best = fits;
+    chosen = each;
+  }
+  return chosen == usual ? text : foreign_text::utf8(bytes, chosen);
 }
 
 Table recognize(std::string_view text) {
@@ -369,9 +401,10 @@ std::optional<CsvRecords::Record> CsvRecords::next() {
   return record;
 }
 
-ImportedPeople parseCsvPeople(std::string_view text) {
+ImportedPeople parseCsvPeople(std::string_view bytes, const char* charset) {
   ImportedPeople result;
   result.format = ImportedPeople::Format::csv;
+  const std::string text = inUtf8(bytes, charset);
   const Table table = recognize(text);
   if (!table.isEnough()) {
     result.problem =

@@ -39,16 +39,16 @@ void ImportedPeople::append(ImportedPeople other) {
   format = Format::several;
 }
 
-ImportedPeople parsePeople(std::string_view bytes) {
+ImportedPeople parsePeople(std::string_view bytes, const char* charset) {
   const std::string unicode = foreign_text::withoutByteOrder(bytes);
   const std::string_view content = text::trimmed(unicode);
   if (content.empty()) return unreadable("The file is empty.");
   if (content.find('\0') != std::string_view::npos)
     return unreadable("The file is neither a JSON list nor a table nor vCards.");
   if (content.front() == '[' || content.front() == '{') return parseJsonPeople(foreign_text::utf8(unicode));
-  if (containsVCard(unicode)) return parseVCardPeople(unicode);
+  if (containsVCard(unicode)) return parseVCardPeople(unicode, charset);
   if (containsLdif(content)) return parseLdifPeople(content);
-  return parseCsvPeople(foreign_text::utf8(unicode));
+  return parseCsvPeople(unicode, charset);
 }
 
 }  // namespace pellora

@@ -8,16 +8,19 @@
 #include <string>
 #include <string_view>
 
+#include "Companion/Output/ForeignText.h"
 #include "Companion/People/ContactCard.h"
 
 namespace pellora {
 
-ImportedPeople parsePeople(std::string_view bytes);
+// `charset` is the one that the user's programs write where they do not write UTF-8 and do not say so.
+ImportedPeople parsePeople(std::string_view bytes, const char* charset = foreign_text::kWestern);
 
 // People out of a table whose first line names the columns: separated by commas, semicolons or tabs (found out),
-// several number and address columns, several values in one field. Total, linear.
+// several number and address columns, several values in one field. Bytes that are not UTF-8 are read in the charset in
+// which most columns have names that are known, first of all in the one given. Total, linear.
 // Tested by Tests/Companion/CsvPeopleTests.cpp.
-ImportedPeople parseCsvPeople(std::string_view text);
+ImportedPeople parseCsvPeople(std::string_view bytes, const char* charset);
 
 // People out of a JSON list of {"id", "firstName", "phones", "emails"} or an object that has such a list as
 // "people". "name" may stand for "firstName", "phone" and "email" for the lists, a single text for a list. And out of
@@ -36,9 +39,9 @@ bool containsVCard(std::string_view text);
 
 // People out of vCards of versions 2.1, 3.0 and 4.0 as the common address books write them: several cards in a
 // file, cards inside cards, cards without an end, pictures of any size. Groups and organizations are skipped. `text`
-// is UTF-8 or, where a card declares it, another charset. Total, linear, without recursion.
-// Tested by Tests/Companion/VCardPeopleTests.cpp.
-ImportedPeople parseVCardPeople(std::string_view text);
+// is UTF-8 or, where a card declares it, another charset; what is neither is read in `charset`. Total, linear, without
+// recursion. Tested by Tests/Companion/VCardPeopleTests.cpp.
+ImportedPeople parseVCardPeople(std::string_view text, const char* charset);
 
 }  // namespace pellora
 

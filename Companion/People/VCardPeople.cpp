@@ -76,7 +76,9 @@ bool isWord(std::string_view value, std::string_view word) {
 
 class Reader {
  public:
-  explicit Reader(std::string_view text) : _lines(text) { _result.format = ImportedPeople::Format::vCard; }
+  Reader(std::string_view text, const char* usualCharset) : _lines(text), _usualCharset(usualCharset) {
+    _result.format = ImportedPeople::Format::vCard;
+  }
 
   ImportedPeople read() && {
     while (auto line = _lines.next()) takeLine(*line);
@@ -90,8 +92,9 @@ class Reader {
 
  private:
   void takeLine(std::string_view line) {
-    const auto property = VCardProperty::parse(line);
+    auto property = VCardProperty::parse(line);
     if (!property) return;
+    property->usualCharset = _usualCharset;
     const bool isVCard = isWord(property->value, "VCARD");
     if (property->name == "BEGIN" && isVCard) return begin();
     if (property->name == "END" && isVCard) return end();
@@ -135,6 +138,7 @@ class Reader {
   }
 
   VCardLines _lines;
+  const char* _usualCharset;
   ImportedPeople _result;
   std::optional<ContactCard> _card;
   std::size_t _number = 0;
@@ -160,8 +164,8 @@ bool containsVCard(std::string_view text) {
   return false;
 }
 
-ImportedPeople parseVCardPeople(std::string_view text) {
-  return Reader(text).read();
+ImportedPeople parseVCardPeople(std::string_view text, const char* charset) {
+  return Reader(text, charset).read();
 }
 
 }  // namespace pellora

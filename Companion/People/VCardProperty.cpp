@@ -133,8 +133,8 @@ std::optional<VCardProperty> VCardProperty::parse(std::string_view line) {
 }
 
 std::string VCardProperty::text() const {
-  if (!isQuotedPrintable) return foreign_text::fromCharset(value, charset, false);
-  return foreign_text::fromCharset(foreign_text::quotedPrintableDecoded(value), charset, true);
+  if (!isQuotedPrintable) return foreign_text::fromCharset(value, charset, false, usualCharset);
+  return foreign_text::fromCharset(foreign_text::quotedPrintableDecoded(value), charset, true, usualCharset);
 }
 
 std::vector<std::string_view> VCardProperty::components(std::string_view text, char separator) {

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Companion/Output/ForeignText.h"
+
 namespace pellora {
 
 // Line breaks of all kinds, folded lines joined (in version 2.1 the white space at the fold belongs to the text, later
@@ -37,8 +39,9 @@ class VCardLines {
 // Parameters come bare ("HOME"), named ("TYPE=HOME,WORK") and quoted; the group and all parameters that say nothing
 // about the spelling or the type are dropped.
 struct VCardProperty {
-  std::string name;     // upper case
-  std::string charset;  // empty when not declared
+  std::string name;                                   // upper case
+  std::string charset;                                // empty when not declared
+  const char* usualCharset = foreign_text::kWestern;  // of text that is not UTF-8 and declares nothing
   bool isQuotedPrintable = false;
   std::vector<std::string> types;  // "CELL", "work"; bare parameters among them
   std::string_view value;          // unchanged, within the line that was parsed

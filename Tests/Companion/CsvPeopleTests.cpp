@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "Companion/Output/ForeignText.h"
 #include "Companion/People/PeopleParser.h"
 #include "Tests/Companion/CompanionWorld.h"
 
@@ -33,6 +34,14 @@ const Table kTables[] = {
      "Jörg",
      {"1711234567"},
      {"j@x.de"}},
+    {"a full name turned around a semicolon", "Name;Phone\n\"Müller; Anna\";5551234567\n", "Anna", {"5551234567"}, {}},
+    {"a full name turned, with a title and a degree",
+     "Name;Phone\n\"Lovelace, Dr., Ada, PhD\";5551234567\n",
+     "Ada",
+     {"5551234567"},
+     {}},
+    {"a full name with degrees", "Name;Phone\n\"Ada Lovelace, PhD, FRS\";5551234567\n", "Ada", {"5551234567"}, {}},
+    {"a full name with nothing after its comma", "Name;Phone\n\"Ada,\";5551234567\n", "Ada", {"5551234567"}, {}},
     {"tabs", "name\tphone\nAnna Smith\t5551234567\n", "Anna", {"5551234567"}, {}},
     {"a separator hint", "sep=;\r\nName;Phone\r\nAnna;5551234567\r\n", "Anna", {"5551234567"}, {}},
     {"everything quoted", "\"First Name\",\"Phone\"\n\"Anna\",\"5551234567\"\n", "Anna", {"5551234567"}, {}},
@@ -133,6 +142,65 @@ TEST(CsvPeople, ATableWithAStrayZeroIsRefusedAndNotTakenForUtf16) {
     text[at] = '\0';
     ASSERT_EQ(text.size() % 2, 0U);
     EXPECT_EQ(support::readPeople(text).problem, "The file is neither a JSON list nor a table nor vCards.");
+  }
+}
+
+struct Encoded {
+  const char* what;
+  std::string bytes;
+  const char* firstName;
+};
+
+// As spreadsheets of these countries save them.
+const Encoded kEncoded[] = {
+    {"Windows-1251", "\xC8\xEC\xFF;\xD2\xE5\xEB\xE5\xF4\xEE\xED\n\xC0\xED\xED\xE0;5551234567\n", "Анна"},
+    {"Windows-1250", "Imi\xEA;Telefon\nMa\xB3gosia;5551234567\n", "Małgosia"},
+    {"Windows-1253", "\xBC\xED\xEF\xEC\xE1;\xD4\xE7\xEB\xDD\xF6\xF9\xED\xEF\n\xC1\xED\xED\xE1;5551234567\n", "Αννα"},
+    {"Windows-1254", "Ad\xFD;Telefon\nI\xFE\xFDl;5551234567\n", "Işıl"},
+    {"Windows-1255", "\xF9\xED \xF4\xF8\xE8\xE9;\xE8\xEC\xF4\xE5\xEF\n\xF0\xF2\xEE\xE9;5551234567\n", "נעמי"},
+    {"Shift_JIS", "\x96\xBC,\x93\x64\x98\x62\n\x94\xFC\x8A\x7C,5551234567\n", "美掛"},
+    {"GB18030", "\xC3\xFB\xD7\xD6,\xB5\xE7\xBB\xB0\n\xD0\xA1\xC3\xF7,5551234567\n", "小明"},
+    {"Big5", "\xA6W\xA6r,\xB9q\xB8\xDC\n\xA4p\xA9\xFA,5551234567\n", "小明"},
+    {"Windows-949", "\xC0\xCC\xB8\xA7,\xC0\xFC\xC8\xAD\n\xC1\xF6\xBF\xEC,5551234567\n", "지우"},
+    {"Windows-1252 with a letter that only a few have", "Pr\xE9nom;T\xE9l\xE9phone\nZo\xEB;5551234567\n", "Zoë"},
+};
+
+TEST(CsvPeople, TheHeadingsTellTheCharset) {
+  for (const Encoded& each : kEncoded) {
+    SCOPED_TRACE(each.what);
+    for (const char* usual : {foreign_text::kWestern, "windows-1251"}) {
+      const ImportedPeople read = parsePeople(each.bytes, usual);
+      ASSERT_THAT(read.people, SizeIs(1));
+      EXPECT_EQ(read.people[0].firstName, each.firstName);
+    }
+  }
+}
+
+TEST(CsvPeople, WhereTheHeadingsDoNotTellTheUsualCharsetCounts) {
+  const std::string table = "Name,Phone\n\xC0\xED\xED\xE0,5551234567\n";
+  const std::string card = "BEGIN:VCARD\nFN:\xC0\xED\xED\xE0\nTEL:5551234567\nEND:VCARD\n";
+  for (const std::string& bytes : {table, card}) {
+    EXPECT_EQ(parsePeople(bytes, "windows-1251").people.at(0).firstName, "Анна");
+    EXPECT_EQ(parsePeople(bytes).people.at(0).firstName, "Àííà");
+  }
+}
+
+TEST(ForeignText, EveryLocaleHasItsCharset) {
+  const std::pair<const char*, const char*> kLocales[] = {
+      {"ru_RU.UTF-8", "windows-1251"}, {"pl_PL", "windows-1250"},
+      {"zh_CN.UTF-8", "GB18030"},      {"zh_TW", "windows-950"},
+      {"ja_JP.UTF-8", "windows-31j"},  {"ko", "windows-949"},
+      {"el_GR@euro", "windows-1253"},  {"tr_TR.UTF-8", "windows-1254"},
+      {"he_IL", "windows-1255"},       {"ar_EG", "windows-1256"},
+      {"lt_LT", "windows-1257"},       {"vi_VN", "windows-1258"},
+      {"th_TH", "windows-874"},        {"de_DE.UTF-8", "windows-1252"},
+      {"C.UTF-8", "windows-1252"},     {"", "windows-1252"},
+      {"_RU", "windows-1252"},
+  };
+  for (const auto& [locale, charset] : kLocales) {
+    EXPECT_STREQ(foreign_text::charsetOf(locale), charset) << locale;
+    EXPECT_EQ(foreign_text::utf8("\xB0\xB1", foreign_text::charsetOf(locale)).find("\uFFFD"), std::string::npos)
+        << charset << " is not known to the library";
   }
 }
 
