@@ -1,5 +1,6 @@
 #include "Companion/Commands/StatusReport.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <system_error>
@@ -19,9 +20,10 @@ using Ink = OutputStyle::Ink;
 
 constexpr std::size_t kLabelWidth = 17;
 
+// The later one: either file may have been put back from a backup.
 std::optional<Instant> lastReadOf(const std::optional<HelperHeartbeat>& heartbeat) {
-  if (heartbeat && heartbeat->lastReadAt) return heartbeat->lastReadAt;
-  return platform_adapters::lastReadAt();
+  const std::optional<Instant> kept = platform_adapters::lastReadAt();
+  return heartbeat ? std::max(heartbeat->lastReadAt, kept) : kept;
 }
 
 std::string row(const CompanionContext& context, const std::string& label, const std::string& value, Ink ink) {
@@ -41,6 +43,14 @@ std::string storeText(const StatusReport& report, const CompanionContext& contex
   if (report.isStoreOld())
     text += ", the newest from " + RelativeDate::text(*store.summary.newestMessageAt, report.now, context.calendar);
   return text + " (" + store.file.string() + ")";
+}
+
+std::string latelyText(const StatusReport& report, const CompanionContext& context) {
+  if (!report.latelyReason.empty()) return "cannot be listed: " + report.latelyReason;
+  std::string text = std::to_string(report.latelyRecords);
+  if (report.latelyWrittenAt && report.isOldRead(report.latelyWrittenAt))
+    text += ", the newest written " + RelativeDate::text(*report.latelyWrittenAt, report.now, context.calendar);
+  return text;
 }
 
 std::string keyText(const KeyState& key) {
@@ -81,7 +91,12 @@ StatusReport StatusReport::gather(const CompanionContext& context) {
   report.sharedHandles = SharedHandle::find(people.people()).size();
   const std::error_code error = MessagesLatelyInbox::list(context.folder).error;
   if (error) report.latelyReason = error.message();
-  if (report.key.key) report.latelyRecords = MessagesLatelyInbox::readAll(*report.key.key, context.folder).size();
+  if (report.key.key) {
+    const auto records = MessagesLatelyInbox::readAll(*report.key.key, context.folder);
+    report.latelyRecords = records.size();
+    for (const MessagesLatelyRecord& record : records)
+      report.latelyWrittenAt = std::max(report.latelyWrittenAt, std::optional(record.writtenAt));
+  }
   if (report.key.key) report.state = HelperState::load(*report.key.key, context.folder);
   report.heartbeat = HelperHeartbeat::read(context.folder);
   report.lastReadAt = lastReadOf(report.heartbeat);
@@ -116,6 +131,8 @@ std::string StatusReport::nextStepWithHelper() const {
   if (progress()) return "Wait for the read that is running; what is done shows already: pellora-companion lately";
   if (presence == platform_adapters::HelperPresence::onlyReads) return "Wait for the read that is running.";
   if (!isHelperRunning()) return "Start the helper: pellora-for-messages";
+  if (isHelperSilent())
+    return "Ask for a read: pellora-companion read-now. If the helper stays silent, start it again.";
   if (heartbeat && heartbeat->status == Status::failed)
     return "Open the helper's window to see why the last read failed.";
   // The kernel lets the helper read the folders that were there when it started.
@@ -155,6 +172,10 @@ bool StatusReport::isStoreOld() const {
   return newest && now - *newest > kStoreIsOldAfter;
 }
 
+bool StatusReport::isOldRead(const std::optional<Instant>& instant) const {
+  return !instant || *instant > now || now - *instant > kReadIsOldAfter;
+}
+
 std::optional<ReadProgress> StatusReport::progress() const {
   const bool isReading = presence != platform_adapters::HelperPresence::notRunning;
   return isReading && state ? state->progress : std::nullopt;
@@ -167,13 +188,13 @@ std::string StatusReport::text(const CompanionContext& context) const {
   text += row(context, "Exchange key", keyText(key), good(key.key.has_value()));
   text += row(context, "People", peopleText(), good(people > 0));
   text += row(context, "Last read", lastReadAt ? RelativeDate::text(*lastReadAt, now, context.calendar) : "never",
-              good(lastReadAt.has_value()));
+              good(!isOldRead(lastReadAt)));
   text += row(context, "Helper", helperText(presence, heartbeat, progress(), context),
-              good(isHelperRunning() && heartbeat && heartbeat->status == HelperHeartbeat::Status::reading));
+              good(isHelperRunning() && !isHelperSilent() && heartbeat &&
+                   heartbeat->status == HelperHeartbeat::Status::reading));
   if (!trayObstacle.empty()) text += row(context, "Tray", trayObstacle, Ink::yellow);
-  text += row(context, "Lately records",
-              latelyReason.empty() ? std::to_string(latelyRecords) : "cannot be listed: " + latelyReason,
-              good(latelyRecords > 0 && latelyReason.empty()));
+  text += row(context, "Lately records", latelyText(*this, context),
+              good(latelyRecords > 0 && latelyReason.empty() && !isOldRead(latelyWrittenAt)));
   if (model) text += row(context, "Language model", modelText(*model), good(model->isAvailable));
   const std::string debt = state ? model_work::waiting(state->model, now) : "";
   if (!debt.empty()) text += row(context, "Waiting", debt, Ink::yellow);
@@ -198,14 +219,35 @@ std::string_view sentence(HelperHeartbeat::Status status) {
   return {};
 }
 
+// The same of a helper that has said nothing since.
+std::string_view pastSentence(HelperHeartbeat::Status status) {
+  switch (status) {
+    case HelperHeartbeat::Status::reading:
+      return "its last read went well";
+    case HelperHeartbeat::Status::needsFullDiskAccess:
+      return "it could not read the Messages store";
+    case HelperHeartbeat::Status::waitingForPellora:
+      return "it waited for a key and people";
+    case HelperHeartbeat::Status::failed:
+      return "its last read failed";
+  }
+  return {};
+}
+
+// A heartbeat from the future was written by another clock.
+std::string heardFrom(const HelperHeartbeat& heartbeat, const CompanionContext& context) {
+  const std::string when = RelativeDate::text(heartbeat.at, context.now, context.calendar);
+  return heartbeat.at > context.now ? "its heartbeat is dated ahead of the clock, " + when : "last heard from " + when;
+}
+
 std::string lastWords(const std::optional<HelperHeartbeat>& heartbeat, const CompanionContext& context) {
   if (!heartbeat) {
     const auto url = HelperHeartbeat::url(context.folder);
     std::error_code error;
     return url && std::filesystem::exists(*url, error) ? "its heartbeat cannot be read" : "no heartbeat yet";
   }
-  return "last heard from " + RelativeDate::text(heartbeat->at, context.now, context.calendar) + " (" +
-         std::string(sentence(heartbeat->status)) + ", version " + heartbeat->helperVersion + ")";
+  return heardFrom(*heartbeat, context) + " (" + std::string(pastSentence(heartbeat->status)) + ", version " +
+         heartbeat->helperVersion + ")";
 }
 
 std::string progressText(const ReadProgress& progress, const CompanionContext& context) {
@@ -225,9 +267,9 @@ std::string helperText(platform_adapters::HelperPresence presence, const std::op
     case HelperPresence::running:
       if (!doing.empty()) return "running, " + doing;
       if (!heartbeat) return "running, " + lastWords(heartbeat, context);
-      return "running, " + std::string(sentence(heartbeat->status)) + " (last heard from " +
-             RelativeDate::text(heartbeat->at, context.now, context.calendar) + ", version " +
-             heartbeat->helperVersion + ")";
+      if (!heartbeat->isFresh(context.now)) return "running, but silent: " + lastWords(heartbeat, context);
+      return "running, " + std::string(sentence(heartbeat->status)) + " (" + heardFrom(*heartbeat, context) +
+             ", version " + heartbeat->helperVersion + ")";
     case HelperPresence::onlyReads:
       return "another read is running" + (doing.empty() ? std::string() : ", " + doing);
     case HelperPresence::notRunning:

@@ -367,8 +367,13 @@ const Step kSteps[] = {
        report.presence = platform_adapters::HelperPresence::running;
        report.heartbeat = HelperHeartbeat{report.now, HelperHeartbeat::Status::reading, {}, "1.0"};
      }},
+    {"If the helper stays silent, start it again.",
+     [](StatusReport& report) { report.heartbeat->at = report.now - HelperHeartbeat::kFreshFor; }},
     {"was PELLORA_SECRET_STORE set for only one of the two",
-     [](StatusReport& report) { report.heartbeat->status = HelperHeartbeat::Status::waitingForPellora; }},
+     [](StatusReport& report) {
+       report.heartbeat->at = report.now;
+       report.heartbeat->status = HelperHeartbeat::Status::waitingForPellora;
+     }},
     {"Start the helper again, so that it may read the Messages folder that is there now.",
      [](StatusReport& report) { report.heartbeat->status = HelperHeartbeat::Status::needsFullDiskAccess; }},
     {"see why the last read failed",
@@ -415,9 +420,35 @@ TEST(StatusReport, AHelperThatEndedIsNotTakenForOneThatRuns) {
   auto report = StatusReport::gather(world.context());
   CompanionContext wide = world.context();
   wide.style.width = 200;
-  EXPECT_THAT(report.text(wide), HasSubstr("not running, last heard from 2 minutes ago (reading normally, version"));
+  EXPECT_THAT(report.text(wide),
+              HasSubstr("not running, last heard from 2 minutes ago (its last read went well, version 1.2.3)"));
   report.presence = platform_adapters::HelperPresence::running;
   EXPECT_THAT(report.text(wide), HasSubstr("running, reading normally (last heard from 2 minutes ago, version 1.2.3)"));
+}
+
+// As after the shared folder was put back from a backup.
+TEST(StatusReport, AnOldHeartbeatIsNotTheStateOfThings) {
+  CompanionWorld world;
+  const Instant now = instantAtSeconds(CompanionWorld::kNow);
+  const Instant then = now - std::chrono::days(60);
+  HelperHeartbeat{then, HelperHeartbeat::Status::reading, then, "1.2.3"}.write(world.shared());
+  MessagesLatelyRecord record = CompanionWorld::record(CompanionWorld::anna(), 3600);
+  record.writtenAt = then;
+  world.writeLately(record);
+  auto report = StatusReport::gather(world.context());
+  CompanionContext wide = world.context();
+  wide.style.width = 200;
+  EXPECT_THAT(report.text(wide), HasSubstr("last heard from 2 months ago (its last read went well"));
+  EXPECT_THAT(report.text(wide), HasSubstr("1, the newest written 2 months ago"));
+  EXPECT_TRUE(report.isOldRead(report.lastReadAt));
+  report.presence = platform_adapters::HelperPresence::running;
+  EXPECT_THAT(report.text(wide),
+              HasSubstr("running, but silent: last heard from 2 months ago (its last read went well"));
+  report.heartbeat->at = now + std::chrono::days(2);
+  EXPECT_THAT(report.text(wide), HasSubstr("(its heartbeat is dated ahead of the clock, in 2 days, version 1.2.3)"));
+  report.heartbeat->at = now;
+  report.latelyWrittenAt = now;
+  EXPECT_THAT(report.text(wide), Not(HasSubstr("the newest written")));
 }
 
 TEST(StatusReport, TellsHowFarAReadIsAndWhatWaitsForTheModel) {
