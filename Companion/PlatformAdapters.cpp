@@ -84,8 +84,9 @@ std::optional<Instant> lastReadAt() {
   return file ? IniUserDefaults(*file).date(kLastReadKey) : std::nullopt;
 }
 
-std::shared_ptr<void> lock(const std::filesystem::path& file, std::chrono::milliseconds patience) {
-  auto held = FileLock::onFile(file, patience);
+std::shared_ptr<void> lock(const std::filesystem::path& file, std::chrono::milliseconds patience,
+                           std::error_code& error) {
+  auto held = FileLock::onFile(file, patience, error);
   return held ? std::make_shared<FileLock>(std::move(*held)) : nullptr;
 }
 

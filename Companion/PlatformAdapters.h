@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "Adapters/Linux/Model/ChatCompletionsLanguageModel.h"
@@ -43,8 +44,10 @@ void removeLeftovers();
 // When the helper last read, as its settings say.
 std::optional<Instant> lastReadAt();
 
-// The file locked against other processes until the result is let go of; null when others hold it all the time.
-std::shared_ptr<void> lock(const std::filesystem::path& file, std::chrono::milliseconds patience);
+// The file locked against other processes until the result is let go of. Null when it cannot be opened, or when others
+// hold it all the time, which is the error std::errc::operation_would_block.
+std::shared_ptr<void> lock(const std::filesystem::path& file, std::chrono::milliseconds patience,
+                           std::error_code& error);
 
 enum class HelperPresence {
   running,    // on the session bus, or without one by its lock

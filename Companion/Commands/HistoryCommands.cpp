@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "Companion/Commands/ChangeLock.h"
 #include "Companion/Commands/Commands.h"
 #include "Companion/Commands/CompanionJson.h"
 #include "Companion/History/HistorySource.h"
@@ -44,14 +45,23 @@ std::string newest(const ChatDatabase::Summary& summary, const CompanionContext&
 }
 
 SecretBytes passwordFrom(const std::string& name) {
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  const std::string file = "The password file " + display::printable(name);
   auto bytes = AtomicFile::read(name, kLargestPasswordFile);
-  if (!bytes) throw CompanionFailure("The password file " + display::printable(name) + " cannot be read.");
+  if (!bytes) {
+    const std::string obstacle = reading_obstacle::find(name);
+    throw CompanionFailure(file +
+                           " cannot be read: " + (obstacle.empty() ? "it is too large to be a password" : obstacle) +
+                           "; nothing was changed.");
+  }
   std::string_view line = *bytes;
+  if (line.starts_with(kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
   line = line.substr(0, line.find('\n'));
   if (line.ends_with('\r')) line.remove_suffix(1);
   const SecretBytes password(line);
   OPENSSL_cleanse(bytes->data(), bytes->size());
-  if (password.size() == 0) throw CompanionFailure("The password file " + display::printable(name) + " is empty.");
+  if (password.size() == 0)
+    throw CompanionFailure(file + " has nothing in its first line, where the password belongs; nothing was changed.");
   return password;
 }
 
@@ -92,15 +102,6 @@ void askBeforeLosing(const std::string& loss) {
   throw CompanionFailure(loss + "; nothing was changed. Add --replace to replace it all the same.");
 }
 
-std::shared_ptr<void> takeLock(const CompanionContext& context) {
-  if (!context.runtime)
-    throw CompanionFailure("There is no runtime folder for a lock; set XDG_RUNTIME_DIR to a folder of yours.");
-  const auto file = *context.runtime / kLockFile;
-  if (auto lock = platform_adapters::lock(file, kLockPatience)) return lock;
-  throw CompanionFailure("Another history command is at work, or " + display::printable(file.string()) +
-                         " cannot be written; nothing was changed. Try again when it is done.");
-}
-
 // Throws when the history is in place and only that could not be done.
 void remember(const CompanionContext& context, const HistoryRecord& record) {
   try {
@@ -125,7 +126,7 @@ Outcome replaceStore(const CompanionContext& context, const Request& request) {
   HistorySource source = HistorySource::find(request.source);
   if (std::filesystem::equivalent(source.database(), context.store, error))
     throw CompanionFailure(display::printable(source.database().string()) + " is already the history in place.");
-  const auto lock = takeLock(context);
+  const auto lock = change_lock::take(context, kLockFile, "bringing a history", kLockPatience);
   unlock(source, request.passwordFile);
   const InterruptionGuard guard;
   StagedStore staged(context.store);

@@ -1,10 +1,12 @@
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <system_error>
 #include <unordered_set>
 #include <vector>
 
+#include "Companion/Commands/ChangeLock.h"
 #include "Companion/Commands/Commands.h"
 #include "Companion/Commands/CompanionJson.h"
 #include "Companion/Commands/PersonChoice.h"
@@ -12,6 +14,7 @@
 #include "Companion/History/StoreProbe.h"
 #include "Companion/Output/CompanionFailure.h"
 #include "Companion/Output/DisplayText.h"
+#include "Companion/Output/ForeignText.h"
 #include "Companion/Output/OutputFile.h"
 #include "Companion/Output/OutputStyle.h"
 #include "Companion/Output/Terminal.h"
@@ -61,16 +64,6 @@ class PeopleEdit {
 constexpr std::chrono::seconds kLockPatience{30};
 constexpr char kLockFile[] = "people.lock";
 
-// Held while the people file is read, changed and written.
-std::shared_ptr<void> takeLock(const CompanionContext& context) {
-  auto lock = context.runtime ? platform_adapters::lock(*context.runtime / kLockFile, kLockPatience) : nullptr;
-  if (!lock)
-    throw CompanionFailure(
-        "Another change of the people is at work, or there is no runtime folder for its lock; "
-        "try again.");
-  return lock;
-}
-
 // The state with a key, or with none although the store can be asked: one may be made then.
 KeyState keyState(const CompanionContext& context) {
   KeyState state = KeyState::find(context.secrets);
@@ -93,7 +86,7 @@ ExchangeKey keyForWriting(const CompanionContext& context, const KeyState& state
 
 PeopleEdit::PeopleEdit(const CompanionContext& context, Present present) : _context(context) {
   if (!context.folder) throw CompanionFailure("There is no home folder to keep the people file in.");
-  _lock = takeLock(context);
+  _lock = change_lock::take(context, kLockFile, "changing the people", kLockPatience);
   _key = keyState(context);
   _store = PeopleStore::find(context, _key.key);
   if (present == Present::mayBeLost || _store.file || _store.kind == PeopleStore::Kind::missing) return;
@@ -139,6 +132,14 @@ std::string upperCased(std::string text) {
   return text;
 }
 
+// Of address books that are not in UTF-8 and do not say what they are.
+const char* usualCharset() {
+  for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"})
+    if (const char* locale = std::getenv(name); locale != nullptr && *locale != '\0')
+      return foreign_text::charsetOf(locale);
+  return foreign_text::kWestern;
+}
+
 PhoneNumbers::Hints hints(const std::optional<std::string>& country, const std::optional<StoreHandles>& handles) {
   PhoneNumbers::Hints hints;
   if (country) {
@@ -173,7 +174,7 @@ CommandResult PeopleImportCommand::run(const CompanionContext& context) const {
   std::optional<ImportedPeople> all;
   for (const std::string& source : sources) {
     const Progress progress(source == "-" ? "Reading standard input" : "Reading " + source);
-    ImportedPeople imported = parsePeople(input_file::read(source));
+    ImportedPeople imported = parsePeople(input_file::read(source), usualCharset());
     if (imported.problem) throw CompanionFailure(withName(source, *imported.problem));
     if (all)
       all->append(std::move(imported));

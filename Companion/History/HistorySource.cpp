@@ -83,6 +83,25 @@ void needAccess(const fs::path& folder, const fs::path& wanted) {
                          copying(wanted));
 }
 
+// Throws when a file of a backup is there and cannot be read.
+void needFile(const fs::path& file, const fs::path& backup) {
+  const std::string obstacle = reading_obstacle::find(file);
+  if (obstacle.empty() || obstacle == "not there") return;
+  const bool isForbidden = obstacle == std::generic_category().message(EACCES);
+  throw CompanionFailure(display::printable(file.string()) + " cannot be read: " + obstacle + ". Nothing was changed." +
+                         (isForbidden ? copying(backup) : ""));
+}
+
+// Throws when what a backup holds is hidden from this user: it would look like a backup without it.
+PhoneBackup openBackup(const fs::path& folder) {
+  needFile(folder / "Manifest.plist", folder);
+  needFile(folder / "Manifest.db", folder);
+  needAccess(folder / PhoneBackup::kHistoryFolder, folder);
+  PhoneBackup backup(folder);
+  needFile(backup.database(), folder);
+  return backup;
+}
+
 // The database in a folder, or in the home that the folder is; absent when there is none.
 std::optional<fs::path> databaseIn(const fs::path& folder) {
   std::error_code error;
@@ -123,7 +142,7 @@ HistorySource HistorySource::find(const fs::path& path) {
     const bool isBackup = PhoneBackup::isAt(source._path);
     const auto found = isBackup ? std::nullopt : databaseIn(source._path);
     if (!found) {
-      source._backup.emplace(isBackup ? source._path : backupIn(source._path));
+      source._backup.emplace(openBackup(isBackup ? source._path : backupIn(source._path)));
       source._database = source._backup->database();
       return source;
     }
@@ -186,6 +205,9 @@ bool HistorySource::bring(const fs::path& file, const Proceed& proceed) const {
 }
 
 std::string HistorySource::missing() const {
+  if (_backup && !_backup->isFinished())
+    return "What the backup that was being made would have brought: it is unfinished. Let it finish, then: "
+           "pellora-companion history refresh";
   if (_backup) return "What came after the backup was made.";
   if (!_lacksLog) return {};
   return "There is no log (" + _database.filename().string() +

@@ -29,6 +29,7 @@ namespace fs = std::filesystem;
 constexpr char kDomain[] = "HomeDomain-";
 constexpr char kAgain[] = "; make the backup again. Nothing was changed.";
 constexpr std::size_t kLargestManifest = std::size_t{64} << 20;  // bytes
+constexpr std::size_t kLargestStatus = std::size_t{1} << 20;     // bytes
 constexpr std::size_t kLargestRecord = std::size_t{1} << 20;     // bytes
 constexpr std::size_t kClassSize = 4;                            // bytes before a wrapped key
 constexpr std::size_t kBlock = std::size_t{1} << 20;             // bytes read at once
@@ -149,6 +150,16 @@ std::optional<BackupFileRecord> BackupFileRecord::parse(std::string_view bytes) 
   return BackupFileRecord{static_cast<std::uint32_t>(*protection), std::move(data), *size};
 }
 
+bool saysUnfinished(std::string_view status) {
+  const Plist root = parsePlist(status, kLargestStatus);
+  const plist_t state = member(root.get(), "SnapshotState");
+  if (state == nullptr || plist_get_node_type(state) != PLIST_STRING) return false;
+  char* word = nullptr;
+  plist_get_string_val(state, &word);
+  const std::unique_ptr<char, decltype(&std::free)> owned(word, std::free);
+  return word != nullptr && std::string_view(word) != "finished";
+}
+
 bool copyFile(const fs::path& from, const fs::path& to, const SecretBytes* key, std::uint64_t size,
               const PhoneBackup::Proceed& proceed) {
   const FileDescriptor source = FileDescriptor::open(from, O_RDONLY | O_NONBLOCK);
@@ -211,6 +222,11 @@ PhoneBackup::PhoneBackup(fs::path folder) : _folder(std::move(folder)) {
     throw CompanionFailure("The backup " + name +
                            " holds no messages: it is unfinished, or they are kept in a cloud and not on the phone. "
                            "Nothing was changed.");
+}
+
+bool PhoneBackup::isFinished() const {
+  const auto status = AtomicFile::read(_folder / "Status.plist", kLargestStatus);
+  return !status || !saysUnfinished(*status);
 }
 
 fs::path PhoneBackup::placeOf(const char* path) const {

@@ -40,10 +40,16 @@ struct BackupFileRecord {
   static std::optional<BackupFileRecord> parse(std::string_view bytes);
 };
 
+// Whether what Status.plist says is that a backup was begun and is not finished. Total.
+bool saysUnfinished(std::string_view status);
+
 class PhoneBackup {
  public:
   // Told how much is done, in hundredths; false stops.
   using Proceed = std::function<bool(int)>;
+
+  // Of newer backups the folder with the history.
+  static constexpr char kHistoryFolder[] = "3d";
 
   // Whether the folder looks like a backup.
   static bool isAt(const std::filesystem::path& folder);
@@ -54,6 +60,8 @@ class PhoneBackup {
   explicit PhoneBackup(std::filesystem::path folder);
 
   bool isEncrypted() const { return _manifest.isEncrypted; }
+  // While another backup is being made into the folder, or after that was interrupted, it is not.
+  bool isFinished() const;
   void unlock(const SecretBytes& password);
 
   // The history as it lies in the backup, and its log when that is there.

@@ -104,14 +104,14 @@ std::optional<SecretBytes> password(const std::string& question) {
     const QuietTerminal quiet;
     show(display::printable(question) + " ");
     char byte = 0;
-    while (size < typed.size() && readByte(byte) && byte != '\n' && byte != '\r' && byte != kEndOfInput) {
+    while (readByte(byte) && byte != '\n' && byte != '\r' && byte != kEndOfInput) {
       isInterrupted = byte == kInterrupt;
       if (isInterrupted) break;
       if (byte == kErase || byte == kBackspace)
         size = withoutLastCharacter(typed.data(), size);
       else if (byte == kEraseLine)
         size = 0;
-      else
+      else if (size < typed.size())  // of a longer one the rest must not get to the shell
         typed[size++] = byte;
     }
   }

@@ -325,6 +325,44 @@ TEST_F(History, AFolderOfAnotherUserIsNamedWithTheCommandThatCopiesIt) {
   }
 }
 
+TEST_F(History, ABackupOfAnotherUserIsNotTakenForOneWithoutMessages) {
+  if (::geteuid() == 0) GTEST_SKIP() << "permission bits do not bind this user";
+  PhoneBackupWriter::Options options;
+  options.password = "geheim 123";
+  PhoneBackupWriter::wrap(_folder / "backup", makeStore("made-up.db", 5), options);
+  for (const char* closed : {"Manifest.plist", "Manifest.db", "3d", "3d/3d0d7e5fb2ce288813306e4d4636395e047a3d28"}) {
+    const fs::path path = _folder / "backup" / closed;
+    fs::permissions(path, fs::perms::none);
+    EXPECT_THAT(failureOfAdding(_folder / "backup"),
+                AllOf(HasSubstr(path.string() + " cannot be read: Permission denied."), HasSubstr("sudo cp -r")));
+    fs::permissions(path, fs::perms::owner_all);
+  }
+}
+
+TEST_F(History, APasswordFileThatHoldsNoneIsSaid) {
+  PhoneBackupWriter::Options options;
+  options.password = "geheim 123";
+  PhoneBackupWriter::wrap(_folder / "backup", makeStore("made-up.db", 5), options);
+  const auto failureWith = [this](const fs::path& file) {
+    return failureOf(HistoryAddCommand{(_folder / "backup").string(), file.string(), false, true});
+  };
+  EXPECT_THAT(failureWith(_folder / "none"), HasSubstr("cannot be read: not there"));
+  EXPECT_THAT(failureWith(_folder.path()), HasSubstr("cannot be read: not a regular file"));
+  std::ofstream(_folder / "long") << std::string(5000, 'x');
+  EXPECT_THAT(failureWith(_folder / "long"), HasSubstr("too large to be a password"));
+  std::ofstream(_folder / "second line") << "\ngeheim 123\n";
+  EXPECT_THAT(failureWith(_folder / "second line"), HasSubstr("nothing in its first line"));
+  std::ofstream(_folder / "marked") << "\xEF\xBB\xBFgeheim 123\r\n";
+  EXPECT_EQ(failureWith(_folder / "marked"), "");
+}
+
+TEST_F(History, AnUnfinishedBackupIsSaid) {
+  PhoneBackupWriter::wrap(_folder / "backup", makeStore("made-up.db", 5), {});
+  std::ofstream(_folder / "backup/Status.plist") << "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
+                                                    "<key>SnapshotState</key><string>uploading</string></dict></plist>";
+  EXPECT_THAT(add(_folder / "backup")["missing"], HasSubstr("it is unfinished"));
+}
+
 TEST_F(History, ATooSmallDiskIsSaidBeforehand) {
   const StagedStore staged(place());
   EXPECT_NO_THROW(staged.needRoom(1));

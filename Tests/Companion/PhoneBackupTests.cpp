@@ -120,6 +120,21 @@ TEST_F(Backup, SaysWhatIsMissingOrDamaged) {
   EXPECT_THAT(failureOf([&] { PhoneBackup{path()}; }), HasSubstr("holds no messages"));
 }
 
+TEST_F(Backup, IsUnfinishedOnlyWhenItsStatusSaysSo) {
+  write({{}, true, true});
+  EXPECT_TRUE(PhoneBackup(path()).isFinished()) << "older ones have no status";
+  const auto status = [](const std::string& content) {
+    return "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>" + content + "</dict></plist>";
+  };
+  for (const auto& [content, isFinished] : {std::pair{"<key>SnapshotState</key><string>finished</string>", true},
+                                            {"<key>SnapshotState</key><string>uploading</string>", false},
+                                            {"<key>SnapshotState</key><true/>", true},
+                                            {"<key>BackupState</key><string>new</string>", true}}) {
+    std::ofstream(path() / "Status.plist") << status(content);
+    EXPECT_EQ(PhoneBackup(path()).isFinished(), isFinished) << content;
+  }
+}
+
 TEST_F(Backup, ADamagedListOfFilesIsSaid) {
   write({kPassword, true, true});
   std::ofstream(path() / "Manifest.db", std::ios::binary) << std::string(4096, 'x');

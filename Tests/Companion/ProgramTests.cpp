@@ -396,6 +396,8 @@ TEST_F(Program, AsksForTheBackupsPasswordWithoutShowingIt) {
                           shown),
             0);
   EXPECT_THAT(shown, AllOf(HasSubstr("1 message"), Not(HasSubstr("geheim"))));
+  EXPECT_EQ(runOnTerminal(add, std::string(1100, 'x') + "\x15geheim 123\n", shown), 0)
+      << "a long one is read to its end, so that nothing of it gets to the shell";
   EXPECT_EQ(runOnTerminal(add, "\x03", shown), 128 + SIGINT);
   EXPECT_EQ(run(add), 1) << "without a terminal";
   EXPECT_THAT(errors, HasSubstr("--password-file"));

@@ -23,23 +23,30 @@ constexpr std::chrono::milliseconds kRetryInterval(10);
 
 }  // namespace
 
-std::optional<FileLock> FileLock::take(FileDescriptor descriptor, std::chrono::milliseconds patience) {
-  if (!descriptor.isOpen()) return std::nullopt;
+std::optional<FileLock> FileLock::take(FileDescriptor descriptor, std::chrono::milliseconds patience,
+                                       std::error_code& error) {
+  const auto lastError = [] { return std::error_code(errno, std::generic_category()); };
+  error = descriptor.isOpen() ? std::error_code() : lastError();
+  if (error) return std::nullopt;
   const auto deadline = std::chrono::steady_clock::now() + patience;
   while (flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0) {
+    error = lastError();
     if (errno != EWOULDBLOCK && errno != EINTR) return std::nullopt;
     if (std::chrono::steady_clock::now() >= deadline) return std::nullopt;
     std::this_thread::sleep_for(kRetryInterval);
   }
+  error.clear();
   return FileLock(std::move(descriptor));
 }
 
-std::optional<FileLock> FileLock::onFile(const std::filesystem::path& file, std::chrono::milliseconds patience) {
-  return take(FileDescriptor::open(file, O_RDWR | O_CREAT | O_NOFOLLOW, 0600), patience);
+std::optional<FileLock> FileLock::onFile(const std::filesystem::path& file, std::chrono::milliseconds patience,
+                                         std::error_code& error) {
+  return take(FileDescriptor::open(file, O_RDWR | O_CREAT | O_NOFOLLOW, 0600), patience, error);
 }
 
 std::optional<FileLock> FileLock::onFolder(const std::filesystem::path& folder, std::chrono::milliseconds patience) {
-  return take(FileDescriptor::open(folder, O_RDONLY | O_DIRECTORY), patience);
+  std::error_code error;
+  return take(FileDescriptor::open(folder, O_RDONLY | O_DIRECTORY), patience, error);
 }
 
 namespace {

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <filesystem>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
@@ -15,14 +16,17 @@ namespace pellora {
 // thread.
 class FileLock {
  public:
-  // Creates the file (mode 0600) when needed. Absent when it cannot be opened or others hold it all the time.
-  static std::optional<FileLock> onFile(const std::filesystem::path& file, std::chrono::milliseconds patience);
+  // Creates the file (mode 0600) when needed. Absent when it cannot be opened or others hold it all the time, which is
+  // the error std::errc::operation_would_block.
+  static std::optional<FileLock> onFile(const std::filesystem::path& file, std::chrono::milliseconds patience,
+                                        std::error_code& error);
   // Locks the folder itself, which leaves nothing in it.
   static std::optional<FileLock> onFolder(const std::filesystem::path& folder, std::chrono::milliseconds patience);
 
  private:
   explicit FileLock(FileDescriptor descriptor) : _descriptor(std::move(descriptor)) {}
-  static std::optional<FileLock> take(FileDescriptor descriptor, std::chrono::milliseconds patience);
+  static std::optional<FileLock> take(FileDescriptor descriptor, std::chrono::milliseconds patience,
+                                      std::error_code& error);
 
   FileDescriptor _descriptor;
 };

@@ -1,6 +1,7 @@
 #include "Adapters/Linux/Secrets/SecretServiceStore.h"
 
 #include <algorithm>
+#include <system_error>
 #include <tuple>
 
 #include "Adapters/Linux/Desktop/DesktopBus.h"
@@ -63,7 +64,11 @@ std::optional<std::string> findItem(SecretServiceSession& session, const SecretA
 FileLock lockOthersOut() {
   const auto folder = RuntimeFolder::path();
   if (!folder) throw Failure{false, "There is no private folder for the lock of the key."};
-  auto lock = FileLock::onFile(*folder / kLockFile, kLockPatience);
+  std::error_code error;
+  auto lock = FileLock::onFile(*folder / kLockFile, kLockPatience, error);
+  if (!lock && error != std::errc::operation_would_block)
+    throw Failure{false, "The lock of the key, " + (*folder / kLockFile).string() +
+                             ", cannot be taken: " + error.message() + "."};
   if (!lock) throw Failure{false, "Another process has been adding the key for too long."};
   return std::move(*lock);
 }
