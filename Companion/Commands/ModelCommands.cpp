@@ -83,6 +83,7 @@ std::string table(const Findings& found, Instant now) {
             secondsText(made.seconds) + "\n";
     if (!made.answer.empty()) text += "  " + printable(made.answer) + "\n";
     if (!made.verdict.empty()) text += "  " + printable(made.verdict) + "\n";
+    if (!made.isAnswered()) text += "  no answer: the model server " + printable(made.error) + "\n";
   }
   return text + elsewhereText(found.elsewhere);
 }

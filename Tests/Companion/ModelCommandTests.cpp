@@ -85,6 +85,10 @@ TEST_F(ModelCommands, TryFailsWhenOneOfTheAnswersIsUnusable) {
   serve("--status 500");
   EXPECT_TRUE(run({.tries = true}));
   EXPECT_EQ(_err, "The plain question failed: the model server answered 500 (told to fail).");
+  serve("--status 500 --status-questions 1 --guided-answer {\"plant\":7}");
+  EXPECT_TRUE(run({.tries = true}));
+  EXPECT_THAT(_out, HasSubstr("no answer: the model server answered 500 (told to fail)\n"));
+  EXPECT_THAT(_out, HasSubstr("no answer: the model server gave an answer that is not in the form asked for\n"));
 }
 
 TEST_F(ModelCommands, JsonIsOneObject) {
