@@ -43,8 +43,9 @@ namespace {
 class PeopleEdit {
  public:
   enum class Present { needed, mayBeLost };  // a people file that cannot be read
+  enum class Purpose { change, trial };      // a trial needs no lock
 
-  PeopleEdit(const CompanionContext& context, Present present);
+  PeopleEdit(const CompanionContext& context, Present present, Purpose purpose);
 
   std::vector<HelperPerson> people() const { return _store.people(); }
 
@@ -84,9 +85,9 @@ ExchangeKey keyForWriting(const CompanionContext& context, const KeyState& state
 
 }  // namespace
 
-PeopleEdit::PeopleEdit(const CompanionContext& context, Present present) : _context(context) {
+PeopleEdit::PeopleEdit(const CompanionContext& context, Present present, Purpose purpose) : _context(context) {
   if (!context.folder) throw CompanionFailure("There is no home folder to keep the people file in.");
-  _lock = change_lock::take(context, kLockFile, "changing the people", kLockPatience);
+  if (purpose == Purpose::change) _lock = change_lock::take(context, kLockFile, "changing the people", kLockPatience);
   _key = keyState(context);
   _store = PeopleStore::find(context, _key.key);
   if (present == Present::mayBeLost || _store.file || _store.kind == PeopleStore::Kind::missing) return;
@@ -193,7 +194,8 @@ CommandResult PeopleImportCommand::run(const CompanionContext& context, Imported
   if (chooses) people_choice::ask(imported);
   const bool empties = replaces && imported.skipped.empty() && only.empty() && !chooses;
   if (imported.people.empty() && !empties) refuseNobody(imported);
-  PeopleEdit edit(context, replaces ? PeopleEdit::Present::mayBeLost : PeopleEdit::Present::needed);
+  PeopleEdit edit(context, replaces ? PeopleEdit::Present::mayBeLost : PeopleEdit::Present::needed,
+                  isTrial ? PeopleEdit::Purpose::trial : PeopleEdit::Purpose::change);
   const auto mode = replaces ? PeopleMerge::Mode::replace : PeopleMerge::Mode::add;
   PeopleMerge merge = PeopleMerge::merge(edit.people(), imported.people, mode);
   ImportOutcome outcome = ImportOutcome::of(std::move(imported), merge, handles);
@@ -293,7 +295,7 @@ CommandResult PeopleSuggestCommand::run(const CompanionContext& context) const {
 }
 
 CommandResult PeopleRemoveCommand::run(const CompanionContext& context) const {
-  PeopleEdit edit(context, PeopleEdit::Present::needed);
+  PeopleEdit edit(context, PeopleEdit::Present::needed, PeopleEdit::Purpose::change);
   LatelyStore known;
   known.people = edit.people();
   const PersonChoice choice = PersonChoice::find(person, known);

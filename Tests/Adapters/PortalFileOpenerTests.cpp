@@ -111,6 +111,17 @@ TEST_F(PortalFileOpenerTest, XdgOpenGetsItWithoutAPortal) {
   EXPECT_TRUE(isGivenToXdgOpen());
 }
 
+TEST_F(PortalFileOpenerTest, SaysWhenXdgOpenFindsNoProgram) {
+  std::ofstream(_bus->home() / "bin/xdg-open") << "#!/bin/sh\nexit 3\n";
+  const auto start = [this] { return XdgOpen::start(_file, std::chrono::minutes(5)); };
+  EXPECT_EQ(PortalFileOpener::open(_file, start), "xdg-open finds no program for it");
+}
+
+TEST_F(PortalFileOpenerTest, AProgramThatRunsOnHasOpenedIt) {
+  std::ofstream(_bus->home() / "bin/xdg-open") << "#!/bin/sh\nwhile [ -e \"$0\" ]; do sleep 0.1; done\n";
+  EXPECT_TRUE(XdgOpen::start(_file, std::chrono::milliseconds(0)));
+}
+
 TEST_F(PortalFileOpenerTest, SaysWhenThereIsNothingToOpenItWith) {
   _environment.set("PATH", "/nowhere");
   EXPECT_EQ(open(), "there is no portal and no xdg-open");

@@ -102,6 +102,15 @@ TEST_F(PeopleCommands, OnlyTheNamedAreTaken) {
   EXPECT_THROW(import(kBook, command), CompanionFailure);
 }
 
+// As in a home that cannot be written.
+TEST_F(PeopleCommands, ATrialNeedsNoLock) {
+  std::filesystem::create_directories(*context().runtime / "people.lock");
+  PeopleImportCommand command;
+  EXPECT_THROW(import("Name,Phone\nBob,5559876543\n", command), CompanionFailure);
+  command.isTrial = true;
+  EXPECT_EQ(import("Name,Phone\nBob,5559876543\n", command)["added"].size(), 1U);
+}
+
 TEST(PeopleChoice, NumbersAndRangesAreUnderstood) {
   using Chosen = std::vector<bool>;
   EXPECT_EQ(people_choice::chosen("1 3-4", 4), (Chosen{true, false, true, true}));

@@ -1,8 +1,11 @@
 #include "Adapters/Linux/Desktop/FileOpening.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <QDBusConnection>
@@ -88,7 +91,7 @@ bool hasDisplay() {
 std::optional<std::string> openWithoutPortal(const std::function<bool()>& startXdgOpen) {
   if (!hasDisplay()) return "there is no desktop";
   if (QStandardPaths::findExecutable(QStringLiteral("xdg-open")).isEmpty()) return "there is no portal and no xdg-open";
-  return startXdgOpen() ? std::nullopt : std::optional<std::string>("xdg-open does not start");
+  return startXdgOpen() ? std::nullopt : std::optional<std::string>("xdg-open finds no program for it");
 }
 
 }  // namespace
@@ -169,16 +172,27 @@ class Surroundings {
   posix_spawnattr_t attributes{};
 };
 
+// Whether the process failed in this time. One whose end cannot be waited for has not.
+bool hasFailed(pid_t process, std::chrono::milliseconds patience) {
+  const FileDescriptor end(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+  pollfd waiting{end.number(), POLLIN, 0};
+  if (!end.isOpen() || retried([&] { return poll(&waiting, 1, static_cast<int>(patience.count())); }) != 1)
+    return false;
+  int status = 0;
+  return waitpid(process, &status, 0) == process && status != 0;
+}
+
 }  // namespace
 
-bool start(const std::filesystem::path& file) {
+bool start(const std::filesystem::path& file, std::chrono::milliseconds timeToFail) {
   const Surroundings surroundings;
   std::string program = kProgram;
   std::string argument = file.string();
   const std::array<char*, 3> arguments{program.data(), argument.data(), nullptr};
   pid_t process = 0;
   return posix_spawnp(&process, kProgram, &surroundings.files, &surroundings.attributes, arguments.data(), environ) ==
-         0;
+             0 &&
+         !hasFailed(process, timeToFail);
 }
 
 }  // namespace pellora::XdgOpen

@@ -4,6 +4,7 @@
 
 #include <QObject>
 #include <QVariantMap>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -32,7 +33,7 @@ class PortalFileOpener : public QObject {
 
  public:
   // Absent when the file was handed over; otherwise the reason why not, a short phrase.
-  // `startXdgOpen` is called without a portal, and says whether that started.
+  // `startXdgOpen` is called without a portal, and says whether that opened it.
   static std::optional<std::string> open(const std::filesystem::path& file, const std::function<bool()>& startXdgOpen);
 
   Q_SLOT void answered(uint code, const QVariantMap& results);
@@ -54,7 +55,11 @@ class PortalFileOpener : public QObject {
 // given up yet (Keeper). Tested by Tests/Adapters/PortalFileOpenerTests.cpp and Tests/Companion/ProgramTests.cpp.
 namespace pellora::XdgOpen {
 
-// In a session of its own, with nothing to read from or write to. False when it does not start. Does not wait for it.
-bool start(const std::filesystem::path& file);
+// It fails within this time, or runs as long as the program that it started.
+inline constexpr std::chrono::milliseconds kTimeToFail{2000};
+
+// In a session of its own, with nothing to read from or write to. False when it does not start, or fails in this time,
+// as without a program for such files. Blocks until it ends, but no longer.
+bool start(const std::filesystem::path& file, std::chrono::milliseconds timeToFail = kTimeToFail);
 
 }  // namespace pellora::XdgOpen
