@@ -52,16 +52,21 @@ struct Heading {
 constexpr Heading kWhole[] = {
     {"firstname givenname first given forename vorname rufname prénom prenom nombredepila voornaam imię imiona förnamn "
      "fornavn etunimi jméno krestníjméno keresztnév utónév primeironome primernombre prenume vardas eesnimi имя "
-     "ім'я ім’я ad adı isim όνομα 名 名前名 名字 名前 이름 الاسمالأول שםפרטי ชื่อ givennameyomi",
+     "ім'я ім’я ad adı isim όνομα 名 名前名 名字 名前 이름 الاسمالأول שםפרטי ชื่อ givennameyomi "
+     "namadepan namapertama tên krstnémeno собственоиме fornafn eiginnafn पहलानाम jinalakwanza",
      Column::firstName},
     {"lastname familyname surname last family nachname familienname nomdefamille cognome apellido apellidos sobrenome "
      "apelido achternaam nazwisko efternamn efternavn etternavn sukunimi příjmení prijmeni vezetéknév nume фамилия "
-     "прізвище soyad soyadı soyisim επώνυμο 姓 姓氏 성 اسمالعائلة שםמשפחה",
+     "прізвище soyad soyadı soyisim επώνυμο 姓 姓氏 성 اسمالعائلة שםמשפחה "
+     "namabelakang họ priezvisko prezime презиме priimek фамилноиме uzvārds pavardė perekonnanimi perenimi "
+     "นามสกุล نامخانوادگی kenninafn उपनाम cognom cognoms",
      Column::familyName},
     {"name fullname displayname contactname contact person fileas nom nomcomplet nomaffiché nomd'affichage nombre "
      "nombrecompleto nome nomecompleto nomevisualizzato naam volledigenaam weergavenaam anzeigename "
      "vollständigername namn fulltnavn navn visningsnamn nimi celéjméno név teljesnév фио имяифамилия полноеимя "
-     "контакт adsoyad ονοματεπώνυμο 氏名 姓名 お名前 表示名 全名 성명 الاسم שם ชื่อนามสกุล",
+     "контакт adsoyad ονοματεπώνυμο 氏名 姓名 お名前 表示名 全名 성명 الاسم שם ชื่อนามสกุล "
+     "nama namalengkap họvàtên họtên meno ime imeiprezime imeinpriimek име имеифамилия vārds vārdsuzvārds "
+     "nafn fulltnafn نام نامونامخانوادگی नाम पूरानाम jina jinakamili",
      Column::fullName},
     {"nickname spitzname surnom apodo alias pseudo soprannome bijnaam smeknamn kallenavn kaldenavn přezdívka pseudonim "
      "псевдоним прозвище takmaad ニックネーム 昵称 별명",
@@ -87,14 +92,16 @@ constexpr Heading kParts[] = {
      Column::email},
     {"phone telefon telefón teléfono telefono téléphone telefoon telefone telefonnummer mobil mobiel cellul cellphone "
      "celular handy rufnummer móvil telemóvel portable puhelin matkapuh komórk телефон мобильн мобільн сотов "
-     "τηλέφωνο κινητό 電話 电话 携帯 手机 手機 전화 휴대 هاتف الجوال طلفون טלפון נייד โทรศัพท์ ceptel",
+     "τηλέφωνο κινητό 電話 电话 携帯 手机 手機 전화 휴대 هاتف الجوال طلفون טלפון נייד โทรศัพท์ ceptel "
+     "điệnthoại diđộng telepon ponsel mobitel تلفن موبایل telèfon sími símanúmer tālrunis tālruņa फोन फ़ोन "
+     "मोबाइल",
      Column::phone},
 };
 
 // Alone between spaces, digits and punctuation.
 constexpr Heading kAlone[] = {
     {"mail mails почта e-mail", Column::email},
-    {"tel tél cell mobile gsm tlf tlfn тел natel", Column::phone},
+    {"tel tél cell mobile gsm tlf tlfn тел natel simu hp", Column::phone},
 };
 
 // Headings with these hold something about a number or address, or somebody else's.
@@ -263,10 +270,10 @@ std::size_t fit(std::string_view text, char separator) {
 }
 
 // In the order in which one is taken when another has as many columns with known names.
-constexpr const char* kCharsets[] = {foreign_text::kWestern, "windows-1250", "windows-1251", "windows-1253",
-                                     "windows-1254",         "windows-1255", "windows-1256", "windows-1257",
-                                     "windows-874",          "windows-31j",  "GB18030",      "windows-950",
-                                     "windows-949"};
+constexpr const char* kCharsets[] = {foreign_text::kWestern, "windows-1250", "windows-1251", "KOI8-U",
+                                     "windows-1253",         "windows-1254", "windows-1255", "windows-1256",
+                                     "windows-1257",         "windows-874",  "windows-31j",  "GB18030",
+                                     "windows-950",          "windows-949"};
 constexpr std::size_t kBytesForCharset = 16384;
 
 // The text of a table that may be in any of these charsets: its headings tell.

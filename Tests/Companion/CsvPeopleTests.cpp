@@ -145,6 +145,36 @@ TEST(CsvPeople, ATableWithAStrayZeroIsRefusedAndNotTakenForUtf16) {
   }
 }
 
+// Headings of languages that the tables above leave out.
+const char* const kFirstNames[] = {"Nama depan", "Nama pertama", "Tên",      "Krstné meno",   "Собствено име",
+                                   "Fornafn",    "Eiginnafn",    "पहला नाम", "Jina la kwanza"};
+const char* const kFamilyNames[] = {"Nama belakang", "Họ",        "Priezvisko", "Prezime",       "Презиме",  "Priimek",
+                                    "Фамилно име",   "Uzvārds",   "Pavardė",    "Perekonnanimi", "Perenimi", "นามสกุล",
+                                    "نام خانوادگی",  "Kenninafn", "उपनाम",      "Cognom",        "Cognoms"};
+const char* const kFullNames[] = {
+    "Nama", "Nama lengkap",  "Họ và tên", "Họ tên",         "Meno", "Ime",        "Ime i prezime", "Ime in priimek",
+    "Име",  "Име и фамилия", "Vārds",     "Vārds, uzvārds", "Nafn", "Fullt nafn", "نام",           "نام و نام خانوادگی",
+    "नाम",  "पूरा नाम",       "Jina",      "Jina kamili"};
+const char* const kPhones[] = {"Điện thoại",      "Di động",        "Nomor Telepon", "Ponsel", "Mobitel",
+                               "تلفن همراه",      "موبایل",         "Telèfon mòbil", "Sími",   "Símanúmer",
+                               "Tālrunis",        "Tālruņa numurs", "फोन",           "फ़ोन",    "मोबाइल नंबर",
+                               "Simu ya mkononi", "No. HP"};
+
+TEST(CsvPeople, KnowsTheHeadingsOfManyLanguages) {
+  const auto read = [](const std::string& headings, const std::string& row) {
+    const ImportedPeople people = support::readPeople(headings + "\n" + row + "\n");
+    return people.people.size() == 1 ? people.people[0].firstName + ": " + people.people[0].phones.at(0) : "nobody";
+  };
+  for (const std::string heading : kFirstNames)
+    EXPECT_EQ(read(heading + ";Phone", "Anna Maria;5551234567"), "Anna Maria: 5551234567") << heading;
+  for (const std::string heading : kFamilyNames)
+    EXPECT_EQ(read("Name;" + heading + ";Phone", "Anna Maria;Smith;5551234567"), "Anna Maria: 5551234567") << heading;
+  for (const std::string heading : kFullNames)
+    EXPECT_EQ(read("\"" + heading + "\";Phone", "Anna Smith;5551234567"), "Anna: 5551234567") << heading;
+  for (const std::string heading : kPhones)
+    EXPECT_EQ(read("Name;" + heading, "Anna Smith;5551234567"), "Anna: 5551234567") << heading;
+}
+
 struct Encoded {
   const char* what;
   std::string bytes;
@@ -154,6 +184,7 @@ struct Encoded {
 // As spreadsheets of these countries save them.
 const Encoded kEncoded[] = {
     {"Windows-1251", "\xC8\xEC\xFF;\xD2\xE5\xEB\xE5\xF4\xEE\xED\n\xC0\xED\xED\xE0;5551234567\n", "Анна"},
+    {"KOI8", "\xE9\xCD\xD1;\xF4\xC5\xCC\xC5\xC6\xCF\xCE\n\xE1\xCE\xCE\xC1;5551234567\n", "Анна"},
     {"Windows-1250", "Imi\xEA;Telefon\nMa\xB3gosia;5551234567\n", "Małgosia"},
     {"Windows-1253", "\xBC\xED\xEF\xEC\xE1;\xD4\xE7\xEB\xDD\xF6\xF9\xED\xEF\n\xC1\xED\xED\xE1;5551234567\n", "Αννα"},
     {"Windows-1254", "Ad\xFD;Telefon\nI\xFE\xFDl;5551234567\n", "Işıl"},
