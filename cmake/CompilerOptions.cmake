@@ -52,7 +52,7 @@ else()
 endif()
 
 # libstdc++ 12 calls its own deprecated std::get_temporary_buffer inside std::stable_sort, and clang reports it in the
-# sources that sort.
-function(pellora_sorts_stably)
-  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -Wno-deprecated-declarations)
+# folders that sort.
+function(pellora_sorts_stably target)
+  target_compile_options(${target} PRIVATE -Wno-deprecated-declarations)
 endfunction()

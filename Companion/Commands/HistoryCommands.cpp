@@ -22,8 +22,8 @@ namespace pellora {
 
 namespace {
 
-constexpr std::chrono::seconds kLockPatience{5};
-constexpr char kLockFile[] = "history.lock";
+constexpr std::chrono::seconds kHistoryLockPatience{5};
+constexpr char kHistoryLock[] = "history.lock";
 constexpr std::size_t kLargestPasswordFile = 4096;  // bytes
 
 // The options of an `add` or a `refresh`.
@@ -126,7 +126,7 @@ Outcome replaceStore(const CompanionContext& context, const Request& request) {
   HistorySource source = HistorySource::find(request.source);
   if (std::filesystem::equivalent(source.database(), context.store, error))
     throw CompanionFailure(display::printable(source.database().string()) + " is already the history in place.");
-  const auto lock = change_lock::take(context, kLockFile, "bringing a history", kLockPatience);
+  const auto lock = change_lock::take(context, kHistoryLock, "bringing a history", kHistoryLockPatience);
   unlock(source, request.passwordFile);
   const InterruptionGuard guard;
   StagedStore staged(context.store);

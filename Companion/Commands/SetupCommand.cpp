@@ -19,7 +19,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr std::size_t kLabelWidth = 16;
+constexpr std::size_t kStepWidth = 16;
 
 struct Step {
   std::string name;
@@ -147,8 +147,8 @@ class Steps {
 
 std::string row(const CompanionContext& context, const std::string& label, const std::string& value) {
   std::string text;
-  for (const std::string& line : display::wrapped(display::printable(value), context.style.textWidth() - kLabelWidth))
-    text += display::padded(text.empty() ? label : "", kLabelWidth) + line + "\n";
+  for (const std::string& line : display::wrapped(display::printable(value), context.style.textWidth() - kStepWidth))
+    text += display::padded(text.empty() ? label : "", kStepWidth) + line + "\n";
   return text;
 }
 

@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 constexpr char kPrefix[] = ".pellora-history-";
 constexpr std::uintmax_t kSpareRoom = std::uintmax_t{16} << 20;  // bytes, for what others write meanwhile
 
-[[noreturn]] void fail(const std::string& action, const fs::path& file, int code) {
+[[noreturn]] void giveUp(const std::string& action, const fs::path& file, int code) {
   const std::string name = display::printable(file.string());
   const std::string remedy = code == EACCES || code == EPERM
                                  ? " Is it yours? sudo chown -R \"$USER\" " + display::shellWord(file.string())
@@ -35,7 +35,7 @@ void makeFolder(const fs::path& folder) {
   std::error_code error;
   if (fs::is_directory(folder, error)) return;
   if (folder.has_parent_path() && folder.parent_path() != folder) makeFolder(folder.parent_path());
-  if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) fail("create the folder", folder, errno);
+  if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) giveUp("create the folder", folder, errno);
 }
 
 // Whether a process of this user, other than this one, has the file or its log open.
@@ -77,7 +77,7 @@ void settle(const fs::path& place) {
 
 void syncOf(const fs::path& path, int flags) {
   const FileDescriptor descriptor = FileDescriptor::open(path, flags);
-  if (!descriptor.isOpen() || retried([&] { return ::fsync(descriptor.number()); }) != 0) fail("save", path, errno);
+  if (!descriptor.isOpen() || retried([&] { return ::fsync(descriptor.number()); }) != 0) giveUp("save", path, errno);
 }
 
 }  // namespace
@@ -97,7 +97,7 @@ StagedStore::StagedStore(fs::path place) : _place(std::move(place)) {
   makeFolder(folder);
   removeLeftovers(_place);
   std::string pattern = (folder / kPrefix).string() + "XXXXXX";
-  if (::mkdtemp(pattern.data()) == nullptr) fail("write into the folder", folder, errno);
+  if (::mkdtemp(pattern.data()) == nullptr) giveUp("write into the folder", folder, errno);
   _folder = pattern;
   _lock = FileDescriptor::open(_folder, O_RDONLY | O_DIRECTORY);
   if (_lock.isOpen()) ::flock(_lock.number(), LOCK_EX | LOCK_NB);
@@ -149,15 +149,15 @@ std::optional<StagedStore::Difference> StagedStore::difference() const {
 }
 
 void StagedStore::putIntoPlace() {
-  if (::chmod(file().c_str(), 0600) != 0) fail("protect", file(), errno);
+  if (::chmod(file().c_str(), 0600) != 0) giveUp("protect", file(), errno);
   syncOf(file(), O_RDONLY);
   settle(_place);
   std::error_code error;
   for (const char* suffix : {"-wal", "-shm", "-journal"}) {
     fs::remove(_place.string() + suffix, error);
-    if (error) fail("remove", _place.string() + suffix, error.value());
+    if (error) giveUp("remove", _place.string() + suffix, error.value());
   }
-  if (::rename(file().c_str(), _place.c_str()) != 0) fail("replace", _place, errno);
+  if (::rename(file().c_str(), _place.c_str()) != 0) giveUp("replace", _place, errno);
   // The folder of messages is nobody else's business; one that belongs to somebody else stays as it is.
   if (::chmod(_place.parent_path().c_str(), 0700) != 0) errno = 0;
   syncOf(_place.parent_path(), O_RDONLY | O_DIRECTORY);

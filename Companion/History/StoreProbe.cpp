@@ -57,11 +57,6 @@ struct Head {
   }
 };
 
-bool isThere(const std::filesystem::path& file) {
-  std::error_code error;
-  return std::filesystem::exists(file, error);
-}
-
 // The file that a link leads to: its log lies beside it, and there a reader puts what it shares with writers.
 std::filesystem::path realFile(const std::filesystem::path& file) {
   std::error_code error;
@@ -69,8 +64,9 @@ std::filesystem::path realFile(const std::filesystem::path& file) {
   return error ? file : real;
 }
 
-std::filesystem::path logOf(const std::filesystem::path& file) {
-  return realFile(file).string() + "-wal";
+bool hasLog(const std::filesystem::path& file) {
+  std::error_code error;
+  return std::filesystem::exists(realFile(file).string() + "-wal", error);
 }
 
 std::filesystem::path realFolder(const std::filesystem::path& file) {
@@ -99,7 +95,7 @@ Kind failureKind(const std::filesystem::path& file, const ChatDatabase::Failure&
   if (isRefused && ::access(realFolder(file).c_str(), W_OK) != 0) return Kind::readOnly;
   const bool isWrong =
       isOther || has(words, "malformed") || has(words, "not a database") || has(words, "protocol") || isRefused;
-  if (isWrong && isThere(logOf(file)) && readsWithoutLog(file)) return Kind::foreignLog;
+  if (isWrong && hasLog(file) && readsWithoutLog(file)) return Kind::foreignLog;
   if (isOther) return Kind::notMessages;
   return has(words, "malformed") || has(words, "not a database") ? Kind::damaged : Kind::unreadable;
 }
@@ -113,7 +109,7 @@ std::optional<Kind> obstacleKind(const std::filesystem::path& file, const std::s
   if (head.fileSize == 0) return Kind::empty;
   if (!head.isDatabase) return Kind::notADatabase;
   // A log may hold the pages that the file lacks.
-  if (head.isShort && !isThere(logOf(file))) return Kind::truncated;
+  if (head.isShort && !hasLog(file)) return Kind::truncated;
   return std::nullopt;
 }
 
@@ -162,7 +158,7 @@ StoreProbe StoreProbe::of(const std::filesystem::path& file) {
     probe.reason = phrase(*kind, obstacle);
     return probe;
   }
-  probe.lacksLog = head.usesLog && !isThere(logOf(file));
+  probe.lacksLog = head.usesLog && !hasLog(file);
   try {
     probe.summary = ChatDatabase(file).summary();
     probe.messages = probe.summary.messages;

@@ -16,10 +16,10 @@ namespace pellora {
 
 namespace {
 
-constexpr std::size_t kShortestNumber = 7;    // digits; a part with fewer is not a number by itself
-constexpr std::size_t kLongestName = 200;     // bytes, of a first name
-constexpr std::size_t kLongestNumber = 200;   // bytes
-constexpr std::size_t kLongestAddress = 320;  // bytes
+constexpr std::size_t kShortestPhoneNumber = 7;  // digits; a part with fewer is not a number by itself
+constexpr std::size_t kLongestName = 200;        // bytes, of a first name
+constexpr std::size_t kLongestEntry = 200;       // bytes
+constexpr std::size_t kLongestAddress = 320;     // bytes
 
 // In front of a name, compared without full stops and case.
 constexpr std::string_view kTitles[] = {
@@ -59,7 +59,7 @@ bool isRounded(std::string_view text) {
 // "15551234567.0" is a number that a spreadsheet counted with.
 std::string_view withoutDecimals(std::string_view text) {
   const std::size_t point = text.find('.');
-  if (point == std::string_view::npos || point < kShortestNumber) return text;
+  if (point == std::string_view::npos || point < kShortestPhoneNumber) return text;
   const bool isCounted = text.substr(0, point).find_first_not_of("0123456789") == std::string_view::npos &&
                          text.substr(point + 1).find_first_not_of('0') == std::string_view::npos;
   return isCounted ? text.substr(0, point) : text;
@@ -75,7 +75,7 @@ std::vector<std::string_view> splitWhereWhole(std::string_view text) {
     begin = at + 1;
   }
   const bool areWhole = std::all_of(parts.begin(), parts.end(), [](std::string_view part) {
-    return digitsIn(part) >= kShortestNumber || part.find('@') != std::string_view::npos;
+    return digitsIn(part) >= kShortestPhoneNumber || part.find('@') != std::string_view::npos;
   });
   return areWhole ? parts : std::vector<std::string_view>{text};
 }
@@ -83,11 +83,6 @@ std::vector<std::string_view> splitWhereWhole(std::string_view text) {
 void keepFirsts(std::vector<std::string>& texts) {
   std::unordered_set<std::string> seen;
   std::erase_if(texts, [&seen](const std::string& text) { return !seen.insert(text).second; });
-}
-
-template <std::size_t size>
-bool isOneOf(std::string_view word, const std::string_view (&words)[size]) {
-  return std::find(std::begin(words), std::end(words), word) != std::end(words);
 }
 
 std::string bare(std::string_view word) {
@@ -98,12 +93,12 @@ std::string bare(std::string_view word) {
 
 bool isTitle(std::string_view word) {
   const std::string name = bare(word);
-  if (isOneOf(name, kOnlyWithStop)) return word.ends_with('.');
-  return isOneOf(name, kTitles);
+  if (text::isOneOf(name, kOnlyWithStop)) return word.ends_with('.');
+  return text::isOneOf(name, kTitles);
 }
 
 bool isDegree(std::string_view text) {
-  return isOneOf(bare(text::trimmed(text)), kDegrees);
+  return text::isOneOf(bare(text::trimmed(text)), kDegrees);
 }
 
 // Of "Lovelace, Dr., Ada, PhD" the part with the first name: the first one after the family's that is not a title
@@ -162,7 +157,7 @@ std::string firstNameIn(std::string_view fullName) {
 void ContactCard::addPhone(std::string_view text) {
   std::string_view number = withoutDecimals(text::trimmed(withoutScheme(text::trimmed(text), "tel:")));
   if (number.find('@') != std::string_view::npos) return addEmail(number);
-  if (number.size() > kLongestNumber) return;
+  if (number.size() > kLongestEntry) return;
   if (isRounded(number)) {
     _person.remarks.push_back(std::string(number) + " is not a number any more: a spreadsheet rounded it");
     return;
@@ -186,7 +181,7 @@ void ContactCard::addPhones(std::string_view text) {
 
 void ContactCard::addCompanyPhone(std::string_view text) {
   const std::string line = foreign_text::onOneLine(text);
-  if (!line.empty() && line.size() <= kLongestNumber)
+  if (!line.empty() && line.size() <= kLongestEntry)
     _person.remarks.push_back(line + " is a company's main number, which belongs to nobody");
 }
 

@@ -18,11 +18,6 @@ constexpr std::string_view kPhones[] = {
     "telephonenumber", "mobile", "mobiletelephonenumber", "homephone", "cellphone", "xmobile", "othermobile"};
 constexpr std::string_view kEmails[] = {"mail", "email", "mozillasecondemail", "othermailbox", "rfc822mailbox"};
 
-template <std::size_t size>
-bool isOneOf(std::string_view word, const std::string_view (&words)[size]) {
-  return std::find(std::begin(words), std::end(words), word) != std::end(words);
-}
-
 std::string decoded(std::string_view base64) {
   if (base64.empty() || base64.size() > kLongestValue) return {};
   std::string bytes(base64.size(), '\0');
@@ -73,8 +68,8 @@ void take(const std::string& name, const std::string& value, ContactCard& card) 
   if (name == "mozillanickname" || name == "xmozillanickname") card.setNickname(line);
   if (name == "o" || name == "company") card.setOrganization(line);
   if (name == "entryuuid" || name == "objectguid") card.setUid(line);
-  if (isOneOf(name, kPhones)) card.addPhones(value);
-  if (isOneOf(name, kEmails)) card.addEmail(value);
+  if (text::isOneOf(name, kPhones)) card.addPhones(value);
+  if (text::isOneOf(name, kEmails)) card.addEmail(value);
   if (name != "objectclass") return;
   const std::string kind = text::lowercased(line);
   if (kind == "groupofnames" || kind == "groupofuniquenames") card.setKind(ContactCard::Kind::group);

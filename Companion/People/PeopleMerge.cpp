@@ -209,7 +209,7 @@ std::string headline(const ImportOutcome& outcome) {
          std::string(formatName(outcome.format)) + ": " + counts + ".\n";
 }
 
-constexpr std::size_t kNamesShown = 20;
+constexpr std::size_t kNotFoundShown = 20;
 
 std::string appearanceText(std::size_t appearing, const std::vector<std::string>& notFound) {
   const std::size_t count = appearing + notFound.size();
@@ -217,8 +217,8 @@ std::string appearanceText(std::size_t appearing, const std::vector<std::string>
                      (appearing == 1 || count == 1 ? "appears" : "appear") + " in Messages";
   if (notFound.empty()) return text + ".\n";
   std::vector<std::string> names(
-      notFound.begin(), notFound.begin() + static_cast<std::ptrdiff_t>(std::min(notFound.size(), kNamesShown)));
-  if (notFound.size() > kNamesShown) names.push_back(std::to_string(notFound.size() - kNamesShown) + " more");
+      notFound.begin(), notFound.begin() + static_cast<std::ptrdiff_t>(std::min(notFound.size(), kNotFoundShown)));
+  if (notFound.size() > kNotFoundShown) names.push_back(std::to_string(notFound.size() - kNotFoundShown) + " more");
   return text + "; not found: " + display::printable(joined(names)) + ".\n";
 }
 

@@ -10,7 +10,6 @@ namespace pellora {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr double kLargestExactInteger = 9007199254740992.0;  // 2^53
 
 bool isDigit(char character) {
   return character >= '0' && character <= '9';

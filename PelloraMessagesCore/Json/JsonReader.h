@@ -11,6 +11,9 @@
 
 namespace pellora {
 
+// Up to it every whole number is one that a double holds exactly: 2^53.
+inline constexpr double kLargestExactInteger = 9007199254740992.0;
+
 class JsonReader {
  public:
   // The text must outlive the reader.

@@ -5,13 +5,13 @@
 #include <set>
 #include <utility>
 
+#include "PelloraMessagesCore/Json/JsonReader.h"
 #include "PelloraMessagesCore/Json/JsonWriter.h"
 
 namespace pellora {
 
 namespace {
 
-constexpr double kLargestExactInteger = 9007199254740992.0;  // 2^53
 const JsonValue kNull;
 
 // Of members with the same key the last one counts.

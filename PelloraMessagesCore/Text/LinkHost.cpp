@@ -68,11 +68,6 @@ bool isLowerCase(char byte) {
   return byte >= 'a' && byte <= 'z';
 }
 
-template <class Table>
-bool isIn(const Table& table, std::string_view word) {
-  return std::find(std::begin(table), std::end(table), word) != std::end(table);
-}
-
 // "Then" but not "then" or "COM": how a sentence begins.
 bool isTitleCase(std::string_view word) {
   return word.size() > 1 && isUpperCase(word[0]) && text::isAscii(word) &&
@@ -173,15 +168,15 @@ bool isMeant(std::string_view host) {
   const std::string_view before = std::string_view(plain).substr(0, plain.size() - ending.size() - 1);
   const std::string_view label = lastLabel(before);
   const std::string domain = text::lowercased(ascii(ending).value_or(std::string()));
-  if (isIn(LinkWords::kCommonDomains, domain)) return true;
+  if (text::isOneOf(domain, LinkWords::kCommonDomains)) return true;
   if (isTitleCase(ending) || isAbbreviationAfter(before, ending)) return false;
   constexpr std::size_t kCountryCode = 2;
   if (domain.size() == kCountryCode && label.size() < before.size() &&
-      isIn(LinkWords::kSharedSecondLevels, text::lowercased(label)))
+      text::isOneOf(text::lowercased(label), LinkWords::kSharedSecondLevels))
     return true;
-  if (!isIn(LinkWords::kOtherDomains, domain)) return false;
+  if (!text::isOneOf(domain, LinkWords::kOtherDomains)) return false;
   return text::characterCount(label) > 1 && !std::all_of(label.begin(), label.end(), isDigit) &&
-         !isIn(LinkWords::kChatWords, text::lowercased(label));
+         !text::isOneOf(text::lowercased(label), LinkWords::kChatWords);
 }
 
 bool isIPv4(std::string_view host) {

@@ -5,13 +5,21 @@
 // Pure functions, callable from any thread. Tested by Tests/Core/TextTests.cpp.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace pellora::text {
+
+// Letter for letter.
+template <class Words>
+bool isOneOf(std::string_view word, const Words& words) {
+  return std::find(std::begin(words), std::end(words), word) != std::end(words);
+}
 
 bool isAscii(std::string_view text);
 bool isValidUtf8(std::string_view text);

@@ -17,16 +17,15 @@ namespace pellora {
 namespace {
 
 using support::waitUntil;
-constexpr std::chrono::milliseconds kQuiet(100);
 
-class World {
+class FileEventsWorld {
  public:
-  virtual ~World() = default;
+  virtual ~FileEventsWorld() = default;
   virtual FileEvents& events() = 0;
   virtual void write(const std::filesystem::path& file) = 0;
 };
 
-class MemoryWorld : public World {
+class MemoryFileEventsWorld : public FileEventsWorld {
  public:
   FileEvents& events() override { return _events; }
   void write(const std::filesystem::path& file) override { _events.raise(file); }
@@ -35,7 +34,7 @@ class MemoryWorld : public World {
   InMemoryFileEvents _events;
 };
 
-class KernelWorld : public World {
+class KernelWorld : public FileEventsWorld {
  public:
   FileEvents& events() override { return _events; }
   void write(const std::filesystem::path& file) override { std::ofstream(file, std::ios::app) << "more" << std::flush; }
@@ -44,7 +43,7 @@ class KernelWorld : public World {
   InotifyFileEvents _events;
 };
 
-class FileEventsContract : public support::Contract<World> {
+class FileEventsContract : public support::Contract<FileEventsWorld> {
  protected:
   FileEventsContract() { std::ofstream(file) << "start"; }
   FileEvents& events() { return world->events(); }
@@ -90,7 +89,7 @@ TEST_P(FileEventsContract, AnotherFileIsNotToldOf) {
   std::ofstream(folder / "other") << "start";
   const auto watch = events().watch(file, [this] { ++calls; });
   world->write(folder / "other");
-  EXPECT_FALSE(waitUntil([this] { return calls > 0; }, kQuiet));
+  EXPECT_FALSE(waitUntil([this] { return calls > 0; }, support::kQuiet));
 }
 
 TEST_P(FileEventsContract, AWatchThatIsGoneIsSilent) {
@@ -102,7 +101,7 @@ TEST_P(FileEventsContract, AWatchThatIsGoneIsSilent) {
   watch.reset();
   calls = 0;
   world->write(file);
-  EXPECT_FALSE(waitUntil([this] { return calls > 0; }, kQuiet));
+  EXPECT_FALSE(waitUntil([this] { return calls > 0; }, support::kQuiet));
 }
 
 TEST_P(FileEventsContract, AHandlerMayEndItsOwnWatch) {
@@ -115,7 +114,7 @@ TEST_P(FileEventsContract, AHandlerMayEndItsOwnWatch) {
   world->write(file);
   EXPECT_TRUE(waitUntil([this] { return calls > 0; }));
   world->write(file);
-  EXPECT_FALSE(waitUntil([this] { return calls > 1; }, kQuiet));
+  EXPECT_FALSE(waitUntil([this] { return calls > 1; }, support::kQuiet));
 }
 
 TEST_P(FileEventsContract, TwoWatchesOnOneFileAreBothTold) {
@@ -127,8 +126,8 @@ TEST_P(FileEventsContract, TwoWatchesOnOneFileAreBothTold) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Events, FileEventsContract,
-                         testing::Values(support::party<World, MemoryWorld>("InMemory"),
-                                         support::party<World, KernelWorld>("Inotify")),
+                         testing::Values(support::party<FileEventsWorld, MemoryFileEventsWorld>("InMemory"),
+                                         support::party<FileEventsWorld, KernelWorld>("Inotify")),
                          support::kPartyName);
 
 TEST(InotifyFileEvents, ReadingAndWhatReadersCreateAreNoChanges) {
@@ -144,7 +143,7 @@ TEST(InotifyFileEvents, ReadingAndWhatReadersCreateAreNoChanges) {
   std::ofstream(folder / "chat.db-walx") << "another file";
   std::ofstream(folder / "other") << "another file";
   std::filesystem::remove(folder / "chat.db-shm");
-  EXPECT_FALSE(waitUntil([&] { return calls > 0; }, kQuiet));
+  EXPECT_FALSE(waitUntil([&] { return calls > 0; }, support::kQuiet));
 }
 
 // Changes of a store: each is told of, and so is the next write to its log, wherever it is then.
@@ -237,7 +236,7 @@ TEST_P(InotifyFollows, TheStore) {
     calls = 0;
     GetParam().act(folder.path());
     EXPECT_TRUE(waitUntil([&] { return calls > 0; })) << round;
-    waitUntil([] { return false; }, kQuiet);  // what is left of it
+    waitUntil([] { return false; }, support::kQuiet);  // what is left of it
     calls = 0;
     write(std::filesystem::canonical(store).string() + "-wal");
     EXPECT_TRUE(waitUntil([&] { return calls > 0; })) << round;
@@ -260,14 +259,14 @@ TEST(InotifyFileEvents, AStoreBehindALinkThatIsTurnedElsewhereIsFollowed) {
   const auto watch = events.watch(folder / "Messages/chat.db", [&] { ++calls; });
   write(folder / "first/chat.db-wal");
   EXPECT_TRUE(waitUntil([&] { return calls > 0; }));
-  waitUntil([] { return false; }, kQuiet);
+  waitUntil([] { return false; }, support::kQuiet);
   calls = 0;
   std::filesystem::create_directory_symlink("second", folder / "turned");
   std::filesystem::rename(folder / "turned", folder / "Messages");
   EXPECT_TRUE(waitUntil([&] { return calls > 0; }));
   calls = 0;
   write(folder / "first/chat.db-wal");
-  EXPECT_FALSE(waitUntil([&] { return calls > 0; }, kQuiet));
+  EXPECT_FALSE(waitUntil([&] { return calls > 0; }, support::kQuiet));
   write(folder / "second/chat.db-wal");
   EXPECT_TRUE(waitUntil([&] { return calls > 0; }));
 }
@@ -294,7 +293,7 @@ TEST(InotifyFileEvents, OtherFilesInTheFoldersOnTheWayAreNoEvents) {
   write(folder / "file");
   std::filesystem::create_directory(folder / "Library/Other");
   std::filesystem::remove_all(folder / "Library/Other");
-  EXPECT_FALSE(waitUntil([&] { return calls > 0; }, kQuiet));
+  EXPECT_FALSE(waitUntil([&] { return calls > 0; }, support::kQuiet));
 }
 
 TEST(InotifyFileEvents, TruncationCountsAsWriting) {
@@ -315,7 +314,7 @@ TEST(InotifyFileEvents, ABurstIsOneCall) {
   const auto watch = events.watch(folder / "log", [&] { ++calls; });
   for (int write = 0; write < 5000; ++write) file << "x" << std::flush;
   EXPECT_TRUE(waitUntil([&] { return calls > 0; }));
-  EXPECT_FALSE(waitUntil([&] { return calls > 1; }, kQuiet));
+  EXPECT_FALSE(waitUntil([&] { return calls > 1; }, support::kQuiet));
 }
 
 TEST(InotifyFileEvents, AStoreThatAnotherProcessWritesInWalModeIsToldOf) {
@@ -330,7 +329,7 @@ TEST(InotifyFileEvents, AStoreThatAnotherProcessWritesInWalModeIsToldOf) {
   support::ChildProcess second(PELLORA_PLATFORM_PROBE, {"write-wal", store.string(), "200"});
   EXPECT_TRUE(waitUntil([&] { return calls > 0; }));
   ASSERT_EQ(second.readLine(), "written");
-  waitUntil([] { return false; }, kQuiet);
+  waitUntil([] { return false; }, support::kQuiet);
   EXPECT_LE(calls, 200 * 2 + 10);  // two events a commit at most, and what the start of the process wrote
 }
 

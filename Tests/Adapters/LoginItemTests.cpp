@@ -20,15 +20,15 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-class World {
+class LoginItemWorld {
  public:
-  virtual ~World() = default;
+  virtual ~LoginItemWorld() = default;
   virtual LoginItem& item() = 0;
   virtual void refuse() = 0;
   virtual void changeElsewhere(bool enabled) = 0;
 };
 
-class MemoryWorld : public World {
+class MemoryLoginItemWorld : public LoginItemWorld {
  public:
   LoginItem& item() override { return _item; }
   void refuse() override { _item.setRefusing(true); }
@@ -38,7 +38,7 @@ class MemoryWorld : public World {
   InMemoryLoginItem _item;
 };
 
-class AutostartWorld : public World {
+class AutostartWorld : public LoginItemWorld {
  public:
   LoginItem& item() override { return _item; }
   void refuse() override { std::ofstream(_folder / "config") << "in the folder's place"; }
@@ -52,7 +52,7 @@ class AutostartWorld : public World {
   XdgAutostartLoginItem _item{"/usr/bin/pellora-for-messages", _folder / "config", {}};
 };
 
-class LoginItemContract : public support::Contract<World> {
+class LoginItemContract : public support::Contract<LoginItemWorld> {
  protected:
   LoginItem& item() { return world->item(); }
 };
@@ -95,8 +95,8 @@ TEST_P(LoginItemContract, AFailureChangesNothingWithoutAWord) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Items, LoginItemContract,
-                         testing::Values(support::party<World, MemoryWorld>("InMemory"),
-                                         support::party<World, AutostartWorld>("XdgAutostart")),
+                         testing::Values(support::party<LoginItemWorld, MemoryLoginItemWorld>("InMemory"),
+                                         support::party<LoginItemWorld, AutostartWorld>("XdgAutostart")),
                          support::kPartyName);
 
 namespace {

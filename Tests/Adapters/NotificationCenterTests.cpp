@@ -15,18 +15,17 @@ namespace pellora {
 namespace {
 
 using support::waitUntil;
-constexpr std::chrono::milliseconds kQuiet(100);
 constexpr char kName[] = "app.pellora.messages.readNow";
 
-class World {
+class NotificationCenterWorld {
  public:
-  virtual ~World() = default;
+  virtual ~NotificationCenterWorld() = default;
   virtual std::string problem() { return {}; }
   virtual NotificationCenter& center() = 0;
   virtual void takeAway() = 0;
 };
 
-class MemoryWorld : public World {
+class MemoryNotificationCenterWorld : public NotificationCenterWorld {
  public:
   NotificationCenter& center() override { return _center; }
   void takeAway() override { _center.setAvailable(false); }
@@ -35,7 +34,7 @@ class MemoryWorld : public World {
   InMemoryNotificationCenter _center;
 };
 
-class BusWorld : public World {
+class BusWorld : public NotificationCenterWorld {
  public:
   std::string problem() override {
     if (!support::PrivateBus::isPossible()) return "dbus-daemon is not installed";
@@ -51,7 +50,7 @@ class BusWorld : public World {
   DBusNotificationCenter _center;
 };
 
-class NotificationCenterContract : public support::Contract<World> {
+class NotificationCenterContract : public support::Contract<NotificationCenterWorld> {
  protected:
   NotificationCenter& center() { return world->center(); }
 
@@ -67,7 +66,7 @@ TEST_P(NotificationCenterContract, APostReachesEveryObserverOfTheName) {
   ASSERT_TRUE(first && second);
   EXPECT_TRUE(center().post(kName));
   EXPECT_TRUE(waitUntil([&] { return calls == 1 && others == 1; }));
-  EXPECT_FALSE(waitUntil([&] { return calls > 1 || others > 1; }, kQuiet));
+  EXPECT_FALSE(waitUntil([&] { return calls > 1 || others > 1; }, support::kQuiet));
 }
 
 TEST_P(NotificationCenterContract, EveryPostIsDelivered) {
@@ -80,7 +79,7 @@ TEST_P(NotificationCenterContract, OtherNamesAreNotDelivered) {
   const auto observer = center().observe(kName, [this] { ++calls; });
   for (const char* name : {"app.pellora.messages.readLater", "app.pellora.other.readNow", "app.pellora.readNow"})
     EXPECT_TRUE(center().post(name));
-  EXPECT_FALSE(waitUntil([this] { return calls > 0; }, kQuiet));
+  EXPECT_FALSE(waitUntil([this] { return calls > 0; }, support::kQuiet));
 }
 
 TEST_P(NotificationCenterContract, PostingWithoutObserversSucceeds) {
@@ -91,7 +90,7 @@ TEST_P(NotificationCenterContract, AnObserverThatIsGoneHearsNothing) {
   auto observer = center().observe(kName, [this] { ++calls; });
   observer.reset();
   center().post(kName);
-  EXPECT_FALSE(waitUntil([this] { return calls > 0; }, kQuiet));
+  EXPECT_FALSE(waitUntil([this] { return calls > 0; }, support::kQuiet));
 }
 
 TEST_P(NotificationCenterContract, AHandlerMayEndItsOwnObservation) {
@@ -103,7 +102,7 @@ TEST_P(NotificationCenterContract, AHandlerMayEndItsOwnObservation) {
   center().post(kName);
   center().post(kName);
   EXPECT_TRUE(waitUntil([this] { return calls == 1; }));
-  EXPECT_FALSE(waitUntil([this] { return calls > 1; }, kQuiet));
+  EXPECT_FALSE(waitUntil([this] { return calls > 1; }, support::kQuiet));
 }
 
 TEST_P(NotificationCenterContract, AHandlerMayPost) {
@@ -120,10 +119,11 @@ TEST_P(NotificationCenterContract, WithoutAWayNothingIsPostedOrObserved) {
   EXPECT_FALSE(center().observe(kName, [] {}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Centers, NotificationCenterContract,
-                         testing::Values(support::party<World, MemoryWorld>("InMemory"),
-                                         support::party<World, BusWorld>("DBus")),
-                         support::kPartyName);
+INSTANTIATE_TEST_SUITE_P(
+    Centers, NotificationCenterContract,
+    testing::Values(support::party<NotificationCenterWorld, MemoryNotificationCenterWorld>("InMemory"),
+                    support::party<NotificationCenterWorld, BusWorld>("DBus")),
+    support::kPartyName);
 
 namespace {
 
@@ -164,7 +164,7 @@ TEST_F(DBusNotificationCenterTest, TheSignalCarriesTheAgreedNamesAndNothingElse)
     send("/app/pellora/messages", "app.pellora.messages", "other");
     send("/app/pellora/messages", "app.pellora.messages", "readNow");
     EXPECT_TRUE(waitUntil([this] { return calls > 0; }));
-    EXPECT_FALSE(waitUntil([this] { return calls > 1; }, kQuiet));
+    EXPECT_FALSE(waitUntil([this] { return calls > 1; }, support::kQuiet));
   }
   QDBusConnection::disconnectFromBus(name);
 }
@@ -180,7 +180,7 @@ TEST_F(DBusNotificationCenterTest, NamesThatMakeNoSignalAreRefused) {
 TEST_F(DBusNotificationCenterTest, TheEndOfTheBusHarmsNobody) {
   const auto observer = center.observe(kName, [this] { ++calls; });
   bus.reset();
-  EXPECT_FALSE(waitUntil([this] { return calls > 0; }, kQuiet));
+  EXPECT_FALSE(waitUntil([this] { return calls > 0; }, support::kQuiet));
   EXPECT_FALSE(center.post(kName));
 }
 

@@ -17,9 +17,9 @@ namespace {
 
 using std::chrono::milliseconds;
 
-class World {
+class SchedulerWorld {
  public:
-  virtual ~World() = default;
+  virtual ~SchedulerWorld() = default;
   virtual Scheduler& scheduler() = 0;
   // Lets time pass until the condition holds; true when it came to hold within a long time.
   virtual bool passUntil(const std::function<bool()>& condition) = 0;
@@ -27,7 +27,7 @@ class World {
   virtual void pass(milliseconds duration) = 0;
 };
 
-class VirtualWorld : public World {
+class VirtualWorld : public SchedulerWorld {
  public:
   Scheduler& scheduler() override { return _scheduler; }
   bool passUntil(const std::function<bool()>& condition) override {
@@ -40,7 +40,7 @@ class VirtualWorld : public World {
   VirtualScheduler _scheduler{instantAtSeconds(1'795'235'340)};
 };
 
-class LoopWorld : public World {
+class LoopWorld : public SchedulerWorld {
  public:
   Scheduler& scheduler() override { return _scheduler; }
   bool passUntil(const std::function<bool()>& condition) override { return support::waitUntil(condition); }
@@ -52,7 +52,7 @@ class LoopWorld : public World {
   EventLoopScheduler _scheduler;
 };
 
-class SchedulerContract : public support::Contract<World> {
+class SchedulerContract : public support::Contract<SchedulerWorld> {
  protected:
   Scheduler& scheduler() { return world->scheduler(); }
 
@@ -174,8 +174,8 @@ TEST(EventLoopScheduler, AnEndedSchedulerSaysWhetherTheWorkEndedToo) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Schedulers, SchedulerContract,
-                         testing::Values(support::party<World, VirtualWorld>("Virtual"),
-                                         support::party<World, LoopWorld>("EventLoop")),
+                         testing::Values(support::party<SchedulerWorld, VirtualWorld>("Virtual"),
+                                         support::party<SchedulerWorld, LoopWorld>("EventLoop")),
                          support::kPartyName);
 
 }  // namespace pellora

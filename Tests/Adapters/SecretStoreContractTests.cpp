@@ -24,14 +24,14 @@ SecretBytes bytes(std::string_view text) {
 }
 
 // A store and what it needs around it.
-class World {
+class SecretStoreWorld {
  public:
-  virtual ~World() = default;
+  virtual ~SecretStoreWorld() = default;
   virtual std::string problem() { return {}; }
   virtual SecretStore& store() = 0;
 };
 
-class MemoryWorld : public World {
+class MemorySecretStoreWorld : public SecretStoreWorld {
  public:
   SecretStore& store() override { return _store; }
 
@@ -39,7 +39,7 @@ class MemoryWorld : public World {
   InMemorySecretStore _store;
 };
 
-class FileWorld : public World {
+class FileSecretStoreWorld : public SecretStoreWorld {
  public:
   SecretStore& store() override { return _store; }
 
@@ -48,7 +48,7 @@ class FileWorld : public World {
   KeyFileSecretStore _store{_folder / "data"};
 };
 
-class ServiceWorld : public World {
+class ServiceWorld : public SecretStoreWorld {
  public:
   std::string problem() override {
     if (!support::PrivateKeyring::isPossible()) return "dbus-daemon or gnome-keyring-daemon is not installed";
@@ -65,7 +65,7 @@ class ServiceWorld : public World {
   SecretServiceStore _store;
 };
 
-class SecretStoreContract : public support::Contract<World> {
+class SecretStoreContract : public support::Contract<SecretStoreWorld> {
  protected:
   SecretStore& store() { return world->store(); }
 };
@@ -152,9 +152,9 @@ TEST_P(SecretStoreContract, AnObserverThatIsGoneIsSilent) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, SecretStoreContract,
-                         testing::Values(support::party<World, MemoryWorld>("InMemory"),
-                                         support::party<World, FileWorld>("KeyFile"),
-                                         support::party<World, ServiceWorld>("SecretService")),
+                         testing::Values(support::party<SecretStoreWorld, MemorySecretStoreWorld>("InMemory"),
+                                         support::party<SecretStoreWorld, FileSecretStoreWorld>("KeyFile"),
+                                         support::party<SecretStoreWorld, ServiceWorld>("SecretService")),
                          support::kPartyName);
 
 }  // namespace pellora

@@ -20,7 +20,7 @@ namespace {
 using support::waitUntil;
 
 constexpr auto kShows = AppInstance::Later::showsFirst;
-constexpr auto kQuiet = AppInstance::Later::staysQuiet;
+constexpr auto kStaysQuiet = AppInstance::Later::staysQuiet;
 
 class WithoutABus : public testing::Test {
  protected:
@@ -54,7 +54,7 @@ TEST_F(WithoutABus, TheSecondInstanceShowsTheFirst) {
 TEST_F(WithoutABus, AQuietSecondInstanceShowsNothing) {
   SessionAppInstance first(folder / "shared");
   EXPECT_TRUE(first.claim(count(), kShows, {}));
-  EXPECT_FALSE(SessionAppInstance(folder / "shared").claim([](auto&) { FAIL(); }, kQuiet, {}));
+  EXPECT_FALSE(SessionAppInstance(folder / "shared").claim([](auto&) { FAIL(); }, kStaysQuiet, {}));
   EXPECT_FALSE(SessionAppInstance(folder / "shared").claim([](auto&) { FAIL(); }, kShows, "loud"));
   EXPECT_TRUE(waitUntil([this] { return activations > 0; }));
   EXPECT_EQ(activations, 1);

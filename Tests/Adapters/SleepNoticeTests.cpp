@@ -16,17 +16,16 @@ namespace pellora {
 namespace {
 
 using support::waitUntil;
-constexpr std::chrono::milliseconds kQuiet(100);
 
-class World {
+class SleepNoticeWorld {
  public:
-  virtual ~World() = default;
+  virtual ~SleepNoticeWorld() = default;
   virtual std::string problem() { return {}; }
   virtual SleepNotice& notice() = 0;
   virtual void announce(bool sleeping) = 0;
 };
 
-class MemoryWorld : public World {
+class MemorySleepNoticeWorld : public SleepNoticeWorld {
  public:
   SleepNotice& notice() override { return _notice; }
   void announce(bool sleeping) override { sleeping ? _notice.announceSleep() : _notice.announceResume(); }
@@ -36,7 +35,7 @@ class MemoryWorld : public World {
 };
 
 // Plays the login manager.
-class LogindWorld : public World {
+class LogindWorld : public SleepNoticeWorld {
  public:
   ~LogindWorld() override { QDBusConnection::disconnectFromBus(QStringLiteral("logind")); }
   std::string problem() override {
@@ -65,7 +64,7 @@ class LogindWorld : public World {
   std::unique_ptr<LogindSleepNotice> _notice;
 };
 
-class SleepNoticeContract : public support::Contract<World> {
+class SleepNoticeContract : public support::Contract<SleepNoticeWorld> {
  protected:
   std::string heard;
 };
@@ -84,7 +83,7 @@ TEST_P(SleepNoticeContract, AnObserverThatIsGoneHearsNothing) {
   auto observer = world->notice().observe([this] { heard += "s"; }, [this] { heard += "r"; });
   observer.reset();
   world->announce(true);
-  EXPECT_FALSE(waitUntil([this] { return !heard.empty(); }, kQuiet));
+  EXPECT_FALSE(waitUntil([this] { return !heard.empty(); }, support::kQuiet));
 }
 
 TEST_P(SleepNoticeContract, AHandlerMayEndItsOwnObservation) {
@@ -98,12 +97,12 @@ TEST_P(SleepNoticeContract, AHandlerMayEndItsOwnObservation) {
   world->announce(true);
   world->announce(false);
   EXPECT_TRUE(waitUntil([this] { return heard == "s"; }));
-  EXPECT_FALSE(waitUntil([this] { return heard != "s"; }, kQuiet));
+  EXPECT_FALSE(waitUntil([this] { return heard != "s"; }, support::kQuiet));
 }
 
 INSTANTIATE_TEST_SUITE_P(Notices, SleepNoticeContract,
-                         testing::Values(support::party<World, MemoryWorld>("InMemory"),
-                                         support::party<World, LogindWorld>("Logind")),
+                         testing::Values(support::party<SleepNoticeWorld, MemorySleepNoticeWorld>("InMemory"),
+                                         support::party<SleepNoticeWorld, LogindWorld>("Logind")),
                          support::kPartyName);
 
 TEST(InMemorySleepNotice, GivesNoObserverWhenItIsTakenAway) {
@@ -128,7 +127,7 @@ TEST(LogindSleepNotice, ASignalOfSomebodyElseDoesNotCount) {
                                  QStringLiteral("org.freedesktop.login1.Manager"), QStringLiteral("PrepareForSleep"));
   signal << true;
   QDBusConnection::connectToBus(QString::fromStdString(bus.address()), QStringLiteral("impostor")).send(signal);
-  EXPECT_FALSE(waitUntil([&] { return calls > 0; }, kQuiet));
+  EXPECT_FALSE(waitUntil([&] { return calls > 0; }, support::kQuiet));
   QDBusConnection::disconnectFromBus(QStringLiteral("impostor"));
 }
 

@@ -21,14 +21,14 @@ namespace pellora {
 // The contract of user defaults, for those in memory and those in a file.
 namespace {
 
-class World {
+class UserDefaultsWorld {
  public:
-  virtual ~World() = default;
+  virtual ~UserDefaultsWorld() = default;
   virtual UserDefaults& defaults() = 0;
   virtual void breakStoring() = 0;
 };
 
-class MemoryWorld : public World {
+class MemoryUserDefaultsWorld : public UserDefaultsWorld {
  public:
   UserDefaults& defaults() override { return _defaults; }
   void breakStoring() override { _defaults.setFailing(true); }
@@ -37,7 +37,7 @@ class MemoryWorld : public World {
   InMemoryUserDefaults _defaults;
 };
 
-class FileWorld : public World {
+class FileUserDefaultsWorld : public UserDefaultsWorld {
  public:
   UserDefaults& defaults() override { return _defaults; }
   void breakStoring() override {
@@ -51,7 +51,7 @@ class FileWorld : public World {
   IniUserDefaults _defaults{_file};
 };
 
-class UserDefaultsContract : public support::Contract<World> {
+class UserDefaultsContract : public support::Contract<UserDefaultsWorld> {
  protected:
   UserDefaults& defaults() { return world->defaults(); }
 };
@@ -123,8 +123,8 @@ TEST_P(UserDefaultsContract, TheLimitsOfNumbersAndDatesComeBack) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Defaults, UserDefaultsContract,
-                         testing::Values(support::party<World, MemoryWorld>("InMemory"),
-                                         support::party<World, FileWorld>("Ini")),
+                         testing::Values(support::party<UserDefaultsWorld, MemoryUserDefaultsWorld>("InMemory"),
+                                         support::party<UserDefaultsWorld, FileUserDefaultsWorld>("Ini")),
                          support::kPartyName);
 
 // The settings file byte by byte, against the toolkit's own settings class, and in all kinds of damage.

@@ -20,6 +20,7 @@ class CompanionWorld {
  public:
   // 2026-11-21T12:00:00Z, where it is the same day everywhere the tests look.
   static constexpr std::int64_t kNow = 1'795'262'400;
+  static constexpr std::int64_t kDay = 86'400;  // seconds
 
   static const HelperPerson& anna();
   static const HelperPerson& bob();

@@ -4,13 +4,12 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include "Companion/People/PeopleParser.h"
 #include "Tests/Companion/CompanionWorld.h"
 #include "Tests/Support/Sanitizers.h"
+#include "Tests/Support/TemporaryFolder.h"
 
 namespace pellora {
 namespace {
@@ -19,11 +18,6 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-std::string readWhole(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 std::string told(const ImportedPeople& read) {
   std::string text = read.problem ? "problem: " + *read.problem + "\n" : "";
@@ -42,13 +36,13 @@ std::size_t checkFolder(const char* name) {
   for (const auto& entry : fs::directory_iterator(fs::path(PELLORA_IMPORT_CORPUS) / name)) {
     if (entry.path().extension() == ".out") continue;
     ++count;
-    std::string expected = readWhole(fs::path(entry.path()).replace_extension(".out"));
+    std::string expected = support::contentOf(fs::path(entry.path()).replace_extension(".out"));
     PhoneNumbers::Hints hints;
     if (expected.starts_with("country ")) {
       hints.country = expected.substr(8, 2);
       expected.erase(0, expected.find('\n') + 1);
     }
-    EXPECT_EQ(told(support::readPeople(readWhole(entry.path()), hints)), expected) << entry.path().filename();
+    EXPECT_EQ(told(support::readPeople(support::contentOf(entry.path()), hints)), expected) << entry.path().filename();
   }
   return count;
 }

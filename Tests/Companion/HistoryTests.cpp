@@ -31,8 +31,6 @@ using testing::IsEmpty;
 using testing::Not;
 using Json = nlohmann::json;
 
-constexpr std::int64_t kDay = 86'400;
-
 class History : public testing::Test {
  protected:
   CompanionContext context() {
@@ -50,7 +48,8 @@ class History : public testing::Test {
     support::SmallStore store(file);
     const auto chat = store.addChat({"+15551234567"});
     for (int message = 0; message < messages; ++message)
-      store.addMessage(chat, instantAtSeconds(CompanionWorld::kNow - daysAgo * kDay - message), false, "hello");
+      store.addMessage(chat, instantAtSeconds(CompanionWorld::kNow - daysAgo * CompanionWorld::kDay - message), false,
+                       "hello");
     if (keepsLog) store.connection().keepLogOnClose();
     return file;
   }

@@ -24,8 +24,6 @@ using testing::Not;
 using testing::SizeIs;
 using Json = nlohmann::json;
 
-constexpr std::int64_t kDay = 86'400;
-
 TEST(LatelyCommand, TheOverviewBeginsWithWhomOneTalkedToLast) {
   CompanionWorld world;
   world.writePeople({CompanionWorld::anna()});
@@ -162,11 +160,12 @@ std::vector<std::string> titlesOf(const LatelyStore& store) {
 TEST(LatelyCommand, TellsWhoBeganAndWhoWaitsSinceWhen) {
   CompanionWorld world;
   world.writePeople({CompanionWorld::anna(), CompanionWorld::bob()});
-  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 3 * kDay));
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 3 * CompanionWorld::kDay));
   world.writeLately(CompanionWorld::record(CompanionWorld::bob(), 7200));
   // The newest day tells, wherever it lies in the notes.
-  world.writeNotes({{dayOf(CompanionWorld::anna(), 3 * kDay, true), dayOf(CompanionWorld::anna(), 5 * kDay, false),
-                     dayOf(CompanionWorld::bob(), 7200, false)}});
+  world.writeNotes(
+      {{dayOf(CompanionWorld::anna(), 3 * CompanionWorld::kDay, true),
+        dayOf(CompanionWorld::anna(), 5 * CompanionWorld::kDay, false), dayOf(CompanionWorld::bob(), 7200, false)}});
   const std::string overview = LatelyCommand().run(world.context()).output;
   EXPECT_THAT(overview, HasSubstr("Anna    3 days ago    they   18 Nov"));
   EXPECT_THAT(overview, HasSubstr("\n    Waiting for your reply since 18 Nov.\n"));
@@ -186,13 +185,14 @@ TEST(LatelyStore, WhoeverWaitsLongestComesFirstAndWhoeverIsQuietLast) {
     people.push_back(person);
   }
   world.writePeople(people);
-  world.writeLately(CompanionWorld::record(people[0], 31 * kDay));
+  world.writeLately(CompanionWorld::record(people[0], 31 * CompanionWorld::kDay));
   world.writeLately(CompanionWorld::record(people[1], 60));
-  world.writeLately(CompanionWorld::record(people[2], kDay));
-  world.writeLately(CompanionWorld::record(people[3], 7 * kDay));
+  world.writeLately(CompanionWorld::record(people[2], CompanionWorld::kDay));
+  world.writeLately(CompanionWorld::record(people[3], 7 * CompanionWorld::kDay));
   LatelyStore store = LatelyStore::read(world.context(), world.key());
-  const HelperDayNotes notes{
-      {dayOf(people[3], 7 * kDay, true), dayOf(people[2], kDay, true), dayOf(people[0], 31 * kDay, true)}};
+  const HelperDayNotes notes{{dayOf(people[3], 7 * CompanionWorld::kDay, true),
+                              dayOf(people[2], CompanionWorld::kDay, true),
+                              dayOf(people[0], 31 * CompanionWorld::kDay, true)}};
   store.addNotes(notes, world.context().now);
   EXPECT_THAT(titlesOf(store), ElementsAre("Asked last week", "Asked yesterday", "Talker", "Quiet"));
 }
@@ -214,8 +214,8 @@ TEST(LatelyCommand, ASummaryHasLinesOfItsOwnAndIsNotCut) {
 TEST(LatelyCommand, ARecordOutsideItsWindowIsShownAsNothing) {
   CompanionWorld world;
   world.writePeople({CompanionWorld::anna(), CompanionWorld::bob()});
-  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 30 * kDay + 1));
-  world.writeLately(CompanionWorld::record(CompanionWorld::bob(), 30 * kDay));
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 30 * CompanionWorld::kDay + 1));
+  world.writeLately(CompanionWorld::record(CompanionWorld::bob(), 30 * CompanionWorld::kDay));
   const std::string overview = LatelyCommand().run(world.context()).output;
   EXPECT_THAT(overview, HasSubstr("\nAnna    4 weeks ago\n    Nothing in the last 30 days.\n"));
   EXPECT_THAT(overview, HasSubstr("\nBob     4 weeks ago          22 Oct            12        34     5\n"));
@@ -227,13 +227,13 @@ TEST(LatelyCommand, ARecordOfMessagesThatAreGoneIsShownWithAWarning) {
   constexpr char kWarning[] = "no longer in the store";
   CompanionWorld world;
   world.writePeople({CompanionWorld::anna(), CompanionWorld::bob()});
-  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), kDay));
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), CompanionWorld::kDay));
   EXPECT_THAT(pageAbout("anna", world), Not(HasSubstr(kWarning))) << "without notes nobody knows";
-  HelperDayNotes notes{{dayOf(CompanionWorld::bob(), kDay, false)}};
+  HelperDayNotes notes{{dayOf(CompanionWorld::bob(), CompanionWorld::kDay, false)}};
   notes.save(world.key(), world.context().folder);
   EXPECT_THAT(pageAbout("anna", world), HasSubstr(kWarning));
   EXPECT_THAT(LatelyCommand().run(world.context()).output, HasSubstr(kWarning));
-  notes.days.push_back(dayOf(CompanionWorld::anna(), kDay, false));
+  notes.days.push_back(dayOf(CompanionWorld::anna(), CompanionWorld::kDay, false));
   notes.save(world.key(), world.context().folder);
   EXPECT_THAT(pageAbout("anna", world), Not(HasSubstr(kWarning)));
 }
@@ -257,40 +257,40 @@ class ShownRecords : public testing::Test {
 
 TEST_F(ShownRecords, AnOlderRecordIsShownWithAWarningUntilANewerOneComes) {
   world.writePeople({CompanionWorld::anna()});
-  write(kDay);
+  write(CompanionWorld::kDay);
   EXPECT_THAT(shown(), Not(HasSubstr(kWarning)));
   EXPECT_THAT(shown(), Not(HasSubstr(kWarning))) << "the same one again";
-  write(2 * kDay);
+  write(2 * CompanionWorld::kDay);
   EXPECT_THAT(shown(), HasSubstr("it was written on 19 Nov, the other on 20 Nov"));
   EXPECT_THAT(shown(), HasSubstr(kWarning)) << "having been shown does not make it new";
   EXPECT_THAT((LatelyCommand{"Anna", false, {}}.run(world.context()).output), HasSubstr(kWarning));
   EXPECT_THAT((LatelyCommand{{}, false, "-"}.run(world.context()).output), HasSubstr(kWarning));
   EXPECT_THAT((LatelyCommand{"Anna", true, {}}.run(world.context()).output),
               HasSubstr("\"olderThanShown\":\"2026-11-20T12:00:00Z\""));
-  write(kDay - 1);
+  write(CompanionWorld::kDay - 1);
   EXPECT_THAT(shown(), Not(HasSubstr(kWarning)));
 }
 
 TEST_F(ShownRecords, ARecordFromTheFutureDoesNotMakeTheNextOneOld) {
-  write(-400 * kDay);
+  write(-400 * CompanionWorld::kDay);
   shown();
   write(0);
   EXPECT_THAT(shown(), Not(HasSubstr(kWarning)));
 }
 
 TEST_F(ShownRecords, WhatWasShownIsSealedAndItsLossCostsOnlyTheWarning) {
-  write(kDay);
+  write(CompanionWorld::kDay);
   shown();
   const auto file = *world.context().settings / "shown.json";
   EXPECT_TRUE(AtomicFile::read(file)->starts_with("PMX1"));
   AtomicFile::write(file, "damaged");
-  write(2 * kDay);
+  write(2 * CompanionWorld::kDay);
   EXPECT_THAT(shown(), Not(HasSubstr(kWarning)));
 }
 
 TEST_F(ShownRecords, AFolderThatCannotBeWrittenKeepsNobodyFromSeeingTheRecords) {
   AtomicFile::write(*world.context().settings, "a file in the folder's place");
-  write(kDay);
+  write(CompanionWorld::kDay);
   EXPECT_THAT(shown(), HasSubstr("concert"));
 }
 

@@ -17,8 +17,6 @@ using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr std::int64_t kDay = 86'400;
-
 MessagesDayRecord dayOf(const HelperPerson& person, std::int64_t secondsAgo) {
   MessagesDayRecord day;
   day.personID = person.id;
@@ -60,8 +58,8 @@ TEST(LatelyPage, WritesAPageThatRunsNothingAndFetchesNothing) {
 TEST(LatelyPage, TimesAreDatesThatStayTrue) {
   CompanionWorld world;
   world.writePeople({CompanionWorld::anna()});
-  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 2 * kDay));
-  world.writeNotes({{dayOf(CompanionWorld::anna(), 2 * kDay)}});
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 2 * CompanionWorld::kDay));
+  world.writeNotes({{dayOf(CompanionWorld::anna(), 2 * CompanionWorld::kDay)}});
   const std::string html = pageOf(world);
   EXPECT_THAT(html, HasSubstr("as of <time datetime=\"2026-11-21T12:00:00Z\">Sat 21 Nov</time>"));
   EXPECT_THAT(html, HasSubstr("Last message <time datetime=\"2026-11-19T12:00:00Z\">Thu 19 Nov</time>; you last wrote "
@@ -106,7 +104,7 @@ TEST(LatelyPage, BirthdaysAreListedByTheNextTimeTheyCome) {
 TEST(LatelyPage, ARecordOutsideItsWindowIsShownAsNothing) {
   CompanionWorld world;
   world.writePeople({CompanionWorld::anna()});
-  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 31 * kDay));
+  world.writeLately(CompanionWorld::record(CompanionWorld::anna(), 31 * CompanionWorld::kDay));
   const std::string html = pageOf(world);
   EXPECT_THAT(html, HasSubstr("Nothing in the last 30 days; the last message was on"));
   EXPECT_THAT(html, Not(HasSubstr("12 sent")));

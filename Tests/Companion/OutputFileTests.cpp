@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <thread>
 
 #include "Companion/Output/CompanionFailure.h"
@@ -17,11 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
-
-std::string contentOf(const fs::path& file) {
-  std::ifstream stream(file);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 std::string failureOf(const std::string& name) {
   try {
@@ -36,7 +30,7 @@ TEST(OutputFile, ReplacesARegularFileAndKeepsItPrivate) {
   const support::TemporaryFolder folder;
   std::ofstream(folder / "page.html") << "something longer than the new text";
   output_file::write(folder / "page.html", "new");
-  EXPECT_EQ(contentOf(folder / "page.html"), "new");
+  EXPECT_EQ(support::contentOf(folder / "page.html"), "new");
   EXPECT_EQ(fs::status(folder / "page.html").permissions(), fs::perms::owner_read | fs::perms::owner_write);
 }
 
@@ -49,8 +43,8 @@ TEST(OutputFile, WritesBehindALinkWhichStays) {
   output_file::write(folder / "link.html", "new");
   output_file::write(folder / "dangling.html", "new");
   EXPECT_TRUE(fs::is_symlink(folder / "link.html"));
-  EXPECT_EQ(contentOf(folder / "there/old.html"), "new");
-  EXPECT_EQ(contentOf(folder / "there/new.html"), "new");
+  EXPECT_EQ(support::contentOf(folder / "there/old.html"), "new");
+  EXPECT_EQ(support::contentOf(folder / "there/new.html"), "new");
 }
 
 TEST(OutputFile, WritesIntoAPipeWhichStays) {
@@ -58,7 +52,7 @@ TEST(OutputFile, WritesIntoAPipeWhichStays) {
   const fs::path pipe = folder / "pipe";
   ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
   std::string read;
-  std::thread reader([&] { read = contentOf(pipe); });
+  std::thread reader([&] { read = support::contentOf(pipe); });
   output_file::write(pipe, "new");
   reader.join();
   EXPECT_EQ(read, "new");

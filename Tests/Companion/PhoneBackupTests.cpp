@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
-#include <iterator>
 
 #include "Companion/History/PhoneBackup.h"
 #include "Companion/Output/CompanionFailure.h"
@@ -24,11 +23,6 @@ std::vector<std::uint8_t> hex(std::string_view digits) {
   for (std::size_t at = 0; at + 1 < digits.size(); at += 2)
     bytes.push_back(static_cast<std::uint8_t>(std::stoi(std::string(digits.substr(at, 2)), nullptr, 16)));
   return bytes;
-}
-
-std::string readWhole(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 std::string failureOf(const std::function<void()>& action) {
@@ -92,10 +86,10 @@ TEST_F(Backup, OpensWithItsPasswordWhetherTheBagHasOneRoundOrTwo) {
     write({kPassword, hasFirstRounds, true});
     PhoneBackup backup(path());
     ASSERT_TRUE(backup.isEncrypted());
-    EXPECT_EQ(readWhole(backup.database()).find("SQLite format"), std::string::npos);
+    EXPECT_EQ(support::contentOf(backup.database()).find("SQLite format"), std::string::npos);
     backup.unlock(SecretBytes(kPassword));
     EXPECT_EQ(extracted(backup), 1);
-    EXPECT_EQ(readWhole(target()), readWhole(_folder / "made-up.db"));
+    EXPECT_EQ(support::contentOf(target()), support::contentOf(_folder / "made-up.db"));
     EXPECT_FALSE(fs::exists(target().string() + "-manifest"));
     fs::remove_all(path());
     fs::remove(target());
@@ -152,7 +146,7 @@ TEST_F(Backup, StopsWhenAsked) {
 
 TEST_F(Backup, EveryTruncatedOrChangedManifestIsReadWithoutHarm) {
   write({kPassword, true, true});
-  const std::string bytes = readWhole(path() / "Manifest.plist");
+  const std::string bytes = support::contentOf(path() / "Manifest.plist");
   const auto whole = BackupManifest::parse(bytes);
   ASSERT_TRUE(whole.has_value());
   ASSERT_TRUE(BackupKeyBag::parse(whole->keyBag).has_value());

@@ -8,7 +8,6 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -42,11 +41,6 @@ using Json = nlohmann::json;
 
 constexpr char kPeople[] =
     R"([{"firstName":"Anna","phones":["5551234567"]},{"firstName":"Bob","phones":["5559876543"]}])";
-
-std::string contentOf(const std::filesystem::path& file) {
-  std::ifstream stream(file);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 class Program : public testing::Test {
  protected:
@@ -444,17 +438,17 @@ TEST_F(Program, ViewOpensAPageThatIsFreshEachTimeAndSaysWhatIsMissing) {
   const std::filesystem::path page = _folder / "run/app.pellora.messages/lately.html";
   EXPECT_EQ(run({"view"}), 1);
   EXPECT_THAT(errors, HasSubstr("no exchange key"));
-  EXPECT_THAT(contentOf(page), HasSubstr("There is no exchange key yet"));
+  EXPECT_THAT(support::contentOf(page), HasSubstr("There is no exchange key yet"));
   ASSERT_EQ(run({"people", "import", "-"}, kPeople), 0);
   EXPECT_EQ(run({"view"}), 0) << errors;
   EXPECT_THAT(output, HasSubstr("Opened the page (" + page.string() + ")."));
-  EXPECT_THAT(contentOf(page), HasSubstr("There are no lately records yet"));
+  EXPECT_THAT(support::contentOf(page), HasSubstr("There are no lately records yet"));
   using std::filesystem::perms;
   EXPECT_EQ(std::filesystem::status(page).permissions(), perms::owner_read | perms::owner_write);
   EXPECT_EQ(run({"view", "--json"}), 0);
   EXPECT_EQ(Json::parse(output)["page"], page.string());
   EXPECT_EQ(run({"view", "Zoe"}), 1);
-  EXPECT_THAT(contentOf(page), HasSubstr("nobody called &quot;Zoe&quot;"));
+  EXPECT_THAT(support::contentOf(page), HasSubstr("nobody called &quot;Zoe&quot;"));
   _environment.unset("DISPLAY");
   EXPECT_EQ(run({"view"}), 1);
   EXPECT_THAT(errors, HasSubstr("The page cannot be opened (there is no desktop); it is " + page.string() + "."));
@@ -471,7 +465,7 @@ TEST_F(Program, TheBrowserInheritsNothingThatTheProgramGaveUp) {
   _environment.set("PATH", (_folder / "bin").string() + ":/usr/bin:/bin");
   const auto started = [&] {
     EXPECT_TRUE(support::waitUntil([&] { return std::filesystem::exists(told); }));
-    const std::string text = contentOf(told);
+    const std::string text = support::contentOf(told);
     std::filesystem::remove(told);
     return text;
   };

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <iterator>
 #include <set>
 
 #include "Companion/History/StoreProbe.h"
@@ -54,11 +53,6 @@ class StoreProblems : public testing::Test {
     return store.path();
   }
 
-  static std::string readWhole(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-  }
-
   support::TemporaryFolder _folder;
   std::set<std::string> _sentences;
   std::set<std::string> _steps;
@@ -78,7 +72,7 @@ TEST_F(StoreProblems, AreToldApartEachWithItsOwnNextStep) {
     other.execute("CREATE TABLE t (x)");
   }
   EXPECT_EQ(kindOf("other.db"), Kind::notMessages);
-  const std::string whole = readWhole(makeStore("whole.db", 300));
+  const std::string whole = support::contentOf(makeStore("whole.db", 300));
   EXPECT_EQ(kindOf("whole.db"), Kind::readable);
   std::ofstream(_folder / "cut.db", std::ios::binary) << whole.substr(0, whole.size() / 2);
   EXPECT_EQ(kindOf("cut.db"), Kind::truncated);

@@ -26,7 +26,7 @@ using support::ForkedProcess;
 using support::SmallStore;
 using support::TemporaryFolder;
 
-constexpr uid_t kNobody = 65534;
+constexpr uid_t kNobodysUser = 65534;
 constexpr Instant kSomeDate = instantAtSeconds(1'767'225'600);
 
 template <class Run>
@@ -341,7 +341,7 @@ class ChatDatabaseOutOfReach : public ::testing::Test {
     std::array<int, 2> ends{};
     EXPECT_EQ(pipe(ends.data()), 0);
     ForkedProcess process([&] {
-      if (setgid(kNobody) != 0 || setuid(kNobody) != 0) return 2;
+      if (setgid(kNobodysUser) != 0 || setuid(kNobodysUser) != 0) return 2;
       const std::string text = run();
       return write(ends[1], text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 0 : 3;
     });

@@ -49,7 +49,7 @@ std::vector<std::string> texts(const std::vector<HistoryMessage>& messages) {
 
 // The description of what `run` throws; "nothing" when it throws nothing.
 template <class Run>
-std::string failure(Run run) {
+std::string failureOf(Run run) {
   try {
     run();
   } catch (const ChatDatabase::Failure& failure) {
@@ -123,16 +123,16 @@ TEST(ChatDatabaseLocation, APipeOrADeviceCannotBeReadAndIsNotWaitedFor) {
 
 TEST(ChatDatabaseOpening, AMissingFileCannotBeOpenedAndIsNotCreated) {
   const TemporaryFolder folder;
-  EXPECT_EQ(failure([&] { ChatDatabase(folder / "chat.db"); }), "cannotOpen(code: 14)");
-  EXPECT_EQ(failure([&] { ChatDatabase(folder / "no" / "chat.db"); }), "cannotOpen(code: 14)");
+  EXPECT_EQ(failureOf([&] { ChatDatabase(folder / "chat.db"); }), "cannotOpen(code: 14)");
+  EXPECT_EQ(failureOf([&] { ChatDatabase(folder / "no" / "chat.db"); }), "cannotOpen(code: 14)");
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
-  EXPECT_EQ(failure([&] { ChatDatabase{std::filesystem::path()}; }), "cannotOpen(code: 14)");
+  EXPECT_EQ(failureOf([&] { ChatDatabase{std::filesystem::path()}; }), "cannotOpen(code: 14)");
 }
 
 TEST(ChatDatabaseOpening, PathsAreNoUris) {
   const TemporaryFolder folder;
   EXPECT_EQ(
-      failure([&] { ChatDatabase(std::filesystem::path("file:" + (folder / "x.db").string() + "?mode=memory")); }),
+      failureOf([&] { ChatDatabase(std::filesystem::path("file:" + (folder / "x.db").string() + "?mode=memory")); }),
       "cannotOpen(code: 14)");
   SmallStore store(folder / "a?mode=memory#b%41 c.db");
   store.addMessage(store.addChat({"a"}), at(1), true, "hello");
@@ -307,7 +307,7 @@ TEST_F(ChatDatabaseTest, NoChatsRunNoStatement) {
   _store.execute("DROP TABLE chat_message_join");
   const ChatDatabase database(_store.path());
   EXPECT_THAT(database.messages(std::set<std::int64_t>(), at(0)), IsEmpty());
-  EXPECT_EQ(failure([&] { database.messages({_chat}, at(0)); }), "query(\"no such table: chat_message_join\")");
+  EXPECT_EQ(failureOf([&] { database.messages({_chat}, at(0)); }), "query(\"no such table: chat_message_join\")");
 }
 
 TEST(ChatDatabaseStatements, ChatIDsAreWrittenSortedWithCommasOnly) {

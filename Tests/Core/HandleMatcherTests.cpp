@@ -3,13 +3,15 @@
 #include <vector>
 
 #include "PelloraMessagesCore/HandleMatcher.h"
+#include "Tests/Support/SampleRecords.h"
 
 namespace pellora {
 
 namespace {
 
-const Uuid kAnna = *Uuid::parse("6F1C3A52-0D1B-4E7A-9A55-1F6C2B7D9E10");
-const Uuid kSam = *Uuid::parse("6F1C3A52-0D1B-4E7A-9A55-1F6C2B7D9E11");
+using support::kAnna;
+using support::kSam;
+
 const Uuid kZoe = *Uuid::parse("6F1C3A52-0D1B-4E7A-9A55-1F6C2B7D9E12");
 
 using Texts = std::vector<std::string>;
@@ -116,34 +118,35 @@ TEST(HandleMatcher, WithoutPeopleFindsNobody) {
   EXPECT_TRUE(matcher.firstNames().empty());
 }
 
-struct Case {
+struct NumberCase {
   std::string text;
   std::string normalized;
 };
 
 TEST(ContactNormalization, PhonesKeepTheirLastTenNumberCharacters) {
-  for (const Case& each : std::vector<Case>{{"", ""},
-                                            {"12345", "12345"},
-                                            {"123456789", "123456789"},
-                                            {"1234567890", "1234567890"},
-                                            {"11234567890", "1234567890"},
-                                            {"+1 (555) 123-4567", "5551234567"},
-                                            {"555-123-4567", "5551234567"},
-                                            {"+44 20 7946 0958", "2079460958"},
-                                            {"tel:+15551234567", "5551234567"},
-                                            {"+1 555 123 4567 ext. 89", "5123456789"},
-                                            {"call me", ""},
-                                            {" \n", ""},
-                                            {"1-800-FLOWERS", "1800"},
-                                            {"\uFF0B\uFF11\uFF15\uFF15\uFF15\uFF11\uFF12\uFF13\uFF14\uFF15\uFF16\uFF17",
-                                             "\uFF15\uFF15\uFF15\uFF11\uFF12\uFF13\uFF14\uFF15\uFF16\uFF17"},
-                                            {"\u0660\u0661\u0662-\u0663\u0664\u0665\u0666\u0667\u0668\u0669\u0660",
-                                             "\u0661\u0662\u0663\u0664\u0665\u0666\u0667\u0668\u0669\u0660"},
-                                            {"\u00BD \u2167 \u4E09", "\u00BD\u2167\u4E09"},
-                                            {"1\uFE0F\u20E3 2",
-                                             "1\uFE0F\u20E3"
-                                             "2"},
-                                            {"\U0001F4DE 555", "555"}})
+  for (const NumberCase& each :
+       std::vector<NumberCase>{{"", ""},
+                               {"12345", "12345"},
+                               {"123456789", "123456789"},
+                               {"1234567890", "1234567890"},
+                               {"11234567890", "1234567890"},
+                               {"+1 (555) 123-4567", "5551234567"},
+                               {"555-123-4567", "5551234567"},
+                               {"+44 20 7946 0958", "2079460958"},
+                               {"tel:+15551234567", "5551234567"},
+                               {"+1 555 123 4567 ext. 89", "5123456789"},
+                               {"call me", ""},
+                               {" \n", ""},
+                               {"1-800-FLOWERS", "1800"},
+                               {"\uFF0B\uFF11\uFF15\uFF15\uFF15\uFF11\uFF12\uFF13\uFF14\uFF15\uFF16\uFF17",
+                                "\uFF15\uFF15\uFF15\uFF11\uFF12\uFF13\uFF14\uFF15\uFF16\uFF17"},
+                               {"\u0660\u0661\u0662-\u0663\u0664\u0665\u0666\u0667\u0668\u0669\u0660",
+                                "\u0661\u0662\u0663\u0664\u0665\u0666\u0667\u0668\u0669\u0660"},
+                               {"\u00BD \u2167 \u4E09", "\u00BD\u2167\u4E09"},
+                               {"1\uFE0F\u20E3 2",
+                                "1\uFE0F\u20E3"
+                                "2"},
+                               {"\U0001F4DE 555", "555"}})
     EXPECT_EQ(ContactNormalization::phone(each.text), each.normalized) << each.text;
 }
 
@@ -156,13 +159,14 @@ TEST(ContactNormalization, PhonesAreCountedByCharactersNotByBytes) {
 }
 
 TEST(ContactNormalization, EmailsAreTrimmedAndLowerCased) {
-  for (const Case& each : std::vector<Case>{{"", ""},
-                                            {" \t\r\n", ""},
-                                            {"anna@example.com", "anna@example.com"},
-                                            {" \n Anna.B+tag@Example.COM\u00A0\u2029", "anna.b+tag@example.com"},
-                                            {"mailto:Anna@example.com", "mailto:anna@example.com"},
-                                            {"\u00C4NNE@EXAMPLE.COM", "\u00E4nne@example.com"},
-                                            {"ANNA B@x", "anna b@x"}})
+  for (const NumberCase& each :
+       std::vector<NumberCase>{{"", ""},
+                               {" \t\r\n", ""},
+                               {"anna@example.com", "anna@example.com"},
+                               {" \n Anna.B+tag@Example.COM\u00A0\u2029", "anna.b+tag@example.com"},
+                               {"mailto:Anna@example.com", "mailto:anna@example.com"},
+                               {"\u00C4NNE@EXAMPLE.COM", "\u00E4nne@example.com"},
+                               {"ANNA B@x", "anna b@x"}})
     EXPECT_EQ(ContactNormalization::email(each.text), each.normalized) << each.text;
 }
 

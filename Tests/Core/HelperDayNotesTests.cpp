@@ -13,10 +13,10 @@
 namespace pellora {
 namespace {
 
+using support::kAnna;
+using support::kSam;
 using Reread = HelperDayNotes::Reread;
 
-const Uuid kAnna = *Uuid::parse("6F1C3A52-0D1B-4E7A-9A55-1F6C2B7D9E10");
-const Uuid kSam = *Uuid::parse("6F1C3A52-0D1B-4E7A-9A55-1F6C2B7D9E11");
 const std::set<Uuid> kBoth = {kAnna, kSam};
 const std::string kNoCutoff;
 

@@ -12,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::int64_t kWrittenAt = 1'740'821'400;
+constexpr std::int64_t kWrittenSecond = 1'740'821'400;
 
 HelperPeopleFile twoPeople() {
   HelperPerson anna;
@@ -22,7 +22,7 @@ HelperPeopleFile twoPeople() {
   anna.emails = {"anna@example.com"};
   HelperPerson sam;
   sam.id = *Uuid::parse("00000000-0000-0000-0000-0000000000ff");
-  return {instantAtSeconds(kWrittenAt), {anna, sam}};
+  return {instantAtSeconds(kWrittenSecond), {anna, sam}};
 }
 
 class HelperPeopleFileTest : public testing::Test {

@@ -14,13 +14,13 @@ std::vector<std::string> urls(const std::string& text) {
   return result;
 }
 
-struct Case {
+struct LinkCase {
   std::string text;
   std::vector<std::string> urls;
 };
 
-void expectAll(const std::vector<Case>& cases) {
-  for (const Case& each : cases) {
+void expectAll(const std::vector<LinkCase>& cases) {
+  for (const LinkCase& each : cases) {
     EXPECT_EQ(urls(each.text), each.urls) << each.text;
     EXPECT_EQ(LinkDetector().containsLink(each.text), !each.urls.empty()) << each.text;
   }

@@ -4,12 +4,14 @@
 #include <random>
 
 #include "PelloraMessagesCore/MessagesDayBuilder.h"
+#include "Tests/Support/SampleRecords.h"
 
 namespace pellora {
 namespace {
 
-constexpr std::int64_t kHour = 3'600;
-constexpr std::int64_t kDay = 86'400;
+using support::kSecondsPerDay;
+
+constexpr std::int64_t kSecondsPerHour = 3'600;
 constexpr std::int64_t kNoon = 1'795'262'400;  // 2026-11-21 12:00:00 UTC
 
 constexpr std::int64_t kAnnaPhone = 1;  // chats
@@ -149,7 +151,7 @@ TEST(MessagesDayBuilder, AReplyIsOwedWhenTheirLastTextEndsInAQuestionMark) {
 
 TEST(MessagesDayBuilder, DaysAreThoseOfTheTimeZone) {
   // 05:00 UTC is midnight in New York.
-  const std::int64_t midnight = kNoon - 7 * kHour;
+  const std::int64_t midnight = kNoon - 7 * kSecondsPerHour;
   const auto all = drafts({message(1, midnight - 1, true, "a"), message(2, midnight, true, "b")}, "America/New_York");
   ASSERT_EQ(all.size(), 2U);
   EXPECT_EQ(all[0].record.day, "2026-11-20");
@@ -161,7 +163,7 @@ TEST(MessagesDayBuilder, ADayOfTwentyFiveHoursIsOneDay) {
   const std::int64_t start = 1'793'505'600;  // 2026-11-01 00:00 in New York, clocks go back at 02:00
   const auto all = drafts(
       {message(1, start, true, "a"), message(2, start + 90 * 60, true, "b"), message(3, start + 150 * 60, true, "c"),
-       message(4, start + 25 * kHour - 1, true, "d"), message(5, start + 25 * kHour, true, "e")},
+       message(4, start + 25 * kSecondsPerHour - 1, true, "d"), message(5, start + 25 * kSecondsPerHour, true, "e")},
       "America/New_York");
   ASSERT_EQ(all.size(), 2U);
   EXPECT_EQ(all[0].record.day, "2026-11-01");
@@ -207,8 +209,9 @@ TEST(MessagesDayBuilder, ANamelessPersonsGreetingNamesSomeoneElse) {
 }
 
 TEST(MessagesDayBuilder, DraftsComeOldestLastMessageFirstAndStable) {
-  const auto all = drafts({message(1, kNoon, true, "a", kBen), message(2, kNoon, true, "b", kAnnaPhone),
-                           message(3, kNoon - kDay, true, "c", kAnnaPhone), message(4, kNoon + 1, true, "d", kBen)});
+  const auto all =
+      drafts({message(1, kNoon, true, "a", kBen), message(2, kNoon, true, "b", kAnnaPhone),
+              message(3, kNoon - kSecondsPerDay, true, "c", kAnnaPhone), message(4, kNoon + 1, true, "d", kBen)});
   ASSERT_EQ(all.size(), 3U);
   EXPECT_EQ(all[0].record.day, "2026-11-20");
   EXPECT_EQ(all[1].record.personID, kAnnaID);
@@ -255,8 +258,9 @@ TEST(MessagesDayBuilder, AnyOrderOfRowsGivesTheSameDays) {
   std::vector<HistoryMessage> messages;
   std::mt19937 random(5);
   for (std::int64_t row = 1; row <= 2'000; ++row)
-    messages.push_back(message(row, kNoon + static_cast<std::int64_t>(random() % (9 * kDay)), random() % 2 == 0,
-                               "text " + std::to_string(row), random() % 2 == 0 ? kBen : kAnnaPhone));
+    messages.push_back(message(row, kNoon + static_cast<std::int64_t>(random() % (9 * kSecondsPerDay)),
+                               random() % 2 == 0, "text " + std::to_string(row),
+                               random() % 2 == 0 ? kBen : kAnnaPhone));
   const auto expected = drafts(messages);
   std::shuffle(messages.begin(), messages.end(), random);
   const auto shuffled = drafts(messages);
@@ -271,12 +275,12 @@ TEST(MessagesDayBuilder, ChatSpanIsTheChatsAndTheEarliestDaysStart) {
   const LocalCalendar calendar = LocalCalendar::inTimeZone("America/New_York");
   EXPECT_FALSE(MessagesDayBuilder::chatSpan({}, calendar));
   const auto span = MessagesDayBuilder::chatSpan(
-      {message(1, kNoon, true, "a", kBen), message(2, kNoon - 10 * kHour, true, "b", kGroup),
+      {message(1, kNoon, true, "a", kBen), message(2, kNoon - 10 * kSecondsPerHour, true, "b", kGroup),
        message(3, kNoon + 1, true, "c", kBen), message(4, kNoon, true, "d", kUnknownChat)},
       calendar);
   ASSERT_TRUE(span);
   EXPECT_EQ(span->chats, (std::set<std::int64_t>{kBen, kGroup, kUnknownChat}));
-  EXPECT_EQ(span->since, instantAtSeconds(kNoon - 31 * kHour));
+  EXPECT_EQ(span->since, instantAtSeconds(kNoon - 31 * kSecondsPerHour));
 }
 
 TEST(MessagesDayBuilder, DatesFarOutsideAreSafe) {

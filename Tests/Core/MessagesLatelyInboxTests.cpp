@@ -16,10 +16,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kAnnaName[] = "6F1C3A52-0D1B-4E7A-9A55-1F6C2B7D9E10";
-constexpr char kSamName[] = "6F1C3A52-0D1B-4E7A-9A55-1F6C2B7D9E11";
-const Uuid kAnna = *Uuid::parse(kAnnaName);
-const Uuid kSam = *Uuid::parse(kSamName);
+using support::kAnna;
+using support::kSam;
+
+const std::string kAnnaName = kAnna.toString();
+const std::string kSamName = kSam.toString();
 
 MessagesLatelyRecord recordOf(const Uuid& person, const std::string& handle = "+15551234567") {
   MessagesLatelyRecord record = support::sampleLately();
@@ -53,12 +54,11 @@ class MessagesLatelyInboxTest : public testing::Test {
 
 TEST_F(MessagesLatelyInboxTest, ReadsWhatWasWrittenUnderThePersonsName) {
   MessagesLatelyInbox::write(_key, _folder.path(), recordOf(kAnna));
-  EXPECT_EQ(names(), std::vector<std::string>{std::string(kAnnaName) + ".json"});
+  EXPECT_EQ(names(), std::vector<std::string>{kAnnaName + ".json"});
   EXPECT_EQ(MessagesLatelyInbox::read(_key, _folder.path(), kAnna), recordOf(kAnna));
   EXPECT_EQ(MessagesLatelyInbox::read(_key, _folder.path(), kSam), std::nullopt);
-  const auto envelope = AtomicFile::read(lately(std::string(kAnnaName) + ".json"));
-  EXPECT_EQ(SealedEnvelope::open(*envelope, _key, std::string("lately:") + kAnnaName),
-            ExchangeCoding::encode(recordOf(kAnna)));
+  const auto envelope = AtomicFile::read(lately(kAnnaName + ".json"));
+  EXPECT_EQ(SealedEnvelope::open(*envelope, _key, "lately:" + kAnnaName), ExchangeCoding::encode(recordOf(kAnna)));
 }
 
 TEST_F(MessagesLatelyInboxTest, WritingTwiceLeavesOneFileWithTheSecondRecord) {
@@ -108,9 +108,9 @@ TEST_F(MessagesLatelyInboxTest, ReadsAllRecordsInTheOrderOfTheirNames) {
 TEST_F(MessagesLatelyInboxTest, RecordsSwappedBetweenTwoPeopleAreSkippedAndSwept) {
   MessagesLatelyInbox::write(_key, _folder.path(), recordOf(kSam));
   MessagesLatelyInbox::write(_key, _folder.path(), recordOf(kAnna));
-  fs::rename(lately(std::string(kAnnaName) + ".json"), lately("swap"));
-  fs::rename(lately(std::string(kSamName) + ".json"), lately(std::string(kAnnaName) + ".json"));
-  fs::rename(lately("swap"), lately(std::string(kSamName) + ".json"));
+  fs::rename(lately(kAnnaName + ".json"), lately("swap"));
+  fs::rename(lately(kSamName + ".json"), lately(kAnnaName + ".json"));
+  fs::rename(lately("swap"), lately(kSamName + ".json"));
   EXPECT_TRUE(MessagesLatelyInbox::readAll(_key, _folder.path()).empty());
   EXPECT_EQ(MessagesLatelyInbox::read(_key, _folder.path(), kAnna), std::nullopt);
   EXPECT_EQ(sweep(), 2u);
@@ -118,7 +118,7 @@ TEST_F(MessagesLatelyInboxTest, RecordsSwappedBetweenTwoPeopleAreSkippedAndSwept
 }
 
 TEST_F(MessagesLatelyInboxTest, RecordThatNamesAnotherPersonThanItsFileIsSkippedAndSwept) {
-  put(std::string(kSamName) + ".json", kSamName, recordOf(kAnna));
+  put(kSamName + ".json", kSamName, recordOf(kAnna));
   EXPECT_TRUE(MessagesLatelyInbox::readAll(_key, _folder.path()).empty());
   EXPECT_EQ(sweep(), 1u);
   EXPECT_TRUE(names().empty());
@@ -127,7 +127,7 @@ TEST_F(MessagesLatelyInboxTest, RecordThatNamesAnotherPersonThanItsFileIsSkipped
 TEST_F(MessagesLatelyInboxTest, NameIsTakenAsItStands) {
   const std::string lower = "6f1c3a52-0d1b-4e7a-9a55-1f6c2b7d9e10";
   put(lower + ".json", lower, recordOf(kAnna));
-  put(std::string(kAnnaName) + ".copy.json", kAnnaName, recordOf(kAnna));
+  put(kAnnaName + ".copy.json", kAnnaName, recordOf(kAnna));
   put("anything.json", "anything", recordOf(kAnna));
   EXPECT_TRUE(MessagesLatelyInbox::readAll(_key, _folder.path()).empty());
   EXPECT_EQ(sweep(), 3u);
@@ -165,8 +165,7 @@ TEST_F(MessagesLatelyInboxTest, UnderANewKeyNoRecordOpensAndTheSweepRemovesAll) 
 }
 
 TEST_F(MessagesLatelyInboxTest, SealedBytesThatDoNotDecodeAreSkippedAndSwept) {
-  AtomicFile::write(lately(std::string(kAnnaName) + ".json"),
-                    SealedEnvelope::seal("{}", _key, std::string("lately:") + kAnnaName));
+  AtomicFile::write(lately(kAnnaName + ".json"), SealedEnvelope::seal("{}", _key, "lately:" + kAnnaName));
   EXPECT_EQ(MessagesLatelyInbox::read(_key, _folder.path(), kAnna), std::nullopt);
   EXPECT_TRUE(MessagesLatelyInbox::readAll(_key, _folder.path()).empty());
   EXPECT_EQ(names().size(), 1u);
@@ -258,7 +257,7 @@ TEST_F(MessagesLatelyInboxTest, RemovesOnePersonsRecordOnly) {
 }
 
 TEST_F(MessagesLatelyInboxTest, TellsWhenARecordCannotBeRemoved) {
-  fs::create_directories(lately(std::string(kAnnaName) + ".json"));
+  fs::create_directories(lately(kAnnaName + ".json"));
   EXPECT_FALSE(MessagesLatelyInbox::remove(_folder.path(), kAnna));
 }
 

@@ -3,17 +3,19 @@
 #include <algorithm>
 
 #include "PelloraMessagesCore/MessagesLatelyRecord.h"
+#include "Tests/Support/SampleRecords.h"
 
 namespace pellora {
 namespace {
 
-constexpr std::int64_t kDay = 86'400;
+using support::kSecondsPerDay;
+
 constexpr std::int64_t kFirstNoon = 1'795'262'400;  // 2026-11-21 12:00:00 UTC
-const Instant kWrittenAt = instantAtSeconds(kFirstNoon + 40 * kDay);
+const Instant kWrittenAt = instantAtSeconds(kFirstNoon + 40 * kSecondsPerDay);
 const Uuid kPerson = *Uuid::parse("00000000-0000-0000-0000-0000000000AA");
 
 Instant noon(int number) {
-  return instantAtSeconds(kFirstNoon + number * kDay);
+  return instantAtSeconds(kFirstNoon + number * kSecondsPerDay);
 }
 
 // The day `number` days after the first.

@@ -9,7 +9,7 @@ namespace {
 
 using Kind = MessagesNews::Kind;
 
-const Instant kReference = instantAtSeconds(1'749'000'000);
+const Instant kSomeDay = instantAtSeconds(1'749'000'000);
 
 struct RepeatCase {
   std::string kept;
@@ -22,8 +22,7 @@ class NewsRepeat : public testing::TestWithParam<RepeatCase> {};
 
 TEST_P(NewsRepeat, GoesOnlyWhenItAddsNothing) {
   const RepeatCase& each = GetParam();
-  const std::vector<MessagesNews> all = {{each.kept, Kind::work, "", kReference},
-                                         {each.item, Kind::work, "", kReference}};
+  const std::vector<MessagesNews> all = {{each.kept, Kind::work, "", kSomeDay}, {each.item, Kind::work, "", kSomeDay}};
   EXPECT_EQ(withoutRepeats(all, each.firstName).size(), each.isRepeat ? 1u : 2u) << each.kept << " / " << each.item;
 }
 
@@ -85,18 +84,18 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(NewsRepeat, EveryWordThatTurnsAMeaningRoundKeepsTwoApart) {
   for (const std::string_view word : NewsWords::kTurningWords) {
-    const std::vector<MessagesNews> all = {{"Sam " + std::string(word) + " job", Kind::work, "", kReference},
-                                           {"Sam job", Kind::work, "", kReference}};
+    const std::vector<MessagesNews> all = {{"Sam " + std::string(word) + " job", Kind::work, "", kSomeDay},
+                                           {"Sam job", Kind::work, "", kSomeDay}};
     EXPECT_EQ(withoutRepeats(all, "Sam"), all) << word;
   }
 }
 
 TEST(NewsRepeat, OtherKindsAreOtherNewsAndTheFirstStays) {
-  const std::vector<MessagesNews> all = {{"Sam was promoted to manager.", Kind::work, "now", kReference},
-                                         {"Sam moved to Rome.", Kind::home, "", kReference},
-                                         {"Sam was promoted.", Kind::work, "", kReference},
-                                         {"Sam moved.", Kind::home, "", kReference},
-                                         {"Sam moved to Rome.", Kind::travel, "", kReference}};
+  const std::vector<MessagesNews> all = {{"Sam was promoted to manager.", Kind::work, "now", kSomeDay},
+                                         {"Sam moved to Rome.", Kind::home, "", kSomeDay},
+                                         {"Sam was promoted.", Kind::work, "", kSomeDay},
+                                         {"Sam moved.", Kind::home, "", kSomeDay},
+                                         {"Sam moved to Rome.", Kind::travel, "", kSomeDay}};
   EXPECT_EQ(withoutRepeats(all, "Sam"), (std::vector<MessagesNews>{all[0], all[1], all[4]}));
   EXPECT_EQ(withoutRepeats({}, "Sam"), std::vector<MessagesNews>{});
 }

@@ -28,7 +28,7 @@ namespace {
 namespace fs = std::filesystem;
 using support::DisturbedRun;
 
-constexpr long kTooMany = 2000;
+constexpr long kCallsOfACommand = 2000;
 
 struct Deed {
   const char* name;
@@ -150,14 +150,14 @@ TEST_P(CompanionFault, LeavesTheOldOrTheNewAndTheNextRunCompletes) {
   const std::string after = state();
   ASSERT_NE(before, after);
   long at = 1;
-  for (; at < kTooMany && !HasFailure(); ++at) {
+  for (; at < kCallsOfACommand && !HasFailure(); ++at) {
     copyAll(_kept.path(), _home.path());
     const DisturbedRun run =
         DisturbedRun::of(PELLORA_COMPANION, arguments(), {kind, at}, _home.path(), _home.environment());
     if (!run.wasDisturbed()) break;
     check(run, before, after, kind + " at " + run.call + " (" + std::to_string(at) + ")");
   }
-  EXPECT_LT(at, kTooMany);
+  EXPECT_LT(at, kCallsOfACommand);
   EXPECT_GT(at, 1);
   std::cout << "  " << deed().name << ": " << kind << " at each of " << at - 1 << " calls\n";
 }

@@ -24,7 +24,7 @@ namespace {
 using support::DisturbedRun;
 
 const std::vector<std::string> kReadOnce = {"--read-once"};
-constexpr long kTooMany = 2000;
+constexpr long kCallsOfARead = 2000;
 
 bool isLongForm() {
   const char* value = std::getenv("PELLORA_LONG_TESTS");
@@ -53,7 +53,7 @@ class ReadFaultTest : public testing::Test {
   template <class Prepare, class Check>
   void disturbEachCall(const std::string& kind, Prepare prepare, Check check) {
     long at = 1;
-    for (; at < kTooMany; ++at) {
+    for (; at < kCallsOfARead; ++at) {
       prepare();
       const DisturbedRun run =
           DisturbedRun::of(PELLORA_HELPER, kReadOnce, {kind, at}, _home.path(), _home.environment());
@@ -66,7 +66,7 @@ class ReadFaultTest : public testing::Test {
       checkNextRead(what);
       if (HasFailure()) FAIL() << kind;
     }
-    EXPECT_LT(at, kTooMany);
+    EXPECT_LT(at, kCallsOfARead);
     EXPECT_GT(at, 1) << kind;
     RecordProperty(kind, static_cast<int>(at - 1));
     std::cout << "  " << kind << " at each of " << at - 1 << " calls\n";

@@ -13,7 +13,7 @@ using support::WrittenFile;
 using Version = WrittenFile::Version;
 using Found = WrittenFile::Found;
 
-constexpr long kTooMany = 300;  // calls; no write makes so many
+constexpr long kCallsOfAWrite = 300;  // more than any write makes
 
 enum class Begin { withoutFile, withOlderFile };
 
@@ -48,8 +48,8 @@ class WrittenFileFaultTest : public testing::TestWithParam<std::string> {
 
   void disturbEachCall(const std::string& kind, Begin begin) {
     long at = 1;
-    while (at < kTooMany && disturb(kind, at, begin)) ++at;
-    EXPECT_LT(at, kTooMany);
+    while (at < kCallsOfAWrite && disturb(kind, at, begin)) ++at;
+    EXPECT_LT(at, kCallsOfAWrite);
     EXPECT_GT(at, 1) << kind << " met no call";
     if (HasFailure()) FAIL() << kind;
   }

@@ -16,7 +16,7 @@ namespace pellora::support {
 
 namespace {
 
-constexpr int kPatience = 60'000;  // milliseconds
+constexpr int kPatienceMilliseconds = 60'000;
 
 }  // namespace
 
@@ -27,7 +27,7 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
   _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
   _process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
   _process.start(QString::fromStdString(program), list);
-  _started = _process.waitForStarted(kPatience);
+  _started = _process.waitForStarted(kPatienceMilliseconds);
   _process.write(QByteArray::fromStdString(input));
   _process.closeWriteChannel();
 }
@@ -35,17 +35,17 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
 ChildProcess::~ChildProcess() {
   if (_process.state() == QProcess::NotRunning) return;
   _process.kill();
-  _process.waitForFinished(kPatience);
+  _process.waitForFinished(kPatienceMilliseconds);
 }
 
 std::string ChildProcess::readLine() {
   while (!_process.canReadLine())
-    if (!_process.waitForReadyRead(kPatience)) return {};
+    if (!_process.waitForReadyRead(kPatienceMilliseconds)) return {};
   return _process.readLine().trimmed().toStdString();
 }
 
 std::string ChildProcess::finish() {
-  if (_process.state() != QProcess::NotRunning && !_process.waitForFinished(kPatience)) return "no end";
+  if (_process.state() != QProcess::NotRunning && !_process.waitForFinished(kPatienceMilliseconds)) return "no end";
   const std::string output = _process.readAllStandardOutput().trimmed().toStdString();
   if (_process.exitStatus() == QProcess::NormalExit && _process.exitCode() == 0) return output;
   return "exit " + std::to_string(_process.exitCode()) + ": " + output;

@@ -13,6 +13,9 @@
 
 namespace pellora::support {
 
+// How long is looked whether nothing happens.
+inline constexpr std::chrono::milliseconds kQuiet(100);
+
 // Whether it came true within the time.
 bool waitUntil(const std::function<bool()>& condition,
                std::chrono::milliseconds patience = std::chrono::milliseconds(10'000));

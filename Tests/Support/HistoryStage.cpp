@@ -15,7 +15,7 @@ std::string answer(const ScriptedLanguageModel::Asked& asked) {
   return "You and Anna talked about the harbour.";
 }
 
-std::string noAnswer(const ScriptedLanguageModel::Asked&) {
+std::string refused(const ScriptedLanguageModel::Asked&) {
   throw LanguageModelError(LanguageModelError::Reason::question, "answered 400");
 }
 
@@ -58,7 +58,7 @@ void EngineStage::restoreSettings() {
 }
 
 void EngineStage::setModel(Model model) {
-  world.scripted = ScriptedLanguageModel(model == Model::fails ? noAnswer : answer);
+  world.scripted = ScriptedLanguageModel(model == Model::fails ? refused : answer);
   world.scripted.setAvailable(model != Model::off);
 }
 

@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <fstream>
+#include <iterator>
 
 namespace pellora::support {
 
@@ -21,6 +23,11 @@ TemporaryFolder::~TemporaryFolder() {
     if (entry->is_directory(ignored) && !entry->is_symlink(ignored))
       std::filesystem::permissions(entry->path(), std::filesystem::perms::owner_all, ignored);
   std::filesystem::remove_all(_path, ignored);
+}
+
+std::string contentOf(const std::filesystem::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 }  // namespace pellora::support

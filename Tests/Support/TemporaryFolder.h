@@ -20,4 +20,7 @@ class TemporaryFolder {
   std::filesystem::path _path;
 };
 
+// All bytes of a file; empty when it cannot be read.
+std::string contentOf(const std::filesystem::path& file);
+
 }  // namespace pellora::support

@@ -134,11 +134,9 @@ namespace {
 
 constexpr uint kPrefersDark = 1;
 
-const QString kService = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString kPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString kInterface = QStringLiteral("org.freedesktop.portal.Settings");
-const QString kGroup = QStringLiteral("org.freedesktop.appearance");
-const QString kKey = QStringLiteral("color-scheme");
+const QString kAppearance = QStringLiteral("org.freedesktop.appearance");
+const QString kColorScheme = QStringLiteral("color-scheme");
 
 }  // namespace
 
@@ -149,15 +147,17 @@ void PortalAppearance::observe(std::function<void(bool prefersDark)> changed) {
   if (isFirst) {
     // The library looks up the slot's parameter types by name and knows this one only once it is registered.
     qRegisterMetaType<QDBusVariant>();
-    QDBusConnection::sessionBus().connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), this,
+    QDBusConnection::sessionBus().connect(DesktopPortal::kService, DesktopPortal::kPath, kInterface,
+                                          QStringLiteral("SettingChanged"), this,
                                           SLOT(settingChanged(QString, QString, QDBusVariant)));
   }
   ask();
 }
 
 void PortalAppearance::ask() {
-  QDBusMessage call = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("Read"));
-  call << kGroup << kKey;
+  QDBusMessage call =
+      QDBusMessage::createMethodCall(DesktopPortal::kService, DesktopPortal::kPath, kInterface, QStringLiteral("Read"));
+  call << kAppearance << kColorScheme;
   auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
   connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
     const QDBusPendingReply<QDBusVariant> reply = *watcher;
@@ -167,7 +167,7 @@ void PortalAppearance::ask() {
 }
 
 void PortalAppearance::settingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
-  if (group == kGroup && key == kKey) take(value.variant());
+  if (group == kAppearance && key == kColorScheme) take(value.variant());
 }
 
 void PortalAppearance::take(const QVariant& value) {

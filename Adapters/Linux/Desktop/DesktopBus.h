@@ -3,11 +3,19 @@
 
 #include <QDBusConnection>
 #include <QObject>
+#include <QString>
 #include <functional>
 #include <optional>
 #include <string>
 
 namespace pellora {
+
+namespace DesktopPortal {
+
+inline const QString kService = QStringLiteral("org.freedesktop.portal.Desktop");
+inline const QString kPath = QStringLiteral("/org/freedesktop/portal/desktop");
+
+}  // namespace DesktopPortal
 
 // A connection to a message bus that nobody else in the process shares; closed when it goes. Never starts a bus.
 class PrivateBusConnection {

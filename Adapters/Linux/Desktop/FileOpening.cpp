@@ -74,14 +74,11 @@ constexpr uint kSuccess = 0;
 constexpr uint kCanceled = 1;                   // by the user, who may be asked which program to use
 constexpr std::chrono::seconds kPatience{120};  // for that question
 
-const QString kService = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString kPath = QStringLiteral("/org/freedesktop/portal/desktop");
-
 // Where the portal will announce its answer; known before it is asked, so that no answer is missed.
 QString requestPath(const QDBusConnection& bus, const QString& token) {
   QString sender = bus.baseService().mid(1);
   sender.replace(QLatin1Char('.'), QLatin1Char('_'));
-  return kPath + QStringLiteral("/request/") + sender + QLatin1Char('/') + token;
+  return DesktopPortal::kPath + QStringLiteral("/request/") + sender + QLatin1Char('/') + token;
 }
 
 bool hasDisplay() {
@@ -112,9 +109,11 @@ PortalFileOpener::Outcome PortalFileOpener::ask(const std::filesystem::path& fil
   const QString token = QStringLiteral("pellora%1").arg(getpid());
   const QString interface = QStringLiteral("org.freedesktop.portal.Request");
   const QString signal = QStringLiteral("Response");
-  bus.connect(kService, requestPath(bus, token), interface, signal, this, SLOT(answered(uint, QVariantMap)));
-  QDBusMessage call = QDBusMessage::createMethodCall(kService, kPath, QStringLiteral("org.freedesktop.portal.OpenURI"),
-                                                     QStringLiteral("OpenFile"));
+  bus.connect(DesktopPortal::kService, requestPath(bus, token), interface, signal, this,
+              SLOT(answered(uint, QVariantMap)));
+  QDBusMessage call =
+      QDBusMessage::createMethodCall(DesktopPortal::kService, DesktopPortal::kPath,
+                                     QStringLiteral("org.freedesktop.portal.OpenURI"), QStringLiteral("OpenFile"));
   call << QString() << QVariant::fromValue(QDBusUnixFileDescriptor(descriptor.number()))
        << QVariantMap{{QStringLiteral("handle_token"), token}};
   const QDBusReply<QDBusObjectPath> reply = bus.call(call, QDBus::BlockWithGui);

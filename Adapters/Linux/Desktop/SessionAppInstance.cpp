@@ -70,25 +70,25 @@ ActivationSocket::~ActivationSocket() {
 namespace {
 
 constexpr std::chrono::milliseconds kRetryInterval(10);
-constexpr int kPatience = 3000;  // milliseconds for the first instance to answer
+constexpr int kAnswerPatience = 3000;  // milliseconds for the first instance to answer
 
 const QString kName = QLatin1String(SessionAppInstance::kBusName);
-const QString kPath = QLatin1String(SessionAppInstance::kObjectPath);
+const QString kObject = QLatin1String(SessionAppInstance::kObjectPath);
 
 void activateOther(const QDBusConnection& bus, const std::string& token) {
-  QDBusMessage call = QDBusMessage::createMethodCall(kName, kPath, QStringLiteral("org.freedesktop.Application"),
+  QDBusMessage call = QDBusMessage::createMethodCall(kName, kObject, QStringLiteral("org.freedesktop.Application"),
                                                      QStringLiteral("Activate"));
   QVariantMap platformData;
   if (!token.empty())
     for (const char* key : {ApplicationInterface::kActivationToken, ApplicationInterface::kStartupId})
       platformData.insert(QLatin1String(key), QString::fromStdString(token));
   call << platformData;
-  bus.call(call, QDBus::Block, kPatience);
+  bus.call(call, QDBus::Block, kAnswerPatience);
 }
 
 // It may have taken the lock only just now and not listen yet.
 void activateHolder(const std::filesystem::path& socket, const std::string& token) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPatience);
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kAnswerPatience);
   while (!ActivationSocket::send(socket, token) && std::chrono::steady_clock::now() < end)
     std::this_thread::sleep_for(kRetryInterval);
 }
@@ -99,7 +99,7 @@ SessionAppInstance::~SessionAppInstance() {
   if (!_busObject) return;
   QDBusConnection bus = QDBusConnection::sessionBus();
   bus.unregisterService(kName);
-  bus.unregisterObject(kPath);
+  bus.unregisterObject(kObject);
 }
 
 bool SessionAppInstance::claim(Activated activated, Later later, const std::string& token) {
@@ -114,11 +114,11 @@ bool SessionAppInstance::claimOnBus(const Claim& claim) {
   // Calls may come as soon as the name is there, so the object comes first.
   _busObject = std::make_unique<QObject>();
   new ApplicationInterface(_busObject.get(), claim.activated);
-  bus.registerObject(kPath, _busObject.get(), QDBusConnection::ExportAdaptors);
+  bus.registerObject(kObject, _busObject.get(), QDBusConnection::ExportAdaptors);
   const auto reply = bus.interface()->registerService(kName, QDBusConnectionInterface::DontQueueService,
                                                       QDBusConnectionInterface::DontAllowReplacement);
   if (reply.isValid() && reply.value() != QDBusConnectionInterface::ServiceRegistered) {
-    bus.unregisterObject(kPath);
+    bus.unregisterObject(kObject);
     _busObject.reset();
     if (claim.later == Later::showsFirst) activateOther(bus, claim.token);
     return false;

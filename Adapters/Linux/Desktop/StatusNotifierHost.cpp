@@ -73,8 +73,8 @@ void XEmbedTray::takeEvents() {
 
 namespace {
 
-const QString kService = QStringLiteral("org.kde.StatusNotifierWatcher");
-const QString kPath = QStringLiteral("/StatusNotifierWatcher");
+const QString kWatcher = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
 const QString kHostRegistered = QStringLiteral("StatusNotifierHostRegistered");
 
 }  // namespace
@@ -93,16 +93,16 @@ void StatusNotifierHost::watchBus() {
   if (!SessionBusAddress::find()) return;
   QDBusConnection bus = QDBusConnection::sessionBus();
   if (!bus.isConnected()) return;
-  _watcher = std::make_unique<QDBusServiceWatcher>(kService, bus, QDBusServiceWatcher::WatchForRegistration);
+  _watcher = std::make_unique<QDBusServiceWatcher>(kWatcher, bus, QDBusServiceWatcher::WatchForRegistration);
   connect(_watcher.get(), &QDBusServiceWatcher::serviceRegistered, this, &StatusNotifierHost::ask);
-  bus.connect(kService, kPath, kService, kHostRegistered, this, SLOT(ask()));
+  bus.connect(kWatcher, kWatcherPath, kWatcher, kHostRegistered, this, SLOT(ask()));
   ask();
 }
 
 void StatusNotifierHost::ask() {
-  QDBusMessage call = QDBusMessage::createMethodCall(kService, kPath, QStringLiteral("org.freedesktop.DBus.Properties"),
-                                                     QStringLiteral("Get"));
-  call << kService << QStringLiteral("IsStatusNotifierHostRegistered");
+  QDBusMessage call = QDBusMessage::createMethodCall(
+      kWatcher, kWatcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+  call << kWatcher << QStringLiteral("IsStatusNotifierHostRegistered");
   call.setAutoStartService(false);
   auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
   connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
@@ -114,7 +114,8 @@ void StatusNotifierHost::ask() {
 
 void StatusNotifierHost::report() {
   if (!_appeared) return;
-  if (_watcher) QDBusConnection::sessionBus().disconnect(kService, kPath, kService, kHostRegistered, this, SLOT(ask()));
+  if (_watcher)
+    QDBusConnection::sessionBus().disconnect(kWatcher, kWatcherPath, kWatcher, kHostRegistered, this, SLOT(ask()));
   _watcher.reset();
   _olderPlace.reset();
   _preference.stop();

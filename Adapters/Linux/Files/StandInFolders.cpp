@@ -19,7 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr mode_t kPrivate = 0700;
-constexpr int kAttempts = 100;  // others may go on writing into the folder that is replaced
+constexpr int kRemovals = 100;  // others may go on writing into the folder that is replaced
 
 bool isOwn(const fs::path& folder) {
   struct stat status{};
@@ -98,7 +98,7 @@ bool StandInFolders::putInPlace() {
     return false;
   }
   // Files written meanwhile are where the stand-in was.
-  for (int attempt = 0; attempt < kAttempts && rmdir(standIn.c_str()) != 0 && errno == ENOTEMPTY; ++attempt)
+  for (int attempt = 0; attempt < kRemovals && rmdir(standIn.c_str()) != 0 && errno == ENOTEMPTY; ++attempt)
     moveContent(standIn, _folder);
   return isInPlace();
 }

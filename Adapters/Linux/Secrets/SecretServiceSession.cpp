@@ -63,7 +63,6 @@ constexpr char kPropertiesInterface[] = "org.freedesktop.DBus.Properties";
 constexpr char kPromptInterface[] = "org.freedesktop.Secret.Prompt";
 constexpr char kSchema[] = "app.pellora.messages.ExchangeKey";
 constexpr char kNoObject[] = "/";
-constexpr char kLockedReason[] = "The keyring is locked.";
 
 struct Release {
   void operator()(GVariant* value) const { g_variant_unref(value); }
@@ -91,7 +90,7 @@ SecretServiceSession::Failure failureOf(GError* raw, const CallDeadline& deadlin
   const Owned<char> name(g_dbus_error_get_remote_error(error.get()));
   const bool locked = (name && std::string(name.get()) == "org.freedesktop.Secret.Error.IsLocked") ||
                       g_error_matches(error.get(), SECRET_ERROR, SECRET_ERROR_IS_LOCKED);
-  if (locked) return {true, kLockedReason};
+  if (locked) return {true, SecretServiceSession::kLockedReason};
   g_dbus_error_strip_remote_error(error.get());
   return {false, subject + " can't be used: " + error->message + "."};
 }
@@ -165,7 +164,7 @@ class SecretServiceSession::Connection {
       call(prompt, kPromptInterface, "Dismiss", nullptr, "()");
     } catch (const Failure&) {
     }
-    throw Failure{true, kLockedReason};
+    throw Failure{true, SecretServiceSession::kLockedReason};
   }
 
   CallDeadline deadline;

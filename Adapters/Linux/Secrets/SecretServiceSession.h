@@ -16,6 +16,8 @@ namespace pellora {
 
 class SecretServiceSession {
  public:
+  static constexpr char kLockedReason[] = "The keyring is locked.";
+
   struct Failure {
     bool locked = false;
     std::string reason;  // one sentence for a person

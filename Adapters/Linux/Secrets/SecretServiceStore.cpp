@@ -15,9 +15,8 @@ namespace {
 
 using Failure = SecretServiceSession::Failure;
 
-constexpr std::chrono::milliseconds kLockPatience(15000);
+constexpr std::chrono::milliseconds kCreationPatience(15000);
 constexpr char kLockFile[] = "app.pellora.messages.exchange.lock";
-constexpr char kLockedReason[] = "The keyring is locked.";
 constexpr char kNoCollectionReason[] = "There is no keyring yet that could keep the key.";
 
 bool isInside(const std::string& item, const std::optional<std::string>& collection) {
@@ -55,9 +54,9 @@ std::optional<std::string> firstLasting(SecretServiceSession& session, const std
 std::optional<std::string> findItem(SecretServiceSession& session, const SecretAttributes& attributes) {
   const SecretServiceSession::Items items = session.search(attributes);
   if (auto item = firstLasting(session, items.unlocked)) return item;
-  if (!items.locked.empty()) throw Failure{true, kLockedReason};
+  if (!items.locked.empty()) throw Failure{true, SecretServiceSession::kLockedReason};
   const auto collection = lastingCollection(session);
-  if (collection && session.isLocked(*collection)) throw Failure{true, kLockedReason};
+  if (collection && session.isLocked(*collection)) throw Failure{true, SecretServiceSession::kLockedReason};
   return std::nullopt;
 }
 
@@ -65,7 +64,7 @@ FileLock lockOthersOut() {
   const auto folder = RuntimeFolder::path();
   if (!folder) throw Failure{false, "There is no private folder for the lock of the key."};
   std::error_code error;
-  auto lock = FileLock::onFile(*folder / kLockFile, kLockPatience, error);
+  auto lock = FileLock::onFile(*folder / kLockFile, kCreationPatience, error);
   if (!lock && error != std::errc::operation_would_block)
     throw Failure{false, "The lock of the key, " + (*folder / kLockFile).string() +
                              ", cannot be taken: " + error.message() + "."};
