@@ -167,6 +167,15 @@ Column columnOf(std::string_view heading) {
   return Column::other;
 }
 
+constexpr std::size_t kMostColumns = 500;  // address books have a third of that; what lies behind means nothing
+
+// By the headings of a line that may be any text.
+std::vector<Column> columnsOf(const std::vector<std::string>& headings) {
+  std::vector<Column> columns(headings.size(), Column::other);
+  for (std::size_t at = 0; at < std::min(headings.size(), kMostColumns); ++at) columns[at] = columnOf(headings[at]);
+  return columns;
+}
+
 bool hasManyDigits(std::string_view text) {
   constexpr std::size_t kShortestNumber = 7;
   return text.find_first_not_of("0123456789+-() ./\t\n;,") == std::string_view::npos &&
@@ -239,7 +248,7 @@ Table read(std::string_view text, char separator) {
     if (isBlank(*record)) continue;
     Table table;
     table.headings = record->fields;
-    for (const std::string& heading : record->fields) table.columns.push_back(columnOf(heading));
+    table.columns = columnsOf(record->fields);
     const bool isBetter = table.known() > best.known() || best.headings.empty();
     if (!isBetter) continue;
     best = std::move(table);
@@ -262,8 +271,8 @@ std::size_t fit(std::string_view text, char separator) {
   for (std::size_t line = 0; line < kLinesBeforeHeadings; ++line) {
     const auto record = records.next();
     if (!record) break;
-    std::size_t known = 0;
-    for (const std::string& heading : record->fields) known += columnOf(heading) != Column::other ? 1U : 0U;
+    const std::vector<Column> columns = columnsOf(record->fields);
+    const std::size_t known = columns.size() - static_cast<std::size_t>(std::ranges::count(columns, Column::other));
     most = std::max(most, known * kKnownColumn + std::min(record->fields.size(), kKnownColumn - 1));
   }
   return most;
@@ -274,7 +283,7 @@ constexpr const char* kCharsets[] = {foreign_text::kWestern, "windows-1250", "wi
                                      "windows-1253",         "windows-1254", "windows-1255", "windows-1256",
                                      "windows-1257",         "windows-874",  "windows-31j",  "GB18030",
                                      "windows-950",          "windows-949"};
-constexpr std::size_t kBytesForCharset = 16384;
+constexpr std::size_t kBytesForCharset = 4096;  // more than the headings of any address book
 
 // The text of a table that may be in any of these charsets: its headings tell.
 std::string inUtf8(std::string_view bytes, const char* usual) {
