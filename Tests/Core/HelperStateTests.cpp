@@ -10,8 +10,6 @@
 namespace pellora {
 namespace {
 
-using Reread = HelperState::Reread;
-
 class HelperStateTest : public testing::Test {
  protected:
   support::TemporaryFolder _folder;
@@ -44,12 +42,12 @@ TEST_F(HelperStateTest, NotesInItsPlaceAreNotTaken) {
 
 TEST_F(HelperStateTest, SavingWithoutAFolderFails) {
   EXPECT_THROW(_sample.save(_key, std::nullopt), FileError);
-  EXPECT_THROW(HelperState::requestReread(_key, std::nullopt, Reread::store), FileError);
+  EXPECT_THROW(HelperState::requestReread(_key, std::nullopt, HelperState::Reread::store), FileError);
 }
 
 TEST_F(HelperStateTest, ARequestToReadAgainStaysUntilItIsTakenAway) {
   EXPECT_EQ(HelperState::requestedReread(_key, _folder.path()), std::nullopt);
-  for (const Reread reread : {Reread::store, Reread::language}) {
+  for (const HelperState::Reread reread : {HelperState::Reread::store, HelperState::Reread::language}) {
     HelperState::requestReread(_key, _folder.path(), reread);
     EXPECT_EQ(HelperState::requestedReread(_key, _folder.path()), reread);
     _sample.save(_key, _folder.path());
