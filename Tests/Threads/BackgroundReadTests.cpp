@@ -14,8 +14,6 @@ namespace {
 
 using std::chrono::minutes;
 using support::EngineWorld;
-using Kind = HelperEngine::State::Kind;
-
 class BackgroundReadTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -54,7 +52,8 @@ TEST_F(BackgroundReadTest, ReadsWhileTheStoreGrowsEndLikeAFreshRead) {
   }
   QCoro::waitFor(engine->readNow());
   // The state is idle for a moment between two reads, too.
-  ASSERT_TRUE(support::waitUntil([&] { return engine->state().kind == Kind::idle && world.lastRow() == 130; }));
+  ASSERT_TRUE(support::waitUntil(
+      [&] { return engine->state().kind == HelperEngine::State::Kind::idle && world.lastRow() == 130; }));
   engine.reset();
   QCoro::waitFor(world.makeEngine()->readNow());
   EXPECT_GT(changes, 0);
@@ -75,7 +74,7 @@ TEST_F(BackgroundReadTest, AnEngineMayGoAwayAtAnyMomentOfARead) {
   }
   const auto engine = world.makeEngine();
   QCoro::waitFor(engine->readNow());
-  EXPECT_EQ(engine->state().kind, Kind::idle);
+  EXPECT_EQ(engine->state().kind, HelperEngine::State::Kind::idle);
   EXPECT_TRUE(world.lately(world.anna.id).has_value());
 }
 
