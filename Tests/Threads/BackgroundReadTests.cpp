@@ -14,6 +14,7 @@ namespace {
 
 using std::chrono::minutes;
 using support::EngineWorld;
+
 class BackgroundReadTest : public testing::Test {
  protected:
   void SetUp() override {
