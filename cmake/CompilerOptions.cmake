@@ -48,7 +48,10 @@ else()
   target_compile_options(pellora_product INTERFACE ${pellora_same_bytes})
   target_compile_options(pellora_options INTERFACE
     $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>:-fcf-protection=full>)
-  target_link_options(pellora_options INTERFACE -Wl,-z,relro,-z,now -Wl,--as-needed)
+  # Folders are compiled as wholes; a program takes the functions that it uses.
+  target_compile_options(pellora_options INTERFACE $<$<NOT:$<CONFIG:Debug>>:-ffunction-sections;-fdata-sections>)
+  target_link_options(pellora_options INTERFACE -Wl,-z,relro,-z,now -Wl,--as-needed
+    $<$<NOT:$<CONFIG:Debug>>:-Wl,--gc-sections>)
 endif()
 
 # libstdc++ 12 calls its own deprecated std::get_temporary_buffer inside std::stable_sort, and clang reports it in the
