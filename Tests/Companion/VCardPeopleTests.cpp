@@ -2,6 +2,7 @@
 
 #include "Companion/People/PeopleParser.h"
 #include "Tests/Companion/CompanionWorld.h"
+#include "Tests/Support/Sanitizers.h"
 
 namespace pellora {
 namespace {
@@ -272,8 +273,9 @@ TEST(VCardPeople, EveryTruncationIsReadWithoutHarm) {
 }
 
 TEST(VCardPeople, EveryChangedByteIsReadWithoutHarm) {
+  const std::size_t step = support::kUnderSanitizers ? 7 : 1;
   for (const Dialect& dialect : kDialects)
-    for (std::size_t position = 0; position < dialect.text.size(); ++position)
+    for (std::size_t position = 0; position < dialect.text.size(); position += step)
       for (const char byte : {'\n', '=', '"', '\xFF'}) {
         std::string text = dialect.text;
         text[position] = byte;
