@@ -40,7 +40,9 @@ else()
   # The same sources give the same bytes, wherever they lie, and whether or not they are compiled through ccache, which
   # names files as they lie from the build folder: so does everything that is named in full.
   file(RELATIVE_PATH pellora_sources_from_build ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
-  set(pellora_same_bytes
+  # Version 5 of the debug information has checksums of sources, and the source that CMake makes of a folder names it in
+  # full.
+  set(pellora_same_bytes "$<$<NOT:$<CONFIG:Debug>>:-gdwarf-4>"
     "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=${pellora_sources_from_build}>"
     "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${CMAKE_BINARY_DIR}/=>"
     # Nor is the build folder named, which ccache does not tell apart from another one.
