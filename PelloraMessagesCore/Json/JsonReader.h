@@ -11,7 +11,7 @@
 
 namespace pellora {
 
-// Up to it every whole number is one that a double holds exactly: 2^53.
+// 2^53: a double holds every whole number up to this one exactly.
 inline constexpr double kLargestExactInteger = 9007199254740992.0;
 
 class JsonReader {
