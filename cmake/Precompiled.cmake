@@ -18,6 +18,7 @@ function(pellora_precompile name)
   endif()
   set_source_files_properties(${pellora_precompiled_main} PROPERTIES LANGUAGE CXX)
   add_library(${name} OBJECT ${pellora_precompiled_main})
+  set_target_properties(${name} PROPERTIES UNITY_BUILD OFF)
   target_link_libraries(${name} PRIVATE ${given_USES})
   target_compile_options(${name} PRIVATE "SHELL:-x c++-header" "SHELL:-Xclang -fno-pch-timestamp"
     -fpch-instantiate-templates)
@@ -34,7 +35,7 @@ function(pellora_use_precompiled name)
   foreach(target ${ARGN})
     add_dependencies(${target} ${name})
     target_compile_options(${target} PRIVATE
-      "$<$<COMPILE_LANGUAGE:CXX>:SHELL:-include-pch $<TARGET_OBJECTS:${name}> -Xclang -fno-pch-timestamp>")
+      "$<$<COMPILE_LANGUAGE:CXX>:SHELL:-include-pch \"$<TARGET_OBJECTS:${name}>\" -Xclang -fno-pch-timestamp>")
   endforeach()
 endfunction()
 
