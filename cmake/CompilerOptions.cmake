@@ -11,6 +11,12 @@ target_compile_definitions(pellora_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_F
 
 add_library(pellora_product INTERFACE)
 target_link_libraries(pellora_product INTERFACE pellora_options)
+# Folders in which tests under the sanitizers spend most of their time are optimized there; for the others that would
+# take longer than it saves.
+add_library(pellora_busy INTERFACE)
+if(PELLORA_SANITIZE)
+  target_compile_options(pellora_busy INTERFACE -O1)
+endif()
 
 # Tests, benchmarks and fuzzers may look into every folder; the programs see what their folders name (Folder.cmake).
 add_library(pellora_whole_tree INTERFACE)
@@ -20,6 +26,11 @@ target_link_libraries(pellora_whole_tree INTERFACE pellora_options)
 add_library(pellora_test_code INTERFACE)
 target_link_libraries(pellora_test_code INTERFACE pellora_whole_tree)
 target_compile_options(pellora_test_code INTERFACE -O0)
+
+# The linker that is fastest, and that links a program with no library that only left out functions use.
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  target_link_options(pellora_options INTERFACE -fuse-ld=lld)
+endif()
 
 if(PELLORA_SANITIZE)
   target_compile_options(pellora_options INTERFACE

@@ -10,12 +10,12 @@ function(pellora_need_all_listed folder)
   endif()
 endfunction()
 
-# pellora_folder(target folder [SOURCES ...] [USES targets...] [LIBRARIES libraries...])
+# pellora_folder(target folder [BUSY] [SOURCES ...] [USES targets...] [LIBRARIES libraries...])
 # One library per source folder. SOURCES are listed one by one; USES are the folders whose headers this one may
-# include and pass on, LIBRARIES what only its sources need. The sources see their own folder's headers and those of
+# include and pass on, LIBRARIES what only its sources need; BUSY ones are optimized under the sanitizers too. The sources see their own folder's headers and those of
 # USES through a tree of links in the build folder, and nothing else of the project: a wrong include does not build.
 function(pellora_folder target folder)
-  cmake_parse_arguments(PARSE_ARGV 2 given "" "" "SOURCES;USES;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 2 given "BUSY" "" "SOURCES;USES;LIBRARIES")
   set(source ${CMAKE_CURRENT_SOURCE_DIR}/${folder})
   cmake_path(NORMAL_PATH source)
   string(REGEX REPLACE "/$" "" source ${source})
@@ -45,8 +45,13 @@ function(pellora_folder target folder)
     target_include_directories(${target} PUBLIC ${view})
     target_link_libraries(${target} PUBLIC pellora_options ${given_USES}
       PRIVATE pellora_product ${given_LIBRARIES})
+    if(given_BUSY)
+      target_link_libraries(${target} PRIVATE pellora_busy)
+    endif()
     # The folders beneath the ports see nothing of Qt.
-    if(TARGET pellora_ports)
+    if(TARGET pellora_ports AND given_BUSY AND TARGET pellora_busy_headers)
+      pellora_use_precompiled(pellora_busy_headers ${target})
+    elseif(TARGET pellora_ports)
       pellora_use_precompiled(pellora_product_headers ${target})
     else()
       pellora_use_precompiled(pellora_standard_headers ${target})

@@ -1,6 +1,6 @@
 # Headers of other projects, compiled once instead of in each source: they cost most of a build's time. Only headers
 # from outside this tree go in, so no edit of ours ever compiles them again, and each source still includes what it uses:
-# the release build takes the product's sources without them, so that a missing include does not build.
+# Tests/check-includes and Tests/check-tidy, which compiles without them, hold it to that.
 #
 # The result names no folder of this checkout (its main file is one that lies everywhere, the others come in by
 # -include, and no times are kept): it is the same bytes in every checkout, and ccache finds what another one compiled.
@@ -43,9 +43,11 @@ set(standard algorithm array charconv chrono cstdint filesystem fstream function
   stdexcept string string_view system_error unordered_map unordered_set utility variant vector)
 set(qt QCoroTask QCoreApplication QDBusConnection QDBusMessage QDBusPendingCallWatcher QDBusPendingReply QDBusVariant
   QPointer QSocketNotifier QTimer QVariantMap QApplication QIcon QLabel QPainter QPushButton QVBoxLayout)
-if(CMAKE_BUILD_TYPE STREQUAL "Debug")
-  pellora_precompile(pellora_standard_headers USES pellora_product HEADERS ${standard})
-  pellora_precompile(pellora_product_headers USES pellora_product Qt6::Widgets Qt6::DBus QCoro::Core QCoro::DBus
+set(used_by_product Qt6::Widgets Qt6::DBus QCoro::Core QCoro::DBus)
+pellora_precompile(pellora_standard_headers USES pellora_product pellora_busy HEADERS ${standard})
+pellora_precompile(pellora_product_headers USES pellora_product ${used_by_product} HEADERS ${standard} ${qt})
+if(PELLORA_SANITIZE)
+  pellora_precompile(pellora_busy_headers USES pellora_product pellora_busy ${used_by_product}
     HEADERS ${standard} ${qt})
 endif()
 if(PELLORA_TESTS)
