@@ -25,6 +25,8 @@ function(pellora_precompile name)
   foreach(header ${given_HEADERS})
     target_compile_options(${name} PRIVATE "SHELL:-include ${header}")
   endforeach()
+  # Sources wait for a target of this kind, but not for the objects of a library.
+  add_custom_target(${name}_compiled DEPENDS $<TARGET_OBJECTS:${name}>)
 endfunction()
 
 # pellora_use_precompiled(name targets...): with the same options as the headers were compiled with.
@@ -33,7 +35,7 @@ function(pellora_use_precompiled name)
     return()
   endif()
   foreach(target ${ARGN})
-    add_dependencies(${target} ${name})
+    add_dependencies(${target} ${name}_compiled)
     target_compile_options(${target} PRIVATE
       "$<$<COMPILE_LANGUAGE:CXX>:SHELL:-include-pch \"$<TARGET_OBJECTS:${name}>\" -Xclang -fno-pch-timestamp>")
   endforeach()
