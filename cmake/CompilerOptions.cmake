@@ -5,7 +5,8 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_COMPILE_OPTIONS_PIE -fPIC)
 
 add_library(pellora_options INTERFACE)
-target_compile_options(pellora_options INTERFACE -Wall -Wextra -Wpedantic -fstack-protector-strong)
+# Some libraries ask for -pthread, on some releases of Debian; precompiled headers need it everywhere or nowhere.
+target_compile_options(pellora_options INTERFACE -Wall -Wextra -Wpedantic -fstack-protector-strong -pthread)
 target_compile_definitions(pellora_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII
   $<$<BOOL:${PELLORA_TEAM_PREFIX}>:PELLORA_TEAM_PREFIX="${PELLORA_TEAM_PREFIX}">)
 

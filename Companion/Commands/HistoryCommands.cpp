@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::chrono::seconds kHistoryLockPatience{5};
 constexpr char kHistoryLock[] = "history.lock";
-constexpr std::size_t kLargestPasswordFile = 4096;  // bytes
+constexpr std::size_t kLongestPasswordLine = 4096;  // bytes
 
 // The options of an `add` or a `refresh`.
 struct Request {
@@ -44,22 +44,34 @@ std::string newest(const ChatDatabase::Summary& summary, const CompanionContext&
   return summary.newestMessageAt ? date_text::date(*summary.newestMessageAt, context.now, context.calendar) : "none";
 }
 
+// The first line of a file or pipe, "-" being standard input. Waits for what a pipe's other end writes.
 SecretBytes passwordFrom(const std::string& name) {
   constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-  const std::string file = "The password file " + display::printable(name);
-  auto bytes = AtomicFile::read(name, kLargestPasswordFile);
-  if (!bytes) {
-    const std::string obstacle = reading_obstacle::find(name);
-    throw CompanionFailure(file +
-                           " cannot be read: " + (obstacle.empty() ? "it is too large to be a password" : obstacle) +
-                           "; nothing was changed.");
+  const std::string file = name == "-" ? "Standard input" : "The password file " + display::printable(name);
+  const auto refuse = [&file](const std::string& reason) {
+    throw CompanionFailure(file + " cannot be read: " + reason + "; nothing was changed.");
+  };
+  const FileDescriptor input =
+      name == "-" ? FileDescriptor(dup(STDIN_FILENO)) : FileDescriptor::open(name, O_RDONLY);
+  std::array<char, kLongestPasswordLine> bytes;
+  std::string_view line;
+  for (bool isWhole = false; !isWhole;) {
+    if (line.size() == bytes.size()) refuse("it is too large to be a password");
+    const ssize_t count =
+        retried([&] { return read(input.number(), bytes.data() + line.size(), bytes.size() - line.size()); });
+    if (count < 0) {
+      const std::string reason = std::generic_category().message(errno);
+      const std::string obstacle = name == "-" ? std::string() : reading_obstacle::find(name);
+      refuse(obstacle.empty() ? reason : obstacle);
+    }
+    line = std::string_view(bytes.data(), line.size() + static_cast<std::size_t>(count));
+    isWhole = count == 0 || line.find('\n') != line.npos;
   }
-  std::string_view line = *bytes;
   if (line.starts_with(kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
   line = line.substr(0, line.find('\n'));
   if (line.ends_with('\r')) line.remove_suffix(1);
   const SecretBytes password(line);
-  OPENSSL_cleanse(bytes->data(), bytes->size());
+  OPENSSL_cleanse(bytes.data(), bytes.size());
   if (password.size() == 0)
     throw CompanionFailure(file + " has nothing in its first line, where the password belongs; nothing was changed.");
   return password;
@@ -146,7 +158,9 @@ Outcome replaceStore(const CompanionContext& context, const Request& request) {
                       std::nullopt,           context.now,
                       probe.summary.messages, difference ? difference->gained : probe.summary.messages};
   }
-  if (request.passwordFile) outcome.record.passwordFile = std::filesystem::absolute(*request.passwordFile, error);
+  // A pipe gives its password once.
+  if (request.passwordFile && std::filesystem::is_regular_file(*request.passwordFile, error))
+    outcome.record.passwordFile = std::filesystem::absolute(*request.passwordFile, error);
   outcome.size = std::filesystem::file_size(staged.file(), error);
   if (!request.replaces) askBeforeLosing(loss(context, outcome.summary, difference));
   if (InterruptionGuard::isRequested()) throw CompanionFailure("Interrupted; nothing was changed.");
