@@ -105,7 +105,8 @@ class Commands {
 
   template <class Command>
   static void declareReplacing(CLI::App& app, Command& command) {
-    app.add_option("--password-file", command.passwordFile, "read the password of an encrypted backup from this file")
+    app.add_option("--password-file", command.passwordFile,
+                   "read the password of an encrypted backup from this file, or - for a pipe")
         ->type_name("FILE")
         ->check(refuseEmpty);
     app.add_flag("--replace", command.replaces, "also replace a history that has newer messages or many more");

@@ -1,7 +1,13 @@
+#include <fcntl.h>
 #include <openssl/crypto.h>
+#include <unistd.h>
 
+#include <array>
+#include <cerrno>
 #include <filesystem>
 #include <memory>
+#include <string_view>
+#include <system_error>
 
 #include "Companion/Commands/ChangeLock.h"
 #include "Companion/Commands/Commands.h"
@@ -14,7 +20,7 @@
 #include "Companion/Output/OutputFile.h"
 #include "Companion/Output/Terminal.h"
 #include "Companion/PlatformAdapters.h"
-#include "PelloraMessagesCore/Files/AtomicFile.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/Json/JsonValue.h"
 #include "PelloraMessagesCore/Time/Instant.h"
 
@@ -51,8 +57,7 @@ SecretBytes passwordFrom(const std::string& name) {
   const auto refuse = [&file](const std::string& reason) {
     throw CompanionFailure(file + " cannot be read: " + reason + "; nothing was changed.");
   };
-  const FileDescriptor input =
-      name == "-" ? FileDescriptor(dup(STDIN_FILENO)) : FileDescriptor::open(name, O_RDONLY);
+  const FileDescriptor input = name == "-" ? FileDescriptor(dup(STDIN_FILENO)) : FileDescriptor::open(name, O_RDONLY);
   std::array<char, kLongestPasswordLine> bytes;
   std::string_view line;
   for (bool isWhole = false; !isWhole;) {

@@ -7,6 +7,7 @@
 
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "Companion/Commands/Commands.h"
 #include "Companion/History/HistorySource.h"
@@ -353,6 +354,27 @@ TEST_F(History, APasswordFileThatHoldsNoneIsSaid) {
   EXPECT_THAT(failureWith(_folder / "second line"), HasSubstr("nothing in its first line"));
   std::ofstream(_folder / "marked") << "\xEF\xBB\xBFgeheim 123\r\n";
   EXPECT_EQ(failureWith(_folder / "marked"), "");
+}
+
+TEST_F(History, APasswordThatComesThroughAPipeIsNotRemembered) {
+  PhoneBackupWriter::Options options;
+  options.password = "geheim 123";
+  PhoneBackupWriter::wrap(_folder / "backup", makeStore("made-up.db", 4), options);
+  const fs::path pipe = _folder / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const auto failureWith = [&](const std::vector<std::string>& pieces) {
+    std::jthread writer([&] {
+      std::ofstream end(pipe);
+      for (const std::string& piece : pieces) end << piece << std::flush;
+    });
+    return failureOf(HistoryAddCommand{(_folder / "backup").string(), pipe.string(), true, false});
+  };
+  EXPECT_THAT(failureWith({""}), HasSubstr("nothing in its first line"));
+  EXPECT_THAT(failureWith({std::string(5000, 'x')}), HasSubstr("too large to be a password"));
+  EXPECT_EQ(failureWith({"geh", "eim 123", "\nmore"}), "");
+  EXPECT_EQ(failureWith({"geheim 123"}), "") << "without an end of line";
+  EXPECT_EQ(messagesInPlace(), 4);
+  EXPECT_THAT(failureOf(HistoryRefreshCommand()), HasSubstr("--password-file"));
 }
 
 TEST_F(History, AnUnfinishedBackupIsSaid) {
