@@ -169,11 +169,17 @@ TEST_F(ReadFaultTest, InterruptionsAndShortWritesDoNotFailARead) {
 }
 
 TEST_F(ReadFaultTest, HelperKilledAtAnyMomentLosesNothing) {
+  using std::chrono::steady_clock;
+  _home.forgetReads();
+  const auto begin = steady_clock::now();
+  ASSERT_EQ(readUndisturbed(), 0);
+  const std::chrono::microseconds whole = std::chrono::ceil<std::chrono::microseconds>(steady_clock::now() - begin);
   std::minstd_rand random(17);
+  std::uniform_int_distribution<std::chrono::microseconds::rep> moments(0, whole.count());
   const int rounds = isLongForm() ? 2000 : 500;
-  const auto budget = std::chrono::steady_clock::now() + std::chrono::seconds(isLongForm() ? 3000 : 60);
+  const auto budget = steady_clock::now() + std::chrono::seconds(isLongForm() ? 3000 : 60);
   int round = 0;
-  for (; round < rounds && std::chrono::steady_clock::now() < budget; ++round) {
+  for (; round < rounds && steady_clock::now() < budget; ++round) {
     if (round % 2 == 0) _home.forgetReads();
     support::ForkedProcess helper([this] {
       for (const auto& [name, value] : _home.environment()) setenv(name.c_str(), value.c_str(), 1);
@@ -181,7 +187,7 @@ TEST_F(ReadFaultTest, HelperKilledAtAnyMomentLosesNothing) {
       execl(PELLORA_HELPER, PELLORA_HELPER, "--read-once", nullptr);
       return 127;
     });
-    std::this_thread::sleep_for(std::chrono::microseconds(random() % 120'000));
+    std::this_thread::sleep_for(std::chrono::microseconds(moments(random)));
     helper.kill();
     helper.wait();
     for (const MessagesLatelyRecord& each : _home.records().lately)
