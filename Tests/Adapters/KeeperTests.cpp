@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include "Adapters/Linux/Process/Keeper.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/TemporaryFolder.h"
@@ -70,9 +71,9 @@ TEST_F(KeeperTest, FinishesWhenTheAskingProcessIsKilled) {
     _exit(0);
   }
   char byte = 0;
-  ASSERT_EQ(read(ends[0], &byte, 1), 1);
+  ASSERT_EQ(retried([&] { return read(ends[0], &byte, 1); }), 1);
   kill(process, SIGKILL);
-  waitpid(process, nullptr, 0);
+  retried([&] { return waitpid(process, nullptr, 0); });
   EXPECT_TRUE(support::waitUntil([this] { return isThere("finished"); }));
 }
 
@@ -82,7 +83,7 @@ TEST_F(KeeperTest, AKeeperThatIsGoneGivesFalse) {
   pid_t process = 0;
   std::ifstream(_folder / "first") >> process;
   kill(process, SIGKILL);
-  waitpid(process, nullptr, 0);
+  retried([&] { return waitpid(process, nullptr, 0); });
   EXPECT_FALSE(keeper->ask(0));
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Adapters/Linux/Desktop/SessionAppInstance.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "Tests/Support/EventLoopWait.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryFolder.h"
@@ -119,11 +120,12 @@ TEST_F(WithoutABus, OfManyLaunchesAtOnceOneStays) {
     close(gate[0]);
     close(gate[1]);
     std::string all;
-    for (char byte = 0; all.size() < kLaunches && ::read(results[0], &byte, 1) == 1;) all += byte;
+    char byte = 0;
+    while (all.size() < kLaunches && retried([&] { return ::read(results[0], &byte, 1); }) == 1) all += byte;
     EXPECT_EQ(std::count(all.begin(), all.end(), '1'), 1) << all;
     for (const pid_t launch : launches) {
       kill(launch, SIGKILL);
-      waitpid(launch, nullptr, 0);
+      retried([&] { return waitpid(launch, nullptr, 0); });
     }
     close(results[0]);
     close(results[1]);

@@ -14,6 +14,7 @@
 #include "Adapters/Linux/Desktop/DBusSignals.h"
 #include "Adapters/Linux/Desktop/DesktopBus.h"
 #include "Adapters/Linux/Files/FileLock.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "SampleStore/PhoneBackupWriter.h"
 #include "Tests/Support/EventLoopWait.h"
@@ -359,7 +360,7 @@ int runOnTerminal(const Arguments& arguments, const std::string& typed, std::str
   }
   bool isTyped = false;
   char buffer[4096];
-  for (ssize_t count = 0; (count = ::read(terminal, buffer, sizeof buffer)) > 0;) {
+  for (ssize_t count = 0; (count = retried([&] { return ::read(terminal, buffer, sizeof buffer); })) > 0;) {
     shown.append(buffer, static_cast<std::size_t>(count));
     // A question is asked once the terminal is as the program wants it; what is typed before is lost.
     if (isTyped || !(shown.ends_with(": ") || shown.ends_with("? "))) continue;
@@ -367,7 +368,7 @@ int runOnTerminal(const Arguments& arguments, const std::string& typed, std::str
   }
   ::close(terminal);
   int status = 0;
-  ::waitpid(process, &status, 0);
+  retried([&] { return ::waitpid(process, &status, 0); });
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 

@@ -9,6 +9,7 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace pellora::support {
@@ -55,7 +56,7 @@ DisturbedRun DisturbedRun::undisturbed(const std::string& program, const std::ve
   if (process < 0) throw std::runtime_error("fork failed");
   if (process == 0) become(program, arguments, environment);
   int status = 0;
-  waitpid(process, &status, 0);
+  retried([&] { return waitpid(process, &status, 0); });
   DisturbedRun run;
   if (WIFEXITED(status)) run.exitCode = WEXITSTATUS(status);
   if (run.exitCode == 127) throw std::runtime_error("cannot run " + program);

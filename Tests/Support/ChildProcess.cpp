@@ -11,6 +11,7 @@
 #include <stdexcept>
 
 #include "ChildProcess.h"
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
 
 namespace pellora::support {
 
@@ -86,7 +87,7 @@ void ForkedProcess::kill() {
 
 int ForkedProcess::wait() {
   int status = 0;
-  if (waitpid(_process, &status, 0) != _process) throw std::runtime_error("waitpid failed");
+  if (retried([&] { return waitpid(_process, &status, 0); }) != _process) throw std::runtime_error("waitpid failed");
   _hasEnded = true;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
@@ -125,11 +126,11 @@ std::string reportOfProcess(const std::function<std::string()>& run) {
   close(ends[1]);
   std::string text;
   char block[4096];
-  for (ssize_t count = 0; (count = ::read(ends[0], block, sizeof block)) > 0;)
+  for (ssize_t count = 0; (count = retried([&] { return ::read(ends[0], block, sizeof block); })) > 0;)
     text.append(block, static_cast<std::size_t>(count));
   close(ends[0]);
   int status = 0;
-  waitpid(process, &status, 0);
+  retried([&] { return waitpid(process, &status, 0); });
   if (!WIFEXITED(status)) text += " ended with a signal";
   return text;
 }

@@ -11,6 +11,8 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
+
 namespace pellora::support {
 
 namespace {
@@ -86,7 +88,8 @@ ModelServerProcess::~ModelServerProcess() {
 void ModelServerProcess::stop() {
   if (_process < 0) return;
   kill(_process, SIGKILL);
-  waitpid(std::exchange(_process, -1), nullptr, 0);
+  const pid_t process = std::exchange(_process, -1);
+  retried([&] { return waitpid(process, nullptr, 0); });
 }
 
 std::vector<std::string> ModelServerProcess::bodies(const std::string& path) const {

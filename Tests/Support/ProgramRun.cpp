@@ -14,6 +14,8 @@
 #include <chrono>
 #include <stdexcept>
 
+#include "PelloraMessagesCore/Files/FileDescriptor.h"
+
 namespace pellora::support {
 
 namespace {
@@ -120,7 +122,7 @@ void ProgramRun::start(const Setup& setup) {
 ProgramRun::~ProgramRun() {
   if (!_hasEnded) {
     kill(_process, SIGKILL);
-    waitpid(_process, nullptr, 0);
+    retried([&] { return waitpid(_process, nullptr, 0); });
   }
   closeOnce(_input);
   closeOnce(_outputEnd);
@@ -152,7 +154,7 @@ int ProgramRun::wait() {
   if (_hasEnded) return _status;
   readAll();
   int status = 0;
-  waitpid(_process, &status, 0);
+  retried([&] { return waitpid(_process, &status, 0); });
   _hasEnded = true;
   constexpr int kSignalBase = 128;
   if (WIFEXITED(status)) _status = WEXITSTATUS(status);
