@@ -95,5 +95,12 @@ TEST(Text, MarksStackedWithoutEndTakeNoTimeByTheSquareOfTheirNumber) {
   EXPECT_EQ(canonical("e\u0301\u0323"), canonical("\u1EB9\u0301"));
 }
 
+TEST(Text, AHundredAndTwentyEightMarksInARowArePutInOrder) {
+  std::string stack = "x";
+  for (int i = 0; i < 64; ++i) stack += "\u0301\u0323";
+  EXPECT_NE(canonical(stack), stack);
+  EXPECT_EQ(canonical(stack + "\u0301"), stack + "\u0301");
+}
+
 }  // namespace
 }  // namespace pellora::text
