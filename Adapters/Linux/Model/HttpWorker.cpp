@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "Adapters/Linux/Model/PeerOwner.h"
+#include "Adapters/Linux/Process/ResidentMemory.h"
 
 namespace pellora {
 
@@ -244,6 +245,7 @@ void HttpWorker::run() {
     int running = 0;
     curl_multi_perform(_multi.get(), &running);
     collectFinished(transfers);
+    if (transfers.empty()) ResidentMemory::clearUnusedStack();
     // Returns early for traffic, for the timers of a transfer, and when woken up.
     curl_multi_poll(_multi.get(), nullptr, 0, transfers.empty() ? INT_MAX : kLongestPauseMilliseconds, nullptr);
   }

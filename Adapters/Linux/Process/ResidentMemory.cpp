@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <limits>
 #include <string>
@@ -83,6 +84,12 @@ void release() {
 [[gnu::noinline]] void clearUnusedStack() {
   char unused[192 * 1024];  // deeper than any call of ours goes
   explicit_bzero(unused, sizeof unused);
+  // Copying leaves its last bytes in vector registers, other ones for each size, and the first call of a library's
+  // function saves all of them on the stack.
+  for (std::size_t size = 1; size <= sizeof unused / 4; size *= 2) {
+    std::memcpy(unused + sizeof unused / 2, unused, size);
+    asm volatile("" : : "r"(unused) : "memory");
+  }
 }
 
 }  // namespace pellora::ResidentMemory
