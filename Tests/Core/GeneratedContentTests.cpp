@@ -113,6 +113,7 @@ TEST(GeneratedContent, ApostrophesBetweenLettersBecomeTypographic) {
   EXPECT_EQ(withTypographicApostrophes("Zoë's", "Zoë"), "Zoë’s");
   EXPECT_EQ(withTypographicApostrophes("D'Andre's dog and D'Andre don't", "D'Andre"),
             "D'Andre’s dog and D'Andre don’t");
+  EXPECT_EQ(withTypographicApostrophes("Ma'am's A'z'Z", "Sam"), "Ma’am’s A’z’Z");
   EXPECT_EQ(withTypographicApostrophes("'", ""), "'");
   EXPECT_EQ(withTypographicApostrophes("", "'"), "");
 }

@@ -38,6 +38,7 @@ TEST(LocalCalendar, DayStringsAreOfTheLocalDate) {
       {"UTC", utc(2026, 3, 1), "2026-03-01"},
       {"UTC", utc(2026, 3, 1) - Nanoseconds(1), "2026-02-28"},
       {"UTC", utc(2024, 2, 29, 23, 59, 59) + Nanoseconds(999'999'999), "2024-02-29"},
+      {"America/New_York", utc(1970, 1, 1), "1969-12-31"},
       {"America/New_York", utc(2026, 7, 1, 3, 59, 59), "2026-06-30"},
       {"America/New_York", utc(2026, 7, 1, 4), "2026-07-01"},
       {"Pacific/Kiritimati", utc(2025, 12, 31, 10), "2026-01-01"},
