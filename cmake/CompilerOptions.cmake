@@ -5,15 +5,15 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_COMPILE_OPTIONS_PIE -fPIC)
 
 add_library(pellora_options INTERFACE)
-# Some libraries ask for -pthread, on some releases of Debian; precompiled headers need it everywhere or nowhere.
+# Some releases of Debian have libraries that require -pthread, and precompiled headers need the same flag everywhere.
 target_compile_options(pellora_options INTERFACE -Wall -Wextra -Wpedantic -fstack-protector-strong -pthread)
 target_compile_definitions(pellora_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII
   $<$<BOOL:${PELLORA_TEAM_PREFIX}>:PELLORA_TEAM_PREFIX="${PELLORA_TEAM_PREFIX}">)
 
 add_library(pellora_product INTERFACE)
 target_link_libraries(pellora_product INTERFACE pellora_options)
-# Folders in which tests under the sanitizers spend most of their time are optimized there; for the others that would
-# take longer than it saves.
+# Sanitizer builds optimize only the folders where the tests spend most of their time. Optimizing the others would take
+# longer than it saves.
 add_library(pellora_busy INTERFACE)
 if(PELLORA_SANITIZE)
   target_compile_options(pellora_busy INTERFACE -O1)
@@ -28,7 +28,7 @@ add_library(pellora_test_code INTERFACE)
 target_link_libraries(pellora_test_code INTERFACE pellora_whole_tree)
 target_compile_options(pellora_test_code INTERFACE -O0)
 
-# The linker that is fastest, and that links a program with no library that only left out functions use.
+# lld is the fastest linker here, and it drops libraries that only discarded functions use.
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_link_options(pellora_options INTERFACE -fuse-ld=lld)
 endif()
@@ -52,8 +52,7 @@ else()
   # The same sources give the same bytes, wherever they lie, and whether or not they are compiled through ccache, which
   # names files as they lie from the build folder: so does everything that is named in full.
   file(RELATIVE_PATH pellora_sources_from_build ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
-  # Version 5 of the debug information has checksums of sources, and the source that CMake makes of a folder names it in
-  # full.
+  # DWARF 5 records checksums of sources, and a source that CMake generates for a unity build contains absolute paths.
   set(pellora_same_bytes "$<$<NOT:$<CONFIG:Debug>>:-gdwarf-4>"
     "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=${pellora_sources_from_build}>"
     "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${CMAKE_BINARY_DIR}/=>"

@@ -25,7 +25,7 @@ function(pellora_precompile name)
   foreach(header ${given_HEADERS})
     target_compile_options(${name} PRIVATE "SHELL:-include ${header}")
   endforeach()
-  # Sources wait for a target of this kind, but not for the objects of a library.
+  # Ninja makes sources wait for a custom target, but not for the objects of an object library.
   add_custom_target(${name}_compiled DEPENDS $<TARGET_OBJECTS:${name}>)
 endfunction()
 

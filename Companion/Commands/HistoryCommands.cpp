@@ -50,7 +50,7 @@ std::string newest(const ChatDatabase::Summary& summary, const CompanionContext&
   return summary.newestMessageAt ? date_text::date(*summary.newestMessageAt, context.now, context.calendar) : "none";
 }
 
-// The first line of a file or pipe, "-" being standard input. Waits for what a pipe's other end writes.
+// Reads the first line of a file or pipe; "-" is standard input. Blocks until the other end of a pipe has written it.
 SecretBytes passwordFrom(const std::string& name) {
   constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
   const std::string file = name == "-" ? "Standard input" : "The password file " + display::printable(name);
@@ -163,8 +163,9 @@ Outcome replaceStore(const CompanionContext& context, const Request& request) {
                       std::nullopt,           context.now,
                       probe.summary.messages, difference ? difference->gained : probe.summary.messages};
   }
-  // A pipe gives its password once.
-  if (request.passwordFile && std::filesystem::is_regular_file(*request.passwordFile, error))
+  // A pipe can be read only once.
+  if (request.passwordFile && *request.passwordFile != "-" &&
+      std::filesystem::is_regular_file(*request.passwordFile, error))
     outcome.record.passwordFile = std::filesystem::absolute(*request.passwordFile, error);
   outcome.size = std::filesystem::file_size(staged.file(), error);
   if (!request.replaces) askBeforeLosing(loss(context, outcome.summary, difference));

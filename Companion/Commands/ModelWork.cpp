@@ -19,7 +19,8 @@ std::string counted(std::int64_t count, const char* one, const char* many) {
   return display::counted(static_cast<std::size_t>(count), one, many);
 }
 
-// "15 minutes", "2 hours": rounded, in the largest unit of which there is exactly one, or at least one and a half.
+// A rounded duration such as "15 minutes" or "2 hours". A larger unit is used if the duration is exactly one of it, or
+// at least one and a half.
 std::string duration(std::int64_t seconds) {
   struct Unit {
     std::int64_t seconds;

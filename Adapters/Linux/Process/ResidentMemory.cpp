@@ -84,8 +84,8 @@ void release() {
 [[gnu::noinline]] void clearUnusedStack() {
   char unused[192 * 1024];  // deeper than any call of ours goes
   explicit_bzero(unused, sizeof unused);
-  // Copying leaves its last bytes in vector registers, other ones for each size, and the first call of a library's
-  // function saves all of them on the stack.
+  // memcpy leaves copied bytes in vector registers, in different ones depending on the size. The dynamic linker saves
+  // these registers on the stack when a library function is called for the first time.
   for (std::size_t size = 1; size <= sizeof unused / 4; size *= 2) {
     std::memcpy(unused + sizeof unused / 2, unused, size);
     asm volatile("" : : "r"(unused) : "memory");
