@@ -3,8 +3,6 @@
 // and the next read completes and ends as an undisturbed one does.
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -14,7 +12,7 @@
 #include <thread>
 
 #include "Tests/Faults/DisturbedRun.h"
-#include "Tests/Support/ChildProcess.h"
+#include "Tests/Faults/ForkServer.h"
 #include "Tests/Support/ScratchHome.h"
 #include "Tests/Support/TemporaryFolder.h"
 
@@ -170,6 +168,7 @@ TEST_F(ReadFaultTest, InterruptionsAndShortWritesDoNotFailARead) {
 
 TEST_F(ReadFaultTest, HelperKilledAtAnyMomentLosesNothing) {
   using std::chrono::steady_clock;
+  support::ForkServer& server = support::ForkServer::of(PELLORA_HELPER, kReadOnce);
   _home.forgetReads();
   const auto begin = steady_clock::now();
   ASSERT_EQ(readUndisturbed(), 0);
@@ -181,15 +180,10 @@ TEST_F(ReadFaultTest, HelperKilledAtAnyMomentLosesNothing) {
   int round = 0;
   for (; round < rounds && steady_clock::now() < budget; ++round) {
     if (round % 2 == 0) _home.forgetReads();
-    support::ForkedProcess helper([this] {
-      for (const auto& [name, value] : _home.environment()) setenv(name.c_str(), value.c_str(), 1);
-      close(STDOUT_FILENO);
-      execl(PELLORA_HELPER, PELLORA_HELPER, "--read-once", nullptr);
-      return 127;
-    });
+    const pid_t helper = server.start(_home.environment());
     std::this_thread::sleep_for(std::chrono::microseconds(moments(random)));
-    helper.kill();
-    helper.wait();
+    kill(helper, SIGKILL);
+    server.wait();
     for (const MessagesLatelyRecord& each : _home.records().lately)
       EXPECT_TRUE(each == _expected.lately[0] || each == _expected.lately[1]) << round;
     if (round % 5 == 4) checkNextRead("round " + std::to_string(round));

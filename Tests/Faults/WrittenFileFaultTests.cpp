@@ -21,13 +21,14 @@ class WrittenFileFaultTest : public testing::TestWithParam<std::string> {
  protected:
   // A write of the newer version with this fault at its `at`th call; false when it did not come to that call.
   bool disturb(const std::string& kind, long at, Begin begin) {
-    const support::TemporaryFolder folder;
-    const WrittenFile file(GetParam(), folder / "root");
-    std::filesystem::create_directory(folder / "root");
+    const std::filesystem::path root = _folder / "root";
+    std::filesystem::remove_all(root);
+    std::filesystem::create_directory(root);
+    const WrittenFile file(GetParam(), root);
     if (begin == Begin::withOlderFile && !file.write(Version::older)) ADD_FAILURE() << "not written at all";
     const Found before = file.read();
-    const DisturbedRun run = DisturbedRun::of(PELLORA_FAULT_WRITER, {GetParam(), (folder / "root").string(), "newer"},
-                                              {kind, at}, folder / "root");
+    const DisturbedRun run =
+        DisturbedRun::of(PELLORA_FAULT_WRITER, {GetParam(), root.string(), "newer"}, {kind, at}, root);
     const std::string what = kind + " at " + run.call + " (" + std::to_string(at) + ")";
     checkFile(file, before, run, what);
     if (mustSucceed(kind) || !run.wasDisturbed()) EXPECT_EQ(run.exitCode, 0) << what;
@@ -58,6 +59,8 @@ class WrittenFileFaultTest : public testing::TestWithParam<std::string> {
     if (!WrittenFile(GetParam(), {}).isWrittenOnce()) disturbEachCall(kind, Begin::withOlderFile);
     disturbEachCall(kind, Begin::withoutFile);
   }
+
+  const support::TemporaryFolder _folder;
 };
 
 TEST_P(WrittenFileFaultTest, KillAtAnyCallLeavesWholeFile) {

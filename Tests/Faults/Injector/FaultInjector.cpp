@@ -13,11 +13,17 @@
 //
 // Only calls to which the kind applies are counted. The mark is opened at the start, before a program may have
 // given up writing there.
+//
+// With PELLORA_FAULT_SERVER, a socket, the program waits before its main function and runs in forks of itself
+// (Tests/Faults/ForkServer.h). Each message on the socket is the environment to add for one run; the answer is the
+// process. A second message asks for the status with which it ended.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -152,6 +158,52 @@ ssize_t writeWith(const char* name, int descriptor, size_t size, Write write) {
 
 mode_t modeOf(int flags, va_list arguments) {
   return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+}
+
+constexpr unsigned kPatience = 120;                // seconds
+constexpr std::size_t kMostEnvironment = 100'000;  // bytes
+
+// Whole variables, each with a null byte behind it, and another one at the end.
+void addToEnvironment(std::string_view variables) {
+  while (!variables.empty() && variables.front() != '\0') {
+    const std::string_view each = variables.substr(0, variables.find('\0'));
+    const std::size_t equals = each.find('=');
+    setenv(std::string(each.substr(0, equals)).c_str(), std::string(each.substr(equals + 1)).c_str(), 1);
+    variables.remove_prefix(each.size() + 1);
+  }
+}
+
+void answer(int channel, int number) {
+  if (send(channel, &number, sizeof number, MSG_NOSIGNAL) < 0) _exit(0);
+}
+
+// Comes back in forks only, one for each message.
+void serveForks(int channel) {
+  static char message[kMostEnvironment];
+  for (;;) {
+    const ssize_t size = recv(channel, message, sizeof message, 0);
+    if (size <= 0) _exit(0);
+    const pid_t process = fork();
+    if (process == 0) {
+      addToEnvironment(std::string_view(message, static_cast<std::size_t>(size)));
+      real<int(int)>("close")(channel);
+      alarm(kPatience);  // a program that hangs dies of it
+      return;
+    }
+    answer(channel, process);
+    if (recv(channel, message, sizeof message, 0) <= 0) _exit(0);
+    int status = 0;
+    waitpid(process, &status, 0);
+    answer(channel, status);
+  }
+}
+
+__attribute__((constructor)) void runInForks() {
+  const std::string channel(environment("PELLORA_FAULT_SERVER"));
+  if (channel.empty()) return;
+  unsetenv("PELLORA_FAULT_SERVER");
+  serveForks(std::atoi(channel.c_str()));
+  plan() = Plan();  // as the environment of this run says
 }
 
 }  // namespace
