@@ -23,10 +23,11 @@ endif()
 add_library(pellora_whole_tree INTERFACE)
 target_include_directories(pellora_whole_tree INTERFACE ${CMAKE_SOURCE_DIR})
 target_link_libraries(pellora_whole_tree INTERFACE pellora_options)
-# Test code is compiled as fast as can be; what it tests is compiled as usual.
+# Test code is compiled as fast as can be; what it tests is compiled as usual. The preset for the inner loop, which
+# compiles each source by itself, keeps debug information for the debugger.
 add_library(pellora_test_code INTERFACE)
 target_link_libraries(pellora_test_code INTERFACE pellora_whole_tree)
-target_compile_options(pellora_test_code INTERFACE -O0)
+target_compile_options(pellora_test_code INTERFACE -O0 $<$<BOOL:${CMAKE_UNITY_BUILD}>:-g0>)
 
 # lld is the fastest linker here, and it drops libraries that only discarded functions use.
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
@@ -52,13 +53,9 @@ else()
   # The same sources give the same bytes, wherever they lie, and whether or not they are compiled through ccache, which
   # names files as they lie from the build folder: so does everything that is named in full.
   file(RELATIVE_PATH pellora_sources_from_build ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
-  # DWARF 5 records checksums of sources, and a source that CMake generates for a unity build contains absolute paths.
-  set(pellora_same_bytes "$<$<NOT:$<CONFIG:Debug>>:-gdwarf-4>"
+  target_compile_options(pellora_product INTERFACE
     "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=${pellora_sources_from_build}>"
-    "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${CMAKE_BINARY_DIR}/=>"
-    # Nor is the build folder named, which ccache does not tell apart from another one.
-    "$<$<AND:$<NOT:$<CONFIG:Debug>>,$<CXX_COMPILER_ID:Clang>>:-ffile-compilation-dir=.>")
-  target_compile_options(pellora_product INTERFACE ${pellora_same_bytes})
+    "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${CMAKE_BINARY_DIR}/=>")
   target_compile_options(pellora_options INTERFACE
     $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>:-fcf-protection=full>)
   # Folders are compiled as wholes; a program takes the functions that it uses.
