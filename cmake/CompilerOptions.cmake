@@ -13,10 +13,10 @@ target_compile_definitions(pellora_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_F
 add_library(pellora_product INTERFACE)
 target_link_libraries(pellora_product INTERFACE pellora_options)
 # Sanitizer builds optimize only the folders where the tests spend most of their time. Optimizing the others would take
-# longer than it saves.
+# longer than it saves. The fuzzers, which spend all of theirs there, are guided by what their inputs reach in them.
 add_library(pellora_busy INTERFACE)
 if(PELLORA_SANITIZE)
-  target_compile_options(pellora_busy INTERFACE -O1)
+  target_compile_options(pellora_busy INTERFACE -O1 $<$<BOOL:${PELLORA_FUZZERS}>:-fsanitize=fuzzer-no-link>)
 endif()
 
 # Tests, benchmarks and fuzzers may look into every folder; the programs see what their folders name (Folder.cmake).
@@ -38,10 +38,6 @@ if(PELLORA_SANITIZE)
   target_compile_options(pellora_options INTERFACE
     -fsanitize=address,undefined -fno-sanitize=function -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(pellora_options INTERFACE -fsanitize=address,undefined)
-  if(PELLORA_FUZZERS)
-    # The fuzzers are guided by what their inputs reach in all of our code.
-    target_compile_options(pellora_product INTERFACE -fsanitize=fuzzer-no-link)
-  endif()
 elseif(PELLORA_SANITIZE_THREADS)
   target_compile_options(pellora_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
   target_link_options(pellora_options INTERFACE -fsanitize=thread)

@@ -12,9 +12,9 @@ endfunction()
 
 # pellora_folder(target folder [BUSY] [SOURCES ...] [USES targets...] [LIBRARIES libraries...])
 # One library per source folder. SOURCES are listed one by one; USES are the folders whose headers this one may
-# include and pass on, LIBRARIES what only its sources need. A BUSY folder is also optimized in sanitizer builds. The
-# sources see their own folder's headers and those of USES through a tree of links in the build folder, and nothing else
-# of the project: a wrong include does not build.
+# include and pass on, LIBRARIES what only its sources need. Sanitizer builds optimize BUSY folders and let fuzzers see
+# into them (CompilerOptions.cmake). The sources see their own folder's headers and those of USES through a tree of links
+# in the build folder, and nothing else of the project: a wrong include does not build.
 function(pellora_folder target folder)
   cmake_parse_arguments(PARSE_ARGV 2 given "BUSY" "" "SOURCES;USES;LIBRARIES")
   set(source ${CMAKE_CURRENT_SOURCE_DIR}/${folder})

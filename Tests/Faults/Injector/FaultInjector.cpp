@@ -177,7 +177,7 @@ void answer(int channel, int number) {
   if (send(channel, &number, sizeof number, MSG_NOSIGNAL) < 0) _exit(0);
 }
 
-// Comes back in forks only, one for each message.
+// Returns only in the forks, one per message.
 void serveForks(int channel) {
   static char message[kMostEnvironment];
   for (;;) {
