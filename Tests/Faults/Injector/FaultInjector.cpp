@@ -184,6 +184,7 @@ void serveForks(int channel) {
     const ssize_t size = recv(channel, message, sizeof message, 0);
     if (size <= 0) _exit(0);
     const pid_t process = fork();
+    if (process < 0) _exit(1);  // which its owner notices
     if (process == 0) {
       addToEnvironment(std::string_view(message, static_cast<std::size_t>(size)));
       real<int(int)>("close")(channel);
