@@ -17,9 +17,10 @@ namespace pellora::support {
 
 namespace {
 
-[[noreturn]] void become(const std::string& program, const std::vector<std::string>& arguments, int channel) {
+[[noreturn]] void become(const std::string& program, const std::vector<std::string>& arguments,
+                         const std::string& preloaded, int channel) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  setenv("LD_PRELOAD", PELLORA_FAULT_INJECTOR, 1);
+  setenv("LD_PRELOAD", preloaded.c_str(), 1);
   setenv("PELLORA_FAULT_SERVER", std::to_string(channel).c_str(), 1);
   const int nowhere = open("/dev/null", O_RDWR);
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nowhere, stream);
@@ -42,7 +43,8 @@ ForkServer& ForkServer::of(const std::string& program, const std::vector<std::st
   return *server;
 }
 
-ForkServer::ForkServer(const std::string& program, const std::vector<std::string>& arguments) : _program(program) {
+ForkServer::ForkServer(const std::string& program, const std::vector<std::string>& arguments)
+    : _program(program), _injector(PELLORA_FAULT_INJECTOR) {
   int ends[2];
   if (socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends) != 0) throw std::runtime_error("no socket pair");
   _channel = FileDescriptor(ends[0]);
@@ -50,7 +52,7 @@ ForkServer::ForkServer(const std::string& program, const std::vector<std::string
   fcntl(_channel.number(), F_SETFD, FD_CLOEXEC);
   _process = fork();
   if (_process < 0) throw std::runtime_error("fork failed");
-  if (_process == 0) become(program, arguments, theirs.number());
+  if (_process == 0) become(program, arguments, _injector.name(), theirs.number());
 }
 
 ForkServer::~ForkServer() {

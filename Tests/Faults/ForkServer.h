@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "PelloraMessagesCore/Files/FileDescriptor.h"
+#include "Tests/Support/PreloadedLibrary.h"
 
 namespace pellora::support {
 
@@ -32,6 +33,7 @@ class ForkServer {
   int receive();
 
   std::string _program;
+  PreloadedLibrary _injector;
   FileDescriptor _channel;
   pid_t _process = -1;
 };

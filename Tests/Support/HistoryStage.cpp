@@ -67,8 +67,8 @@ void EngineStage::setClockError(Nanoseconds error) {
   world.scheduler.setClockError(error);
 }
 
-ProgramStage::ProgramStage(std::string helper, std::string clock)
-    : _helper(std::move(helper)), _clock(std::move(clock)) {}
+ProgramStage::ProgramStage(std::string helper, const std::filesystem::path& clock)
+    : _helper(std::move(helper)), _clock(clock) {}
 
 bool ProgramStage::readInto(const fs::path& data, const fs::path& config) {
   ScopedEnvironment environment;
@@ -76,7 +76,7 @@ bool ProgramStage::readInto(const fs::path& data, const fs::path& config) {
   environment.set("XDG_DATA_HOME", data.string());
   environment.set("XDG_CONFIG_HOME", config.string());
   environment.set("TZ", zone);
-  environment.set("LD_PRELOAD", _clock);
+  environment.set("LD_PRELOAD", _clock.name());
   environment.set("PELLORA_CLOCK",
                   std::to_string(static_cast<std::int64_t>((_now + _error).time_since_epoch().count())));
   ProgramRun run({_helper, {"--read-once"}, {}});

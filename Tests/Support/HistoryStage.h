@@ -9,6 +9,7 @@
 
 #include "PelloraMessagesCore/HelperExchange.h"
 #include "Tests/Support/EngineWorld.h"
+#include "Tests/Support/PreloadedLibrary.h"
 #include "Tests/Support/ScratchHome.h"
 
 namespace pellora::support {
@@ -78,7 +79,7 @@ class EngineStage : public HistoryStage {
 class ProgramStage : public HistoryStage {
  public:
   // `helper` is the program, `clock` the library.
-  ProgramStage(std::string helper, std::string clock);
+  ProgramStage(std::string helper, const std::filesystem::path& clock);
 
   bool read() override;
   Records fresh() override;
@@ -102,7 +103,7 @@ class ProgramStage : public HistoryStage {
 
   ScratchHome _home;
   std::string _helper;
-  std::string _clock;
+  PreloadedLibrary _clock;
   std::string _errors;
   Instant _now = EngineWorld::kStart;
   Nanoseconds _error{0};
