@@ -13,7 +13,7 @@ target_compile_definitions(pellora_options INTERFACE QT_NO_KEYWORDS QT_NO_CAST_F
 add_library(pellora_product INTERFACE)
 target_link_libraries(pellora_product INTERFACE pellora_options)
 # Sanitizer builds optimize only the folders where the tests spend most of their time. Optimizing the others would take
-# longer than it saves. The fuzzers, which spend all of theirs there, are guided by what their inputs reach in them.
+# longer than it saves. Only these folders guide the fuzzers, which test nothing else.
 add_library(pellora_busy INTERFACE)
 if(PELLORA_SANITIZE)
   target_compile_options(pellora_busy INTERFACE -O1 $<$<BOOL:${PELLORA_FUZZERS}>:-fsanitize=fuzzer-no-link>)

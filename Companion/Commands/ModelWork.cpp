@@ -19,8 +19,8 @@ std::string counted(std::int64_t count, const char* one, const char* many) {
   return display::counted(static_cast<std::size_t>(count), one, many);
 }
 
-// A rounded duration such as "15 minutes" or "2 hours". A larger unit is used if the duration is exactly one of it, or
-// at least one and a half.
+// A duration for display, such as "15 minutes" or "2 hours". Rounds to a larger unit when the duration equals that unit
+// or is 1.5 times as long or longer.
 std::string duration(std::int64_t seconds) {
   struct Unit {
     std::int64_t seconds;

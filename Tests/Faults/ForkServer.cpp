@@ -11,7 +11,6 @@
 #include <memory>
 #include <stdexcept>
 #include <tuple>
-#include <utility>
 
 namespace pellora::support {
 
